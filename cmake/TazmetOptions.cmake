@@ -1,0 +1,31 @@
+# Compiler settings shared by every target. Targets link `tazmet_options` privately.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+add_library(tazmet_options INTERFACE)
+target_compile_options(tazmet_options INTERFACE
+  -Wall -Wextra -Wshadow $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>)
+if(TAZMET_WERROR)
+  target_compile_options(tazmet_options INTERFACE -Werror)
+endif()
+# Contracted multiply-adds would make float results depend on the compiler's mood; kernels that
+# want them ask for them.
+target_compile_options(tazmet_options INTERFACE -ffp-contract=off)
+
+if(TAZMET_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
+    -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+if(TAZMET_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+if(TAZMET_TIDY)
+  find_program(CLANG_TIDY clang-tidy REQUIRED)
+  set(CMAKE_CXX_CLANG_TIDY "${CLANG_TIDY};--quiet")
+endif()
