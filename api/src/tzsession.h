@@ -1,0 +1,229 @@
+/// @file
+/// The session: one object that owns a whole run, from the command line to the exit code.
+#pragma once
+
+#include "tzconditions.h"
+#include "tzkeys.h"
+#include "tzlist.h"
+#include "tzostream.h"
+#include "tzstring.h"
+
+class tzTest;
+
+/// What the user wants to be asked on the console (key -A); bits.
+enum tzAskMode {
+  ASK_NONE = 0,
+  ASK_TIMING = 1,    ///< timing method and accuracy
+  ASK_PARAMS = 2,    ///< common parameters
+  ASK_MISALIGN = 4,  ///< placement of test vectors
+  ASK_TESTS = 8,     ///< each test's own parameters before it runs
+  ASK_ALL = 15
+};
+
+/// What a help key asked for, besides the letter of a key.
+enum tzHintRequest : char { HINT_NONE = 0, HINT_QUICK = ' ', HINT_FULL = '*' };
+
+/// The kinds of files that keys name; each stands for one extension of the default name.
+enum tzOutFile { OUT_TEXT, OUT_RESULTS, OUT_NAMES, OUT_SUMMARY, OUT_MEMORY, NUM_OUT_FILES };
+
+/// One run of the program. A suite may register a subclass with tzRegSession; every virtual
+/// operation is a place to change the run.
+class tzSession {
+ public:
+  tzSession();
+  virtual ~tzSession();
+  tzSession(const tzSession&) = delete;
+  tzSession& operator=(const tzSession&) = delete;
+
+  /// Registers the keys.
+  virtual void initSession();
+  /// The whole session.
+  /// @return the exit code: 1 when a test failed or an output could not be written, else 0
+  virtual int run(int argc, char** argv);
+
+  /// @name The heading of the result table
+  /// The base names no function or parameter columns, because their number differs from test to
+  /// test; a subclass that names them gets a heading line (putTableTitleLine).
+  /// @{
+  virtual void funcTitleToCStream();
+  virtual void parmsTitleToCStream();
+  virtual void resultTitleToCStream();
+  virtual void putTableTitle();
+  virtual void putTableTitleLine();
+  /// @}
+
+  /// A subclass's own start; false ends the run without tests.
+  virtual bool startSession();
+  /// Puts into force what the keys asked for once all are applied: levels, console questions,
+  /// files.
+  /// @return false after a "FATAL ERROR" message
+  virtual bool updateOptions();
+  virtual bool parseCommandLine(int argc, char** argv);
+
+  /// @param mode  -1, 0 or 1 for -e-, -e and -e+
+  virtual void listTests(int mode);
+
+  /// @name Help
+  /// @param key  a key letter or a tzHintRequest
+  /// @{
+  virtual void hint(char key, bool withHidden);
+  virtual void hint_quick(bool withHidden);
+  virtual void hint_full(bool withHidden);
+  virtual void hint_descr(char key);
+  /// @}
+
+  virtual void outputHeader();
+  virtual void outputFooter();
+  /// Writes the file of -g, when asked.
+  virtual void outputSignal();
+  /// Reads the measurement settings and the common parameters.
+  virtual void readCommonData();
+
+  /// @name Keys
+  /// @{
+  /// @param text  help lines, an empty line, detailed text (tzOption::text)
+  void initOption(char key, const tzString& name, tzKeyInfo info, tzKeyApply apply,
+                  const tzString& text, bool hidden);
+  const tzOption* getOption(char key) const;
+  void applyOption(char key, const tzString& arg);
+  /// Finds and reads the command file.
+  /// @param name  receives its path
+  /// @return false when there is none
+  bool readCfgFile(tzString& name, tzString& text) const;
+  const tzOptionList& options() const { return m_options; }
+  const tzCommandList& commands() const { return m_commands; }
+  /// @}
+
+  /// Prints banner, help or listing when asked.
+  /// @return true when the run stops after them
+  bool quickOutput();
+  /// Whether an exit request of at least this level was made: 2 help, 1 listing, 3 version.
+  bool isExit(int level) const { return m_exitLevel >= level; }
+  /// Why a key is skipped.
+  tzString getExitInfo() const;
+
+  /// @name Paths
+  /// Directories are made absolute when they are set, so that building a path twice does no harm.
+  /// @{
+  void setInDir(const tzString& dir);
+  void setOutDir(const tzString& dir);
+  void setDefName(const tzString& name);
+  /// A file key's path: `name` under the direction's directory; the default name with `ext` when
+  /// `name` is empty.
+  tzString genInPath(const tzString& name, const tzString& ext) const;
+  tzString genOutPath(const tzString& name, const tzString& ext) const;
+  tzString getInPath(const tzString& name) const;
+  tzString getOutPath(const tzString& name) const;
+  tzString getInDir() const;    ///< -p, else the executable's directory
+  tzString getOutDir() const;   ///< -l, else the executable's directory
+  tzString getDefName() const;  ///< -n, else the executable's file name without its extension
+  const tzString& getExePath() const { return m_exePath; }
+  /// @}
+
+  /// @name What the keys set
+  /// @{
+  void setEnumMode(int mode) { m_enumMode = mode; }
+  /// `-v`: print the version and stop.
+  void setQuickMode(bool version) { m_version = version; }
+  void setHint(char key, bool withHidden);
+  void setSorting(bool sort) { m_dontSort = !sort; }
+  void setBatch(bool batch) { m_batch = batch; }
+  void addAskMode(int mode) { m_askMode |= mode; }
+  void addLevelMode(OutputLevel mask);
+  /// @param create  write the file (-I) instead of only reading it (-i)
+  void setIniMode(const tzString& name, bool create);
+  void setIniFunctionsOnly(bool on) { m_iniFunctionsOnly = on; }
+  void addCondition(RunCondition* condition);
+  void setSglName(const tzString& name);
+  void addOutFile(tzOutFile kind, const tzString& name, bool append);
+  void setNamesInResults(bool on) { m_namesInResults = on; }
+  void setNamesOnly(bool on) { m_namesOnly = on; }
+  /// @}
+
+  /// @name What tests and settings ask
+  /// @{
+  /// Whether the console is asked for any group of `mode`; never in batch mode.
+  bool isAsk(int mode) const { return !m_batch && (m_askMode & mode) != 0; }
+  /// -I: the run writes the ini file and measures nothing.
+  bool isIniWrite() const { return m_iniCreate; }
+  /// -q+: parameter-name lines go into the result table.
+  bool isNamesInResults() const { return m_namesInResults; }
+  /// Selects the ini section of `function` for the next test.
+  /// @return false only under -P when the ini file has no such section: the test measures nothing
+  ///         and is not counted
+  bool setIniSection(const tzString& function);
+  /// Whether -P lets a test of this function run; true without -P.
+  bool isIniFunction(const tzString& function) const;
+  tzConditions& conditions() { return m_conditions; }
+  /// @}
+
+ private:
+  struct OutFile {
+    tzString name;
+    bool append = false;
+  };
+
+  // Steps of parseCommandLine.
+  void findExecutable(const char* argv0);
+  tzStringList collectWords(int argc, char** argv);
+  void echoWords(const tzStringList& words);
+  void fixExitLevel();
+  void applyDirectories();
+  void applyKeys();
+  bool openIni();
+  bool openOutFiles();
+
+  // Steps of run.
+  int runRegistered();
+  void prepareLibrary();
+  void sortTests();
+  void beginCommonData();
+  void endCommonData();
+  int measure();
+  void writeIni();
+  void writeNames();
+  int finish(int result);
+  void printBanner();
+
+  tzConditions m_conditions;
+  tzOptionList m_options;
+  tzCommandList m_commands;
+  bool m_dontSort = false;
+  int m_enumMode = 2;  // above 1: no -e
+  tzString m_inDir;
+  tzString m_outDir;
+  tzString m_defName;
+  tzString m_exePath;
+
+  int m_exitLevel = 0;
+  char m_hint = HINT_NONE;
+  bool m_hintHidden = false;
+  bool m_version = false;
+  bool m_headerPrinted = false;
+
+  bool m_batch = false;
+  int m_askMode = ASK_NONE;
+  int m_levelMode = 0;  // 0: no -L was given
+  bool m_iniUsed = false;
+  bool m_iniCreate = false;
+  bool m_iniFunctionsOnly = false;
+  tzString m_iniName;
+  bool m_signal = false;
+  tzString m_sglName;
+  bool m_namesInResults = false;
+  bool m_namesOnly = false;
+  tzList<OutFile> m_outFiles[NUM_OUT_FILES];
+};
+
+/// The session of this process: null until one is registered or the entry point makes one.
+extern tzSession* g_session;
+
+/// Registers a suite's own session instead of the default one.
+/// @return 1, so that a unit can keep it in a file-scope integer
+int tzRegSession(tzSession* session);
+
+/// Whether `path` begins at the root.
+bool isAbsolutePath(const tzString& path);
+
+/// `name` as it stands when it is absolute or `dir` is empty, else put under `dir`.
+tzString getDirPath(const tzString& dir, const tzString& name);
