@@ -1,0 +1,278 @@
+/// @file rkdjpeg_huffman.h
+/// Huffman entropy coding of ITU-T T.81: sequential blocks, progressive scans, lossless rows, and
+/// the objects they work with.
+///
+/// What holds for all functions here:
+/// - **Blocks** are 64 coefficients in natural (row by row) order; zigzag stays inside.
+/// - **Position.** With a state object, `*position` counts BYTES of the stream, stuffed bytes and
+///   all. For an encoder it is the number of bytes complete so far: the next byte goes to
+///   `stream[*position]`, and up to 7 bits wait in the state until a flush. For a decoder it is
+///   the next byte to be taken: the state holds up to 64 bits read ahead, never past a marker.
+///   Only the direct coders, which have no state, count BITS.
+/// - **Flush.** An encoder called with `flush != 0` codes nothing (its source and specifications
+///   are not looked at and may be null): it sends a pending end-of-band run, fills the last byte
+///   with 1 bits and leaves the state as after Init, ready for a marker and the next interval.
+/// - **Previous DC.** The DC prediction of the component, 0 at the start of a scan and after every
+///   restart marker, belongs to the caller and is updated by every call.
+/// - **Marker.** A decoder sets `*marker` on every successful call: 0, or the code (0xD0 for RST0)
+///   of the marker that its read-ahead has met; `*position` then is the place of that marker's
+///   0xFF and does not move any more. After the last block of an interval the marker behind it has
+///   been met. To go on behind a restart marker, move the position past it (2 bytes) and Init the
+///   state. `marker` may be null.
+/// - **Errors.** A call that fails leaves position, previous DC, state and marker as they were: an
+///   encoder whose stream is full can be repeated with a larger one, a decoder that ran out of data
+///   with more data. What a failed encoder wrote behind its position, and what a failed decoder
+///   left in the block, is undefined. Whatever the data, a decoder touches nothing outside the
+///   stream's length and the block.
+/// - **Objects** may lie at any address, own no memory and hold no pointers: a state is saved and
+///   restored by copying its bytes. Specifications are read-only while coding and can be shared.
+///
+/// Statuses beside rkdStsNoErr: rkdStsNullPtrErr, rkdStsSizeErr (a length or width that is not
+/// positive, a position outside the stream), rkdStsBadArgErr (scan parameters), and
+/// rkdStsBufferFullErr (encoder: no room), rkdStsCodeTableErr (no prefix code has these
+/// lengths), rkdStsCodeErr (encoder: the table has no code for what was met; decoder: a
+/// code that is not in the table, or one whose value cannot stand there), rkdStsRunErr
+/// (decoder: a run leads out of the band), rkdStsEndOfDataErr (decoder: a marker or the end of
+/// the stream inside a block).
+#pragma once
+
+#include "rkd/rkdbase.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/// Codes and their values as the encoder wants them.
+typedef struct RkdiEncodeHuffmanSpec RkdiEncodeHuffmanSpec;
+/// Look-up tables from stream bits to run, length and value.
+typedef struct RkdiDecodeHuffmanSpec RkdiDecodeHuffmanSpec;
+/// Waiting bits, end-of-band run and correction bits of one scan being encoded.
+typedef struct RkdiEncodeHuffmanState RkdiEncodeHuffmanState;
+/// Bits read ahead and end-of-band run of one scan being decoded.
+typedef struct RkdiDecodeHuffmanState RkdiDecodeHuffmanState;
+
+/// @name Specifications
+/// Built from the two lists of a DHT segment. One specification serves any process.
+/// @param bits    16 counts: bits[i] codes have i + 1 bits
+/// @param values  the symbols in order of their codes, as many as the counts add up to (1..256)
+/// @param size    receives the size of the object in BYTES
+/// @param spec    Init: memory of that size; InitAlloc: receives an object for Free; Free: may be
+///                null
+/// @return rkdStsNoErr; rkdStsNullPtrErr; rkdStsCodeTableErr (counts that no prefix code has,
+///         no or more than 256 values, a value that occurs twice) with *spec untouched;
+///         rkdStsMemAllocErr
+/// @see ITU-T T.81, annex C
+/// @{
+RKD_API RkdStatus rkdiEncodeHuffmanSpecGetBufSize_JPEG_8u(int* size);
+RKD_API RkdStatus rkdiEncodeHuffmanSpecInit_JPEG_8u(const uint8_t* bits, const uint8_t* values,
+                                                    RkdiEncodeHuffmanSpec* spec);
+RKD_API RkdStatus rkdiEncodeHuffmanSpecInitAlloc_JPEG_8u(const uint8_t* bits, const uint8_t* values,
+                                                         RkdiEncodeHuffmanSpec** spec);
+RKD_API RkdStatus rkdiEncodeHuffmanSpecFree_JPEG_8u(RkdiEncodeHuffmanSpec* spec);
+
+RKD_API RkdStatus rkdiDecodeHuffmanSpecGetBufSize_JPEG_8u(int* size);
+RKD_API RkdStatus rkdiDecodeHuffmanSpecInit_JPEG_8u(const uint8_t* bits, const uint8_t* values,
+                                                    RkdiDecodeHuffmanSpec* spec);
+RKD_API RkdStatus rkdiDecodeHuffmanSpecInitAlloc_JPEG_8u(const uint8_t* bits, const uint8_t* values,
+                                                         RkdiDecodeHuffmanSpec** spec);
+RKD_API RkdStatus rkdiDecodeHuffmanSpecFree_JPEG_8u(RkdiDecodeHuffmanSpec* spec);
+/// @}
+
+/// @name States
+/// One state serves one scan at a time; Init makes it ready for the start of a scan or of a restart
+/// interval. Statistics functions use an encoder state as the coders do.
+/// @param size   receives the size of the object in BYTES
+/// @param state  Init: memory of that size; InitAlloc: receives an object for Free; Free: may be
+///               null
+/// @return rkdStsNoErr; rkdStsNullPtrErr; rkdStsMemAllocErr
+/// @{
+RKD_API RkdStatus rkdiEncodeHuffmanStateGetBufSize_JPEG_8u(int* size);
+RKD_API RkdStatus rkdiEncodeHuffmanStateInit_JPEG_8u(RkdiEncodeHuffmanState* state);
+RKD_API RkdStatus rkdiEncodeHuffmanStateInitAlloc_JPEG_8u(RkdiEncodeHuffmanState** state);
+RKD_API RkdStatus rkdiEncodeHuffmanStateFree_JPEG_8u(RkdiEncodeHuffmanState* state);
+
+RKD_API RkdStatus rkdiDecodeHuffmanStateGetBufSize_JPEG_8u(int* size);
+RKD_API RkdStatus rkdiDecodeHuffmanStateInit_JPEG_8u(RkdiDecodeHuffmanState* state);
+RKD_API RkdStatus rkdiDecodeHuffmanStateInitAlloc_JPEG_8u(RkdiDecodeHuffmanState** state);
+RKD_API RkdStatus rkdiDecodeHuffmanStateFree_JPEG_8u(RkdiDecodeHuffmanState* state);
+/// @}
+
+/// @name Optimal tables
+/// The lists of the shortest table without an all-ones code for symbols that occurred as often as
+/// the statistics say; codes longer than 16 bits are shortened as the standard proposes.
+/// @param statistics  256 counts, one a symbol; counts below zero are taken as zero, and if none is
+///                    above zero, symbol 0 gets a code
+/// @param bits        receives 16 counts
+/// @param values      receives up to 256 symbols in order of their codes; the rest is set to 0
+/// @return rkdStsNoErr; rkdStsNullPtrErr
+/// @see ITU-T T.81, K.2
+/// @{
+RKD_API RkdStatus rkdiEncodeHuffmanRawTableInit_JPEG_8u(const int* statistics, uint8_t* bits,
+                                                        uint8_t* values);
+/// @}
+
+/// @name Sequential blocks
+/// One block of a baseline or extended sequential scan: DC difference, then AC runs and values.
+/// Coefficients: AC -32767..32767, DC differences -32767..32767; a table made for 8-bit samples
+/// holds smaller ones, and what it does not hold is refused.
+/// @param src,dst       the block; the decoder sets all 64 coefficients
+/// @param stream        entropy-coded bytes with 0x00 stuffed after every 0xFF
+/// @param length        BYTES of the stream that may be read or written
+/// @param position      see above, 0..length
+/// @param previousDC    DC of the component's previous block
+/// @param marker        see above
+/// @param dcSpec,acSpec the component's tables
+/// @param flush         0 codes the block, anything else ends the interval
+/// @see ITU-T T.81, F.1.2, F.2.2
+/// @{
+RKD_API RkdStatus rkdiEncodeHuffman8x8_JPEG_16s1u_C1(const int16_t* src, uint8_t* stream,
+                                                     int length, int* position, int* previousDC,
+                                                     const RkdiEncodeHuffmanSpec* dcSpec,
+                                                     const RkdiEncodeHuffmanSpec* acSpec,
+                                                     RkdiEncodeHuffmanState* state, int flush);
+RKD_API RkdStatus rkdiDecodeHuffman8x8_JPEG_1u16s_C1(const uint8_t* stream, int length,
+                                                     int* position, int16_t* dst, int* previousDC,
+                                                     int* marker,
+                                                     const RkdiDecodeHuffmanSpec* dcSpec,
+                                                     const RkdiDecodeHuffmanSpec* acSpec,
+                                                     RkdiDecodeHuffmanState* state);
+/// @}
+
+/// @name Direct blocks
+/// The same codes as a raw bit stream: nothing is stuffed, there are no markers, and no state is
+/// kept. `*position` counts BITS, 0..8 * length, from the high bit of the first byte, and may be
+/// put on the start of any block whose previous DC is known. The encoder leaves earlier bits alone
+/// and fills the rest of its last byte with 1 bits, so that the stream is complete after every
+/// call. Streams longer than 2^28 - 1 bytes are refused: their bits have no int.
+/// @{
+RKD_API RkdStatus rkdiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(const int16_t* src, uint8_t* stream,
+                                                            int length, int* position,
+                                                            int* previousDC,
+                                                            const RkdiEncodeHuffmanSpec* dcSpec,
+                                                            const RkdiEncodeHuffmanSpec* acSpec);
+RKD_API RkdStatus rkdiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(const uint8_t* stream, int length,
+                                                            int* position, int16_t* dst,
+                                                            int* previousDC,
+                                                            const RkdiDecodeHuffmanSpec* dcSpec,
+                                                            const RkdiDecodeHuffmanSpec* acSpec);
+/// @}
+
+/// @name Single values
+/// One difference of the lossless process: a category 0..16, then the value's low bits; category 16
+/// stands for -32768 (32768 modulo 2^16) and has none. The table is used as a DC table is.
+/// @param src,dst  the difference
+/// @see ITU-T T.81, H.1.2.2
+/// @{
+RKD_API RkdStatus rkdiEncodeHuffmanOne_JPEG_16s1u_C1(const int16_t* src, uint8_t* stream,
+                                                     int length, int* position,
+                                                     const RkdiEncodeHuffmanSpec* spec,
+                                                     RkdiEncodeHuffmanState* state, int flush);
+RKD_API RkdStatus rkdiDecodeHuffmanOne_JPEG_1u16s_C1(const uint8_t* stream, int length,
+                                                     int* position, int16_t* dst, int* marker,
+                                                     const RkdiDecodeHuffmanSpec* spec,
+                                                     RkdiDecodeHuffmanState* state);
+/// @}
+
+/// @name Rows
+/// Rows of lossless differences of one to four components, coded as single values are. `src` and
+/// `dst` are arrays of four plane pointers, each to `width` contiguous differences; the planes end
+/// at the first null pointer (the first must not be null), and the stream takes one difference of
+/// each plane in turn, from left to right (components of equal sampling). `spec` holds one table
+/// for each plane.
+/// @param width  differences in a row, > 0
+/// @{
+RKD_API RkdStatus rkdiEncodeHuffmanRow_JPEG_16s1u_P4C1(const int16_t* const src[4], uint8_t* stream,
+                                                       int length, int* position, int width,
+                                                       const RkdiEncodeHuffmanSpec* const spec[4],
+                                                       RkdiEncodeHuffmanState* state, int flush);
+RKD_API RkdStatus rkdiDecodeHuffmanRow_JPEG_1u16s_C1P4(const uint8_t* stream, int length,
+                                                       int* position, int16_t* const dst[4],
+                                                       int* marker, int width,
+                                                       const RkdiDecodeHuffmanSpec* const spec[4],
+                                                       RkdiDecodeHuffmanState* state);
+/// @}
+
+/// @name Statistics
+/// Add to `statistics` (256 counts, one a symbol, never cleared here) how often the encoder of the
+/// same arguments sends each symbol; bits that follow a symbol and raw bits do not count. Scans
+/// with end-of-band runs need a state of their own, as their encoders do, and a last call with
+/// `flush != 0` for the run that is still pending.
+/// @param statistics      counts of the scan's only table
+/// @param dcStatistics,acStatistics  counts of the component's two tables
+/// @param src             the block; Row: planes as above
+/// @return rkdStsNoErr; rkdStsNullPtrErr; rkdStsSizeErr; rkdStsBadArgErr;
+///         rkdStsCodeErr (a value that no table can hold) with nothing counted
+/// @{
+RKD_API RkdStatus rkdiGetHuffmanStatistics8x8_JPEG_16s_C1(const int16_t* src, int* dcStatistics,
+                                                          int* acStatistics, int* previousDC);
+RKD_API RkdStatus rkdiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(const int16_t* src,
+                                                                  int* statistics, int* previousDC,
+                                                                  int al);
+RKD_API RkdStatus rkdiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(const int16_t* src,
+                                                                  int* statistics, int ss, int se,
+                                                                  int al,
+                                                                  RkdiEncodeHuffmanState* state,
+                                                                  int flush);
+RKD_API RkdStatus rkdiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(const int16_t* src,
+                                                                   int* statistics, int ss, int se,
+                                                                   int al,
+                                                                   RkdiEncodeHuffmanState* state,
+                                                                   int flush);
+RKD_API RkdStatus rkdiGetHuffmanStatisticsRow_JPEG_16s_P4(const int16_t* const src[4], int width,
+                                                          int* const statistics[4]);
+/// @}
+
+/// @name Progressive blocks
+/// One block of a progressive scan. DC scans code the bits of the DC from `al` upwards (First, with
+/// a floor) or bit `al` alone (Refine, raw); AC scans the magnitudes >> al of coefficients ss..se
+/// in zigzag order, First what is not zero there, Refine one more bit of what earlier scans sent
+/// plus the coefficients that this bit makes non-zero. AC scans carry one component.
+///
+/// Encoders end an end-of-band run at 32767 blocks, before the next coded coefficient, at a flush,
+/// and when more than 937 correction bits wait.
+///
+/// Decoders build the block up over the scans: it has to be zero before the first one, and each
+/// sets only what its scan codes.
+/// @param src,dst  the block at full precision
+/// @param ss,se    first and last index of the band in zigzag order, 1 <= ss <= se <= 63
+/// @param al       lowest bit coded, 0..13; Refine's scan before had al + 1
+/// @see ITU-T T.81, annex G
+/// @{
+RKD_API RkdStatus rkdiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(
+    const int16_t* src, uint8_t* stream, int length, int* position, int* previousDC, int al,
+    const RkdiEncodeHuffmanSpec* dcSpec, RkdiEncodeHuffmanState* state, int flush);
+RKD_API RkdStatus rkdiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(const int16_t* src, uint8_t* stream,
+                                                              int length, int* position, int al,
+                                                              RkdiEncodeHuffmanState* state,
+                                                              int flush);
+RKD_API RkdStatus rkdiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(
+    const int16_t* src, uint8_t* stream, int length, int* position, int ss, int se, int al,
+    const RkdiEncodeHuffmanSpec* acSpec, RkdiEncodeHuffmanState* state, int flush);
+RKD_API RkdStatus rkdiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(
+    const int16_t* src, uint8_t* stream, int length, int* position, int ss, int se, int al,
+    const RkdiEncodeHuffmanSpec* acSpec, RkdiEncodeHuffmanState* state, int flush);
+
+RKD_API RkdStatus rkdiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(const uint8_t* stream, int length,
+                                                             int* position, int16_t* dst,
+                                                             int* previousDC, int* marker, int al,
+                                                             const RkdiDecodeHuffmanSpec* dcSpec,
+                                                             RkdiDecodeHuffmanState* state);
+RKD_API RkdStatus rkdiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(const uint8_t* stream, int length,
+                                                              int* position, int16_t* dst,
+                                                              int* marker, int al,
+                                                              RkdiDecodeHuffmanState* state);
+RKD_API RkdStatus rkdiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(const uint8_t* stream, int length,
+                                                             int* position, int16_t* dst,
+                                                             int* marker, int ss, int se, int al,
+                                                             const RkdiDecodeHuffmanSpec* acSpec,
+                                                             RkdiDecodeHuffmanState* state);
+RKD_API RkdStatus rkdiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(const uint8_t* stream, int length,
+                                                              int* position, int16_t* dst,
+                                                              int* marker, int ss, int se, int al,
+                                                              const RkdiDecodeHuffmanSpec* acSpec,
+                                                              RkdiDecodeHuffmanState* state);
+/// @}
+
+#ifdef __cplusplus
+}
+#endif
