@@ -1,0 +1,209 @@
+/// @file
+/// Files, and the console-and-log stream: one text to several targets, filtered by message level.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+
+#include "tzlist.h"
+#include "tzstring.h"
+
+/// Message levels are bits: a text is shown when its bit is in the output mask. The two negative
+/// values are commands to tzOStream.
+enum OutputLevel : int {
+  L_ERR = 1,        ///< errors
+  L_WARN = 2,       ///< warnings
+  L_PERF = 4,       ///< performance for each parameter set
+  L_INFO = 8,       ///< detailed course of the measurement
+  L_TRACE = 16,     ///< harness call tracing (tzTrace)
+  L_MEM = 32,       ///< tracked memory; shown by the letter M alone
+  L_DATA = 64,      ///< vectors before and after the library call
+  L_END = -10,      ///< ends the message: the level before it is back
+  L_ENDFLUSH = -11  ///< the same, and flushes
+};
+
+/// The output mask of a level word as the user types it (key -L): every letter D, E, I, M, P, T, W
+/// adds its bits, whatever word it stands in, so that "DATA" includes tracing. 0: no level.
+int tzOutputMask(const tzString& word);
+
+/// How io_stream opens a file; bits.
+enum tzOpenMode : int {
+  OPEN_READ = 1,
+  OPEN_WRITE = 2,
+  OPEN_APPEND = 4,
+  OPEN_BINARY = 8,
+  OPEN_AS_GIVEN = 256  ///< the name is a whole path: no directory is put before it
+};
+
+/// One file. Base of the streams for reading and writing.
+class io_stream {
+ public:
+  /// The stream of standard input or output.
+  io_stream() = default;
+  /// @param name    relative names lie in the directory of the mode's direction
+  /// @param mode    tzOpenMode bits
+  /// @param report  tell on the console, at level ERR, when the file does not open
+  io_stream(const tzString& name, int mode, bool report);
+  virtual ~io_stream();
+  io_stream(const io_stream&) = delete;
+  io_stream& operator=(const io_stream&) = delete;
+
+  /// @name Directories of relative names, for the whole process; empty: the working directory
+  /// @{
+  static void setInputDir(const tzString& dir);
+  static void setOutputDir(const tzString& dir);
+  static const tzString& inputDir();
+  static const tzString& outputDir();
+  /// `name` under `dir`; as it stands when it is absolute or `dir` is empty.
+  static tzString pathIn(const tzString& dir, const tzString& name);
+  /// @}
+
+  /// Whether a file is open; false for the standard streams.
+  bool hasFile() const { return m_file != nullptr; }
+  /// The path that was opened; empty for the standard streams.
+  const tzString& name() const { return m_name; }
+
+ protected:
+  std::FILE* m_file = nullptr;
+  tzString m_name;
+};
+
+/// Reads a file, or standard input.
+class i_stream : public io_stream {
+ public:
+  /// No line is longer (1 MiB): what has no line ends is no text file and ends the reading.
+  static constexpr std::size_t MAX_LINE = std::size_t{1} << 20;
+
+  i_stream() = default;
+  explicit i_stream(const tzString& name, int mode = OPEN_READ, bool report = true)
+      : io_stream(name, mode | OPEN_READ, report) {}
+
+  /// Reads up to the next newline, which is dropped; the last line needs none.
+  /// @return false, with an empty line, at the end of the file or when it can't be read
+  bool getline(tzString& line);
+  /// @return the number of bytes read, less than `size` at the end of the file
+  std::size_t read(void* data, std::size_t size);
+};
+
+/// Writes a file, or standard output. The first failure (disk full, closed pipe) is reported on the
+/// console with the file's name; later texts for the file are dropped.
+class o_stream : public io_stream {
+ public:
+  o_stream() = default;
+  explicit o_stream(const tzString& name, int mode = OPEN_WRITE, bool report = true)
+      : io_stream(name, mode | OPEN_WRITE, report) {}
+  ~o_stream() override;
+
+  /// A subclass may write elsewhere, to memory for instance.
+  virtual void write(const char* text, std::size_t length);
+  virtual void flush();
+  /// Closes the file; standard output is flushed and stays open.
+  virtual void close();
+
+  o_stream& operator<<(const tzString& text) {
+    write(text.c_str(), static_cast<std::size_t>(text.length()));
+    return *this;
+  }
+
+  /// Whether any stream of the process failed to write what it was given: the exit code is then 1.
+  /// Complete once all streams are flushed or closed. To see a closed pipe as such a failure, and
+  /// not as the end of the process, the program ignores SIGPIPE.
+  static bool anyWriteFailed();
+  static void resetWriteFailed();
+
+ private:
+  void check(bool good);
+  std::FILE* file() const { return m_file != nullptr ? m_file : stdout; }
+
+  bool m_failed = false;
+  bool m_closed = false;
+};
+
+/// Opens a file for writing, in the output directory unless the name is absolute.
+/// @return null, after a message on the console, when it can't be opened; the caller owns the
+/// stream
+o_stream* createOStream(const tzString& name, bool append);
+
+/// The targets that one text goes to, in the order in which they were added.
+class tzTargets {
+ public:
+  tzTargets() = default;
+  ~tzTargets();
+  tzTargets(const tzTargets&) = delete;
+  tzTargets& operator=(const tzTargets&) = delete;
+
+  /// createOStream; the new target is owned.
+  /// @return false when the file did not open
+  bool addStream(const tzString& name, bool append);
+  /// A target that the caller owns and that outlives its use here; adding it again does nothing.
+  void addStream(o_stream& target);
+  /// Takes a target out; one that was owned is closed.
+  void removeStream(const o_stream& target);
+  bool hasTargets() const { return !m_targets.empty(); }
+  void flush();
+  /// Closes the files. Texts that come later are dropped.
+  void close();
+
+ protected:
+  void put(const char* text, std::size_t length);
+
+ private:
+  struct Target {
+    o_stream* stream = nullptr;
+    bool owned = false;
+  };
+  tzList<Target> m_targets;
+};
+
+class tzOStream;
+
+/// A value with a text: a tzString, or a type that tzString takes with `operator<<`.
+template <class T>
+concept tzWritable = requires(tzString& text, const T& value) {
+  text << value;
+};
+
+/// The console-and-log stream. `g_ostrm << L_WARN << "-- seen " << n << " times\n" << L_END;` shows
+/// its message when WARN is in the output mask, and drops it otherwise.
+class tzOStream : public tzTargets {
+ public:
+  /// @param mask  the levels to show
+  void setOutLevel(int mask) { m_outLevel = mask; }
+  int outLevel() const { return m_outLevel; }
+
+  /// Makes `level` the level of the texts that follow; the one before is kept on a stack.
+  void setMsgLevel(int level);
+  /// Back to the level before; to ERR when there is none.
+  void restoreMsgLevel();
+  int msgLevel() const { return m_msgLevel; }
+
+  /// setMsgLevel, unless `level`, compared as a number, exceeds the output mask.
+  /// @return whether the level was set, and so needs an endMessage
+  bool beginMessage(int level);
+  void endMessage() { restoreMsgLevel(); }
+  void endMessageFlush();
+
+  /// Whether texts of the present message level are shown.
+  bool isShown() const { return (m_msgLevel & m_outLevel) != 0; }
+
+  tzOStream& operator<<(OutputLevel levelOrCommand);
+  tzOStream& operator<<(const tzString& text);
+  tzOStream& operator<<(const char* text);
+  template <tzWritable T>
+  tzOStream& operator<<(const T& value) {
+    if (!isShown()) return *this;
+    tzString text;
+    text << value;
+    return *this << text;
+  }
+
+ private:
+  int m_outLevel = L_ERR;
+  int m_msgLevel = L_PERF;
+  tzList<int> m_savedLevels;
+};
+
+/// Standard output and input, and the console; usable before `main`, from any static initialiser.
+extern o_stream c_out;
+extern i_stream c_in;
+extern tzOStream g_ostrm;
