@@ -1,0 +1,161 @@
+/// @file
+/// Chief header of the timing tool: repeated calls of a function become clocks per call, with an
+/// accuracy and a result code that say whether the figure can be trusted.
+#pragma once
+
+#include <ctime>
+
+#include "tzresult.h"
+#include "tzstring.h"
+
+class tzTool;
+
+/// @name The functions a test registers
+/// @{
+/// Runs the measured operation `n` times and writes the total clocks.
+using tzLoopFunc = tzResult (*)(int n, long long* clocks);
+/// Times call by call until at least `*n` calls are made and `*clocks` clocks are used; writes back
+/// the calls made and their clocks.
+using tzStatFunc = tzResult (*)(int* n, long long* clocks);
+/// One call: negative is a failure, positive a status to report, 0 nothing to report.
+using tzCallFunc = int (*)();
+/// Runs before each run, and before each call in the generic loops.
+using tzInitFunc = int (*)();
+/// The older form: repeats `n` times and leaves the clocks in the tool's `numClocks`.
+using tzToolFunc = tzResult (*)(tzTool& tool, int n);
+/// @}
+
+/// The timing tool. A session keeps one, `g_tool`, whose settings every test copies.
+///
+/// Settings outlive a measurement; results are those of the last one and are forgotten by reset.
+class tzTool {
+ public:
+  enum Method { AUTO = 0, LOOP = 1, STAT = 2, BEST = 3 };
+
+  tzTool();
+  virtual ~tzTool() = default;
+  tzTool(const tzTool&) = default;
+  tzTool& operator=(const tzTool&) = default;
+
+  /// Measures by the method in force. Any pointer may be null, but not the first three together.
+  /// @return the worst result code met; clocks per call are in `funcClocks`
+  tzResult timing(tzLoopFunc loop, tzStatFunc stat, tzCallFunc call, tzInitFunc init);
+  tzResult timing(tzToolFunc function);
+
+  /// Forgets the last measurement; settings stay.
+  void reset();
+
+  /// @name Choosing a method
+  /// @{
+  void setMethodAuto() { method = AUTO; }
+  void setMethodLoop(int n);
+  void setMethodStat(int calls, long long clocks);
+  /// At least `from` and at most max(8 `from`, `to`) repetitions, a run lasting at least `clocks`.
+  void setMethodBest(int from, int to, long long clocks);
+  int getMethod() const { return method; }
+  bool getMethodAuto() const { return method == AUTO; }
+  void getMethodLoop(int& n) const { n = loopCount; }
+  void getMethodStat(int& calls, long long& clocks) const;
+  void getMethodBest(int& from, int& to, long long& clocks) const;
+  /// The bounds that the automatic method starts from.
+  static void getAutoParameters(int& from, int& to, long long& clocks);
+  /// Shifts the automatic bounds: right by `f`, left by -`f`; 0 takes the shift back. A bound that
+  /// becomes 0 keeps its default, one that outgrows an int becomes the largest int.
+  void setLoopFactor(int f);
+  /// @}
+
+  /// For tests that time themselves.
+  void setFuncTicks(double clocks) { funcClocks = clocks; }
+
+  /// @name The control-status watch around a run
+  /// @{
+  void ctrlStart();
+  void ctrlStop();
+  bool badCtrlStatus() const;
+  /// Prints which status changed, when `check` is set and one did.
+  void printBadCtrlStatus(bool check) const;
+  void clearCtrlStatus();
+  /// @}
+
+  /// @name Figures and their texts
+  /// @{
+  static tzString getAccuracyStr(double accuracy);  ///< 0.05 gives "5.0%", 0.00123 "0.12%"
+  /// A count with at most ten digits of its own and zeros for the rest.
+  static tzString clockStr(long long clocks);
+  /// The difference of two figures relative to their mean; 1 when both are 0.
+  static double computeAccuracy(double a, double b);
+  /// The largest deviation of `n` samples from their mean, relative to it.
+  /// @param mean  receives the mean; 0 when n < 1
+  static double computeAccuracy(const double* samples, int n, double* mean = nullptr);
+  static double computeBest(const double* samples, int n);  ///< the smallest sample
+  /// @}
+
+  /// Judges the status that a generic loop kept: null makes every status 1. Installed by whoever
+  /// knows what the measured functions' statuses mean.
+  static tzResult (*m_pCheckStatus)(int status);
+  /// Puts all test vectors back to their initial contents inside the generic loops; may be null.
+  static void (*m_pResetVectors)();
+  /// The tzPriority of every timed run.
+  static int m_priority;
+
+  tzResult result;       ///< worst code of this measurement
+  double funcClocks;     ///< clocks per call
+  int numLoops;          ///< repetitions of the last run
+  double accuracyLimit;  ///< setting: the accuracy that is good enough
+  int method;            ///< setting: a Method
+  int loopCount;         ///< setting, manual: repetitions
+  int minLoops;          ///< setting, best-of: lower bound
+  int maxLoops;          ///< setting, best-of: upper bound
+  bool statMode;         ///< setting: best-of runs time call by call
+  bool callMode;         ///< setting: only the call function, with its data set-up, is timed
+  long long minClocks;   ///< setting, best-of: clocks a run must last
+  int minCalls;          ///< setting, statistical: least number of calls
+  long long maxClocks;   ///< setting, statistical: clocks after which calls stop
+  bool checkCtrl;        ///< setting: avoid a modified control status
+  bool checkCtrlNow;     ///< `checkCtrl` of the best-of measurement under way
+  tzString resultText;   ///< what went wrong, in words
+  tzString infoText;     ///< note for the result line: "nLps=64 acc=7.1%"
+  long long numClocks;   ///< clocks of the last run
+  double accuracy;       ///< of the last measurement; 1 before it
+  int autoMinLoops;      ///< setting: replaces the automatic lower bound unless 0
+  int autoMaxLoops;      ///< setting: replaces the automatic upper bound unless 0
+  time_t startTime;      ///< of construction or the last reset
+  time_t stopTime;       ///< likewise
+  tzLoopFunc funcLoop;
+  tzStatFunc funcStat;
+  tzCallFunc funcCall;
+  tzInitFunc funcInit;
+
+  /// @name Generic timing through the call function alone
+  /// What lies inside the timed stretch is told at each; `resetVectors` calls the vector hook.
+  /// @{
+  /// Initialisation, vector reset and call, all timed together.
+  tzResult timCall_Loop(int n, long long* clocks, bool resetVectors);
+  /// Vector reset and call timed; each round makes a second, untimed call.
+  tzResult timCall_Stat(int* calls, long long* clocks, bool resetVectors);
+  /// @}
+
+ private:
+  enum class Path { LOOP, STAT };
+
+  tzResult dispatch();
+  tzResult internalError(int line);
+  void updateResult(tzResult code);
+
+  void loopTiming();
+  void statTiming();
+  void autoTiming();
+  void bestTiming(int from, int to, long long clocks);
+
+  void runTimFunc(int n, double& clocksPerCall, bool forceLoop);
+  void runTimFuncStat(long long budget, int& calls, double& clocksPerCall);
+  tzResult runOnce(Path path, int& n, long long& clocks);
+  tzResult runWatched(Path path, int& n, long long& clocks);
+  tzResult callGuarded(Path path, int& n, long long& clocks);
+  tzResult callFunctions(Path path, int& n, long long& clocks);
+
+  friend class tzBestOf;
+};
+
+/// The session's tool: its settings are the defaults of every test.
+extern tzTool g_tool;
