@@ -63,6 +63,7 @@ class tzCStream : public tzTargets {
   using Row = std::array<tzString, NUM_CELLS>;
 
   bool identicalLinesCheck() const;
+  tzString& cell(int i) { return m_cells[static_cast<std::size_t>(i)]; }
 
   Row m_cells;
   int m_used = 0;

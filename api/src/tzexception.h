@@ -62,13 +62,15 @@ class tzSignalGuard {
   ~tzSignalGuard();
 
   sigjmp_buf m_jump;
-  bool m_armed = false;
+  volatile std::sig_atomic_t m_armed = 0;
 
  private:
   static constexpr int NUM_SIGNALS = 4;
   static const int SIGNALS[NUM_SIGNALS];
 
-  static void handler(int code);
+  static void handler(int code, siginfo_t* details, void* context);
+  static void giveBack(int code);
+  bool guards(int code) const;
   bool perform(void (*function)(void*), void* argument);
 
   int m_numSignals;
@@ -86,7 +88,7 @@ class tsSignal : public tzSignalGuard {
   /// For a caller whose own frame is to be jumped to; from here on the guard is armed:
   /// `if (sigsetjmp(guard.jumpPoint(), 1) == 0) { ... } else { ... guard.code() ... }`
   sigjmp_buf& jumpPoint() {
-    m_armed = true;
+    m_armed = 1;
     return m_jump;
   }
 };

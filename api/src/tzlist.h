@@ -65,7 +65,7 @@ class tzList {
   tzList() : m_first(new Node), m_end(m_first) {}
   tzList(std::initializer_list<T> values) : tzList() { append(values); }
   tzList(const tzList& other) : tzList() { append(other); }
-  tzList(tzList&& other) : tzList() { swap(other); }
+  tzList(tzList&& other) noexcept : tzList() { swap(other); }  // out of memory ends the program
   tzList& operator=(const tzList& other) {
     if (this != &other) tzList(other).swap(*this);
     return *this;

@@ -58,6 +58,8 @@ class io_stream {
   static tzString pathIn(const tzString& dir, const tzString& name);
   /// @}
 
+  /// Whether the stream can be used: the file did open and is not closed yet.
+  bool isOpen() const { return m_open; }
   /// Whether a file is open; false for the standard streams.
   bool hasFile() const { return m_file != nullptr; }
   /// The path that was opened; empty for the standard streams.
@@ -65,6 +67,7 @@ class io_stream {
 
  protected:
   std::FILE* m_file = nullptr;
+  bool m_open = true;
   tzString m_name;
 };
 
@@ -83,6 +86,10 @@ class i_stream : public io_stream {
   bool getline(tzString& line);
   /// @return the number of bytes read, less than `size` at the end of the file
   std::size_t read(void* data, std::size_t size);
+
+ private:
+  std::FILE* file() const { return m_file != nullptr ? m_file : stdin; }
+  tzString describe() const;
 };
 
 /// Writes a file, or standard output. The first failure (disk full, closed pipe) is reported on the
@@ -116,7 +123,6 @@ class o_stream : public io_stream {
   std::FILE* file() const { return m_file != nullptr ? m_file : stdout; }
 
   bool m_failed = false;
-  bool m_closed = false;
 };
 
 /// Opens a file for writing, in the output directory unless the name is absolute.
@@ -146,6 +152,8 @@ class tzTargets {
 
  protected:
   void put(const char* text, std::size_t length);
+  /// Forgets all targets, closing those that are owned.
+  void release();
 
  private:
   struct Target {
@@ -154,8 +162,6 @@ class tzTargets {
   };
   tzList<Target> m_targets;
 };
-
-class tzOStream;
 
 /// A value with a text: a tzString, or a type that tzString takes with `operator<<`.
 template <class T>
@@ -167,6 +173,9 @@ concept tzWritable = requires(tzString& text, const T& value) {
 /// its message when WARN is in the output mask, and drops it otherwise.
 class tzOStream : public tzTargets {
  public:
+  tzOStream() = default;
+  ~tzOStream();
+
   /// @param mask  the levels to show
   void setOutLevel(int mask) { m_outLevel = mask; }
   int outLevel() const { return m_outLevel; }

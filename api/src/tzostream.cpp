@@ -1,0 +1,265 @@
+#include "tzostream.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+// Static initialisers of other units may write already, so these come before them. The csv streams,
+// which report their failures here, are made later and destroyed earlier.
+[[gnu::init_priority(200)]] o_stream c_out;
+[[gnu::init_priority(200)]] i_stream c_in;
+[[gnu::init_priority(200)]] tzOStream g_ostrm;
+
+namespace {
+
+bool writeFailed = false;
+
+tzString& directory(bool input) {
+  static tzString directories[2];
+  return directories[input ? 1 : 0];
+}
+
+void reportError(const tzString& text) { g_ostrm << L_ERR << text << L_END; }
+
+// A directory opens for reading, and fails with the first read only.
+std::FILE* openFile(const tzString& name, int mode) {
+  const bool reading = (mode & OPEN_READ) != 0;
+  tzString letters = reading ? "r" : (mode & OPEN_APPEND) != 0 ? "a" : "w";
+  if ((mode & OPEN_BINARY) != 0) letters += "b";
+  struct stat status {};
+  if (reading && stat(name.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
+    errno = EISDIR;
+    return nullptr;
+  }
+  return std::fopen(name.c_str(), letters.c_str());
+}
+
+}  // namespace
+
+int tzOutputMask(const tzString& word) {
+  int mask = 0;
+  for (const char letter : word.str()) {
+    switch (letter) {
+      case 'D':
+        mask |= L_DATA | L_PERF | L_WARN | L_ERR;
+        break;
+      case 'E':
+        mask |= L_ERR;
+        break;
+      case 'I':
+        mask |= L_INFO | L_PERF | L_WARN | L_ERR;
+        break;
+      case 'M':
+        mask |= L_MEM | L_PERF | L_WARN | L_ERR;
+        break;
+      case 'P':
+        mask |= L_PERF | L_WARN | L_ERR;
+        break;
+      case 'T':
+        mask |= L_TRACE | L_PERF | L_WARN | L_ERR;
+        break;
+      case 'W':
+        mask |= L_WARN | L_ERR;
+        break;
+      default:
+        break;
+    }
+  }
+  return mask;
+}
+
+io_stream::io_stream(const tzString& name, int mode, bool report) : m_open(false) {
+  const bool reading = (mode & OPEN_READ) != 0;
+  m_name = (mode & OPEN_AS_GIVEN) != 0 ? name : pathIn(directory(reading), name);
+  m_file = openFile(m_name, mode);
+  m_open = m_file != nullptr;
+  if (m_open || !report) return;
+  const char* const reason = std::strerror(errno);
+  reportError(tzString("-- Can't open file ") + m_name + (reading ? " to read" : " to write") +
+              ": " + reason + "\n");
+}
+
+io_stream::~io_stream() {
+  if (m_file != nullptr) std::fclose(m_file);
+}
+
+void io_stream::setInputDir(const tzString& dir) { directory(true) = dir; }
+
+void io_stream::setOutputDir(const tzString& dir) { directory(false) = dir; }
+
+const tzString& io_stream::inputDir() { return directory(true); }
+
+const tzString& io_stream::outputDir() { return directory(false); }
+
+tzString io_stream::pathIn(const tzString& dir, const tzString& name) {
+  if (dir.empty() || (!name.empty() && name[0] == '/')) return name;
+  return dir[dir.length() - 1] == '/' ? dir + name : dir + "/" + name;
+}
+
+bool i_stream::getline(tzString& line) {
+  std::string text;
+  int c = 0;
+  while (m_open && (c = std::getc(file())) != EOF && c != '\n') {
+    if (text.size() == MAX_LINE) {
+      m_open = false;
+      reportError(tzString("-- Line too long in ") + describe() + "\n");
+      text.clear();
+      break;
+    }
+    text += static_cast<char>(c);
+  }
+  line = text;
+  return m_open && (c == '\n' || !text.empty());
+}
+
+std::size_t i_stream::read(void* data, std::size_t size) {
+  return m_open ? std::fread(data, 1, size, file()) : 0;
+}
+
+tzString i_stream::describe() const { return hasFile() ? m_name : tzString("standard input"); }
+
+// Standard output is left to the end of the process: by then the console may be gone.
+o_stream::~o_stream() {
+  if (m_file != nullptr) o_stream::close();
+}
+
+void o_stream::write(const char* text, std::size_t length) {
+  if (!m_open || m_failed) return;
+  errno = 0;
+  check(std::fwrite(text, 1, length, file()) == length);
+}
+
+void o_stream::flush() {
+  if (!m_open || m_failed) return;
+  errno = 0;
+  check(std::fflush(file()) == 0);
+}
+
+void o_stream::close() {
+  if (m_file == nullptr) {
+    flush();
+    return;
+  }
+  errno = 0;
+  const bool good = std::fclose(m_file) == 0;
+  m_file = nullptr;
+  m_open = false;
+  if (!m_failed) check(good);
+}
+
+// Called at most once with `false`, so the report can't come back here.
+void o_stream::check(bool good) {
+  if (good) return;
+  const tzString reason = std::strerror(errno);
+  m_failed = true;
+  writeFailed = true;
+  const tzString text = tzString("-- Can't write ") +
+                        (m_name.empty() ? tzString("standard output") : "file " + m_name) + ": " +
+                        reason + "\n";
+  // The console itself can't tell: standard error is the last place where a user may look.
+  if (m_name.empty()) std::fputs(text.c_str(), stderr);
+  reportError(text);
+}
+
+bool o_stream::anyWriteFailed() { return writeFailed; }
+
+void o_stream::resetWriteFailed() { writeFailed = false; }
+
+o_stream* createOStream(const tzString& name, bool append) {
+  auto* stream = new o_stream(name, append ? OPEN_APPEND : OPEN_WRITE, true);
+  if (stream->isOpen()) return stream;
+  delete stream;
+  return nullptr;
+}
+
+tzTargets::~tzTargets() { release(); }
+
+// A stream that can't be closed reports to the console, which may be this very list: it must never
+// find a target that is gone.
+void tzTargets::release() {
+  tzList<Target> targets;
+  targets.swap(m_targets);
+  for (const Target& target : targets) {
+    if (target.owned) delete target.stream;
+  }
+}
+
+bool tzTargets::addStream(const tzString& name, bool append) {
+  o_stream* const stream = createOStream(name, append);
+  if (stream != nullptr) m_targets.push_back({stream, true});
+  return stream != nullptr;
+}
+
+void tzTargets::addStream(o_stream& target) {
+  for (const Target& known : m_targets) {
+    if (known.stream == &target) return;
+  }
+  m_targets.push_back({&target, false});
+}
+
+void tzTargets::removeStream(const o_stream& target) {
+  for (auto it = m_targets.begin(); it != m_targets.end(); ++it) {
+    if (it->stream != &target) continue;
+    const Target gone = *it;
+    m_targets.erase(it);
+    if (gone.owned) delete gone.stream;
+    return;
+  }
+}
+
+void tzTargets::flush() {
+  for (const Target& target : m_targets) target.stream->flush();
+}
+
+void tzTargets::close() {
+  for (const Target& target : m_targets) target.stream->close();
+}
+
+void tzTargets::put(const char* text, std::size_t length) {
+  for (const Target& target : m_targets) target.stream->write(text, length);
+}
+
+tzOStream::~tzOStream() { release(); }
+
+void tzOStream::setMsgLevel(int level) {
+  m_savedLevels.push_front(m_msgLevel);
+  m_msgLevel = level;
+}
+
+void tzOStream::restoreMsgLevel() {
+  m_msgLevel = L_ERR;
+  if (m_savedLevels.empty()) return;
+  m_msgLevel = m_savedLevels.front();
+  m_savedLevels.pop_front();
+}
+
+bool tzOStream::beginMessage(int level) {
+  if (level > m_outLevel) return false;
+  setMsgLevel(level);
+  return true;
+}
+
+void tzOStream::endMessageFlush() {
+  restoreMsgLevel();
+  flush();
+}
+
+tzOStream& tzOStream::operator<<(OutputLevel levelOrCommand) {
+  if (levelOrCommand == L_END) {
+    endMessage();
+  } else if (levelOrCommand == L_ENDFLUSH) {
+    endMessageFlush();
+  } else {
+    setMsgLevel(levelOrCommand);
+  }
+  return *this;
+}
+
+tzOStream& tzOStream::operator<<(const tzString& text) {
+  if (isShown()) put(text.c_str(), static_cast<std::size_t>(text.length()));
+  return *this;
+}
+
+tzOStream& tzOStream::operator<<(const char* text) { return *this << tzString(text); }
