@@ -6,6 +6,7 @@
 
 #include "tzlist.h"
 #include "tzresult.h"
+#include "tzsize.h"
 #include "tzstring.h"
 #include "tztool.h"
 
@@ -14,7 +15,6 @@ class tzCacheIterator;
 class tzConditions;
 class tzObject;
 class tzParameter;
-struct RkdiSize;
 template <typename T>
 class tzDefault_NSC;
 
@@ -264,6 +264,9 @@ class tzTest {
   tzString m_timingNote;
   tzResult m_lastResult = TZ_UNDEFINED;
   bool m_first = true;
+  bool m_bad87 = false;
+  bool m_badSSX = false;
+  tzString m_message;
   tzList<tzParameter*> m_parms;
   tzCacheIterator* m_cacheIterator = nullptr;
 };
