@@ -8,6 +8,7 @@
 #include "tzostream.h"
 #include "tzstring.h"
 
+class tzParameter;
 class tzTest;
 
 /// What the user wants to be asked on the console (key -A); bits.
@@ -85,6 +86,7 @@ class tzSession {
   void initOption(char key, const tzString& name, tzKeyInfo info, tzKeyApply apply,
                   const tzString& text, bool hidden);
   const tzOption* getOption(char key) const;
+  /// Echoes a key with what it does, or why it is ignored, and applies it.
   void applyOption(char key, const tzString& arg);
   /// Finds and reads the command file.
   /// @param name  receives its path
@@ -120,6 +122,11 @@ class tzSession {
   const tzString& getExePath() const { return m_exePath; }
   /// @}
 
+  /// What a kind of output file adds to the default name.
+  static const char* extension(tzOutFile kind);
+  static constexpr const char* INI_EXTENSION = ".ini";
+  static constexpr const char* SIGNAL_EXTENSION = ".end";
+
   /// @name What the keys set
   /// @{
   void setEnumMode(int mode) { m_enumMode = mode; }
@@ -132,7 +139,7 @@ class tzSession {
   void addLevelMode(OutputLevel mask);
   /// @param create  write the file (-I) instead of only reading it (-i)
   void setIniMode(const tzString& name, bool create);
-  void setIniFunctionsOnly(bool on) { m_iniFunctionsOnly = on; }
+  void setIniFunctionsOnly(bool on);
   void addCondition(RunCondition* condition);
   void setSglName(const tzString& name);
   void addOutFile(tzOutFile kind, const tzString& name, bool append);
@@ -165,25 +172,28 @@ class tzSession {
 
   // Steps of parseCommandLine.
   void findExecutable(const char* argv0);
-  tzStringList collectWords(int argc, char** argv);
-  void echoWords(const tzStringList& words);
+  void collectWords(int argc, char** argv);
   void fixExitLevel();
   void applyDirectories();
   void applyKeys();
   bool openIni();
   bool openOutFiles();
+  static bool openOutFile(tzOutFile kind, const tzString& path, bool append);
+  static bool isDirectoryKey(char key);
+  const tzOption* echoOption(char key, const tzString& arg);
 
   // Steps of run.
-  int runRegistered();
+  int runTests();
   void prepareLibrary();
   void sortTests();
+  void readParameters();
   void beginCommonData();
   void endCommonData();
-  int measure();
-  void writeIni();
-  void writeNames();
+  template <class Visit>
+  void visitTests(Visit visit);
+  int writeIni();
+  int writeNames();
   int finish(int result);
-  void printBanner();
 
   tzConditions m_conditions;
   tzOptionList m_options;
@@ -200,6 +210,8 @@ class tzSession {
   bool m_hintHidden = false;
   bool m_version = false;
   bool m_headerPrinted = false;
+  int m_result = 0;
+  tzList<tzParameter*> m_commonParms;
 
   bool m_batch = false;
   int m_askMode = ASK_NONE;

@@ -1,0 +1,214 @@
+// The session's command line: collecting words, applying keys in order, opening what they name, and
+// the help.
+
+#include "tzcstream.h"
+#include "tzistream.h"
+#include "tzregistry.h"
+#include "tzsession.h"
+
+namespace {
+
+constexpr int KEY_ECHO_MASK = 7;
+constexpr int DEFAULT_MASK = 7;  // errors, warnings, performance: a plain run tells its results
+constexpr int ECHO_WIDTH = 18;
+
+void fatal(const char* text) { g_ostrm << L_ERR << text << L_ENDFLUSH; }
+
+// Comments of a command file: from a "//" at the beginning of a word to the end of the line. A "//"
+// inside a word belongs to a path.
+tzString withoutComment(const tzString& line) {
+  int from = 0;
+  for (;;) {
+    const int at = line.find("//", from);
+    if (at < 0) return line;
+    if (at == 0 || line[at - 1] == ' ' || line[at - 1] == '\t') {
+      return line.substr(0, at);
+    }
+    from = at + 1;
+  }
+}
+
+tzString padded(tzString text, int width) {
+  while (text.length() < width) text += ' ';
+  return text;
+}
+
+void echoLine(const tzString& word, const tzString& text) {
+  g_ostrm << tzString(" ") + padded(word, ECHO_WIDTH) + " " + text + "\n";
+}
+
+}  // namespace
+
+// ---- the keys known ----
+
+void tzSession::initOption(char key, const tzString& name, tzKeyInfo info, tzKeyApply apply,
+                           const tzString& text, bool hidden) {
+  tzOption option;
+  option.key = key;
+  option.hidden = hidden;
+  option.name = name;
+  option.info = info;
+  option.apply = apply;
+  option.text = text;
+  m_options.push_back(option);
+}
+
+const tzOption* tzSession::getOption(char key) const {
+  for (const tzOption& option : m_options) {
+    if (option.key == key) return &option;
+  }
+  return nullptr;
+}
+
+bool tzSession::isDirectoryKey(char key) { return key == 'p' || key == 'l' || key == 'n'; }
+
+const tzOption* tzSession::echoOption(char key, const tzString& arg) {
+  const tzOption* option = getOption(key);
+  if (option == nullptr) {
+    echoLine(tzString("-") + key, "ignored: incorrect option key");
+    return nullptr;
+  }
+  echoLine(tzCommandKey{key, arg}.word(), option->info(arg));
+  return option;
+}
+
+void tzSession::applyOption(char key, const tzString& arg) {
+  if (const tzOption* option = echoOption(key, arg)) option->apply(arg, this);
+}
+
+// ---- the command line ----
+
+bool tzSession::parseCommandLine(int argc, char** argv) {
+  g_ostrm.setOutLevel(KEY_ECHO_MASK);
+  findExecutable(argc > 0 ? argv[0] : "");
+  collectWords(argc, argv);
+  fixExitLevel();
+  applyDirectories();
+  applyKeys();
+  return updateOptions();
+}
+
+void tzSession::collectWords(int argc, char** argv) {
+  tzStringList words;
+  for (int i = 1; i < argc; ++i) words.push_back(argv[i]);
+  m_commands.setArgs(words);
+
+  // The command file lies in the input directory, so a -p of the command line moves it.
+  tzString inDir;
+  if (m_commands.getArg('p', inDir) && !inDir.empty()) setInDir(inDir);
+  const auto addLine = [&](const tzString& text) {
+    m_commands.setArgs(text);
+    tzStringList more;
+    text.parse(more, " \t\r\n");
+    for (const tzString& word : more) words.push_back(word);
+  };
+  tzString cfgName, cfgText;
+  if (readCfgFile(cfgName, cfgText)) {
+    addLine(cfgText);
+    g_ostrm << tzString("read from ") + cfgName + " file\n";
+  }
+  if (!tzGetCmdLine().empty()) {
+    addLine(tzGetCmdLine());
+    g_ostrm << "set by _FORCE_CMDLINE preprocessor definition\n";
+  }
+
+  g_ostrm << "Command line options: ";
+  for (const tzString& word : words) g_ostrm << word + " ";
+  g_ostrm << "\n";
+}
+
+bool tzSession::readCfgFile(tzString& name, tzString& text) const {
+  name = getInPath(m_exePath.getFileTitle() + ".cfg");
+  i_stream file(name, OPEN_READ | OPEN_AS_GIVEN, false);
+  if (!file.hasFile()) return false;
+  text = "";
+  tzString line;
+  while (file.getline(line)) text += withoutComment(line) + "\n";
+  return true;
+}
+
+void tzSession::fixExitLevel() {
+  if (m_commands.isKey('?') || m_commands.isKey('h')) {
+    m_exitLevel = 2;
+  } else if (m_commands.isKey('e')) {
+    m_exitLevel = 1;
+  } else if (m_commands.isKey('v')) {
+    m_exitLevel = 3;
+  }
+}
+
+tzString tzSession::getExitInfo() const {
+  switch (m_exitLevel) {
+    case 1:
+      return "ignored because of -e option";
+    case 2:
+      return "ignored because of -h option";
+    case 3:
+      return "ignored because of -v option";
+    default:
+      return "ignored";
+  }
+}
+
+// The directories and the default name come first, so that file keys before and after them resolve
+// alike.
+void tzSession::applyDirectories() {
+  for (const tzCommandKey& command : m_commands) {
+    if (!isDirectoryKey(command.key)) continue;
+    if (const tzOption* option = getOption(command.key)) option->apply(command.arg, this);
+  }
+}
+
+void tzSession::applyKeys() {
+  for (const tzString& word : m_commands.refused()) echoLine(word, "ignored: not a key");
+  for (const tzCommandKey& command : m_commands) {
+    if (isDirectoryKey(command.key)) {
+      echoOption(command.key, command.arg);
+    } else {
+      applyOption(command.key, command.arg);
+    }
+  }
+}
+
+bool tzSession::updateOptions() {
+  g_ostrm.setOutLevel(m_levelMode != 0 ? m_levelMode : DEFAULT_MASK);
+  return openIni() && openOutFiles();
+}
+
+bool tzSession::openIni() {
+  if (!m_iniUsed) return true;
+  const bool open = g_istrm.setIniFile(genInPath(m_iniName, INI_EXTENSION), m_iniCreate);
+  if (open || !m_iniCreate) return true;
+  fatal("FATAL ERROR: can't open ini-file for writing\n");
+  return false;
+}
+
+bool tzSession::openOutFiles() {
+  if (m_namesOnly && !m_namesInResults && m_outFiles[OUT_NAMES].empty()) {
+    addOutFile(OUT_NAMES, "", false);
+  }
+  for (int kind = 0; kind < NUM_OUT_FILES; ++kind) {
+    for (const OutFile& file : m_outFiles[kind]) {
+      const tzString path = genOutPath(file.name, extension(static_cast<tzOutFile>(kind)));
+      if (openOutFile(static_cast<tzOutFile>(kind), path, file.append)) continue;
+      fatal("FATAL ERROR: can't open output file for writing\n");
+      return false;
+    }
+  }
+  return true;
+}
+
+bool tzSession::openOutFile(tzOutFile kind, const tzString& path, bool append) {
+  switch (kind) {
+    case OUT_TEXT:
+      return g_ostrm.addStream(path, append);
+    case OUT_RESULTS:
+      return g_cstrm.addStream(path, append);
+    case OUT_NAMES:
+      return g_qstrm.addStream(path, append);
+    case OUT_SUMMARY:
+      return g_ustrm.addStream(path, append);
+    default:
+      return g_mstrm.addStream(path, append);
+  }
+}
