@@ -95,7 +95,7 @@ class tzParameter {
 
 /// @name Values as text
 /// By the conversions of tzString. Reading sets the text's fail flag when nothing could be read;
-/// unlike the bare conversions it refuses an empty text, which no number is.
+/// unlike the bare conversions it refuses an empty or blank text, which no number is.
 /// @{
 template <typename T>
 tzString tzValueToText(const T& value) {
@@ -112,7 +112,9 @@ T tzTextToValue(const tzString& text) {
   } else {
     T value{};
     value << text;
-    if (text.empty()) text.setFail(true);
+    tzString visible = text;
+    visible.trim();
+    if (visible.empty()) text.setFail(true);
     return value;
   }
 }
