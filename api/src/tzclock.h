@@ -28,11 +28,15 @@ class tzCpuTicker {
 };
 
 /// The frequency of this processor in MHz, by a busy wait of one to two seconds; 0 without a
-/// time-stamp counter. Warns when the process was not given the processor for the whole wait.
+/// time-stamp counter.
 int estimateCpuFreqMHz();
 
 /// @name The decisions of the estimate
 /// @{
+/// The microseconds to reckon with: the processor time `worked`, but `passed` by the wall clock
+/// when the process did not have the processor all the time. The counter does not stop for other
+/// work (nor for the share that the system keeps back from real-time processes), clock() does.
+double tzElapsedUSec(double worked, double passed);
 /// Clocks over microseconds, rounded; 0 when no time or no clock passed.
 int tzRawFreqMHz(long long clocks, double usec);
 /// The common frequency within 3 % of a raw estimate, else the estimate itself. On a tie the lower

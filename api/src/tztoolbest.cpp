@@ -1,0 +1,234 @@
+// The best-of method: repetitions grow until a run is long enough and two runs in a row agree, then
+// the smallest of some further samples counts.
+#include <algorithm>
+#include <climits>
+#include <vector>
+
+#include "tzclock.h"
+#include "tztool.h"
+#include "tztoollog.h"
+
+namespace {
+
+int timesUpTo(int n, int factor) { return n > INT_MAX / factor ? INT_MAX : n * factor; }
+
+constexpr double excellentAccuracy = 0.01;  // nothing to gain from further samples
+constexpr int numSamples = 3;
+constexpr int numSamplesAfterBadStatus = 6;
+
+}  // namespace
+
+/// One measurement. Loop counts stay within an int: they stop growing at the largest one.
+class tzBestOf {
+ public:
+  tzBestOf(tzTool& tool, int from, int to, long long clocks)
+      : m_tool(tool), m_loops(from), m_maxLoops(to), m_minClocks(clocks) {}
+
+  void run();
+
+ private:
+  enum class Next { GO_ON, STOP, FAIL, EXIT };
+
+  Next priorMeasurement();
+  Next iterationMeasurement();
+  tzResult startIterations();
+  tzResult continueIterations();
+  Next judgeIterations(tzResult code);
+  Next avoidBadStatus();
+  Next tooShort();
+  tzResult repeatTiming(int loops, int count);
+  tzResult judgeSamples(const std::vector<double>& samples);
+  void stop();
+  void logResult(tzResult code);
+  const char* label() const { return m_tool.statMode ? "numCalls" : "numLoops"; }
+
+  tzTool& m_tool;
+  tzToolLog m_log;
+  int m_loops;
+  int m_maxLoops;
+  int m_startLoops = 0;
+  long long m_minClocks;
+};
+
+void tzTool::bestTiming(int from, int to, long long clocks) {
+  tzBestOf(*this, from, to, clocks).run();
+}
+
+void tzBestOf::run() {
+  m_tool.checkCtrlNow = m_tool.checkCtrl;
+  if (!m_tool.funcStat && !m_tool.funcCall) m_tool.statMode = false;
+  m_log << "    Auto method: start\n"
+        << "        minClocks  = " << tzTool::clockStr(m_minClocks) << "\n";
+
+  Next next = priorMeasurement();
+  while (next == Next::GO_ON) next = iterationMeasurement();
+  if (next == Next::STOP) return stop();
+
+  if (next == Next::FAIL) m_tool.updateResult(TZ_ACCURFAIL);
+  m_log << "    Auto method: exit\n";
+  m_log.writeInfo();
+  if (next == Next::FAIL) m_log.writeError();
+}
+
+void tzBestOf::logResult(tzResult code) {
+  m_log << "        result     = " << tzResultString(code) << "\n";
+  m_log.writeInfo();
+}
+
+tzBestOf::Next tzBestOf::priorMeasurement() {
+  for (;;) {
+    m_log << "    Prior Measurement: \n"
+          << "        " << label() << "   = " << m_loops << "\n";
+    m_log.writeInfo();
+    const tzResult code = startIterations();
+    m_log << "        numClocks  = " << m_tool.numClocks << "\n"
+          << "        funcClocks = " << m_tool.funcClocks << "\n";
+    logResult(code);
+    if (code > TZ_ACCURFAIL) return Next::EXIT;
+    if (code != TZ_ACCURFAIL) break;
+    // One retry from a single repetition, none from more.
+    if (m_loops > tzCpuTicker::getClockFactor()) return Next::FAIL;
+    m_loops = timesUpTo(m_loops, 10);
+    m_maxLoops = timesUpTo(m_maxLoops, 10);
+  }
+  m_startLoops = timesUpTo(m_tool.numLoops, 4);
+  return m_tool.numLoops < m_maxLoops ? Next::GO_ON : Next::STOP;
+}
+
+tzResult tzBestOf::startIterations() {
+  // The product of a quotient may miss the clocks by a rounding error.
+  constexpr double roundingError = 1e-12;
+  m_tool.numLoops = m_loops;
+  m_tool.runTimFunc(m_loops, m_tool.funcClocks, false);
+  if (tzIsFailure(m_tool.result)) return m_tool.result;
+  const double clocks = m_loops * m_tool.funcClocks * (1 + roundingError);
+  return static_cast<double>(m_minClocks) > clocks ? TZ_ACCURFAIL : TZ_OK;
+}
+
+tzBestOf::Next tzBestOf::iterationMeasurement() {
+  m_log << "    Iteration Measurement: \n"
+        << "        startLoops = " << m_startLoops << "\n"
+        << "        maxLoops   = " << m_maxLoops << "\n";
+  m_log.writeInfo();
+  const tzResult code = continueIterations();
+  m_log << "        stopLoops  = " << m_tool.numLoops << "\n"
+        << "        stopClocks = " << m_tool.numClocks << "\n"
+        << "        accuracy   = " << tzTool::getAccuracyStr(m_tool.accuracy) << "\n"
+        << "        funcClocks = " << m_tool.funcClocks << "\n";
+  logResult(code);
+  return judgeIterations(code);
+}
+
+tzResult tzBestOf::continueIterations() {
+  m_tool.numLoops = std::min(m_startLoops, m_maxLoops);
+  double previous = m_tool.funcClocks;
+  for (;;) {
+    m_tool.runTimFunc(m_tool.numLoops, m_tool.funcClocks, false);
+    // A function that failed is not called again.
+    if (tzIsFailure(m_tool.result)) return m_tool.result;
+    if (m_tool.funcClocks <= 0) return TZ_ACCURFAIL;
+    m_tool.accuracy = tzTool::computeAccuracy(m_tool.funcClocks, previous);
+    if (m_tool.checkCtrlNow && m_tool.badCtrlStatus()) {
+      m_tool.numLoops /= 2;
+      m_tool.funcClocks = previous;
+      return TZ_BADSTSWRN;
+    }
+    if (m_tool.accuracy <= m_tool.accuracyLimit) return TZ_OK;
+    if (m_tool.numLoops > m_maxLoops / 2) return TZ_ACCURWRN;
+    previous = m_tool.funcClocks;
+    m_tool.numLoops *= 2;
+  }
+}
+
+tzBestOf::Next tzBestOf::judgeIterations(tzResult code) {
+  if (code > TZ_ACCURFAIL) return Next::EXIT;
+  if (code == TZ_ACCURFAIL) return tooShort();
+  if (code == TZ_BADSTSWRN) return avoidBadStatus();
+  if (m_tool.accuracy <= excellentAccuracy) return Next::STOP;
+
+  m_log << "    Simple Measurements: \n";
+  code = repeatTiming(m_tool.numLoops, numSamples);
+  if (code > TZ_ACCURFAIL) return Next::EXIT;
+  if (code == TZ_ACCURFAIL) return tooShort();
+  if (code != TZ_ACCURWRN) return Next::STOP;
+  m_startLoops = timesUpTo(m_tool.numLoops, 4);
+  return m_tool.numLoops < m_maxLoops ? Next::GO_ON : Next::STOP;
+}
+
+// With a clock factor of 1 every count is enough to call the function unmeasurable; only a counter
+// that ticks slower earns it longer runs.
+tzBestOf::Next tzBestOf::tooShort() {
+  if (m_startLoops >= tzCpuTicker::getClockFactor()) return Next::FAIL;
+  m_startLoops = timesUpTo(m_startLoops, 10);
+  m_maxLoops = timesUpTo(m_maxLoops, 10);
+  return m_tool.numLoops < m_maxLoops ? Next::GO_ON : Next::STOP;
+}
+
+tzBestOf::Next tzBestOf::avoidBadStatus() {
+  const double limit = 2 * m_tool.accuracyLimit;
+  m_tool.printBadCtrlStatus(true);
+  g_ostrm << L_WARN << "-- Attempting to avoid bad control status\n" << L_END;
+  m_log << "    Reduce loops to avoid bad ctrl status.\n"
+        << "    Simple Measurements: \n";
+  m_tool.clearCtrlStatus();
+  const tzResult code = repeatTiming(m_tool.numLoops, numSamplesAfterBadStatus);
+  if (tzIsFailure(code)) return Next::EXIT;
+  if (code == TZ_BADSTSWRN || m_tool.accuracy > limit) {
+    m_log << "    Cannot avoid bad ctrl status\n";
+    m_log.writeInfo();
+    g_ostrm << L_WARN << "-- Attempt fails: "
+            << (code == TZ_BADSTSWRN ? "Bad control status repeats.\n"
+                                     : "Accuracy is unsatisfactory.\n")
+            << L_END;
+  } else {
+    g_ostrm << L_WARN << "-- Attempt is successful\n" << L_END;
+  }
+  return Next::STOP;
+}
+
+tzResult tzBestOf::repeatTiming(int loops, int count) {
+  std::vector<double> samples;
+  if (m_tool.numLoops == loops) samples.push_back(m_tool.funcClocks);
+  m_tool.numLoops = loops;
+  while (samples.size() < static_cast<size_t>(count)) {
+    double sample = 0;
+    m_tool.runTimFunc(loops, sample, false);
+    m_log << "        " << label() << "   = " << loops << "\n"
+          << "        numClocks  = " << m_tool.numClocks << "\n"
+          << "        funcClocks = " << sample << "\n";
+    if (tzIsFailure(m_tool.result)) {
+      logResult(m_tool.result);
+      return m_tool.result;
+    }
+    samples.push_back(sample);
+  }
+  return judgeSamples(samples);
+}
+
+tzResult tzBestOf::judgeSamples(const std::vector<double>& samples) {
+  const int count = static_cast<int>(samples.size());
+  m_tool.accuracy = tzTool::computeAccuracy(samples.data(), count);
+  m_tool.funcClocks = tzTool::computeBest(samples.data(), count);
+  tzResult code = m_tool.accuracy > m_tool.accuracyLimit ? TZ_ACCURWRN : TZ_OK;
+  if (m_tool.checkCtrlNow && m_tool.badCtrlStatus()) code = TZ_BADSTSWRN;
+  m_log << "        accuracy   = " << tzTool::getAccuracyStr(m_tool.accuracy) << "\n"
+        << "        bestClocks = " << m_tool.funcClocks << "\n"
+        << "        result     = " << tzResultString(code) << "\n";
+  m_tool.printBadCtrlStatus(m_tool.checkCtrlNow);
+  m_log.writeInfo();
+  return code;
+}
+
+void tzBestOf::stop() {
+  m_tool.infoText << (m_tool.statMode ? "nCalls=" : "nLps=") << m_tool.numLoops;
+  if (m_tool.accuracy > m_tool.accuracyLimit) {
+    const tzString spread = tzTool::getAccuracyStr(m_tool.accuracy);
+    m_tool.infoText << " acc=" << spread;
+    if (m_tool.result < TZ_ACCURWRN) {
+      m_tool.updateResult(TZ_ACCURWRN);
+      m_tool.resultText << ", actual accuracy = " << spread;
+    }
+  }
+  m_log << "    Auto method: stop\n";
+  m_log.writeInfo();
+}

@@ -1,0 +1,67 @@
+// Generic timing through the call function alone, for tests that register no loops of their own.
+#include <climits>
+
+#include "tzclock.h"
+#include "tztool.h"
+
+namespace {
+
+tzResult verdict(int status) {
+  return tzTool::m_pCheckStatus ? tzTool::m_pCheckStatus(status) : TZ_OK;
+}
+
+long long clocksBetween(unsigned long long first, unsigned long long last) {
+  return tzCpuTicker::getClockFactor() * static_cast<long long>(last - first);
+}
+
+// A failure is kept and ends the timing; of the other statuses the last that says something stays.
+bool keepStatus(int& kept, int status) {
+  if (status != 0) kept = status;
+  return status >= 0;
+}
+
+}  // namespace
+
+tzResult tzTool::timCall_Loop(int n, long long* clocks, bool resetVectors) {
+  if (!funcCall) return internalError(758);
+  if (funcInit) funcInit();
+  int status = funcCall();
+  if (status < 0 && m_pCheckStatus) return m_pCheckStatus(status);
+
+  const bool reset = resetVectors && m_pResetVectors;
+  const unsigned long long first = rkd_get_quorvex_counter();
+  for (int i = 0; i < n; ++i) {
+    if (funcInit) funcInit();
+    if (reset) m_pResetVectors();
+    if (!keepStatus(status, funcCall())) break;
+  }
+  *clocks = clocksBetween(first, rkd_get_quorvex_counter());
+  return verdict(status);
+}
+
+tzResult tzTool::timCall_Stat(int* calls, long long* clocks, bool resetVectors) {
+  if (!funcCall) return internalError(795);
+  if (funcInit) funcInit();
+  int status = funcCall();
+  if (status < 0 && m_pCheckStatus) return m_pCheckStatus(status);
+
+  const bool reset = resetVectors && m_pResetVectors;
+  const int leastCalls = *calls;
+  const long long budget = *clocks;
+  long long sum = 0;
+  int made = 0;
+  while (made < leastCalls || (sum < budget && made < INT_MAX)) {
+    if (funcInit) funcInit();
+    const unsigned long long first = rkd_get_quorvex_counter();
+    if (reset) m_pResetVectors();
+    funcCall();
+    sum += clocksBetween(first, rkd_get_quorvex_counter());
+    // The second call, untimed, is the one whose status counts.
+    const bool good = keepStatus(status, funcCall());
+    ++made;
+    if (!good) break;
+  }
+  *calls = made;
+  *clocks = sum;
+  return verdict(status);
+}
