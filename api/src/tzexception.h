@@ -44,9 +44,8 @@ class tzSignalGuard {
   /// @return true when it returned, false when a signal ended it
   template <class Function>
   bool call(Function&& function) {
-    using F = std::remove_reference_t<Function>;
-    return perform([](void* f) { (*static_cast<F*>(f))(); },
-                   const_cast<void*>(static_cast<const volatile void*>(&function)));
+    auto run = [&function] { function(); };
+    return perform([](void* r) { (*static_cast<decltype(run)*>(r))(); }, &run);
   }
 
   /// The signal that was caught, 0 before.
