@@ -7,11 +7,11 @@
 /// - Steps are the distance between row starts in BYTES; sizes and widths are in PIXELS.
 /// - `C1`, `C3`, `C4` in a name: channels interleaved; `P3`, `P4`: an array of plane pointers whose
 ///   planes share one step; `R`: a region with steps; `I`: in place.
-/// - Pointers need the alignment of their element type and no more.
+/// - Pointers to samples and coefficients may have any alignment, and steps need not be multiples
+///   of the sample size.
 /// - A function checks its arguments before it touches memory; after an error nothing is written.
 /// - Functions keep no hidden state and may run in several threads at once on different data.
-#ifndef RKD_RKDBASE_H_
-#define RKD_RKDBASE_H_
+#pragma once
 
 #include <stddef.h>
 #include <stdint.h>
@@ -40,7 +40,7 @@ typedef int RkdStatus;
   X(rkdStsNotAvailableErr, -2, "the service is not available")                                     \
   X(rkdStsNullPtrErr, -3, "a pointer is null")                                                     \
   X(rkdStsSizeErr, -4, "a size, width or length is not positive or out of range")                  \
-  X(rkdStsStepErr, -5, "a step is smaller than a row or not a multiple of the element size")       \
+  X(rkdStsStepErr, -5, "a step is smaller than a row")                                             \
   X(rkdStsBadArgErr, -6, "a parameter is out of range")                                            \
   X(rkdStsNoMemErr, -7, "not enough memory")                                                       \
   X(rkdStsContextErr, -8, "a state or specification object is not initialised or of another kind") \
@@ -119,5 +119,3 @@ typedef struct {
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* RKD_RKDBASE_H_ */

@@ -1,0 +1,8 @@
+/// @file rkd.h
+/// The whole library.
+#pragma once
+
+#include "rkd/rkdcore.h"
+#include "rkd/rkdi.h"
+#include "rkd/rkdjpeg.h"
+#include "rkd/rkds.h"

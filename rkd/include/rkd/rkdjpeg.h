@@ -1,0 +1,7 @@
+/// @file rkdjpeg.h
+/// The JPEG part.
+#pragma once
+
+#include "rkd/rkdjpeg_dct.h"
+#include "rkd/rkdjpeg_huffman.h"
+#include "rkd/rkdjpeg_pred.h"
