@@ -5,11 +5,8 @@
 
 #include <csignal>
 #include <filesystem>
-#include <fstream>
-#include <memory>
-#include <sstream>
 
-#include "capture.h"
+#include "apikit.h"
 #include "tzcstream.h"
 #include "tzostream.h"
 #include "tztrace.h"
@@ -17,30 +14,18 @@
 namespace {
 
 namespace fs = std::filesystem;
-using testing::AllOf;
 using testing::HasSubstr;
-using testing::MatchesRegex;
 
 /// A fresh folder that is both input and output directory.
 class Files : public testing::Test {
  protected:
   Files() {
-    fs::create_directories(m_dir);
-    io_stream::setInputDir(m_dir.c_str());
-    io_stream::setOutputDir(m_dir.c_str());
+    io_stream::setInputDir(m_folder.path(""));
+    io_stream::setOutputDir(m_folder.path(""));
   }
-  ~Files() override { fs::remove_all(m_dir); }
+  std::string contents(const char* name) const { return m_folder.read(name); }
 
-  std::string contents(const char* name) const {
-    std::ostringstream text;
-    text << std::ifstream(m_dir / name, std::ios::binary).rdbuf();
-    return text.str();
-  }
-  void write(const char* name, const std::string& text) const {
-    std::ofstream(m_dir / name, std::ios::binary) << text;
-  }
-
-  const fs::path m_dir = fs::path(testing::TempDir()) / ("streams" + std::to_string(getpid()));
+  const TemporaryFolder m_folder;
 };
 
 TEST(Levels, MaskIsReadLetterByLetter) {
@@ -96,7 +81,7 @@ TEST(Levels, BeginMessageComparesNumbers) {
 }
 
 TEST_F(Files, OneTextGoesToAllTargets) {
-  write("old.txt", "before\n");
+  m_folder.make("old.txt", "before\n");
   {
     tzOStream out;
     MemoryTarget memory;
@@ -118,12 +103,12 @@ TEST_F(Files, OneTextGoesToAllTargets) {
 }
 
 TEST_F(Files, AFileThatDoesNotOpenIsReportedAndNotAdded) {
-  ConsoleCapture console;
+  Console console;
   const int level = g_ostrm.msgLevel();
   tzOStream out;
   EXPECT_FALSE(out.addStream("missing/x.txt", false));
   EXPECT_FALSE(out.hasTargets());
-  EXPECT_EQ(console.take(), "-- Can't open file " + (m_dir / "missing/x.txt").string() +
+  EXPECT_EQ(console.take(), "-- Can't open file " + m_folder.path("missing/x.txt").str() +
                                 " to write: No such file or directory\n");
   EXPECT_FALSE(i_stream("missing.ini").isOpen());
   EXPECT_THAT(console.take(), HasSubstr("missing.ini to read: No such file or directory\n"));
@@ -140,7 +125,7 @@ TEST_F(Files, DirectoriesPrefixRelativeNamesOnly) {
   EXPECT_EQ(io_stream::pathIn("d/", "a"), "d/a");
   EXPECT_EQ(io_stream::pathIn("d", "/a"), "/a");
   const fs::path before = fs::current_path();
-  fs::current_path(m_dir);
+  fs::current_path(m_folder.path("").str());
   io_stream::setOutputDir("elsewhere");
   o_stream("here.txt", OPEN_WRITE | OPEN_AS_GIVEN) << "x";
   fs::current_path(before);
@@ -148,7 +133,7 @@ TEST_F(Files, DirectoriesPrefixRelativeNamesOnly) {
 }
 
 TEST_F(Files, LinesEndAtNewlinesAndTheLastNeedsNone) {
-  write("in.txt", "one\n\n" + std::string(1500, 'x') + "\nla" + std::string("\0!", 2));
+  m_folder.make("in.txt", "one\n\n" + std::string(1500, 'x') + "\nla" + std::string("\0!", 2));
   i_stream in("in.txt");
   tzString line;
   std::vector<std::size_t> lengths;
@@ -158,7 +143,7 @@ TEST_F(Files, LinesEndAtNewlinesAndTheLastNeedsNone) {
 }
 
 TEST(Reading, WhatHasNoLineEndsIsRefused) {
-  ConsoleCapture console;
+  Console console;
   i_stream endless("/dev/zero");
   tzString line;
   EXPECT_FALSE(endless.getline(line));
@@ -168,7 +153,7 @@ TEST(Reading, WhatHasNoLineEndsIsRefused) {
 }
 
 TEST(WriteErrors, AFullDiskIsReportedOnceWithTheFilesName) {
-  ConsoleCapture console;
+  Console console;
   EXPECT_FALSE(o_stream::anyWriteFailed());
   {
     tzCStream table;
@@ -194,7 +179,7 @@ TEST(WriteErrors, AFullDiskIsReportedOnceWithTheFilesName) {
 }
 
 TEST(WriteErrors, TheConsolesOwnFileMayFail) {
-  ConsoleCapture console;
+  Console console;
   ASSERT_TRUE(g_ostrm.addStream("/dev/full", false));
   g_ostrm << L_ERR << "x\n" << L_ENDFLUSH;
   EXPECT_EQ(console.take(), "x\n-- Can't write file /dev/full: No space left on device\n");
@@ -301,7 +286,7 @@ TEST(IdenticalLines, TheFirstPairOfTheTableIsNamed) {
                               {{"b", "a", "a", "a"}, "2 & 3"},
                               {{"a", "b"}, ""},
                               {{}, ""}}) {
-    ConsoleCapture console;
+    Console console;
     tzCStream table;
     table << "heading"
           << "\n";
@@ -324,7 +309,7 @@ TEST(IdenticalLines, TheFirstPairOfTheTableIsNamed) {
 }
 
 TEST(IdenticalLines, CellsAreComparedOneByOne) {
-  ConsoleCapture console;
+  Console console;
   tzCStream table;
   table.identicalLinesStart(99);  // all 32
   table << "ab"
@@ -343,7 +328,7 @@ TEST(IdenticalLines, CellsAreComparedOneByOne) {
 }
 
 TEST(Trace, StepsAreIndentedByTheirDepth) {
-  ConsoleCapture console(L_ERR | L_WARN | L_PERF | L_TRACE);
+  Console console(L_ERR | L_WARN | L_PERF | L_TRACE);
   tzTrace trace;
   trace.traceIn("run");
   trace.traceIn("step");
@@ -360,7 +345,7 @@ TEST(Trace, StepsAreIndentedByTheirDepth) {
 }
 
 TEST(Trace, EndingAStepEndsWhatIsInside) {
-  ConsoleCapture console;  // without TRACE
+  Console console;  // without TRACE
   tzTrace trace;
   for (const char* name : {"a", "b", "c"}) trace.traceIn(name);
   trace.traceOut("b");

@@ -8,27 +8,8 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
-#include <utility>
 
-#include "tzostream.h"
-
-/// What is written to the console while it lives.
-class Console : public o_stream {
- public:
-  /// @param mask  the levels that are shown
-  explicit Console(int mask = L_ERR | L_WARN | L_PERF) {
-    g_ostrm.setOutLevel(mask);
-    g_ostrm.addStream(*this);
-  }
-  ~Console() override { g_ostrm.removeStream(*this); }
-  void write(const char* text, std::size_t length) override { m_text.append(text, length); }
-  const std::string& text() const { return m_text; }
-  /// The text so far, which is then forgotten.
-  std::string take() { return std::exchange(m_text, std::string()); }
-
- private:
-  std::string m_text;
-};
+#include "capture.h"
 
 /// A folder of its own, removed with all its files at the end.
 class TemporaryFolder {

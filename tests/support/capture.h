@@ -4,6 +4,7 @@
 
 #include <ostream>
 #include <string>
+#include <utility>
 
 #include "tzcstream.h"
 #include "tzostream.h"
@@ -48,13 +49,13 @@ class Capture {
 using CsvCapture = Capture<tzCStream>;
 
 /// What g_ostrm shows at the levels of `mask`.
-class ConsoleCapture : public Capture<tzOStream> {
+class Console : public Capture<tzOStream> {
  public:
-  explicit ConsoleCapture(int mask = L_ERR | L_WARN | L_PERF)
+  explicit Console(int mask = L_ERR | L_WARN | L_PERF)
       : Capture(g_ostrm), m_before(g_ostrm.outLevel()) {
     g_ostrm.setOutLevel(mask);
   }
-  ~ConsoleCapture() { g_ostrm.setOutLevel(m_before); }
+  ~Console() { g_ostrm.setOutLevel(m_before); }
 
  private:
   int m_before;
