@@ -185,6 +185,8 @@ class tzOStream : public tzTargets {
   /// Back to the level before; to ERR when there is none.
   void restoreMsgLevel();
   int msgLevel() const { return m_msgLevel; }
+  /// Levels kept on the stack.
+  int levelDepth() const { return m_savedLevels.count(); }
 
   /// setMsgLevel, unless `level`, compared as a number, exceeds the output mask.
   /// @return whether the level was set, and so needs an endMessage
@@ -210,6 +212,24 @@ class tzOStream : public tzTargets {
   int m_outLevel = L_ERR;
   int m_msgLevel = L_PERF;
   tzList<int> m_savedLevels;
+};
+
+/// The levels of a console as they stand, to come back to after an exception has left messages
+/// unfinished.
+class tzOStreamState {
+ public:
+  explicit tzOStreamState(const tzOStream& os)
+      : m_outLevel(os.outLevel()), m_msgLevel(os.msgLevel()), m_depth(os.levelDepth()) {}
+  void restore(tzOStream& os) const {
+    os.setOutLevel(m_outLevel);
+    while (os.levelDepth() > m_depth) os.restoreMsgLevel();
+    if (os.msgLevel() != m_msgLevel) os.setMsgLevel(m_msgLevel);
+  }
+
+ private:
+  int m_outLevel;
+  int m_msgLevel;
+  int m_depth;
 };
 
 /// Standard output and input, and the console; usable before `main`, from any static initialiser.

@@ -23,7 +23,7 @@ class tzReportFormat {
   /// Characters inside the frame that an item can use, blank margins left out.
   static constexpr int TEXT_WIDTH = FRAME_WIDTH - 4;
 
-  /// Columns of a label and its value.
+  /// Two columns, a label and its value, over the width of the frame.
   explicit tzReportFormat(bool framed = true);
 
   /// @param width  0: no such column; negative: items stand against the column's right end
@@ -78,59 +78,79 @@ const tzStringList& tzLibInfo();
 /// Common to the reports: key/value pairs, keys and values alternating.
 class tzReport {
  public:
-  const tzStringList& pairs() const { return m_pairs; }
-  /// The value of the first pair with this key, empty without one.
-  tzString value(const tzString& key) const;
-
- protected:
-  void add(const tzString& key, const tzString& value);
+  virtual ~tzReport() = default;
+  virtual const tzStringList& pairs() const { return m_pairs; }
   /// One line a pair, two cells each.
   void putPairs(tzCStream& table) const;
 
- private:
+ protected:
+  void add(const tzString& key, const tzString& value);
+
   tzStringList m_pairs;
 };
 
-/// The heading of a run: machine, system, library, start. Building one may take the one to two
-/// seconds of a frequency estimate: build it where it is really printed (tzPutTitle does).
+/// The heading of a run: machine, system, library, start. It collects these when they are first
+/// asked for, since that may take the one to two seconds of a frequency estimate: a stream that
+/// nobody reads costs nothing.
 class tzReportTitle : public tzReport {
  public:
-  explicit tzReportTitle(const tzTestList& tests);
+  /// @param tests  must outlive the report
+  explicit tzReportTitle(const tzTestList& tests) : m_tests(tests) {}
+  const tzStringList& pairs() const override;
+  /// The timing method in words.
+  static tzString timingText();
+  /// Which tests were asked for, as keys; "all" without any.
+  static tzString testText();
+
+ private:
+  void collect();
+  const tzTestList& m_tests;
 };
 tzOStream& operator<<(tzOStream& os, const tzReportTitle& report);
 tzCStream& operator<<(tzCStream& table, const tzReportTitle& report);
 
-/// Writes the title to the console and to the summary table, each only when it has readers: a
-/// quiet run without a summary table costs no frequency estimate. The summary table also gets the
-/// heading of its columns.
+/// Writes the title to the console and to the summary table, which also gets the heading of its
+/// columns.
 void tzPutTitle(const tzTestList& tests);
 
 /// The heading of one test.
 class tzReportTestTitle : public tzReport {
  public:
   explicit tzReportTestTitle(const tzTest& test);
+  const tzString& function() const { return m_function; }
+  const tzString& kind() const { return m_kind; }  ///< tzTest::kind
+
+ private:
+  tzString m_function;
+  tzString m_kind;
 };
 tzOStream& operator<<(tzOStream& os, const tzReportTestTitle& report);
-/// Two cells of the row under construction, the function and "Timing" or "Information".
+/// Begins a row with two cells, the function and its kind, and leaves it under construction.
 tzCStream& operator<<(tzCStream& table, const tzReportTestTitle& report);
 
 /// The summary of one test after its run.
 class tzReportTestResult : public tzReport {
  public:
   explicit tzReportTestResult(const tzTest& test);
-  /// The names of the summary line's parts.
+  /// The names of the summary line's parts, joined by commas.
   static tzString summaryHeader();
-  /// Comma-separated; empty for a test that did not run.
-  const tzString& summary() const { return m_summary; }
+  /// The summary line; empty for a test that did not run.
+  tzString summary() const;
+  /// The line without its first two parts, which the title's row begins with as well.
+  const tzString& summaryRest() const { return m_summaryRest; }
+  const tzString& function() const { return m_function; }
+  const tzString& kind() const { return m_kind; }
   tzResult result() const { return m_result; }
 
  private:
   tzResult m_result;
-  tzString m_summary;
+  tzString m_function;
+  tzString m_kind;
+  tzString m_summaryRest;
 };
 tzOStream& operator<<(tzOStream& os, const tzReportTestResult& report);
-/// Writes the summary line as one cell and ends the row. What the test's title has put into the
-/// row already is not repeated, so that rows agree with the heading.
+/// Writes the summary line as one cell and ends the row. A row that the title has begun is
+/// completed instead, so that it agrees with the heading.
 tzCStream& operator<<(tzCStream& table, const tzReportTestResult& report);
 
 /// The totals of a run.

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <ctime>
+#include <memory>
+#include <vector>
 
 #include "tzlist.h"
 #include "tzresult.h"
@@ -25,17 +27,11 @@ enum tzVerifyMode { VERIFY_OFF = 0, VERIFY_ON = 1, VERIFY_ONLY = 2 };
 /// element that clocks are told per (getDivisor, getUnit); everything else has a default.
 class tzTest {
  public:
-  /// A function that times itself: n repetitions, total clocks left in the tool.
-  using ToolFunc = tzResult (*)(tzTool& tool, int n);
-  /// n repetitions of the measured operation, total clocks through `clocks`.
-  using LoopFunc = tzResult (*)(int n, long long* clocks);
-  /// At least *n calls, until *clocks are used up; both are written back.
-  using StatFunc = tzResult (*)(int* n, long long* clocks);
-  /// One call of the measured operation, or its initialisation; negative: a failure.
-  using CallFunc = int (*)();
-  /// Compares one performance of the measured function with its judge, on the data just built.
-  /// @param note  receives the first difference: its position and both values, in one line
-  /// @return TZ_OK when equal, TZ_FUNCFAIL when not, TZ_UNDEFINED when there is no judge
+  /// Compares one performance of the measured function with its judge, on the data just built,
+  /// and leaves the data as they were. It guards its calls of the measured function (tzCallGuard).
+  /// @param note  receives the first difference, its position and both values, or the signal
+  /// @return TZ_OK when equal, TZ_FUNCFAIL when not, TZ_EXCPTFAIL after a signal, TZ_UNDEFINED
+  ///         when there is no judge
   using VerifyFunc = tzResult (*)(tzTest& test, tzString& note);
   /// As tzCacheIterator::SetNewValueFunc.
   using SteerFunc = bool (*)(tzParameter* parm, int size, int limit, bool fine);
@@ -44,9 +40,10 @@ class tzTest {
   /// @param name     the measured function: the key for sorting, conditions, ini section, hot list
   /// @param source   path of the unit, without extension
   /// @param regText  test name: the suite class, two slashes, the registration macro
-  tzTest(CallFunc call, CallFunc init, LoopFunc loop, StatFunc stat, const tzString& name,
+  tzTest(tzCallFunc call, tzInitFunc init, tzLoopFunc loop, tzStatFunc stat, const tzString& name,
          const tzString& source, const tzString& regText);
-  tzTest(ToolFunc function, const tzString& name, const tzString& source, const tzString& regText);
+  tzTest(tzToolFunc function, const tzString& name, const tzString& source,
+         const tzString& regText);
   tzTest(const tzTest&) = delete;
   tzTest& operator=(const tzTest&) = delete;
 
@@ -124,8 +121,6 @@ class tzTest {
   /// Whether a control-status watch reported a change during the last run.
   bool isBad87() const { return m_bad87; }
   bool isBadSSX() const { return m_badSSX; }
-  /// Messages of the last run worth a line in its report.
-  const tzString& message() const { return m_message; }
   tzList<tzParameter*>& parms() { return m_parms; }
   const tzList<tzParameter*>& parms() const { return m_parms; }
   tzTool& tool() { return m_tool; }
@@ -144,9 +139,9 @@ class tzTest {
   void regCacheParm(tzDefault_NSC<RkdiSize>& parm, tzObject* object = nullptr,
                     SteerFunc steer = nullptr);
   tzCacheIterator* cacheIterator() const { return m_cacheIterator; }
-  /// Declares the parameters and reads them, without measuring: what a run does first, and all
-  /// that writing an ini file or a table of names needs.
-  /// @return what canStart returned
+  /// Declares the parameters (the ones declared before are forgotten) and reads them, without
+  /// measuring: all that writing an ini file or a table of names needs.
+  /// @return false, after a message when an exception was the reason, when the test cannot start
   bool prepareParms();
   /// @}
 
@@ -206,54 +201,59 @@ class tzTest {
  protected:
   /// @name Steps of run, for overrides of it
   /// @{
-  /// Result 0, a fresh tool, the ini section of this function, start time.
-  /// @return false when the test is not to be run at all
+  /// Forgets the last run, takes a fresh tool and selects the ini section of this function.
+  /// @return false when the test is not to be run; it is not counted then
   bool beginRun();
   void printTitle();
-  /// Stores the result, records the end, writes the result reports.
+  /// Stores the result being built, records the end and writes the result reports.
+  /// @return the stored result
   tzResult finishRun();
   /// The whole run of a test that cannot be timed here: title, printNotSupportTiming, result.
   /// @return 0, as the last result is
   tzResult runNotSupported(const tzString& reason);
+  /// For an override that reports in its own way: stores a result and the end of the run.
+  tzResult storeResult(tzResult result);
   /// @}
 
+  /// The loop over parameter combinations.
   void loopData();
 
  private:
+  template <class Function>
+  void step(const char* name, Function&& function);
+  template <class Function>
+  void guarded(Function&& function);
+  void caught(const char* message);
   void runSteps();
-  void measureSteps();
-  void caught(const tzString& what);
+  bool declareParms();
   void clearParms();
-  void addCacheParm(tzParameter& plain, tzCacheIterator* iterator);
-  void regCacheState();
+  void addCacheIterator(tzCacheIterator* iterator);
+  void addCacheState();
 
   bool firstCombination();
   bool nextCombination();
-  bool nextCacheState();
 
   bool buildData();
   void dropData();
   void measureCombination();
-  void timeCombination();
   bool verifyCombination();
-  tzResult timeWatched();
-  void judgeTiming(tzResult timed);
+  tzResult timeCombination();
   tzResult checkControl();
-  void putResult(tzResult result, tzResult escalated);
+  void judge(tzResult result);
   void openTable();
   void closeTable();
 
+  void settleWidths();
+  void nameRow();
+  void putRow(tzResult result);
   tzString parmsColumns() const;
-  void settleColumns();
-  void rowHead();
-  void cleanRow();
   tzString measureNote() const;
 
-  ToolFunc m_toolFunc = nullptr;
-  LoopFunc m_loop = nullptr;
-  StatFunc m_stat = nullptr;
-  CallFunc m_call = nullptr;
-  CallFunc m_init = nullptr;
+  tzToolFunc m_toolFunc = nullptr;
+  tzLoopFunc m_loop = nullptr;
+  tzStatFunc m_stat = nullptr;
+  tzCallFunc m_call = nullptr;
+  tzInitFunc m_init = nullptr;
   VerifyFunc m_verify = nullptr;
   time_t m_startTime = 0;
   time_t m_endTime = 0;
@@ -262,11 +262,20 @@ class tzTest {
   tzString m_regText;
   tzTool m_tool;
   tzString m_timingNote;
+  tzString m_sectionBefore;  // of the ini file
   tzResult m_lastResult = TZ_UNDEFINED;
-  bool m_first = true;
+  tzResult m_lineResult = TZ_UNDEFINED;  // of the result line under construction
+  bool m_first = true;                   // no combination has been made yet
   bool m_bad87 = false;
   bool m_badSSX = false;
-  tzString m_message;
+  bool m_verified = false;      // the current combination equals its judge
+  bool m_stateRefused = false;  // the data of the current combination have the wrong size
+  bool m_dataMade = false;
+  bool m_tableOpen = false;
+  int m_numMeasured = 0;    // result lines of this run
+  const char* m_step = "";  // of run, for the message of an exception
   tzList<tzParameter*> m_parms;
+  std::vector<int> m_widths;  // of the parameters' columns in a result line
   tzCacheIterator* m_cacheIterator = nullptr;
+  std::unique_ptr<tzParameter> m_cacheState;
 };
