@@ -1,0 +1,6 @@
+/// @file
+/// Plain versions of the library's functions: same names and signatures, in namespace ref.
+#pragma once
+
+#include "ref_color.h"
+#include "ref_dct.h"

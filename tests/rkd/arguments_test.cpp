@@ -1,0 +1,205 @@
+// Bad arguments of every entry point from one table: a null pointer, a size that is not positive, a
+// step below a row. Each gives its own status, and nothing is written.
+//
+// A line is REFUSES(function, shape), where the shape has one word an argument:
+//   p    pointer to samples, a table or an object
+//   P3   array of 3 plane pointers
+//   s2   step of rows of 2 samples a pixel, at the width of the function's size
+//   r8   step of rows of 8 samples, whatever the size
+//   z    RkdiSize
+//   n    length or width, positive
+//   =5   any other parameter, with a value that is right
+// Steps measure rows of the pointer before them.
+#include <sstream>
+#include <tuple>
+#include <type_traits>
+
+#include "rkd/rkd.h"
+#include "rkdkit.h"
+
+using namespace rkdkit;
+
+namespace {
+
+constexpr RkdiSize kSize = {19, 3};
+constexpr int kLength = 19;
+
+// What the arguments point to. Read-only operands hold 16-bit ones: right as samples, as
+// coefficients and as tables.
+struct Operands {
+  static constexpr size_t kBytes = 1 << 14;
+  std::vector<std::vector<uint8_t>> memory;
+  std::vector<std::array<void*, 4>> planes;
+  Operands() {
+    memory.reserve(64);
+    planes.reserve(16);
+  }
+
+  template <class T>
+  T* make() {
+    auto& block = memory.emplace_back(kBytes, uint8_t{0xA5});
+    if constexpr (std::is_const_v<T>) {
+      for (size_t i = 0; i < kBytes; ++i) block[i] = i % 2 == 0 ? 1 : 0;
+    }
+    return reinterpret_cast<T*>(block.data());
+  }
+  template <class T>
+  T* const* makePlanes(int count) {
+    auto& array = planes.emplace_back();
+    for (int p = 0; p < count; ++p) {
+      array[p] = const_cast<std::remove_const_t<T>*>(make<T>());
+    }
+    return reinterpret_cast<T* const*>(array.data());
+  }
+};
+
+struct Word {
+  char kind;
+  int number;
+};
+
+std::vector<Word> parse(const std::string& shape) {
+  std::vector<Word> words;
+  std::istringstream in(shape);
+  for (std::string word; in >> word;) {
+    words.push_back({word[0], word.size() > 1 ? std::stoi(word.substr(1)) : 0});
+  }
+  return words;
+}
+
+template <class T>
+int sampleBytes(T*) {
+  return sizeof(T);
+}
+template <class T>
+int sampleBytes(T* const*) {
+  return sizeof(T);
+}
+
+// The right value of one argument; `bytes` is the sample size of the last pointer.
+template <class A>
+A rightValue(Operands& operands, Word word, int& bytes) {
+  if constexpr (std::is_same_v<A, RkdiSize>) {
+    return kSize;
+  } else if constexpr (std::is_pointer_v<A>) {
+    A pointer;
+    if constexpr (std::is_pointer_v<std::remove_pointer_t<A>>) {
+      using T = std::remove_pointer_t<std::remove_cv_t<std::remove_pointer_t<A>>>;
+      pointer = operands.makePlanes<T>(word.number);
+    } else {
+      pointer = operands.make<std::remove_pointer_t<A>>();
+    }
+    if constexpr (!std::is_void_v<std::remove_pointer_t<A>>) bytes = sampleBytes(pointer);
+    return pointer;
+  } else {
+    switch (word.kind) {
+      case 's':
+        return static_cast<A>(kSize.width * word.number * bytes);
+      case 'r':
+        return static_cast<A>(word.number * bytes);
+      case 'n':
+        return static_cast<A>(kLength);
+      default:
+        return static_cast<A>(word.number);
+    }
+  }
+}
+
+template <class... A>
+class Refusals {
+ public:
+  Refusals(const char* name, RkdStatus (*function)(A...), const char* shape)
+      : m_name(name), m_function(function), m_words(parse(shape)) {}
+
+  void check() {
+    ASSERT_EQ(m_words.size(), sizeof...(A)) << m_name << ": the shape has another number of words";
+    const std::tuple<A...> right = rightValues(std::index_sequence_for<A...>{});
+    const auto before = m_operands.memory;
+    checkEach(right, std::index_sequence_for<A...>{});
+    EXPECT_EQ(m_operands.memory, before) << m_name << " wrote in spite of a bad argument";
+    // Only now, as it writes: the arguments that were broken one by one are right as a whole.
+    EXPECT_EQ(std::apply(m_function, right), rkdStsNoErr) << m_name;
+  }
+
+ private:
+  template <size_t... I>
+  std::tuple<A...> rightValues(std::index_sequence<I...>) {
+    int bytes = 1;
+    // Braces fix the order of evaluation, left to right.
+    return std::tuple<A...>{rightValue<A>(m_operands, m_words[I], bytes)...};
+  }
+
+  template <size_t... I>
+  void checkEach(const std::tuple<A...>& right, std::index_sequence<I...>) {
+    (checkOne<I>(right), ...);
+  }
+
+  template <size_t I, class Value>
+  void expectRefused(std::tuple<A...> arguments, Value value, RkdStatus want) {
+    std::get<I>(arguments) = value;
+    EXPECT_EQ(std::apply(m_function, arguments), want) << m_name << ", argument " << I + 1;
+  }
+
+  template <size_t I>
+  void checkOne(const std::tuple<A...>& right) {
+    using T = std::tuple_element_t<I, std::tuple<A...>>;
+    const auto value = std::get<I>(right);
+    const Word word = m_words[I];
+    if constexpr (std::is_same_v<T, RkdiSize>) {
+      for (const RkdiSize bad : {sz(0, 3), sz(19, 0), sz(-1, 3), sz(19, -1), sz(INT32_MIN, 3)}) {
+        expectRefused<I>(right, bad, rkdStsSizeErr);
+      }
+    } else if constexpr (std::is_pointer_v<T>) {
+      expectRefused<I>(right, nullptr, rkdStsNullPtrErr);
+      if constexpr (std::is_pointer_v<std::remove_pointer_t<T>>) {
+        for (int p = 0; p < word.number; ++p) {
+          std::array<std::remove_cv_t<std::remove_pointer_t<T>>, 4> planes;
+          std::copy(value, value + word.number, planes.begin());
+          planes[p] = nullptr;
+          expectRefused<I>(right, planes.data(), rkdStsNullPtrErr);
+        }
+      }
+    } else if (word.kind == 's' || word.kind == 'r') {
+      for (const int bad : {static_cast<int>(value) - 1, 0, -1, INT32_MIN}) {
+        expectRefused<I>(right, static_cast<T>(bad), rkdStsStepErr);
+      }
+    } else if (word.kind == 'n') {
+      for (const int bad : {0, -1, INT32_MIN}) {
+        expectRefused<I>(right, static_cast<T>(bad), rkdStsSizeErr);
+      }
+    }
+  }
+
+  const char* m_name;
+  RkdStatus (*m_function)(A...);
+  std::vector<Word> m_words;
+  Operands m_operands;
+};
+
+#define REFUSES(function, shape) Refusals(#function, function, shape).check()
+
+TEST(Arguments, SignalAndImage) {
+  REFUSES(rkdsCopy_8u, "p p n");
+  REFUSES(rkdsCopy_16s, "p p n");
+  REFUSES(rkdsCopy_32s, "p p n");
+  REFUSES(rkdsSet_8u, "=3 p n");
+  REFUSES(rkdsSet_16s, "=3 p n");
+  REFUSES(rkdsSet_32s, "=3 p n");
+  REFUSES(rkdsZero_8u, "p n");
+  REFUSES(rkdsZero_16s, "p n");
+  REFUSES(rkdsZero_32s, "p n");
+  REFUSES(rkdiCopy_8u_C1R, "p s1 p s1 z");
+  REFUSES(rkdiCopy_8u_C3R, "p s3 p s3 z");
+  REFUSES(rkdiCopy_16s_C1R, "p s1 p s1 z");
+  REFUSES(rkdiCopy_32s_C1R, "p s1 p s1 z");
+  REFUSES(rkdiSet_8u_C1R, "=3 p s1 z");
+  REFUSES(rkdiSet_16s_C1R, "=3 p s1 z");
+  REFUSES(rkdiSet_32s_C1R, "=3 p s1 z");
+}
+
+TEST(Arguments, LevelShift) {
+  REFUSES(rkdiAdd128_JPEG_16s8u_C1R, "p s1 p s1 z");
+  REFUSES(rkdiSub128_JPEG_8u16s_C1R, "p s1 p s1 z");
+}
+
+}  // namespace

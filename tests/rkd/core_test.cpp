@@ -1,0 +1,159 @@
+// Core part: levels reach every library, versions, threads, status texts, memory; copying and
+// filling.
+#include <set>
+#include <string>
+#include <thread>
+
+#include "rkd/rkd.h"
+#include "rkdkit.h"
+
+using namespace rkdkit;
+
+namespace {
+
+struct Library {
+  const char* file;
+  const RkdLibraryVersion* (*version)();
+  RkdCpuType (*level)();
+};
+const Library kLibraries[] = {
+    {"librkdcore.so.1", rkdGetLibVersion, rkdGetLevel},
+    {"librkds.so.1", rkdsGetLibVersion, rkdsGetLevel},
+    {"librkdi.so.1", rkdiGetLibVersion, rkdiGetLevel},
+    {"librkdcolor.so.1", rkdcolorGetLibVersion, rkdcolorGetLevel},
+    {"librkdjpeg.so.1", rkdjpegGetLibVersion, rkdjpegGetLevel},
+};
+
+TEST(Levels, TheCoresChoiceReachesEveryLibrary) {
+  struct Row {
+    RkdCpuType code, level;
+  };
+  const Row rows[] = {
+      {rkdCpuUnknown, 65}, {rkdCpuSSE, 65},    {rkdCpuSSE2, 65},   {rkdCpuSSE3, 65},
+      {rkdCpu64, 65},      {rkdCpuModelA, 67}, {rkdCpuModelB, 67}, {rkdCpuModelC, 67},
+      {rkdCpuModelD, 67},  {rkdCpuSSSE3, 67},  {rkdCpuModelE, 69}, {rkdCpuSSE41, 69},
+      {rkdCpuSSE42, 69},   {rkdCpuAVX, 69},    {rkdCpuAVX2, 71},   {rkdCpuAVX512, 72},
+  };
+  ASSERT_EQ(rkdInit(), rkdStsNoErr);
+  const RkdCpuType best = rkdGetLevel();
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.code);
+    if (row.level > best) {
+      EXPECT_EQ(rkdInitCpu(row.code), rkdStsNotSupportedCpuErr);
+      continue;
+    }
+    EXPECT_EQ(rkdInitCpu(row.code), rkdStsNoErr);
+    for (const Library& library : kLibraries) EXPECT_EQ(library.level(), row.level) << library.file;
+  }
+  ASSERT_EQ(rkdInit(), rkdStsNoErr);
+  for (const Library& library : kLibraries) EXPECT_EQ(library.level(), best) << library.file;
+}
+
+TEST(Levels, ARefusedChoiceLeavesTheLevelAsItWas) {
+  ASSERT_EQ(rkdInitCpu(rkdCpuSSSE3), rkdStsNoErr);
+  EXPECT_EQ(rkdInitCpu(1), rkdStsBadArgErr);
+  EXPECT_EQ(rkdInitCpu(-1), rkdStsBadArgErr);
+  EXPECT_EQ(rkdGetLevel(), rkdCpuSSSE3);
+  // A machine without AVX-512, as far as the shared dispatcher can see.
+  hwy::SetSupportedTargetsForTest(HWY_SSSE3 | HWY_EMU128);
+  ASSERT_EQ(rkdInit(), rkdStsNoErr);
+  EXPECT_EQ(rkdInitCpu(rkdCpuAVX512), rkdStsNotSupportedCpuErr);
+  EXPECT_EQ(rkdInitCpu(rkdCpuSSE41), rkdStsNotSupportedCpuErr);
+  EXPECT_EQ(rkdjpegGetLevel(), rkdCpuSSSE3);
+  hwy::SetSupportedTargetsForTest(0);
+  ASSERT_EQ(rkdInit(), rkdStsNoErr);
+}
+
+TEST(Levels, EveryCompiledVariantIsReached) {
+  std::set<std::string> names;
+  forEachLevel([&] { names.insert(rkdGetLevelName()); });
+  EXPECT_EQ(names.size(), hwy::SupportedAndGeneratedTargets().size());
+}
+
+TEST(Versions, EachLibraryTellsItsOwn) {
+  for (const Library& library : kLibraries) {
+    const RkdLibraryVersion* version = library.version();
+    EXPECT_STREQ(version->name, library.file);
+    EXPECT_EQ(std::to_string(version->major) + "." + std::to_string(version->minor) + "." +
+                  std::to_string(version->build),
+              version->version);
+    EXPECT_EQ(std::string(version->buildDate).size(), 10u);
+    EXPECT_NE(std::string(version->levels).find("SSSE3 SSE4 AVX2 AVX3"), std::string::npos)
+        << version->levels;
+  }
+}
+
+TEST(Status, EveryCodeHasItsOwnText) {
+  std::set<std::string> texts;
+  std::set<int> codes;
+#define ADD(name, value, text)                  \
+  EXPECT_STREQ(rkdGetStatusString(name), text); \
+  texts.insert(text);                           \
+  codes.insert(value);
+  RKD_STATUS_LIST(ADD)
+#undef ADD
+  EXPECT_EQ(texts.size(), codes.size());
+  EXPECT_STREQ(rkdGetStatusString(-9999), "unknown status");
+}
+
+TEST(Threads, OneIsTaken) {
+  int threads = 0;
+  EXPECT_EQ(rkdSetNumThreads(1), rkdStsNoErr);
+  EXPECT_EQ(rkdSetNumThreads(4), rkdStsLessThreadsWrn);
+  EXPECT_EQ(rkdSetNumThreads(0), rkdStsSizeErr);
+  EXPECT_EQ(rkdGetNumThreads(&threads), rkdStsNoErr);
+  EXPECT_EQ(threads, 1);
+  EXPECT_EQ(rkdGetNumThreads(nullptr), rkdStsNullPtrErr);
+}
+
+TEST(Machine, FiguresAreThoseOfAProcessor) {
+  EXPECT_GE(rkdGetNumCoresOnDie(), 1);
+  // Every logical processor of this process may belong to one package, never to less.
+  EXPECT_LE(rkdGetNumCoresOnDie(), 4096);
+  int bytes = -1;
+  ASSERT_EQ(rkdGetMaxCacheSizeB(&bytes), rkdStsNoErr);
+  EXPECT_GE(bytes, 32 << 10);
+  EXPECT_EQ(rkdGetMaxCacheSizeB(nullptr), rkdStsNullPtrErr);
+  // A processor type names a level that the machine has.
+  EXPECT_EQ(rkdInitCpu(rkdGetCpuType()), rkdStsNoErr);
+  EXPECT_EQ(rkdInit(), rkdStsNoErr);
+  const uint64_t first = rkdGetCpuClocks();
+  EXPECT_GT(rkdGetCpuClocks(), first);
+}
+
+TEST(Memory, BlocksAreAlignedAndHugeOnesRefused) {
+  for (const size_t length : {size_t{1}, size_t{64}, size_t{65}, size_t{1000000}}) {
+    void* block = rkdMalloc(length);
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(block) % 64, 0u);
+    std::memset(block, 1, length);
+    rkdFree(block);
+  }
+  EXPECT_EQ(rkdMalloc(0), nullptr);
+  EXPECT_EQ(rkdMalloc(SIZE_MAX), nullptr);
+  rkdFree(nullptr);
+}
+
+TEST(CopyAndSet, RowsAndRegionsOfAnyAlignment) {
+  Random random;
+  for (const Place place : places()) {
+    Canvas<int32_t> src(sz(13, 4), 1, place);
+    src.fillLimitsAndRandom(random);
+    Canvas<int32_t> dst(sz(13, 4), 1, {place.offset ^ 5, 3});
+    EXPECT_EQ(rkdiCopy_32s_C1R(src.data(), src.step(), dst.data(), dst.step(), src.size()), 0);
+    EXPECT_TRUE(dst.sameAs(src) && dst.marginIntact());
+    EXPECT_EQ(rkdiSet_32s_C1R(-7, dst.data(), dst.step(), dst.size()), 0);
+    src.fill([] { return -7; });
+    EXPECT_TRUE(dst.sameAs(src) && dst.marginIntact());
+
+    Canvas<int16_t> row(sz(29, 1), 1, place);
+    Canvas<int16_t> copy(sz(29, 1), 1, {place.offset ^ 9, 0});
+    row.fillLimitsAndRandom(random);
+    EXPECT_EQ(rkdsCopy_16s(row.data(), copy.data(), 29), 0);
+    EXPECT_TRUE(copy.sameAs(row) && copy.marginIntact());
+    EXPECT_EQ(rkdsZero_16s(copy.data(), 29), 0);
+    EXPECT_TRUE(copy.sameAs(row.fill([] { return 0; })) && copy.marginIntact());
+  }
+}
+
+}  // namespace
