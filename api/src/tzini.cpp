@@ -24,6 +24,11 @@ tzString trimmed(tzString text) {
   return text;
 }
 
+/// Files that come from other systems end their lines with carriage return and newline.
+tzString withoutLineEnd(const tzString& line) {
+  return line.str().substr(0, line.str().find_last_not_of("\r\t ") + 1);
+}
+
 /// Whether an item's line gives the item back when it is read.
 bool isReadable(const tzString& line) {
   const int open = line.find("[");
@@ -78,8 +83,7 @@ bool tzIniFile::readFile() {
 void tzIniFile::readLine(tzString line) {
   const int comment = line.find("//");
   if (comment >= 0) line = line.substr(0, comment);
-  // Files that come from other systems end their lines with carriage return and newline.
-  while (!line.empty() && line[line.length() - 1] == '\r') line = line.substr(0, line.length() - 1);
+  line = withoutLineEnd(line);
   line.trim();
   if (!line.empty() && !readHeader(line) && m_current != nullptr) readItem(line);
 }

@@ -63,6 +63,7 @@ class tzIStream {
   /// The same from "name=value".
   /// @return false, and nothing fixed, without "=" or a name
   bool setPreset(const tzString& definition);
+  void clearPresets() { m_presets.clear(); }
   const tzDataList& presets() const { return m_presets; }
 
   /// Settles the value of a parameter.

@@ -42,7 +42,7 @@ TEST(IniFile, ReadsSectionsKeysAndComments) {
                                     "lost = 1\n"
                                     "[Tazmet]\n"
                                     "  len = 16;32 // sizes\n"
-                                    "path=C:=x\r\n"
+                                    "path=C:=x \r \r\n"
                                     "flag\n"
                                     "// all = comment\n"
                                     "= 3\n"
