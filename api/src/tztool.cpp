@@ -125,8 +125,8 @@ void tzTool::printBadCtrlStatus(bool check) const {
 tzString tzTool::getAccuracyStr(double accuracy) {
   const double percent = accuracy * 100;
   char text[64];
-  // Beyond %g's turn to exponents only a broken clock leads.
-  const char* format = percent < 0.1 ? "%.2f%c" : percent < 1e9 ? "%.1f%c" : "%.1e%c";
+  // Two digits that say something; only a broken clock leads to the exponents.
+  const char* format = percent < 1 ? "%.2f%c" : percent < 1e9 ? "%.1f%c" : "%.1e%c";
   std::snprintf(text, sizeof(text), format, percent, '%');
   return text;
 }
