@@ -21,28 +21,29 @@ const tzCpuid& tzThisCpu();
 /// The feature record: raw fields of CPUID leaf 1 unless another leaf is named; a feature is 0
 /// or 1.
 struct RkdCpuIdent {
-  uint32_t family;         ///< EAX bits 8 to 11
-  uint32_t stepping;       ///< EAX bits 0 to 3
-  uint32_t model;          ///< EAX bits 4 to 7
-  uint32_t type;           ///< EAX bits 11 and 12 (bit 11 belongs to the family too: kept so)
-  uint32_t features;       ///< EDX
-  uint32_t leaf2Eax;       ///< leaf 2, EAX
-  uint32_t leaf2Edx;       ///< leaf 2, EDX
-  uint32_t mmx;            ///< EDX bit 23
-  uint32_t sse;            ///< EDX bit 25
-  uint32_t sse2;           ///< EDX bit 26
-  uint32_t multiThreaded;  ///< EDX bit 28 and more than one logical processor in EBX bits 16 to 23
-  uint32_t sse3;           ///< ECX bit 0
-  uint32_t mode64;         ///< extended leaf 1, EDX bit 29
-  uint32_t ssse3;          ///< ECX bit 9
-  uint32_t cores;          ///< leaf 4, EAX bits 26 to 31, plus 1; 1 when there is no leaf 4
-  uint32_t sse41;          ///< ECX bit 19
-  uint32_t sse42;          ///< ECX bit 20
-  uint32_t extFamily;      ///< EAX bits 20 to 27
-  uint32_t extModel;       ///< EAX bits 16 to 19
-  uint32_t movbe;          ///< ECX bit 22
-  uint32_t avx;            ///< ECX bit 28
-  uint32_t osxsave;        ///< ECX bit 27
+  uint32_t family = 0;    ///< EAX bits 8 to 11
+  uint32_t stepping = 0;  ///< EAX bits 0 to 3
+  uint32_t model = 0;     ///< EAX bits 4 to 7
+  uint32_t type = 0;      ///< EAX bits 11 and 12 (bit 11 belongs to the family too: kept so)
+  uint32_t features = 0;  ///< EDX
+  uint32_t leaf2Eax = 0;  ///< leaf 2, EAX
+  uint32_t leaf2Edx = 0;  ///< leaf 2, EDX
+  uint32_t mmx = 0;       ///< EDX bit 23
+  uint32_t sse = 0;       ///< EDX bit 25
+  uint32_t sse2 = 0;      ///< EDX bit 26
+  uint32_t multiThreaded =
+      0;                   ///< EDX bit 28 and more than one logical processor in EBX bits 16 to 23
+  uint32_t sse3 = 0;       ///< ECX bit 0
+  uint32_t mode64 = 0;     ///< extended leaf 1, EDX bit 29
+  uint32_t ssse3 = 0;      ///< ECX bit 9
+  uint32_t cores = 0;      ///< leaf 4, EAX bits 26 to 31, plus 1; 1 when there is no leaf 4
+  uint32_t sse41 = 0;      ///< ECX bit 19
+  uint32_t sse42 = 0;      ///< ECX bit 20
+  uint32_t extFamily = 0;  ///< EAX bits 20 to 27
+  uint32_t extModel = 0;   ///< EAX bits 16 to 19
+  uint32_t movbe = 0;      ///< ECX bit 22
+  uint32_t avx = 0;        ///< ECX bit 28
+  uint32_t osxsave = 0;    ///< ECX bit 27
 };
 
 /// Processor-type codes; the numbers are the library's.
