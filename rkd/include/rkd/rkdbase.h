@@ -85,6 +85,45 @@ enum {
   rkdCpu64 = 96       ///< 64-bit mode and nothing more: lowest level
 };
 
+/// Element types, as they stand in function names; `c` is complex.
+typedef enum {
+  rkdTypeUndef = 0,
+  rkd8u,
+  rkd8s,
+  rkd16u,
+  rkd16s,
+  rkd32u,
+  rkd32s,
+  rkd64u,
+  rkd64s,
+  rkd32f,
+  rkd64f,
+  rkd8sc,
+  rkd16uc,
+  rkd16sc,
+  rkd32sc,
+  rkd64sc,
+  rkd32fc,
+  rkd64fc
+} RkdDataType;
+
+/// Channel layouts, as they stand in function names: C interleaved, P planar, A with an alpha
+/// channel that functions leave alone (A0: the first one).
+typedef enum {
+  rkdC0 = 0,
+  rkdC1,
+  rkdC2,
+  rkdC3,
+  rkdC4,
+  rkdP2,
+  rkdP3,
+  rkdP4,
+  rkdAC1,
+  rkdAC4,
+  rkdA0C4,
+  rkdAP4
+} RkdChannels;
+
 /// Width and height in pixels.
 typedef struct {
   int width;
