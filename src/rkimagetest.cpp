@@ -1,0 +1,46 @@
+#include "rkimagetest.h"
+
+#include <algorithm>
+
+#include "rkcommon.h"
+
+bool rkImageTest::canStart() {
+  regCacheParm(g_imageSize, m_io.dst);
+  bind();
+  return true;
+}
+
+void rkImageTest::bind() {
+  m_io.src.init(func(), rkSrc);
+  m_io.dst.init(func(), rkDst);
+}
+
+bool rkImageTest::initData() {
+  m_io.size = g_imageSize.value();
+  const rkRange range = fillRange(statedRange());
+  if (func().inplace()) {
+    if (!m_io.dst.createImageExt(m_io.size, 0, 0, rkModeRandom, range.low, range.high) ||
+        !m_io.dst.reserveCopy()) {
+      return false;
+    }
+  } else if (!m_io.src.createImageExt(m_io.size, 0, 0, rkModeRandom, range.low, range.high) ||
+             !m_io.dst.createImageExt(m_io.size, 0, 0, rkModeConst)) {
+    return false;
+  }
+  m_io.srcStep = m_io.src.step();
+  m_io.dstStep = m_io.dst.step();
+  return true;
+}
+
+void rkImageTest::flushData() {
+  m_io.src.deleteVector();
+  m_io.dst.deleteVector();
+}
+
+double rkImageTest::getDivisor() const { return double(m_io.dst.width()) * m_io.dst.height(); }
+
+double rkChannelTest::getDivisor() const { return rkImageTest::getDivisor() * numChannels(); }
+
+int rkChannelTest::numChannels() const {
+  return std::max(func().srcChannels(), func().dstChannels());
+}

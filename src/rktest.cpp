@@ -1,0 +1,90 @@
+#include "rktest.h"
+
+#include "rkverify.h"
+#include "tzcstream.h"
+#include "tzenv.h"
+#include "tzmemory.h"
+#include "tzostream.h"
+
+bool rkTest::m_checkErrorsOnly = false;
+bool rkTest::m_verifying = false;
+
+namespace {
+
+/// "TimjAdd//RK_REG", the name of a test.
+tzString registrationText(const rkLine& line) {
+  tzString text(line.className);
+  text += line.text;
+  return text;
+}
+
+}  // namespace
+
+rkTest::rkTest(const rkLine& line)
+    : tzTest(line.call, line.init, line.loop, line.stat, line.name, line.source,
+             registrationText(line)),
+      m_line(line),
+      m_func(line.name) {
+  setVerify(rkVerify::verify);
+}
+
+tzResult rkTest::run() {
+  m_checkErrorsOnly = false;
+  rkVector::m_seed = rkVector::START_SEED;
+  if (!m_line.present()) return runNotSupported("the library lacks the function");
+  return tzTest::run();
+}
+
+int rkTest::compareFunc(const tzTest* other) const {
+  return m_func.compare(rkFunc(other->funcName()));
+}
+
+bool rkTest::canContinue() {
+  const bool more = tzTest::canContinue();
+  m_before = dataState();
+  return more;
+}
+
+bool rkTest::isFloatFunction() const {
+  return tzTest::isFloatFunction() && (m_func.find("32f", 0) >= 0 || m_func.find("64f", 0) >= 0);
+}
+
+void rkTest::funcToCstrm() {
+  g_cstrm << m_func.prefix() + m_func.baseName() << m_func.typeName() << m_func.descrName();
+}
+
+tzString rkTest::regInfo() const {
+  const tzString info = tzTest::regInfo();
+  const int at = info.find("TZ_", 0);
+  return at < 0 ? info : info.substr(0, at) + "RK_" + info.substr(at + 3);
+}
+
+tzResult rkTest::checkStatus(RkdStatus status, const tzString& name) {
+  if (status == 0 || (status > 0 && m_checkErrorsOnly)) return TZ_OK;
+  const bool isError = status < 0;
+  g_ostrm << (isError ? L_ERR : L_WARN) << (isError ? "--RKD ERROR. " : "--RKD WARNING. ")
+          << "status = " << status;
+  if (!name.empty()) g_ostrm << " in " << name;
+  g_ostrm << ": " << rkd_GetStatusString(status) << "\n" << L_END;
+  const bool isQuiet = g_ostrm.outLevel() < L_WARN;
+  raiseResult(isError ? TZ_FUNCFAIL : isQuiet ? TZ_OK : TZ_FUNCWRN);
+  return isError ? TZ_FUNCFAIL : TZ_FUNCWRN;
+}
+
+int rkTest::restoreOperands() {
+  resetAllVectors();
+  return 0;
+}
+
+rkTest::DataState rkTest::dataState() { return {rkVector::m_seed, m_vectorNum, m_vectorShift}; }
+
+void rkTest::setDataState(const DataState& state) {
+  rkVector::m_seed = state.seed;
+  m_vectorNum = state.vectorNum;
+  m_vectorShift = state.vectorShift;
+}
+
+void rkTest::printAllMemoryBlocks(const tzString& heading) const {
+  g_ostrm << heading << " " << funcName() << "\n";
+  tzTest::printAllMemoryBlocks(heading);
+}

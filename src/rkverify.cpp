@@ -1,0 +1,160 @@
+#include "rkverify.h"
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+#include "tzmemory.h"
+
+namespace {
+
+template <class T>
+double elementAt(const unsigned char* bytes, std::size_t element) {
+  T value;
+  std::memcpy(&value, bytes + element * sizeof(T), sizeof(T));
+  return static_cast<double>(value);
+}
+
+using Reader = double (*)(const unsigned char*, std::size_t);
+
+/// How the elements of a type are read; complex ones as pairs of their parts.
+struct Element {
+  std::size_t size;
+  Reader read;
+};
+
+Element elementOf(rkType type) {
+  switch (partType(type)) {
+    case rk8s:
+      return {1, elementAt<int8_t>};
+    case rk16u:
+      return {2, elementAt<uint16_t>};
+    case rk16s:
+      return {2, elementAt<int16_t>};
+    case rk32u:
+      return {4, elementAt<uint32_t>};
+    case rk32s:
+      return {4, elementAt<int32_t>};
+    case rk64u:
+      return {8, elementAt<uint64_t>};
+    case rk64s:
+      return {8, elementAt<int64_t>};
+    case rk32f:
+      return {4, elementAt<float>};
+    case rk64f:
+      return {8, elementAt<double>};
+    default:
+      return {1, elementAt<uint8_t>};
+  }
+}
+
+}  // namespace
+
+tzResult rkVerify::verify(tzTest& test, tzString& note) {
+  auto& suiteTest = static_cast<rkTest&>(test);
+  const auto remake = [&](bool verifying) {
+    suiteTest.flushData();
+    rkTest::setDataState(suiteTest.m_before);
+    rkTest::m_verifying = verifying;
+    return suiteTest.initData();
+  };
+  tzResult result = TZ_DATAFAIL;
+  note = "no data for the comparison";
+  if (remake(true)) result = rkVerify(suiteTest).compare(note);
+  if (!remake(false) && result == TZ_OK) {
+    note = "no data after the comparison";
+    result = TZ_DATAFAIL;
+  }
+  return result;
+}
+
+rkVerify::rkVerify(rkTest& test) : m_test(test) {
+  const rkVector* owner = nullptr;
+  int size = 0;
+  tzObject* object = nullptr;
+  for (void* p = tzMallocFirst(&size, &object); p != nullptr; p = tzMallocNext(&size, &object)) {
+    // Further planes and reserved copies stand behind the object that they belong to.
+    if (object != MEM_OBJECT_IS_SUBOBJECT) owner = dynamic_cast<const rkVector*>(object);
+    m_blocks.push_back({static_cast<unsigned char*>(p), static_cast<std::size_t>(size), owner});
+  }
+  m_numBuffers = m_blocks.size();
+  test.line().counters(m_counters);
+  for (const rkCounters::Item& item : m_counters.items()) {
+    m_blocks.push_back({static_cast<unsigned char*>(item.data), item.size, nullptr});
+  }
+}
+
+tzResult rkVerify::compare(tzString& note) {
+  const rkLine& line = m_test.line();
+  const Content before = content();
+  if (line.restoreReference != nullptr) line.restoreReference();
+  const int expectedStatus = line.reference();
+  const Content expected = content();
+
+  putBack(before);
+  if (line.restoreLibrary != nullptr) line.restoreLibrary();
+  const int status = line.library();
+  note = "";
+  if (status != expectedStatus) {
+    note << "status is " << status << " instead of " << expectedStatus;
+  } else {
+    note = firstDifference(expected);
+  }
+  return note.empty() ? TZ_OK : TZ_FUNCFAIL;
+}
+
+rkVerify::Content rkVerify::content() const {
+  Content saved;
+  saved.reserve(m_blocks.size());
+  for (const Block& block : m_blocks) saved.emplace_back(block.data, block.data + block.size);
+  return saved;
+}
+
+void rkVerify::putBack(const Content& saved) const {
+  for (std::size_t i = 0; i < m_blocks.size(); ++i) {
+    std::memcpy(m_blocks[i].data, saved[i].data(), m_blocks[i].size);
+  }
+}
+
+tzString rkVerify::firstDifference(const Content& expected) const {
+  const double tolerance = m_test.line().tolerance.absolute;
+  for (std::size_t i = 0; i < m_blocks.size(); ++i) {
+    const Block& block = m_blocks[i];
+    if (std::memcmp(block.data, expected[i].data(), block.size) == 0) continue;
+    const bool isInt = block.vector == nullptr && block.size == sizeof(int) && i >= m_numBuffers;
+    const Element element = isInt          ? Element{4, elementAt<int32_t>}
+                            : block.vector ? elementOf(block.vector->type())
+                                           : Element{1, elementAt<uint8_t>};
+    for (std::size_t k = 0; k < block.size / element.size; ++k) {
+      const std::size_t at = k * element.size;
+      if (std::memcmp(block.data + at, expected[i].data() + at, element.size) == 0) continue;
+      const double actual = element.read(block.data, k);
+      const double wanted = element.read(expected[i].data(), k);
+      // Written so that a value that is no number never counts as near.
+      const bool near = block.vector != nullptr && std::abs(actual - wanted) <= tolerance;
+      if (!near) return describe(i, k, actual, wanted);
+    }
+  }
+  return "";
+}
+
+tzString rkVerify::describe(std::size_t block, std::size_t element, double actual,
+                            double expected) const {
+  tzString text;
+  if (block >= m_numBuffers) {
+    text << "value " << static_cast<int>(block - m_numBuffers) + 1 << " of " << m_counters.names();
+  } else {
+    text << "buffer " << static_cast<int>(block) + 1 << " element " << static_cast<int>(element);
+    const auto* image = dynamic_cast<const rkImage*>(m_blocks[block].vector);
+    if (image != nullptr && image->step() > 0) {
+      const std::size_t rowElements =
+          static_cast<std::size_t>(image->step()) / elementOf(image->type()).size;
+      text << " (row " << static_cast<int>(element / rowElements) << " column "
+           << static_cast<int>(element % rowElements) << ")";
+    }
+  }
+  char values[80];
+  std::snprintf(values, sizeof values, " is %.9g instead of %.9g", actual, expected);
+  text << values;
+  return text;
+}
