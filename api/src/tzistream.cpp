@@ -45,7 +45,7 @@ bool tzIStream::hasIniSection(const tzString& name) const {
 }
 
 tzString tzIStream::setIniSection(const tzString& name) {
-  const tzString before = m_section;
+  tzString before = m_section;
   m_section = name;
   return before;
 }

@@ -180,7 +180,7 @@ bool tzDefault_NSC<T>::setDeprecatedFlag(bool on) {
 
 template <typename T>
 T tzDefault_NSC<T>::validItem(const tzString& text) const {
-  const T value = stringToValue(text);
+  T value = stringToValue(text);
   if (text.fail()) throw tzException(tzString("Invalid value of ") + name() + " = " + text);
   return value;
 }

@@ -1,0 +1,165 @@
+#include "tzsettings.h"
+
+#include <algorithm>
+#include <climits>
+
+#include "tzistream.h"
+#include "tzmemory.h"
+#include "tzostream.h"
+#include "tzparm.h"
+#include "tztool.h"
+
+namespace {
+
+constexpr int MAX_LOOPS = 100'000'000;
+constexpr int MAX_ALIGN = 63;
+constexpr int SHIFT_UNIT = 64;
+constexpr int MAX_SHIFT = 32768 - SHIFT_UNIT;  // a shift of 32768 wraps to none
+constexpr double MIN_ACCURACY = 0.01;
+constexpr double MAX_ACCURACY = 100;
+constexpr double PERCENT = 100;
+
+/// A number held to a range.
+template <typename T>
+class BoundedParm : public tzDefault<T> {
+ public:
+  BoundedParm(const tzString& name, const tzString& prompt, T value, T lowest, T highest)
+      : tzDefault<T>(name, prompt, value), m_lowest(lowest), m_highest(highest) {}
+
+  void translate(const tzString& text) override {
+    const T wanted = this->validItem(text);
+    const T allowed = nearest(wanted);
+    this->setValue(allowed);
+    if (allowed != wanted) {
+      g_ostrm << L_WARN
+              << "-- " + this->name() + " = " + text +
+                     " is not allowed: " + this->valueToString(allowed) + " is taken\n"
+              << L_END;
+    }
+  }
+
+ protected:
+  /// The lowest value also stands for what is no number.
+  virtual T nearest(T wanted) const {
+    return wanted > m_lowest ? std::min(wanted, m_highest) : m_lowest;
+  }
+
+ private:
+  T m_lowest;
+  T m_highest;
+};
+
+using BoundedInt = BoundedParm<int>;
+
+/// A count: at least 1.
+class CountParm : public BoundedInt {
+ public:
+  CountParm(const tzString& name, int value, int highest)
+      : BoundedInt(name, "", value, 1, highest) {}
+};
+
+/// Bytes in whole units of SHIFT_UNIT.
+class ShiftParm : public BoundedInt {
+ public:
+  using BoundedInt::BoundedInt;
+
+ protected:
+  int nearest(int wanted) const override {
+    const int inRange = BoundedInt::nearest(wanted);
+    return (inRange + SHIFT_UNIT / 2) / SHIFT_UNIT * SHIFT_UNIT;
+  }
+};
+
+bool s_alignByElement = false;
+
+template <typename Parm>
+auto settle(Parm&& parm) {
+  parm.fromIStream(g_istrm);
+  return parm.value();
+}
+
+void putHeading(const char* heading) {
+  if (g_istrm.hasIStream()) c_out << tzString("\n ") + heading + "\n";
+}
+
+int clampToInt(long long value) {
+  return static_cast<int>(std::clamp<long long>(value, 1, INT_MAX));
+}
+
+void readManual(const tzTool& fresh) {
+  int loops = 0;
+  fresh.getMethodLoop(loops);
+  g_tool.setMethodLoop(settle(CountParm("NumLoops", loops, INT_MAX)));
+}
+
+void readStatistic(const tzTool& fresh) {
+  int calls = 0;
+  long long clocks = 0;
+  fresh.getMethodStat(calls, clocks);
+  calls = settle(CountParm("NumCalls", calls, INT_MAX));
+  clocks = settle(CountParm("TotalCpuClocks", clampToInt(clocks), INT_MAX));
+  g_tool.setMethodStat(calls, clocks);
+}
+
+void readIterative(const tzTool& fresh) {
+  int from = 0;
+  int to = 0;
+  long long clocks = 0;
+  fresh.getMethodBest(from, to, clocks);
+  from = settle(CountParm("StartNumLoops", from, MAX_LOOPS));
+  to = settle(CountParm("StopNumLoops", to, MAX_LOOPS));
+  g_tool.setMethodBest(from, to, clocks);
+}
+
+/// A parameter of two choices; the names stand for 0 and 1.
+int settleChoice(const tzString& name, const char* zero, const char* one, bool isOne) {
+  tzMapDefault<int> choice(name, "", isOne ? 1 : 0);
+  choice[zero] = 0;
+  choice[one] = 1;
+  return settle(choice);
+}
+
+}  // namespace
+
+void readTimingMethod() {
+  putHeading("Specify timing method, please");
+  tzMapDefault<int> method("Method", "", g_tool.getMethod());
+  method["Auto"] = tzTool::AUTO;
+  method["Manual"] = tzTool::LOOP;
+  method["Statistic"] = tzTool::STAT;
+  method["Iterative"] = tzTool::BEST;
+  const tzTool fresh;
+  switch (settle(method)) {
+    case tzTool::LOOP:
+      readManual(fresh);
+      break;
+    case tzTool::STAT:
+      readStatistic(fresh);
+      break;
+    case tzTool::BEST:
+      readIterative(fresh);
+      break;
+    default:
+      g_tool.setMethodAuto();
+      break;
+  }
+}
+
+void readDataOffset() {
+  putHeading("Specify vectors alignment, please");
+  s_alignByElement = settleChoice("AlignVectorsBy", "byte", "element", s_alignByElement) != 0;
+  const tzString prompt =
+      s_alignByElement ? "VectorAlign by Element, 0..63" : "VectorAlign by Byte, 0..63";
+  VectorAlign = settle(BoundedInt("VectorAlign", prompt, VectorAlign, 0, MAX_ALIGN));
+  AlignSrc = settleChoice("MisalignFirstVectorOnly", "yes", "no", !AlignSrc) == 0;
+  VectorShift = settle(ShiftParm("MutualVectorShift", "MutualVectorShift in Bytes, divisible by 64",
+                                 VectorShift, 0, MAX_SHIFT));
+}
+
+void readAccuracy() {
+  BoundedParm<double> accuracy("Accuracy", "Accuracy, %", g_tool.accuracyLimit * PERCENT,
+                               MIN_ACCURACY, MAX_ACCURACY);
+  g_tool.accuracyLimit = settle(accuracy) / PERCENT;
+}
+
+bool tzIsAlignByElement() { return s_alignByElement; }
