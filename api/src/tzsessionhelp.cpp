@@ -7,8 +7,7 @@
 
 namespace {
 
-constexpr const char* LONG_NAME =
-    "Tazmet, performance measurement of the RKD library's JPEG domain";
+constexpr const char* LONG_NAME = "Tazmet, performance measurement of JPEG primitives, version ";
 constexpr const char* BUILD_DATE = "Mar 16 2010";
 constexpr const char* INDENT = "     ";
 
@@ -33,7 +32,7 @@ bool tzSession::quickOutput() {
   const int NO_ENUMERATION_ABOVE = 1;
   const bool help = m_hint != HINT_NONE;
   if (help || m_version) {
-    g_ostrm << tzString("\n") + LONG_NAME + " " + TAZMET_VERSION + " " + BUILD_DATE + "\n";
+    g_ostrm << tzString("\n") + LONG_NAME + TAZMET_VERSION + " " + BUILD_DATE + "\n";
   }
   if (help) {
     hint(m_hint, m_hintHidden);

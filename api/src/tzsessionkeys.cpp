@@ -28,6 +28,12 @@ tzString withoutComment(const tzString& line) {
   }
 }
 
+// A word of the command line that only quotes held together is shown with them.
+tzString quoted(const tzString& word) {
+  const bool plain = !word.empty() && (word.find(" ") < 0 || word.find("\"") >= 0);
+  return plain ? word : "\"" + word + "\"";
+}
+
 tzString padded(tzString text, int width) {
   while (text.length() < width) text += ' ';
   return text;
@@ -112,9 +118,9 @@ void tzSession::collectWords(int argc, char** argv) {
     g_ostrm << "set by _FORCE_CMDLINE preprocessor definition\n";
   }
 
-  g_ostrm << "Command line options: ";
-  for (const tzString& word : words) g_ostrm << word + " ";
-  g_ostrm << "\n";
+  tzString echo("Command line options:");
+  for (const tzString& word : words) echo += " " + quoted(word);
+  g_ostrm << (words.empty() ? echo + " \n" : echo + "\n");
 }
 
 bool tzSession::readCfgFile(tzString& name, tzString& text) const {

@@ -1,0 +1,329 @@
+#include "tzkeyactions.h"
+
+#include <cctype>
+
+#include "tzclock.h"
+#include "tzcpu.h"
+#include "tzenv.h"
+#include "tzistream.h"
+#include "tzsession.h"
+#include "tztest.h"
+#include "tztool.h"
+#include "tzparse.h"
+
+namespace {
+
+using Text = const tzString&;
+
+// ---- arguments ----
+
+// A file key's argument; "=" may stand before the name.
+tzString fileName(Text arg) { return arg[0] == '=' ? arg.substr(1) : arg; }
+
+int parseAskMode(Text arg, bool& fail) {
+  static const char* const names[] = {"Timing", "Params", "Misalign", "All"};
+  static const int modes[] = {ASK_TIMING, ASK_PARAMS, ASK_MISALIGN, ASK_ALL};
+  const int mode = flagValue(arg, modes, names, 4);
+  fail = arg.fail() || mode == ASK_NONE;
+  return mode;
+}
+
+// PRIORITY_NONE for a word that is no priority.
+int parsePriority(Text arg) {
+  static const char* const names[] = {"HIGH", "NORMAL"};
+  static const int priorities[] = {PRIORITY_HIGH, PRIORITY_NORMAL};
+  const int priority = enumValue(arg, priorities, names, 2);
+  return arg.empty() || arg.fail() ? PRIORITY_NONE : priority;
+}
+
+// A plain decimal number of threads; without an argument every processor. 0 when it is neither.
+int parseThreads(Text arg) {
+  constexpr int MAX_THREADS = 65536;
+  if (arg.empty()) return tzGetNumOfProcessors();
+  long long count = 0;
+  for (const char* c = arg.c_str(); *c != 0; ++c) {
+    if (std::isdigit(static_cast<unsigned char>(*c)) == 0) return 0;
+    count = count * 10 + (*c - '0');
+    if (count > MAX_THREADS) return 0;
+  }
+  return static_cast<int>(count);
+}
+
+bool isOnlyWord(Text arg) { return arg.toLower() == tzString("only"); }
+
+const char* refuseHotOrOnly(Text arg) {
+  return arg.empty() || isOnlyWord(arg) ? nullptr : "only ONLY may follow";
+}
+
+template <int LastForm>
+const char* refuseEmptyPattern(Text arg) {
+  tzString pattern(arg);
+  const bool empty = getCondition(pattern) == CONDITION_EMPTY;
+  return !empty ? nullptr : LastForm == 0 ? "empty function pattern" : "empty test pattern";
+}
+
+const char* refuseEmptyDir(Text arg) { return arg.empty() ? "empty directory name" : nullptr; }
+
+// ---- echoes ----
+
+template <tzOutFile kind>
+constexpr const char* fileOf = "";
+template <>
+constexpr const char* fileOf<OUT_TEXT> = "console output";
+template <>
+constexpr const char* fileOf<OUT_RESULTS> = "results";
+template <>
+constexpr const char* fileOf<OUT_NAMES> = "parameter names";
+template <>
+constexpr const char* fileOf<OUT_SUMMARY> = "summary";
+template <>
+constexpr const char* fileOf<OUT_MEMORY> = "memory info";
+
+tzString tellFile(const char* what, bool append, Text path) {
+  return tzString(what) + (append ? " added to " : " written to ") + path;
+}
+
+template <tzOutFile kind, bool append>
+tzString tellOut(Text arg) {
+  return tellFile(fileOf<kind>, append,
+                  g_session->genOutPath(fileName(arg), tzSession::extension(kind)));
+}
+
+template <tzOutFile kind, bool append>
+void applyOut(Text arg, tzSession* session) {
+  session->addOutFile(kind, fileName(arg), append);
+}
+
+template <tzOutFile kind, bool append>
+constexpr tzKeyAction outFile = {nullptr, tellOut<kind, append>, applyOut<kind, append>};
+
+tzString tellIni(Text arg) { return g_session->genInPath(fileName(arg), tzSession::INI_EXTENSION); }
+
+tzString tellCondition(Text what, Text arg) {
+  tzString pattern(arg);
+  switch (getCondition(pattern)) {
+    case CONDITION_AND:
+      return "only " + what + " with \"" + pattern + "\"";
+    case CONDITION_NOT:
+      return what + " without \"" + pattern + "\"";
+    case CONDITION_EQUAL:
+      return what + " named \"" + pattern + "\"";
+    default:
+      return what + " with \"" + pattern + "\"";
+  }
+}
+
+}  // namespace
+
+namespace tzkeyaction {
+
+const tzKeyAction batch = {nullptr,
+                           [](Text) -> tzString { return "nothing is asked on the console"; },
+                           [](Text, tzSession* session) { session->setBatch(true); }};
+
+const tzKeyAction ask = {[](Text arg) -> const char* {
+                           bool fail = false;
+                           parseAskMode(arg, fail);
+                           if (fail) return "incorrect detail level of console input";
+                           return g_session->commands().isKey('B') ? "batch mode (-B)" : nullptr;
+                         },
+                         [](Text arg) -> tzString { return "ask on the console: " + arg; },
+                         [](Text arg, tzSession* session) {
+                           bool fail = false;
+                           session->addAskMode(parseAskMode(arg, fail));
+                         }};
+
+const tzKeyAction preset = {
+    [](Text arg) -> const char* { return arg.find("=") > 0 ? nullptr : "incorrect data format"; },
+    [](Text arg) -> tzString { return "set " + arg; },
+    [](Text arg, tzSession*) { g_istrm.setPreset(arg); }};
+
+const tzKeyAction iniRead = {
+    nullptr, [](Text arg) -> tzString { return "parameters read from " + tellIni(arg); },
+    [](Text arg, tzSession* session) { session->setIniMode(fileName(arg), false); }};
+
+const tzKeyAction iniWrite = {
+    nullptr, [](Text arg) -> tzString { return "parameters written to " + tellIni(arg); },
+    [](Text arg, tzSession* session) { session->setIniMode(fileName(arg), true); }};
+
+const tzKeyAction iniFunctions = {
+    [](Text) -> const char* {
+      return g_session->commands().isKey('i') ? nullptr : "no ini-file to read (-i)";
+    },
+    [](Text) -> tzString { return "only functions with a section in the ini-file"; },
+    [](Text, tzSession* session) { session->setIniFunctionsOnly(true); }};
+
+const tzKeyAction text = outFile<OUT_TEXT, false>;
+const tzKeyAction textAppend = outFile<OUT_TEXT, true>;
+const tzKeyAction results = outFile<OUT_RESULTS, false>;
+const tzKeyAction resultsAppend = outFile<OUT_RESULTS, true>;
+const tzKeyAction summary = outFile<OUT_SUMMARY, false>;
+const tzKeyAction summaryAppend = outFile<OUT_SUMMARY, true>;
+const tzKeyAction memory = outFile<OUT_MEMORY, false>;
+
+const tzKeyAction level = {[](Text arg) -> const char* {
+                             return tzOutputMask(arg) != 0 ? nullptr
+                                                           : "incorrect level of console output";
+                           },
+                           [](Text arg) -> tzString { return "console output level " + arg; },
+                           [](Text arg, tzSession* session) {
+                             session->addLevelMode(static_cast<OutputLevel>(tzOutputMask(arg)));
+                           }};
+
+const tzKeyAction names = {nullptr,
+                           [](Text arg) -> tzString {
+                             return arg[0] == '+' ? "parameter names added to the results"
+                                                  : tellOut<OUT_NAMES, false>(arg);
+                           },
+                           [](Text arg, tzSession* session) {
+                             if (arg[0] == '+') {
+                               session->setNamesInResults(true);
+                             } else {
+                               applyOut<OUT_NAMES, false>(arg, session);
+                             }
+                           }};
+
+const tzKeyAction namesOnly = {
+    nullptr, [](Text) -> tzString { return "exit after the parameter name table"; },
+    [](Text, tzSession* session) { session->setNamesOnly(true); }};
+
+const tzKeyAction signalFile = {
+    nullptr,
+    [](Text arg) -> tzString {
+      return tellFile("signal file", false,
+                      g_session->genOutPath(fileName(arg), tzSession::SIGNAL_EXTENSION));
+    },
+    [](Text arg, tzSession* session) { session->setSglName(fileName(arg)); }};
+
+const tzKeyAction defaultName = {
+    [](Text arg) -> const char* { return arg.empty() ? "empty default name" : nullptr; },
+    [](Text arg) -> tzString { return "default title name " + arg; },
+    [](Text arg, tzSession* session) { session->setDefName(arg); }};
+
+const tzKeyAction inDir = {refuseEmptyDir,
+                           [](Text arg) -> tzString { return "input files from " + arg; },
+                           [](Text arg, tzSession* session) { session->setInDir(arg); }};
+
+const tzKeyAction outDir = {refuseEmptyDir,
+                            [](Text arg) -> tzString { return "output files to " + arg; },
+                            [](Text arg, tzSession* session) { session->setOutDir(arg); }};
+
+const tzKeyAction functions = {refuseEmptyPattern<0>,
+                               [](Text arg) { return tellCondition("functions", arg); }, f_apply};
+
+const tzKeyAction tests = {refuseEmptyPattern<1>,
+                           [](Text arg) { return tellCondition("tests", arg); }, t_apply};
+
+const tzKeyAction startFunction = {
+    [](Text arg) -> const char* { return arg.empty() ? "empty function name" : nullptr; },
+    [](Text arg) -> tzString { return "start from " + arg; },
+    [](Text arg, tzSession*) { tzTest::m_startFunc = arg; }};
+
+const tzKeyAction priority = {
+    [](Text arg) -> const char* {
+      return parsePriority(arg) != PRIORITY_NONE ? nullptr : "incorrect process priority value";
+    },
+    [](Text arg) -> tzString {
+      return parsePriority(arg) == PRIORITY_HIGH ? "high process priority"
+                                                 : "normal process priority";
+    },
+    [](Text arg, tzSession*) { tzTool::m_priority = parsePriority(arg); }};
+
+const tzKeyAction hot = {
+    refuseHotOrOnly,
+    [](Text arg) -> tzString { return arg.empty() ? "column 'Interest'" : "only hot tests"; },
+    [](Text arg, tzSession*) { tzTest::m_hot = arg.empty() ? 1 : 2; }};
+
+const tzKeyAction verify = {
+    refuseHotOrOnly,
+    [](Text arg) -> tzString {
+      return arg.empty() ? "functions compared with their references first"
+                         : "functions compared with their references only";
+    },
+    [](Text arg, tzSession*) { tzTest::m_verifyMode = arg.empty() ? VERIFY_ON : VERIFY_ONLY; }};
+
+const tzKeyAction cpu = {
+    [](Text arg) -> const char* {
+      return arg.empty() || tzCpuType::cpuType(arg) >= 0 ? nullptr : "incorrect CPU type";
+    },
+    [](Text arg) -> tzString {
+      return arg.empty() ? "best code for this processor" : "code for " + arg;
+    },
+    [](Text arg, tzSession*) { s_cpuType = arg.empty() ? -1 : tzCpuType::cpuType(arg); }};
+
+const tzKeyAction threads = {[](Text arg) -> const char* {
+                               return parseThreads(arg) > 0 ? nullptr
+                                                            : "incorrect number of threads";
+                             },
+                             [](Text arg) -> tzString {
+                               tzString told;
+                               told << parseThreads(arg);
+                               return told + " threads of the library";
+                             },
+                             [](Text arg, tzSession*) { s_numThreads = parseThreads(arg); }};
+
+const tzKeyAction dataUse = {
+    [](Text arg) -> const char* {
+      return arg.toLower() == tzString("u") ? nullptr : "incorrect measuring mode";
+    },
+    [](Text) -> tzString { return "functions measured with data set & use"; },
+    [](Text, tzSession*) { g_tool.callMode = true; }};
+
+const tzKeyAction cache = {nullptr,
+                           [](Text) -> tzString { return "data in cache and out of cache"; },
+                           [](Text, tzSession*) { tzTest::m_cache = true; }};
+
+const tzKeyAction sorting = {
+    nullptr,
+    [](Text arg) -> tzString {
+      return arg[0] == '-' ? "functions are not sorted" : "functions are sorted";
+    },
+    [](Text arg, tzSession* session) { session->setSorting(arg[0] != '-'); }};
+
+const tzKeyAction enumerate = {nullptr,
+                               [](Text arg) -> tzString {
+                                 switch (arg[0]) {
+                                   case '+':
+                                     return "enumerate applied and not applied functions";
+                                   case '-':
+                                     return "enumerate not applied functions";
+                                   default:
+                                     return "enumerate tested functions";
+                                 }
+                               },
+                               [](Text arg, tzSession* session) {
+                                 const char sign = arg[0];
+                                 session->setEnumMode(sign == '+' ? 1 : sign == '-' ? -1 : 0);
+                               }};
+
+const tzKeyAction version = {nullptr, [](Text) -> tzString { return "version number"; },
+                             [](Text, tzSession* session) { session->setQuickMode(true); }};
+
+namespace {
+
+// The key that help is asked for, out of "", the help letter again, or a key with or without dash.
+char hintRequest(Text arg, char own) {
+  const char* c = arg.c_str();
+  if (*c == '-' && c[1] != 0) ++c;
+  if (*c == 0) return HINT_QUICK;
+  return *c == own ? static_cast<char>(HINT_FULL) : *c;
+}
+
+template <char own>
+tzString tellHelp(Text arg) {
+  const char key = hintRequest(arg, own);
+  if (key == HINT_QUICK) return "short help";
+  return key == HINT_FULL ? tzString("extended help") : tzString("extended help for key -") + key;
+}
+
+template <char own>
+void applyHelp(Text arg, tzSession* session) {
+  session->setHint(hintRequest(arg, own), own == '?');
+}
+
+}  // namespace
+
+const tzKeyAction help = {nullptr, tellHelp<'h'>, applyHelp<'h'>};
+const tzKeyAction hiddenHelp = {nullptr, tellHelp<'?'>, applyHelp<'?'>};
+
+}  // namespace tzkeyaction

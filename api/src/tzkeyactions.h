@@ -1,0 +1,23 @@
+/// @file
+/// What each key does: refuses unusable arguments, tells what it will do, does it.
+#pragma once
+
+#include "tzstring.h"
+
+class tzSession;
+
+/// The three operations of one key. Each sees the argument with its sign.
+struct tzKeyAction {
+  /// Null for a usable argument, else the reason after "ignored: ". A null pointer refuses none.
+  const char* (*refuse)(const tzString& arg);
+  /// The line echoed for a usable argument.
+  tzString (*tell)(const tzString& arg);
+  void (*apply)(const tzString& arg, tzSession* session);
+};
+
+namespace tzkeyaction {
+extern const tzKeyAction batch, ask, preset, iniRead, iniWrite, iniFunctions, text, textAppend,
+    level, results, resultsAppend, names, namesOnly, summary, summaryAppend, signalFile,
+    defaultName, inDir, outDir, functions, tests, startFunction, priority, hot, cpu, threads,
+    dataUse, cache, sorting, enumerate, version, help, hiddenHelp, memory, verify;
+}  // namespace tzkeyaction

@@ -1,0 +1,3 @@
+#include "tz.h"
+
+int main(int argc, char** argv) { return tzMain(argc, argv); }
