@@ -7,11 +7,13 @@
 /// - **Position.** With a state object, `*position` counts BYTES of the stream, stuffed bytes and
 ///   all. For an encoder it is the number of bytes complete so far: the next byte goes to
 ///   `stream[*position]`, and up to 7 bits wait in the state until a flush. For a decoder it is
-///   the next byte to be taken: the state holds up to 64 bits read ahead, never past a marker.
+///   the next byte to be taken: the state holds as many whole bytes as 63 bits
+///   allow, read ahead, never past a marker.
 ///   Only the direct coders, which have no state, count BITS.
-/// - **Flush.** An encoder called with `flush != 0` codes nothing (its source and specifications
-///   are not looked at and may be null): it sends a pending end-of-band run, fills the last byte
-///   with 1 bits and leaves the state as after Init, ready for a marker and the next interval.
+/// - **Flush.** An encoder called with `flush != 0` codes nothing: it sends a pending end-of-band
+///   run, fills the last byte with 1 bits and leaves the state as after Init, ready for a marker
+///   and the next interval. Source, previous DC and specifications are not looked at and may be
+///   null, but for the specification that a progressive AC scan needs for its run.
 /// - **Previous DC.** The DC prediction of the component, 0 at the start of a scan and after every
 ///   restart marker, belongs to the caller and is updated by every call.
 /// - **Marker.** A decoder sets `*marker` on every successful call: 0, or the code (0xD0 for RST0)
@@ -19,6 +21,8 @@
 ///   0xFF and does not move any more. After the last block of an interval the marker behind it has
 ///   been met. To go on behind a restart marker, move the position past it (2 bytes) and Init the
 ///   state. `marker` may be null.
+/// - **Room.** Encoders leave the bytes behind the position and decoders everything but their
+///   destination as they are.
 /// - **Errors.** A call that fails leaves position, previous DC, state and marker as they were: an
 ///   encoder whose stream is full can be repeated with a larger one, a decoder that ran out of data
 ///   with more data. What a failed encoder wrote behind its position, and what a failed decoder
@@ -27,14 +31,14 @@
 /// - **Objects** may lie at any address, own no memory and hold no pointers: a state is saved and
 ///   restored by copying its bytes. Specifications are read-only while coding and can be shared.
 ///
-/// Statuses beside rkdStsNoErr: rkdStsNullPtrErr, rkdStsSizeErr (a length or width that is not
-/// positive, a position outside the stream), rkdStsBadArgErr (scan parameters), and
-/// rkdStsBufferFullErr (encoder: no room), rkdStsCodeTableErr (no prefix code has these
-/// lengths), rkdStsCodeErr (encoder: the table has no code for what was met; decoder: a
-/// code that is not in the table, or one whose value cannot stand there), rkdStsRunErr
-/// (decoder: a run leads out of the band), rkdStsEndOfDataErr (decoder: a marker or the end of
-/// the stream inside a block).
-#pragma once
+/// Statuses beside rkdStsNoErr: rkdStsNullPtrErr; rkdStsSizeErr (a length or width that is not
+/// positive, a position outside the stream); rkdStsBadArgErr (scan parameters); rkdStsContextErr
+/// (an object that Init has not made, or one of another kind). Encoders: rkdStsDstFullErr;
+/// rkdStsCoefRangeErr (the table has no code for what was met). Decoders: rkdStsHuffCodeErr (bits
+/// that are no code of the table); rkdStsDataErr (a symbol that cannot stand there, a run out of
+/// the band); rkdStsSrcEndErr (a marker or the end of the stream inside a block).
+#ifndef RKD_RKDJPEG_HUFFMAN_H_
+#define RKD_RKDJPEG_HUFFMAN_H_
 
 #include "rkd/rkdbase.h"
 
@@ -58,9 +62,9 @@ typedef struct RkdiDecodeHuffmanState RkdiDecodeHuffmanState;
 /// @param size    receives the size of the object in BYTES
 /// @param spec    Init: memory of that size; InitAlloc: receives an object for Free; Free: may be
 ///                null
-/// @return rkdStsNoErr; rkdStsNullPtrErr; rkdStsCodeTableErr (counts that no prefix code has,
+/// @return rkdStsNoErr; rkdStsNullPtrErr; rkdStsHuffTableErr (counts that no prefix code has,
 ///         no or more than 256 values, a value that occurs twice) with *spec untouched;
-///         rkdStsMemAllocErr
+///         rkdStsNoMemErr
 /// @see ITU-T T.81, annex C
 /// @{
 RKD_API RkdStatus rkdiEncodeHuffmanSpecGetBufSize_JPEG_8u(int* size);
@@ -84,7 +88,7 @@ RKD_API RkdStatus rkdiDecodeHuffmanSpecFree_JPEG_8u(RkdiDecodeHuffmanSpec* spec)
 /// @param size   receives the size of the object in BYTES
 /// @param state  Init: memory of that size; InitAlloc: receives an object for Free; Free: may be
 ///               null
-/// @return rkdStsNoErr; rkdStsNullPtrErr; rkdStsMemAllocErr
+/// @return rkdStsNoErr; rkdStsNullPtrErr; rkdStsNoMemErr
 /// @{
 RKD_API RkdStatus rkdiEncodeHuffmanStateGetBufSize_JPEG_8u(int* size);
 RKD_API RkdStatus rkdiEncodeHuffmanStateInit_JPEG_8u(RkdiEncodeHuffmanState* state);
@@ -201,7 +205,8 @@ RKD_API RkdStatus rkdiDecodeHuffmanRow_JPEG_1u16s_C1P4(const uint8_t* stream, in
 /// @param dcStatistics,acStatistics  counts of the component's two tables
 /// @param src             the block; Row: planes as above
 /// @return rkdStsNoErr; rkdStsNullPtrErr; rkdStsSizeErr; rkdStsBadArgErr;
-///         rkdStsCodeErr (a value that no table can hold) with nothing counted
+///         rkdStsCoefRangeErr (a value that no table can hold), after which the counts mean
+///         nothing
 /// @{
 RKD_API RkdStatus rkdiGetHuffmanStatistics8x8_JPEG_16s_C1(const int16_t* src, int* dcStatistics,
                                                           int* acStatistics, int* previousDC);
@@ -234,6 +239,7 @@ RKD_API RkdStatus rkdiGetHuffmanStatisticsRow_JPEG_16s_P4(const int16_t* const s
 /// Decoders build the block up over the scans: it has to be zero before the first one, and each
 /// sets only what its scan codes.
 /// @param src,dst  the block at full precision
+/// Previous DCs are those of the scan: after the shift by `al`.
 /// @param ss,se    first and last index of the band in zigzag order, 1 <= ss <= se <= 63
 /// @param al       lowest bit coded, 0..13; Refine's scan before had al + 1
 /// @see ITU-T T.81, annex G
@@ -276,3 +282,5 @@ RKD_API RkdStatus rkdiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(const uint8_t* str
 #ifdef __cplusplus
 }
 #endif
+
+#endif /* RKD_RKDJPEG_HUFFMAN_H_ */

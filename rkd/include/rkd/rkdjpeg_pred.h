@@ -6,7 +6,8 @@
 /// They may have up to 16 bits and are taken as unsigned, so a 16-bit sample stands in its 16s
 /// storage as its bit pattern. Differences are modulo 2^16, shown as -32768..32767. Every input is
 /// defined, and reconstructing the differences of a row gives back the row exactly.
-#pragma once
+#ifndef RKD_RKDJPEG_PRED_H_
+#define RKD_RKDJPEG_PRED_H_
 
 #include "rkd/rkdbase.h"
 
@@ -50,3 +51,5 @@ RKD_API RkdStatus rkdiReconstructPredRow_JPEG_16s_C1(const int16_t* src, const i
 #ifdef __cplusplus
 }
 #endif
+
+#endif /* RKD_RKDJPEG_PRED_H_ */

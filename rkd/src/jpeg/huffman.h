@@ -1,0 +1,213 @@
+// Specification and state objects of the Huffman coders, and what their kernels share at any level.
+//
+// The objects lie in memory of any alignment that belongs to the caller, so nothing here is ever
+// dereferenced through a typed pointer: load() and store() compile to plain moves.
+#pragma once
+
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+#include "rkd/rkdjpeg_huffman.h"
+
+namespace rkd::huff {
+
+template <class T>
+inline T load(const void* from) {
+  T value;
+  std::memcpy(&value, from, sizeof value);
+  return value;
+}
+
+template <class T>
+inline void store(void* to, const T& value) {
+  std::memcpy(to, &value, sizeof value);
+}
+
+/// Eight stream bytes as a number whose high bit is the first bit of the stream.
+inline uint64_t loadBits(const uint8_t* from) {
+  const uint64_t word = load<uint64_t>(from);
+  return std::endian::native == std::endian::little ? __builtin_bswap64(word) : word;
+}
+
+inline void storeBits(uint8_t* to, uint64_t bits) {
+  store(to, std::endian::native == std::endian::little ? __builtin_bswap64(bits) : bits);
+}
+
+/// Natural index of each zigzag position.
+inline constexpr std::array<uint8_t, 64> zigzag = {
+    0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,  12, 19, 26, 33, 40, 48,
+    41, 34, 27, 20, 13, 6,  7,  14, 21, 28, 35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23,
+    30, 37, 44, 51, 58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
+
+/// Bits of a symbol's run (high) and size (low) halves.
+enum Symbol : int { endOfBlock = 0x00, zeroRun16 = 0xF0 };
+
+/// Kinds of objects: the first word of each, so that one is not taken for another.
+enum class Kind : uint32_t {
+  encodeSpec = 0x45485331,
+  decodeSpec = 0x44485331,
+  encodeState = 0x45485431,
+  decodeState = 0x44485431
+};
+
+template <class Object>
+inline bool isKind(const Object* object, Kind kind) {
+  return load<Kind>(object) == kind;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Encoder
+
+/// One code as the encoder sends it: low half the code, already shifted left by the number of value
+/// bits that follow it; then its length with those bits. `missing` marks symbols without a code
+/// (with a length, so that a writer need not care): the entries of a block are or-ed together and
+/// looked at once.
+struct EncodeEntry {
+  static constexpr uint64_t missing = uint64_t{1} << 63;
+  static constexpr uint64_t none = missing | uint64_t{1} << 32;
+  uint64_t word;
+  uint32_t code() const { return uint32_t(word); }
+  unsigned length() const { return unsigned(word >> 32) & 0xFF; }
+};
+
+struct EncodeSpecLayout {
+  /// Rows of 16 by size, columns by run. Size 16 has no AC or DCT meaning and stays without codes,
+  /// which refuses values out of range; the lossless category 16 has a row of its own.
+  static constexpr int category16 = 17 * 16;
+  static constexpr int entries = 18 * 16;
+  Kind kind;
+  uint32_t reserved;
+  uint64_t entry[entries];
+};
+
+/// Index of the entry for a run of zeros and the size of the value behind it.
+inline unsigned entryIndex(unsigned run, unsigned size) { return size * 16 + run; }
+
+class EncodeTable {
+ public:
+  explicit EncodeTable(const RkdiEncodeHuffmanSpec* spec)
+      : entries_(reinterpret_cast<const uint8_t*>(spec) + offsetof(EncodeSpecLayout, entry)) {}
+  EncodeEntry operator[](unsigned index) const { return {load<uint64_t>(entries_ + 8 * index)}; }
+
+ private:
+  const uint8_t* entries_;
+};
+
+/// What a scan being encoded carries from call to call. Correction bits wait in order, the first in
+/// the high bit of the first 32-bit word; only those below `corrections` mean anything.
+struct EncodeState {
+  /// A run is ended when more than this many wait, so that a further block's 63 always fit.
+  static constexpr uint32_t maxCorrections = 937;
+  static constexpr int correctionWords = (maxCorrections + 63 + 31) / 32;
+  Kind kind;
+  uint32_t bits;         ///< waiting bits at the low end
+  uint32_t bitCount;     ///< how many, 0..7
+  uint16_t endOfBand;    ///< blocks in the pending end-of-band run
+  uint16_t corrections;  ///< correction bits waiting with it
+};
+
+struct EncodeStateLayout {
+  EncodeState head;
+  uint32_t correction[EncodeState::correctionWords];
+};
+
+// ---------------------------------------------------------------------------------------------
+// Decoder
+
+/// Answer to a look at the next `lookBits` bits.
+/// `length` > 0: the whole symbol, code and value bits, takes that many bits; run and value are
+/// final. A symbol without a value (end of block or band, zero run) has value 0; `run` is 15 for
+/// the zero run of 16 (a zero behind 15 zeros) and `ends` + r for the symbol r << 4.
+/// `length` == 0: the value does not fit into the look; `size` and `codeLength` tell what to do.
+/// All zero: the code itself is longer.
+struct DecodeEntry {
+  static constexpr int ends = 64;
+  uint32_t word;
+  unsigned length() const { return word & 0xFF; }
+  unsigned run() const { return (word >> 8) & 0xFF; }
+  int value() const { return int16_t(word >> 16); }
+  unsigned size() const { return (word >> 16) & 0xFF; }
+  unsigned codeLength() const { return word >> 24; }
+
+  static DecodeEntry whole(unsigned length, unsigned run, int value) {
+    return {length | run << 8 | uint32_t(value) << 16};
+  }
+  static DecodeEntry open(unsigned codeLength, unsigned run, unsigned size) {
+    return {run << 8 | size << 16 | codeLength << 24};
+  }
+};
+
+struct DecodeSpecLayout {
+  static constexpr int lookBits = 11;
+  Kind kind;
+  uint32_t reserved;
+  uint32_t look[1 << lookBits];
+  /// For codes longer than a look, by length: the first 16-bit window above all codes of up to that
+  /// length, and what to add to the code to find its symbol.
+  uint32_t limit[17];
+  int32_t symbolOffset[17];
+  uint8_t symbol[256];
+};
+
+class DecodeTable {
+ public:
+  explicit DecodeTable(const RkdiDecodeHuffmanSpec* spec)
+      : base_(reinterpret_cast<const uint8_t*>(spec)) {}
+  /// The entry for the high bits of `bits`.
+  DecodeEntry look(uint64_t bits) const {
+    const unsigned index = unsigned(bits >> (64 - DecodeSpecLayout::lookBits));
+    return {load<uint32_t>(base_ + offsetof(DecodeSpecLayout, look) + 4 * index)};
+  }
+  /// An open entry for a code longer than a look; all zero if no code fits.
+  DecodeEntry search(uint64_t bits) const;
+
+ private:
+  const uint8_t* base_;
+};
+
+/// The answer for a symbol whose value bits are still to come, or that has none.
+DecodeEntry openEntry(unsigned codeLength, unsigned symbol);
+
+/// The whole answer where a look gave an open entry or none: from 32 stream bits; all zero if they
+/// begin with no code.
+DecodeEntry wholeEntry(uint64_t bits, DecodeEntry looked, const DecodeTable& table);
+
+struct DecodeState {
+  Kind kind;
+  uint32_t bitCount;   ///< bits read ahead, 0..63
+  uint64_t bits;       ///< those bits at the high end, zeros below
+  uint32_t endOfBand;  ///< blocks left in the end-of-band run
+  uint32_t reserved;
+};
+
+/// Value of `size` bits as the standard codes it: the upper half of the range is positive.
+inline int extendValue(uint32_t bits, unsigned size) {
+  return int(bits) - (bits >> (size - 1) == 0 ? (1 << size) - 1 : 0);
+}
+
+/// Ends an interval of a scan without a pending end-of-band run: fills the last byte with ones.
+RkdStatus flushBits(uint8_t* stream, int length, int* position, RkdiEncodeHuffmanState* state);
+
+// ---------------------------------------------------------------------------------------------
+// Argument checks
+
+template <class... Pointers>
+inline bool anyNull(const Pointers*... pointers) {
+  return ((pointers == nullptr) || ...);
+}
+
+inline RkdStatus checkStream(int length, int position) {
+  return length > 0 && position >= 0 && position <= length ? rkdStsNoErr : rkdStsSizeErr;
+}
+
+inline bool isPointTransform(int al) { return al >= 0 && al <= 13; }
+
+/// Spectral band and point transform of an AC scan.
+struct Band {
+  int ss, se, al;
+  bool isValid() const { return ss >= 1 && ss <= se && se <= 63 && isPointTransform(al); }
+};
+
+}  // namespace rkd::huff

@@ -1,0 +1,187 @@
+// Rows of lossless differences over one to four planes, and their statistics.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "jpeg/huffrow.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+
+#include "jpeg/huffbits-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
+#pragma GCC push_options
+#pragma GCC target("lzcnt")
+#endif
+namespace rkd::HWY_NAMESPACE {
+namespace {
+
+/// Pixels coded between two looks at the stream: their bits fit into scratch memory.
+constexpr int chunk = 64;
+constexpr int chunkScratch = chunk * 4 * 4 + 16;
+
+template <int Planes>
+RkdStatus encodePlanes(const int16_t* const src[4], uint8_t* stream, int length, int* position,
+                       int width, const RkdiEncodeHuffmanSpec* const spec[4],
+                       RkdiEncodeHuffmanState* state) {
+  EncodeState head = load<EncodeState>(state);
+  int end = *position;
+  for (int first = 0; first < width; first += chunk) {
+    const int last = std::min(width, first + chunk);
+    uint8_t scratch[chunkScratch];
+    BitWriter writer(scratch, head.bits, head.bitCount);
+    uint64_t used = 0;
+    for (int x = first; x < last; ++x) {
+      for (int p = 0; p < Planes; ++p) {
+        used |= putDifference(src[p][x], EncodeTable(spec[p]), &writer);
+      }
+    }
+    if (HWY_UNLIKELY((used & EncodeEntry::missing) != 0)) return rkdStsCoefRangeErr;
+    const Stuffed stuffed = copyStuffed(scratch, int(writer.end() - scratch), stream, length, end);
+    if (HWY_UNLIKELY(!stuffed.fits)) return rkdStsDstFullErr;
+    end = stuffed.end;
+    head.bits = writer.waiting();
+    head.bitCount = writer.waitingCount();
+  }
+  *position = end;
+  store(state, head);
+  return rkdStsNoErr;
+}
+
+template <int Planes>
+RkdStatus decodePlanes(const uint8_t* stream, int length, int* position, int16_t* const dst[4],
+                       int* marker, int width, const RkdiDecodeHuffmanSpec* const spec[4],
+                       RkdiDecodeHuffmanState* state) {
+  const DecodeState head = load<DecodeState>(state);
+  StateReader reader(stream, length, *position, head);
+  for (int x = 0; x < width; ++x) {
+    for (int p = 0; p < Planes; ++p) {
+      reader.need32();
+      const DecodeEntry entry = nextSymbol(reader, DecodeTable(spec[p]));
+      if (HWY_UNLIKELY(entry.word == 0)) return codeStatus(reader);
+      if (HWY_UNLIKELY(!isDifference(entry))) {
+        return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
+      }
+      dst[p][x] = int16_t(differenceOf(entry));
+    }
+    // A row may be long: what follows the end of the data need not be walked.
+    if (HWY_UNLIKELY(reader.isOverrun())) return rkdStsSrcEndErr;
+  }
+  return reader.commit(stream, position, marker, head.endOfBand, state);
+}
+
+RkdStatus encodeRow(int planes, const int16_t* const src[4], uint8_t* stream, int length,
+                    int* position, int width, const RkdiEncodeHuffmanSpec* const spec[4],
+                    RkdiEncodeHuffmanState* state) {
+  switch (planes) {
+    case 1:
+      return encodePlanes<1>(src, stream, length, position, width, spec, state);
+    case 2:
+      return encodePlanes<2>(src, stream, length, position, width, spec, state);
+    case 3:
+      return encodePlanes<3>(src, stream, length, position, width, spec, state);
+    default:
+      return encodePlanes<4>(src, stream, length, position, width, spec, state);
+  }
+}
+
+RkdStatus decodeRow(int planes, const uint8_t* stream, int length, int* position,
+                    int16_t* const dst[4], int* marker, int width,
+                    const RkdiDecodeHuffmanSpec* const spec[4], RkdiDecodeHuffmanState* state) {
+  switch (planes) {
+    case 1:
+      return decodePlanes<1>(stream, length, position, dst, marker, width, spec, state);
+    case 2:
+      return decodePlanes<2>(stream, length, position, dst, marker, width, spec, state);
+    case 3:
+      return decodePlanes<3>(stream, length, position, dst, marker, width, spec, state);
+    default:
+      return decodePlanes<4>(stream, length, position, dst, marker, width, spec, state);
+  }
+}
+
+void countRow(const int16_t* src, int width, int* statistics) {
+  // Equal neighbours are frequent: several sets of counts keep them from waiting for each other.
+  constexpr int sets = 4;
+  int counts[sets][17] = {};
+  for (int x = 0; x < width; ++x) ++counts[x % sets][Magnitude(src[x]).size];
+  for (const auto& set : counts) {
+    for (int size = 0; size <= 16; ++size) statistics[size] += set[size];
+  }
+}
+
+}  // namespace
+}  // namespace rkd::HWY_NAMESPACE
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
+#pragma GCC pop_options
+#endif
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace rkd {
+namespace {
+HWY_EXPORT(encodeRow);
+HWY_EXPORT(decodeRow);
+HWY_EXPORT(countRow);
+
+/// Planes in front of the first null pointer.
+template <class Plane>
+int planeCount(Plane* const planes[4]) {
+  int count = 0;
+  while (count < 4 && planes[count] != nullptr) ++count;
+  return count;
+}
+
+template <class Spec>
+RkdStatus checkSpecs(const Spec* const spec[4], int planes, huff::Kind kind) {
+  for (int p = 0; p < planes; ++p) {
+    if (spec[p] == nullptr) return rkdStsNullPtrErr;
+    if (!huff::isKind(spec[p], kind)) return rkdStsContextErr;
+  }
+  return rkdStsNoErr;
+}
+}  // namespace
+}  // namespace rkd
+
+using namespace rkd;
+using namespace rkd::huff;
+
+RkdStatus rkdiEncodeHuffmanRow_JPEG_16s1u_P4C1(const int16_t* const src[4], uint8_t* stream,
+                                               int length, int* position, int width,
+                                               const RkdiEncodeHuffmanSpec* const spec[4],
+                                               RkdiEncodeHuffmanState* state, int flush) {
+  if (anyNull(stream, position, state)) return rkdStsNullPtrErr;
+  if (const RkdStatus status = checkStream(length, *position)) return status;
+  if (!isKind(state, Kind::encodeState)) return rkdStsContextErr;
+  if (flush != 0) return flushBits(stream, length, position, state);
+  if (anyNull(src, spec) || src[0] == nullptr) return rkdStsNullPtrErr;
+  if (width <= 0) return rkdStsSizeErr;
+  const int planes = planeCount(src);
+  if (const RkdStatus status = checkSpecs(spec, planes, Kind::encodeSpec)) return status;
+  return HWY_DYNAMIC_DISPATCH(encodeRow)(planes, src, stream, length, position, width, spec, state);
+}
+
+RkdStatus rkdiDecodeHuffmanRow_JPEG_1u16s_C1P4(const uint8_t* stream, int length, int* position,
+                                               int16_t* const dst[4], int* marker, int width,
+                                               const RkdiDecodeHuffmanSpec* const spec[4],
+                                               RkdiDecodeHuffmanState* state) {
+  if (anyNull(stream, position, dst, spec, state) || dst[0] == nullptr) return rkdStsNullPtrErr;
+  if (const RkdStatus status = checkStream(length, *position)) return status;
+  if (width <= 0) return rkdStsSizeErr;
+  if (!isKind(state, Kind::decodeState)) return rkdStsContextErr;
+  const int planes = planeCount(dst);
+  if (const RkdStatus status = checkSpecs(spec, planes, Kind::decodeSpec)) return status;
+  return HWY_DYNAMIC_DISPATCH(decodeRow)(planes, stream, length, position, dst, marker, width, spec,
+                                         state);
+}
+
+RkdStatus rkdiGetHuffmanStatisticsRow_JPEG_16s_P4(const int16_t* const src[4], int width,
+                                                  int* const statistics[4]) {
+  if (anyNull(src, statistics) || src[0] == nullptr) return rkdStsNullPtrErr;
+  if (width <= 0) return rkdStsSizeErr;
+  const int planes = planeCount(src);
+  for (int p = 0; p < planes; ++p) {
+    if (statistics[p] == nullptr) return rkdStsNullPtrErr;
+  }
+  for (int p = 0; p < planes; ++p) HWY_DYNAMIC_DISPATCH(countRow)(src[p], width, statistics[p]);
+  return rkdStsNoErr;
+}
+#endif

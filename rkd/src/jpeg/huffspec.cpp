@@ -1,0 +1,331 @@
+// Huffman tables: from the lists of a DHT segment to the coders' objects, from statistics to the
+// lists; and the life of specification and state objects.
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "jpeg/huffman.h"
+
+namespace rkd::huff {
+namespace {
+
+struct Code {
+  uint32_t code;
+  unsigned length;
+  uint8_t symbol;
+};
+
+/// The codes of a table in ascending order.
+struct CodeList {
+  std::array<Code, 256> code;
+  int count = 0;
+};
+
+/// Numbers the codes as the lists say; refuses lists that no prefix code has.
+RkdStatus makeCodes(const uint8_t* bits, const uint8_t* values, CodeList* list) {
+  std::array<bool, 256> used{};
+  uint32_t next = 0;
+  for (unsigned length = 1; length <= 16; ++length, next <<= 1) {
+    for (int i = 0; i < bits[length - 1]; ++i) {
+      if (list->count == 256 || next >> length != 0) return rkdStsHuffTableErr;
+      const uint8_t symbol = values[list->count];
+      if (used[symbol]) return rkdStsHuffTableErr;
+      used[symbol] = true;
+      list->code[list->count++] = {next++, length, symbol};
+    }
+    if (next > uint32_t{1} << length) return rkdStsHuffTableErr;
+  }
+  return list->count > 0 ? rkdStsNoErr : rkdStsHuffTableErr;
+}
+
+void build(const CodeList& list, EncodeSpecLayout* spec) {
+  *spec = {Kind::encodeSpec, 0, {}};
+  std::fill(std::begin(spec->entry), std::end(spec->entry), EncodeEntry::none);
+  for (int i = 0; i < list.count; ++i) {
+    const Code& c = list.code[i];
+    const unsigned run = c.symbol >> 4;
+    const unsigned size = c.symbol & 15;
+    spec->entry[entryIndex(run, size)] = uint64_t(c.length + size) << 32 | c.code << size;
+    if (c.symbol == 16) {
+      spec->entry[EncodeSpecLayout::category16] = uint64_t(c.length) << 32 | c.code;
+    }
+  }
+}
+
+/// The answer to the look `window` that begins with the code.
+DecodeEntry answer(const Code& c, uint32_t window) {
+  const DecodeEntry open = openEntry(c.length, c.symbol);
+  const unsigned size = open.size();
+  if (size == 0) return DecodeEntry::whole(c.length, open.run(), 0);
+  if (c.length + size > DecodeSpecLayout::lookBits) return open;
+  const unsigned below = DecodeSpecLayout::lookBits - c.length - size;
+  const uint32_t bits = window >> below & ((1u << size) - 1);
+  return DecodeEntry::whole(c.length + size, open.run(), extendValue(bits, size));
+}
+
+void build(const CodeList& list, DecodeSpecLayout* spec) {
+  constexpr unsigned lookBits = DecodeSpecLayout::lookBits;
+  *spec = {};
+  spec->kind = Kind::decodeSpec;
+  uint32_t above = 0;
+  int at = 0;
+  for (unsigned length = 1; length <= 16; ++length) {
+    spec->symbolOffset[length] = at < list.count ? at - int(list.code[at].code) : 0;
+    for (; at < list.count && list.code[at].length == length; ++at) {
+      const Code& c = list.code[at];
+      spec->symbol[at] = c.symbol;
+      above = (c.code + 1) << (16 - length);
+      if (length > lookBits) continue;
+      const uint32_t first = c.code << (lookBits - length);
+      for (uint32_t window = first; window < first + (1u << (lookBits - length)); ++window) {
+        spec->look[window] = answer(c, window).word;
+      }
+    }
+    spec->limit[length] = above;
+  }
+}
+
+template <class Layout, class Spec>
+RkdStatus initSpec(const uint8_t* bits, const uint8_t* values, Spec* spec) {
+  if (anyNull(bits, values, spec)) return rkdStsNullPtrErr;
+  CodeList list;
+  if (const RkdStatus status = makeCodes(bits, values, &list)) return status;
+  Layout layout;
+  build(list, &layout);
+  store(spec, layout);
+  return rkdStsNoErr;
+}
+
+template <class Layout, class Spec>
+RkdStatus initAllocSpec(const uint8_t* bits, const uint8_t* values, Spec** spec) {
+  if (anyNull(bits, values, spec)) return rkdStsNullPtrErr;
+  Spec* const made = static_cast<Spec*>(std::malloc(sizeof(Layout)));
+  if (made == nullptr) return rkdStsNoMemErr;
+  const RkdStatus status = initSpec<Layout>(bits, values, made);
+  if (status == rkdStsNoErr) {
+    *spec = made;
+  } else {
+    std::free(made);
+  }
+  return status;
+}
+
+template <class Layout, class State>
+RkdStatus initState(Kind kind, State* state) {
+  if (state == nullptr) return rkdStsNullPtrErr;
+  std::memset(static_cast<void*>(state), 0, sizeof(Layout));
+  store(state, kind);
+  return rkdStsNoErr;
+}
+
+template <class Layout, class State>
+RkdStatus initAllocState(Kind kind, State** state) {
+  if (state == nullptr) return rkdStsNullPtrErr;
+  State* const made = static_cast<State*>(std::malloc(sizeof(Layout)));
+  if (made == nullptr) return rkdStsNoMemErr;
+  *state = made;
+  return initState<Layout>(kind, made);
+}
+
+template <class Layout>
+RkdStatus tellSize(int* size) {
+  if (size == nullptr) return rkdStsNullPtrErr;
+  *size = int(sizeof(Layout));
+  return rkdStsNoErr;
+}
+
+RkdStatus release(void* object) {
+  std::free(object);
+  return rkdStsNoErr;
+}
+
+/// Code lengths of an optimal prefix code over the symbols and one reserved code point, which has
+/// the least weight and so takes the all-ones code. Returns how many codes each length has.
+/// Lengths are those of the Huffman tree of K.2: merging two trees lengthens all their codes.
+class LengthCount {
+ public:
+  explicit LengthCount(const int* statistics) {
+    for (int symbol = 0; symbol < 256; ++symbol) weight_[symbol] = std::max(statistics[symbol], 0);
+    weight_[reserved] = 1;
+    next_.fill(-1);
+    merge();
+  }
+  unsigned lengthOf(int symbol) const { return length_[symbol]; }
+  static constexpr int reserved = 256;
+
+ private:
+  /// The lightest tree, of equal ones that with the highest number.
+  int lightest(int except) const {
+    int found = -1;
+    for (int i = 0; i <= reserved; ++i) {
+      if (weight_[i] > 0 && i != except && (found < 0 || weight_[i] <= weight_[found])) found = i;
+    }
+    return found;
+  }
+
+  void merge() {
+    for (;;) {
+      const int a = lightest(-1);
+      const int b = lightest(a);
+      if (b < 0) return;
+      weight_[a] += weight_[b];
+      weight_[b] = 0;
+      int last = a;
+      for (;; last = next_[last]) {
+        ++length_[last];
+        if (next_[last] < 0) break;
+      }
+      next_[last] = int16_t(b);
+      for (int i = b; i >= 0; i = next_[i]) ++length_[i];
+    }
+  }
+
+  std::array<int64_t, 257> weight_{};
+  std::array<int16_t, 257> next_;
+  std::array<uint16_t, 257> length_{};
+};
+
+/// Shortens codes to at most 16 bits: two codes of the longest length give way to one a bit
+/// shorter, and a shorter code becomes two one bit longer.
+void limitLengths(std::array<int, 258>* count) {
+  for (int length = 257; length > 16; --length) {
+    while ((*count)[length] > 0) {
+      int shorter = length - 2;
+      while ((*count)[shorter] == 0) --shorter;
+      (*count)[length] -= 2;
+      ++(*count)[length - 1];
+      (*count)[shorter + 1] += 2;
+      --(*count)[shorter];
+    }
+  }
+}
+
+}  // namespace
+
+DecodeEntry openEntry(unsigned codeLength, unsigned symbol) {
+  const unsigned run = symbol >> 4;
+  const unsigned size = symbol & 15;
+  const bool valueFollows = size != 0 || symbol == zeroRun16;
+  return DecodeEntry::open(codeLength, valueFollows ? run : DecodeEntry::ends + run, size);
+}
+
+DecodeEntry DecodeTable::search(uint64_t bits) const {
+  const uint32_t window = uint32_t(bits >> 48);
+  for (unsigned length = DecodeSpecLayout::lookBits + 1; length <= 16; ++length) {
+    if (window >= load<uint32_t>(base_ + offsetof(DecodeSpecLayout, limit) + 4 * length)) continue;
+    const int offset = load<int32_t>(base_ + offsetof(DecodeSpecLayout, symbolOffset) + 4 * length);
+    const int at = int(window >> (16 - length)) + offset;
+    return openEntry(length, base_[offsetof(DecodeSpecLayout, symbol) + at]);
+  }
+  return {0};
+}
+
+DecodeEntry wholeEntry(uint64_t bits, DecodeEntry looked, const DecodeTable& table) {
+  const DecodeEntry open = looked.word != 0 ? looked : table.search(bits);
+  if (open.word == 0) return {0};
+  const unsigned size = open.size();
+  if (size == 0) return DecodeEntry::whole(open.codeLength(), open.run(), 0);
+  const uint32_t value = uint32_t(bits << open.codeLength() >> (64 - size));
+  return DecodeEntry::whole(open.codeLength() + size, open.run(), extendValue(value, size));
+}
+
+RkdStatus flushBits(uint8_t* stream, int length, int* position, RkdiEncodeHuffmanState* state) {
+  const EncodeState waiting = load<EncodeState>(state);
+  int end = *position;
+  if (waiting.bitCount > 0) {
+    const unsigned missing = 8 - waiting.bitCount;
+    const uint8_t last = uint8_t(waiting.bits << missing | ((1u << missing) - 1));
+    const int count = last == 0xFF ? 2 : 1;
+    if (length - end < count) return rkdStsDstFullErr;
+    stream[end] = last;
+    if (count == 2) stream[end + 1] = 0;
+    end += count;
+  }
+  *position = end;
+  store(state, EncodeState{Kind::encodeState, 0, 0, 0, 0});
+  return rkdStsNoErr;
+}
+
+}  // namespace rkd::huff
+
+using namespace rkd::huff;
+
+RkdStatus rkdiEncodeHuffmanSpecGetBufSize_JPEG_8u(int* size) {
+  return tellSize<EncodeSpecLayout>(size);
+}
+RkdStatus rkdiEncodeHuffmanSpecInit_JPEG_8u(const uint8_t* bits, const uint8_t* values,
+                                            RkdiEncodeHuffmanSpec* spec) {
+  return initSpec<EncodeSpecLayout>(bits, values, spec);
+}
+RkdStatus rkdiEncodeHuffmanSpecInitAlloc_JPEG_8u(const uint8_t* bits, const uint8_t* values,
+                                                 RkdiEncodeHuffmanSpec** spec) {
+  return initAllocSpec<EncodeSpecLayout>(bits, values, spec);
+}
+RkdStatus rkdiEncodeHuffmanSpecFree_JPEG_8u(RkdiEncodeHuffmanSpec* spec) { return release(spec); }
+
+RkdStatus rkdiDecodeHuffmanSpecGetBufSize_JPEG_8u(int* size) {
+  return tellSize<DecodeSpecLayout>(size);
+}
+RkdStatus rkdiDecodeHuffmanSpecInit_JPEG_8u(const uint8_t* bits, const uint8_t* values,
+                                            RkdiDecodeHuffmanSpec* spec) {
+  return initSpec<DecodeSpecLayout>(bits, values, spec);
+}
+RkdStatus rkdiDecodeHuffmanSpecInitAlloc_JPEG_8u(const uint8_t* bits, const uint8_t* values,
+                                                 RkdiDecodeHuffmanSpec** spec) {
+  return initAllocSpec<DecodeSpecLayout>(bits, values, spec);
+}
+RkdStatus rkdiDecodeHuffmanSpecFree_JPEG_8u(RkdiDecodeHuffmanSpec* spec) { return release(spec); }
+
+RkdStatus rkdiEncodeHuffmanStateGetBufSize_JPEG_8u(int* size) {
+  return tellSize<EncodeStateLayout>(size);
+}
+RkdStatus rkdiEncodeHuffmanStateInit_JPEG_8u(RkdiEncodeHuffmanState* state) {
+  return initState<EncodeStateLayout>(Kind::encodeState, state);
+}
+RkdStatus rkdiEncodeHuffmanStateInitAlloc_JPEG_8u(RkdiEncodeHuffmanState** state) {
+  return initAllocState<EncodeStateLayout>(Kind::encodeState, state);
+}
+RkdStatus rkdiEncodeHuffmanStateFree_JPEG_8u(RkdiEncodeHuffmanState* state) {
+  return release(state);
+}
+
+RkdStatus rkdiDecodeHuffmanStateGetBufSize_JPEG_8u(int* size) {
+  return tellSize<DecodeState>(size);
+}
+RkdStatus rkdiDecodeHuffmanStateInit_JPEG_8u(RkdiDecodeHuffmanState* state) {
+  return initState<DecodeState>(Kind::decodeState, state);
+}
+RkdStatus rkdiDecodeHuffmanStateInitAlloc_JPEG_8u(RkdiDecodeHuffmanState** state) {
+  return initAllocState<DecodeState>(Kind::decodeState, state);
+}
+RkdStatus rkdiDecodeHuffmanStateFree_JPEG_8u(RkdiDecodeHuffmanState* state) {
+  return release(state);
+}
+
+RkdStatus rkdiEncodeHuffmanRawTableInit_JPEG_8u(const int* statistics, uint8_t* bits,
+                                                uint8_t* values) {
+  if (anyNull(statistics, bits, values)) return rkdStsNullPtrErr;
+  std::array<int, 256> counts;
+  std::copy_n(statistics, 256, counts.begin());
+  if (std::none_of(counts.begin(), counts.end(), [](int n) { return n > 0; })) counts[0] = 1;
+
+  const LengthCount tree(counts.data());
+  std::array<int, 258> count{};
+  for (int symbol = 0; symbol <= LengthCount::reserved; ++symbol) ++count[tree.lengthOf(symbol)];
+  count[0] = 0;
+  limitLengths(&count);
+  int longest = 16;
+  while (count[longest] == 0) --longest;
+  --count[longest];  // the reserved code point
+
+  for (int length = 1; length <= 16; ++length) bits[length - 1] = uint8_t(count[length]);
+  // Shortening changed how many codes of a length there are, not which symbols have longer ones.
+  std::memset(values, 0, 256);
+  int at = 0;
+  for (unsigned length = 1; length <= 257; ++length) {
+    for (int symbol = 0; symbol < 256; ++symbol) {
+      if (tree.lengthOf(symbol) == length) values[at++] = uint8_t(symbol);
+    }
+  }
+  return rkdStsNoErr;
+}
