@@ -4,3 +4,4 @@
 
 #include "ref_color.h"
 #include "ref_dct.h"
+#include "ref_huffman.h"

@@ -23,13 +23,20 @@
 
 #include "jpeg/huffman.h"
 
-HWY_BEFORE_NAMESPACE();
 // Every processor of the AVX2 level counts leading zeros in one step; Highway does not ask g++ for
 // it. (clang has no pragma that adds to a target; it gets by without.)
+#undef RKD_PUSH_LZCNT
+#undef RKD_POP_LZCNT
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
-#pragma GCC push_options
-#pragma GCC target("lzcnt")
+#define RKD_PUSH_LZCNT HWY_PRAGMA(GCC push_options) HWY_PRAGMA(GCC target("lzcnt"))
+#define RKD_POP_LZCNT HWY_PRAGMA(GCC pop_options)
+#else
+#define RKD_PUSH_LZCNT
+#define RKD_POP_LZCNT
 #endif
+
+HWY_BEFORE_NAMESPACE();
+RKD_PUSH_LZCNT
 namespace rkd::HWY_NAMESPACE {
 
 /// Positions 0..63 as a map.
@@ -280,9 +287,7 @@ HWY_INLINE MagnitudeMaps magnitudeMaps(const int16_t* block, int al) {
 #endif
 
 }  // namespace rkd::HWY_NAMESPACE
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
-#pragma GCC pop_options
-#endif
+RKD_POP_LZCNT
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

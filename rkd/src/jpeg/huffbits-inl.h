@@ -12,10 +12,7 @@
 #include "jpeg/huffman.h"
 
 HWY_BEFORE_NAMESPACE();
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
-#pragma GCC push_options
-#pragma GCC target("lzcnt")
-#endif
+RKD_PUSH_LZCNT
 namespace rkd::HWY_NAMESPACE {
 using namespace huff;
 
@@ -286,9 +283,7 @@ class StateReader : public BitReader<true> {
 };
 
 }  // namespace rkd::HWY_NAMESPACE
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
-#pragma GCC pop_options
-#endif
+RKD_POP_LZCNT
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

@@ -4,13 +4,11 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
+#include "common/levels.h"
 #include "jpeg/huffbits-inl.h"
 
 HWY_BEFORE_NAMESPACE();
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
-#pragma GCC push_options
-#pragma GCC target("lzcnt")
-#endif
+RKD_PUSH_LZCNT
 namespace rkd::HWY_NAMESPACE {
 namespace {
 
@@ -209,9 +207,7 @@ RkdStatus decodeOne(const uint8_t* stream, int length, int* position, int16_t* d
 
 }  // namespace
 }  // namespace rkd::HWY_NAMESPACE
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
-#pragma GCC pop_options
-#endif
+RKD_POP_LZCNT
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -249,8 +245,8 @@ RkdStatus rkdiEncodeHuffman8x8_JPEG_16s1u_C1(const int16_t* src, uint8_t* stream
   if (!isKind(dcSpec, Kind::encodeSpec) || !isKind(acSpec, Kind::encodeSpec)) {
     return rkdStsContextErr;
   }
-  return HWY_DYNAMIC_DISPATCH(encodeBlock)(src, stream, length, position, previousDC, dcSpec,
-                                           acSpec, state);
+  return RKD_AT_LEVEL(encodeBlock)(src, stream, length, position, previousDC, dcSpec, acSpec,
+                                   state);
 }
 
 RkdStatus rkdiDecodeHuffman8x8_JPEG_1u16s_C1(const uint8_t* stream, int length, int* position,
@@ -264,8 +260,8 @@ RkdStatus rkdiDecodeHuffman8x8_JPEG_1u16s_C1(const uint8_t* stream, int length, 
       !isKind(acSpec, Kind::decodeSpec)) {
     return rkdStsContextErr;
   }
-  return HWY_DYNAMIC_DISPATCH(decodeBlock)(stream, length, position, dst, previousDC, marker,
-                                           dcSpec, acSpec, state);
+  return RKD_AT_LEVEL(decodeBlock)(stream, length, position, dst, previousDC, marker, dcSpec,
+                                   acSpec, state);
 }
 
 RkdStatus rkdiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(const int16_t* src, uint8_t* stream, int length,
@@ -277,8 +273,7 @@ RkdStatus rkdiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(const int16_t* src, uint8_t*
   if (!isKind(dcSpec, Kind::encodeSpec) || !isKind(acSpec, Kind::encodeSpec)) {
     return rkdStsContextErr;
   }
-  return HWY_DYNAMIC_DISPATCH(encodeBlockDirect)(src, stream, length, position, previousDC, dcSpec,
-                                                 acSpec);
+  return RKD_AT_LEVEL(encodeBlockDirect)(src, stream, length, position, previousDC, dcSpec, acSpec);
 }
 
 RkdStatus rkdiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(const uint8_t* stream, int length,
@@ -290,8 +285,7 @@ RkdStatus rkdiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(const uint8_t* stream, int l
   if (!isKind(dcSpec, Kind::decodeSpec) || !isKind(acSpec, Kind::decodeSpec)) {
     return rkdStsContextErr;
   }
-  return HWY_DYNAMIC_DISPATCH(decodeBlockDirect)(stream, length, position, dst, previousDC, dcSpec,
-                                                 acSpec);
+  return RKD_AT_LEVEL(decodeBlockDirect)(stream, length, position, dst, previousDC, dcSpec, acSpec);
 }
 
 RkdStatus rkdiEncodeHuffmanOne_JPEG_16s1u_C1(const int16_t* src, uint8_t* stream, int length,
@@ -303,7 +297,7 @@ RkdStatus rkdiEncodeHuffmanOne_JPEG_16s1u_C1(const int16_t* src, uint8_t* stream
   if (flush != 0) return flushBits(stream, length, position, state);
   if (anyNull(src, spec)) return rkdStsNullPtrErr;
   if (!isKind(spec, Kind::encodeSpec)) return rkdStsContextErr;
-  return HWY_DYNAMIC_DISPATCH(encodeOne)(*src, stream, length, position, spec, state);
+  return RKD_AT_LEVEL(encodeOne)(*src, stream, length, position, spec, state);
 }
 
 RkdStatus rkdiDecodeHuffmanOne_JPEG_1u16s_C1(const uint8_t* stream, int length, int* position,
@@ -315,12 +309,12 @@ RkdStatus rkdiDecodeHuffmanOne_JPEG_1u16s_C1(const uint8_t* stream, int length, 
   if (!isKind(state, Kind::decodeState) || !isKind(spec, Kind::decodeSpec)) {
     return rkdStsContextErr;
   }
-  return HWY_DYNAMIC_DISPATCH(decodeOne)(stream, length, position, dst, marker, spec, state);
+  return RKD_AT_LEVEL(decodeOne)(stream, length, position, dst, marker, spec, state);
 }
 
 RkdStatus rkdiGetHuffmanStatistics8x8_JPEG_16s_C1(const int16_t* src, int* dcStatistics,
                                                   int* acStatistics, int* previousDC) {
   if (anyNull(src, dcStatistics, acStatistics, previousDC)) return rkdStsNullPtrErr;
-  return HWY_DYNAMIC_DISPATCH(countBlock)(src, dcStatistics, acStatistics, previousDC);
+  return RKD_AT_LEVEL(countBlock)(src, dcStatistics, acStatistics, previousDC);
 }
 #endif

@@ -4,13 +4,11 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
+#include "common/levels.h"
 #include "jpeg/huffbits-inl.h"
 
 HWY_BEFORE_NAMESPACE();
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
-#pragma GCC push_options
-#pragma GCC target("lzcnt")
-#endif
+RKD_PUSH_LZCNT
 namespace rkd::HWY_NAMESPACE {
 namespace {
 
@@ -257,9 +255,7 @@ RkdStatus encodeBit(unsigned bit, uint8_t* stream, int length, int* position,
 
 }  // namespace
 }  // namespace rkd::HWY_NAMESPACE
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
-#pragma GCC pop_options
-#endif
+RKD_POP_LZCNT
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -323,14 +319,13 @@ RkdStatus rkdiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(const int16_t* src, in
                                                           int ss, int se, int al,
                                                           RkdiEncodeHuffmanState* state,
                                                           int flush) {
-  return countBand(HWY_DYNAMIC_DISPATCH(countACFirst), src, statistics, {ss, se, al}, state, flush);
+  return countBand(RKD_AT_LEVEL(countACFirst), src, statistics, {ss, se, al}, state, flush);
 }
 RkdStatus rkdiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(const int16_t* src, int* statistics,
                                                            int ss, int se, int al,
                                                            RkdiEncodeHuffmanState* state,
                                                            int flush) {
-  return countBand(HWY_DYNAMIC_DISPATCH(countACRefine), src, statistics, {ss, se, al}, state,
-                   flush);
+  return countBand(RKD_AT_LEVEL(countACRefine), src, statistics, {ss, se, al}, state, flush);
 }
 
 RkdStatus rkdiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(const int16_t* src, uint8_t* stream,
@@ -342,8 +337,8 @@ RkdStatus rkdiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(const int16_t* src, uint8_t
   if (flush != 0) return flushBits(stream, length, position, state);
   if (anyNull(src, previousDC, dcSpec)) return rkdStsNullPtrErr;
   if (!isKind(dcSpec, Kind::encodeSpec)) return rkdStsContextErr;
-  return HWY_DYNAMIC_DISPATCH(encodeDCFirst)(src[0] >> al, stream, length, position, previousDC,
-                                             dcSpec, state);
+  return RKD_AT_LEVEL(encodeDCFirst)(src[0] >> al, stream, length, position, previousDC, dcSpec,
+                                     state);
 }
 RkdStatus rkdiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(const int16_t* src, uint8_t* stream,
                                                       int length, int* position, int al,
@@ -352,21 +347,20 @@ RkdStatus rkdiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(const int16_t* src, uint8_
   if (!isPointTransform(al)) return rkdStsBadArgErr;
   if (flush != 0) return flushBits(stream, length, position, state);
   if (src == nullptr) return rkdStsNullPtrErr;
-  return HWY_DYNAMIC_DISPATCH(encodeBit)(unsigned(src[0] >> al & 1), stream, length, position,
-                                         state);
+  return RKD_AT_LEVEL(encodeBit)(unsigned(src[0] >> al & 1), stream, length, position, state);
 }
 RkdStatus rkdiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(const int16_t* src, uint8_t* stream,
                                                      int length, int* position, int ss, int se,
                                                      int al, const RkdiEncodeHuffmanSpec* acSpec,
                                                      RkdiEncodeHuffmanState* state, int flush) {
-  return encodeBand(HWY_DYNAMIC_DISPATCH(encodeACFirst), src, stream, length, position,
-                    {ss, se, al}, acSpec, state, flush);
+  return encodeBand(RKD_AT_LEVEL(encodeACFirst), src, stream, length, position, {ss, se, al},
+                    acSpec, state, flush);
 }
 RkdStatus rkdiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(const int16_t* src, uint8_t* stream,
                                                       int length, int* position, int ss, int se,
                                                       int al, const RkdiEncodeHuffmanSpec* acSpec,
                                                       RkdiEncodeHuffmanState* state, int flush) {
-  return encodeBand(HWY_DYNAMIC_DISPATCH(encodeACRefine), src, stream, length, position,
-                    {ss, se, al}, acSpec, state, flush);
+  return encodeBand(RKD_AT_LEVEL(encodeACRefine), src, stream, length, position, {ss, se, al},
+                    acSpec, state, flush);
 }
 #endif

@@ -4,13 +4,11 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
+#include "common/levels.h"
 #include "jpeg/huffbits-inl.h"
 
 HWY_BEFORE_NAMESPACE();
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
-#pragma GCC push_options
-#pragma GCC target("lzcnt")
-#endif
+RKD_PUSH_LZCNT
 namespace rkd::HWY_NAMESPACE {
 namespace {
 
@@ -136,9 +134,7 @@ RkdStatus decodeACRefine(const uint8_t* stream, int length, int* position, int16
 
 }  // namespace
 }  // namespace rkd::HWY_NAMESPACE
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
-#pragma GCC pop_options
-#endif
+RKD_POP_LZCNT
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -185,22 +181,22 @@ RkdStatus rkdiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(const uint8_t* stream, int 
   if (const RkdStatus status = checkDecoder(stream, length, position, dst, state)) return status;
   if (!isPointTransform(al)) return rkdStsBadArgErr;
   if (!isKind(dcSpec, Kind::decodeSpec)) return rkdStsContextErr;
-  return HWY_DYNAMIC_DISPATCH(decodeDCFirst)(stream, length, position, dst, previousDC, marker, al,
-                                             dcSpec, state);
+  return RKD_AT_LEVEL(decodeDCFirst)(stream, length, position, dst, previousDC, marker, al, dcSpec,
+                                     state);
 }
 RkdStatus rkdiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(const uint8_t* stream, int length,
                                                       int* position, int16_t* dst, int* marker,
                                                       int al, RkdiDecodeHuffmanState* state) {
   if (const RkdStatus status = checkDecoder(stream, length, position, dst, state)) return status;
   if (!isPointTransform(al)) return rkdStsBadArgErr;
-  return HWY_DYNAMIC_DISPATCH(decodeDCRefine)(stream, length, position, dst, marker, al, state);
+  return RKD_AT_LEVEL(decodeDCRefine)(stream, length, position, dst, marker, al, state);
 }
 RkdStatus rkdiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(const uint8_t* stream, int length,
                                                      int* position, int16_t* dst, int* marker,
                                                      int ss, int se, int al,
                                                      const RkdiDecodeHuffmanSpec* acSpec,
                                                      RkdiDecodeHuffmanState* state) {
-  return decodeBand(HWY_DYNAMIC_DISPATCH(decodeACFirst), stream, length, position, dst, marker,
+  return decodeBand(RKD_AT_LEVEL(decodeACFirst), stream, length, position, dst, marker,
                     {ss, se, al}, acSpec, state);
 }
 RkdStatus rkdiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(const uint8_t* stream, int length,
@@ -208,7 +204,7 @@ RkdStatus rkdiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(const uint8_t* stream, int
                                                       int ss, int se, int al,
                                                       const RkdiDecodeHuffmanSpec* acSpec,
                                                       RkdiDecodeHuffmanState* state) {
-  return decodeBand(HWY_DYNAMIC_DISPATCH(decodeACRefine), stream, length, position, dst, marker,
+  return decodeBand(RKD_AT_LEVEL(decodeACRefine), stream, length, position, dst, marker,
                     {ss, se, al}, acSpec, state);
 }
 #endif

@@ -4,13 +4,11 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
+#include "common/levels.h"
 #include "jpeg/huffbits-inl.h"
 
 HWY_BEFORE_NAMESPACE();
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
-#pragma GCC push_options
-#pragma GCC target("lzcnt")
-#endif
+RKD_PUSH_LZCNT
 namespace rkd::HWY_NAMESPACE {
 namespace {
 
@@ -110,9 +108,7 @@ void countRow(const int16_t* src, int width, int* statistics) {
 
 }  // namespace
 }  // namespace rkd::HWY_NAMESPACE
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
-#pragma GCC pop_options
-#endif
+RKD_POP_LZCNT
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
@@ -156,7 +152,7 @@ RkdStatus rkdiEncodeHuffmanRow_JPEG_16s1u_P4C1(const int16_t* const src[4], uint
   if (width <= 0) return rkdStsSizeErr;
   const int planes = planeCount(src);
   if (const RkdStatus status = checkSpecs(spec, planes, Kind::encodeSpec)) return status;
-  return HWY_DYNAMIC_DISPATCH(encodeRow)(planes, src, stream, length, position, width, spec, state);
+  return RKD_AT_LEVEL(encodeRow)(planes, src, stream, length, position, width, spec, state);
 }
 
 RkdStatus rkdiDecodeHuffmanRow_JPEG_1u16s_C1P4(const uint8_t* stream, int length, int* position,
@@ -169,8 +165,7 @@ RkdStatus rkdiDecodeHuffmanRow_JPEG_1u16s_C1P4(const uint8_t* stream, int length
   if (!isKind(state, Kind::decodeState)) return rkdStsContextErr;
   const int planes = planeCount(dst);
   if (const RkdStatus status = checkSpecs(spec, planes, Kind::decodeSpec)) return status;
-  return HWY_DYNAMIC_DISPATCH(decodeRow)(planes, stream, length, position, dst, marker, width, spec,
-                                         state);
+  return RKD_AT_LEVEL(decodeRow)(planes, stream, length, position, dst, marker, width, spec, state);
 }
 
 RkdStatus rkdiGetHuffmanStatisticsRow_JPEG_16s_P4(const int16_t* const src[4], int width,
@@ -181,7 +176,7 @@ RkdStatus rkdiGetHuffmanStatisticsRow_JPEG_16s_P4(const int16_t* const src[4], i
   for (int p = 0; p < planes; ++p) {
     if (statistics[p] == nullptr) return rkdStsNullPtrErr;
   }
-  for (int p = 0; p < planes; ++p) HWY_DYNAMIC_DISPATCH(countRow)(src[p], width, statistics[p]);
+  for (int p = 0; p < planes; ++p) RKD_AT_LEVEL(countRow)(src[p], width, statistics[p]);
   return rkdStsNoErr;
 }
 #endif

@@ -1,10 +1,10 @@
 // Huffman tables: from the lists of a DHT segment to the coders' objects, from statistics to the
 // lists; and the life of specification and state objects.
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
 #include "jpeg/huffman.h"
+#include "rkd/rkdcore.h"
 
 namespace rkd::huff {
 namespace {
@@ -99,13 +99,13 @@ RkdStatus initSpec(const uint8_t* bits, const uint8_t* values, Spec* spec) {
 template <class Layout, class Spec>
 RkdStatus initAllocSpec(const uint8_t* bits, const uint8_t* values, Spec** spec) {
   if (anyNull(bits, values, spec)) return rkdStsNullPtrErr;
-  Spec* const made = static_cast<Spec*>(std::malloc(sizeof(Layout)));
+  Spec* const made = static_cast<Spec*>(rkdMalloc(sizeof(Layout)));
   if (made == nullptr) return rkdStsNoMemErr;
   const RkdStatus status = initSpec<Layout>(bits, values, made);
   if (status == rkdStsNoErr) {
     *spec = made;
   } else {
-    std::free(made);
+    rkdFree(made);
   }
   return status;
 }
@@ -121,7 +121,7 @@ RkdStatus initState(Kind kind, State* state) {
 template <class Layout, class State>
 RkdStatus initAllocState(Kind kind, State** state) {
   if (state == nullptr) return rkdStsNullPtrErr;
-  State* const made = static_cast<State*>(std::malloc(sizeof(Layout)));
+  State* const made = static_cast<State*>(rkdMalloc(sizeof(Layout)));
   if (made == nullptr) return rkdStsNoMemErr;
   *state = made;
   return initState<Layout>(kind, made);
@@ -135,7 +135,7 @@ RkdStatus tellSize(int* size) {
 }
 
 RkdStatus release(void* object) {
-  std::free(object);
+  rkdFree(object);
   return rkdStsNoErr;
 }
 

@@ -7,6 +7,7 @@
 #include "hwy/foreach_target.h"
 #include "hwy/highway.h"
 
+#include "common/levels.h"
 #include "rkd/rkdjpeg_pred.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -180,7 +181,7 @@ RkdStatus rkdiDiffPredFirstRow_JPEG_16s_C1(const int16_t* src, int16_t* dst, int
                                            int precision, int pointTransform) {
   if (const RkdStatus s = checkFirstRow(src, dst, width, precision, pointTransform)) return s;
   bits(dst)[0] = uint16_t(bits(src)[0] - startValue(precision, pointTransform));
-  HWY_DYNAMIC_DISPATCH(diffRows)(1, bits(src), bits(src), bits(dst), width);
+  RKD_AT_LEVEL(diffRows)(1, bits(src), bits(src), bits(dst), width);
   return rkdStsNoErr;
 }
 
@@ -188,7 +189,7 @@ RkdStatus rkdiReconstructPredFirstRow_JPEG_16s_C1(const int16_t* src, int16_t* d
                                                   int precision, int pointTransform) {
   if (const RkdStatus s = checkFirstRow(src, dst, width, precision, pointTransform)) return s;
   bits(dst)[0] = uint16_t(bits(src)[0] + startValue(precision, pointTransform));
-  HWY_DYNAMIC_DISPATCH(reconstructRows)(1, bits(src), bits(src), bits(dst), width);
+  RKD_AT_LEVEL(reconstructRows)(1, bits(src), bits(src), bits(dst), width);
   return rkdStsNoErr;
 }
 
@@ -196,7 +197,7 @@ RkdStatus rkdiDiffPredRow_JPEG_16s_C1(const int16_t* src, const int16_t* previou
                                       int width, int predictor) {
   if (const RkdStatus s = checkRow(src, previousRow, dst, width, predictor)) return s;
   bits(dst)[0] = uint16_t(bits(src)[0] - bits(previousRow)[0]);
-  HWY_DYNAMIC_DISPATCH(diffRows)(predictor, bits(src), bits(previousRow), bits(dst), width);
+  RKD_AT_LEVEL(diffRows)(predictor, bits(src), bits(previousRow), bits(dst), width);
   return rkdStsNoErr;
 }
 
@@ -204,7 +205,7 @@ RkdStatus rkdiReconstructPredRow_JPEG_16s_C1(const int16_t* src, const int16_t* 
                                              int16_t* dst, int width, int predictor) {
   if (const RkdStatus s = checkRow(src, previousRow, dst, width, predictor)) return s;
   bits(dst)[0] = uint16_t(bits(src)[0] + bits(previousRow)[0]);
-  HWY_DYNAMIC_DISPATCH(reconstructRows)(predictor, bits(src), bits(previousRow), bits(dst), width);
+  RKD_AT_LEVEL(reconstructRows)(predictor, bits(src), bits(previousRow), bits(dst), width);
   return rkdStsNoErr;
 }
 #endif
