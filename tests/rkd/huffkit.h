@@ -34,18 +34,17 @@ inline const Table dcLuma = {{0, 1, 5, 1, 1, 1, 1, 1, 1}, {0, 1, 2, 3, 4, 5, 6, 
 
 inline const Table acLuma = {
     {0, 2, 1, 3, 3, 2, 4, 3, 5, 5, 4, 4, 0, 0, 1, 125},
-    {0x01, 0x02, 0x03, 0x00, 0x04, 0x11, 0x05, 0x12, 0x21, 0x31, 0x41, 0x06, 0x13, 0x51,
-     0x61, 0x07, 0x22, 0x71, 0x14, 0x32, 0x81, 0x91, 0xA1, 0x08, 0x23, 0x42, 0xB1, 0xC1,
-     0x15, 0x52, 0xD1, 0xF0, 0x24, 0x33, 0x62, 0x72, 0x82, 0x09, 0x0A, 0x16, 0x17, 0x18,
-     0x19, 0x1A, 0x25, 0x26, 0x27, 0x28, 0x29, 0x2A, 0x34, 0x35, 0x36, 0x37, 0x38, 0x39,
-     0x3A, 0x43, 0x44, 0x45, 0x46, 0x47, 0x48, 0x49, 0x4A, 0x53, 0x54, 0x55, 0x56, 0x57,
-     0x58, 0x59, 0x5A, 0x63, 0x64, 0x65, 0x66, 0x67, 0x68, 0x69, 0x6A, 0x73, 0x74, 0x75,
-     0x76, 0x77, 0x78, 0x79, 0x7A, 0x83, 0x84, 0x85, 0x86, 0x87, 0x88, 0x89, 0x8A, 0x92,
-     0x93, 0x94, 0x95, 0x96, 0x97, 0x98, 0x99, 0x9A, 0xA2, 0xA3, 0xA4, 0xA5, 0xA6, 0xA7,
-     0xA8, 0xA9, 0xAA, 0xB2, 0xB3, 0xB4, 0xB5, 0xB6, 0xB7, 0xB8, 0xB9, 0xBA, 0xC2, 0xC3,
-     0xC4, 0xC5, 0xC6, 0xC7, 0xC8, 0xC9, 0xCA, 0xD2, 0xD3, 0xD4, 0xD5, 0xD6, 0xD7, 0xD8,
-     0xD9, 0xDA, 0xE1, 0xE2, 0xE3, 0xE4, 0xE5, 0xE6, 0xE7, 0xE8, 0xE9, 0xEA, 0xF1, 0xF2,
-     0xF3, 0xF4, 0xF5, 0xF6, 0xF7, 0xF8, 0xF9, 0xFA}};
+    {0x01, 0x02, 0x03, 0x00, 0x04, 0x11, 0x05, 0x12, 0x21, 0x31, 0x41, 0x06, 0x13, 0x51, 0x61,
+     0x07, 0x22, 0x71, 0x14, 0x32, 0x81, 0x91, 0xA1, 0x08, 0x23, 0x42, 0xB1, 0xC1, 0x15, 0x52,
+     0xD1, 0xF0, 0x24, 0x33, 0x62, 0x72, 0x82, 0x09, 0x0A, 0x16, 0x17, 0x18, 0x19, 0x1A, 0x25,
+     0x26, 0x27, 0x28, 0x29, 0x2A, 0x34, 0x35, 0x36, 0x37, 0x38, 0x39, 0x3A, 0x43, 0x44, 0x45,
+     0x46, 0x47, 0x48, 0x49, 0x4A, 0x53, 0x54, 0x55, 0x56, 0x57, 0x58, 0x59, 0x5A, 0x63, 0x64,
+     0x65, 0x66, 0x67, 0x68, 0x69, 0x6A, 0x73, 0x74, 0x75, 0x76, 0x77, 0x78, 0x79, 0x7A, 0x83,
+     0x84, 0x85, 0x86, 0x87, 0x88, 0x89, 0x8A, 0x92, 0x93, 0x94, 0x95, 0x96, 0x97, 0x98, 0x99,
+     0x9A, 0xA2, 0xA3, 0xA4, 0xA5, 0xA6, 0xA7, 0xA8, 0xA9, 0xAA, 0xB2, 0xB3, 0xB4, 0xB5, 0xB6,
+     0xB7, 0xB8, 0xB9, 0xBA, 0xC2, 0xC3, 0xC4, 0xC5, 0xC6, 0xC7, 0xC8, 0xC9, 0xCA, 0xD2, 0xD3,
+     0xD4, 0xD5, 0xD6, 0xD7, 0xD8, 0xD9, 0xDA, 0xE1, 0xE2, 0xE3, 0xE4, 0xE5, 0xE6, 0xE7, 0xE8,
+     0xE9, 0xEA, 0xF1, 0xF2, 0xF3, 0xF4, 0xF5, 0xF6, 0xF7, 0xF8, 0xF9, 0xFA}};
 
 /// Every symbol: 254 codes of 8 bits and two of 9, as nothing shorter leaves room for all.
 inline Table everySymbol() {
@@ -56,7 +55,8 @@ inline Table everySymbol() {
   return table;
 }
 
-/// A code for every symbol with lengths from 1 to 16 bits, longest for those that `order` puts last.
+/// A code for every symbol with lengths from 1 to 16 bits, longest for those that `order` puts
+/// last.
 inline Table longCodes(rkdkit::Random& random) {
   std::array<int, 256> statistics{};
   for (int i = 0; i < 256; ++i) statistics[i] = 1 << random.between(0, 24);
@@ -94,40 +94,40 @@ inline std::vector<Block> randomBlocks(rkdkit::Random& random, int count, int la
 }
 
 /// One name for each function of an implementation, so that a case is written once for both.
-#define HUFFKIT_FUNCTIONS(Scope)                                                                  \
-  using EncodeSpec = Scope::RkdiEncodeHuffmanSpec;                                                \
-  using DecodeSpec = Scope::RkdiDecodeHuffmanSpec;                                                \
-  using EncodeState = Scope::RkdiEncodeHuffmanState;                                              \
-  using DecodeState = Scope::RkdiDecodeHuffmanState;                                              \
-  static constexpr auto encodeSpecSize = Scope::rkdiEncodeHuffmanSpecGetBufSize_JPEG_8u;          \
-  static constexpr auto encodeSpecInit = Scope::rkdiEncodeHuffmanSpecInit_JPEG_8u;                \
-  static constexpr auto decodeSpecSize = Scope::rkdiDecodeHuffmanSpecGetBufSize_JPEG_8u;          \
-  static constexpr auto decodeSpecInit = Scope::rkdiDecodeHuffmanSpecInit_JPEG_8u;                \
-  static constexpr auto encodeStateSize = Scope::rkdiEncodeHuffmanStateGetBufSize_JPEG_8u;        \
-  static constexpr auto encodeStateInit = Scope::rkdiEncodeHuffmanStateInit_JPEG_8u;              \
-  static constexpr auto decodeStateSize = Scope::rkdiDecodeHuffmanStateGetBufSize_JPEG_8u;        \
-  static constexpr auto decodeStateInit = Scope::rkdiDecodeHuffmanStateInit_JPEG_8u;              \
-  static constexpr auto rawTable = Scope::rkdiEncodeHuffmanRawTableInit_JPEG_8u;                  \
-  static constexpr auto encode = Scope::rkdiEncodeHuffman8x8_JPEG_16s1u_C1;                       \
-  static constexpr auto decode = Scope::rkdiDecodeHuffman8x8_JPEG_1u16s_C1;                       \
-  static constexpr auto encodeDirect = Scope::rkdiEncodeHuffman8x8_Direct_JPEG_16s1u_C1;          \
-  static constexpr auto decodeDirect = Scope::rkdiDecodeHuffman8x8_Direct_JPEG_1u16s_C1;          \
-  static constexpr auto encodeOne = Scope::rkdiEncodeHuffmanOne_JPEG_16s1u_C1;                    \
-  static constexpr auto decodeOne = Scope::rkdiDecodeHuffmanOne_JPEG_1u16s_C1;                    \
-  static constexpr auto encodeRow = Scope::rkdiEncodeHuffmanRow_JPEG_16s1u_P4C1;                  \
-  static constexpr auto decodeRow = Scope::rkdiDecodeHuffmanRow_JPEG_1u16s_C1P4;                  \
-  static constexpr auto count = Scope::rkdiGetHuffmanStatistics8x8_JPEG_16s_C1;                   \
-  static constexpr auto countRow = Scope::rkdiGetHuffmanStatisticsRow_JPEG_16s_P4;                \
-  static constexpr auto countDCFirst = Scope::rkdiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1;    \
-  static constexpr auto countACFirst = Scope::rkdiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1;    \
-  static constexpr auto countACRefine = Scope::rkdiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1;  \
-  static constexpr auto encodeDCFirst = Scope::rkdiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1;        \
-  static constexpr auto encodeDCRefine = Scope::rkdiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1;      \
-  static constexpr auto encodeACFirst = Scope::rkdiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1;        \
-  static constexpr auto encodeACRefine = Scope::rkdiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1;      \
-  static constexpr auto decodeDCFirst = Scope::rkdiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1;        \
-  static constexpr auto decodeDCRefine = Scope::rkdiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1;      \
-  static constexpr auto decodeACFirst = Scope::rkdiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1;        \
+#define HUFFKIT_FUNCTIONS(Scope)                                                                 \
+  using EncodeSpec = Scope::RkdiEncodeHuffmanSpec;                                               \
+  using DecodeSpec = Scope::RkdiDecodeHuffmanSpec;                                               \
+  using EncodeState = Scope::RkdiEncodeHuffmanState;                                             \
+  using DecodeState = Scope::RkdiDecodeHuffmanState;                                             \
+  static constexpr auto encodeSpecSize = Scope::rkdiEncodeHuffmanSpecGetBufSize_JPEG_8u;         \
+  static constexpr auto encodeSpecInit = Scope::rkdiEncodeHuffmanSpecInit_JPEG_8u;               \
+  static constexpr auto decodeSpecSize = Scope::rkdiDecodeHuffmanSpecGetBufSize_JPEG_8u;         \
+  static constexpr auto decodeSpecInit = Scope::rkdiDecodeHuffmanSpecInit_JPEG_8u;               \
+  static constexpr auto encodeStateSize = Scope::rkdiEncodeHuffmanStateGetBufSize_JPEG_8u;       \
+  static constexpr auto encodeStateInit = Scope::rkdiEncodeHuffmanStateInit_JPEG_8u;             \
+  static constexpr auto decodeStateSize = Scope::rkdiDecodeHuffmanStateGetBufSize_JPEG_8u;       \
+  static constexpr auto decodeStateInit = Scope::rkdiDecodeHuffmanStateInit_JPEG_8u;             \
+  static constexpr auto rawTable = Scope::rkdiEncodeHuffmanRawTableInit_JPEG_8u;                 \
+  static constexpr auto encode = Scope::rkdiEncodeHuffman8x8_JPEG_16s1u_C1;                      \
+  static constexpr auto decode = Scope::rkdiDecodeHuffman8x8_JPEG_1u16s_C1;                      \
+  static constexpr auto encodeDirect = Scope::rkdiEncodeHuffman8x8_Direct_JPEG_16s1u_C1;         \
+  static constexpr auto decodeDirect = Scope::rkdiDecodeHuffman8x8_Direct_JPEG_1u16s_C1;         \
+  static constexpr auto encodeOne = Scope::rkdiEncodeHuffmanOne_JPEG_16s1u_C1;                   \
+  static constexpr auto decodeOne = Scope::rkdiDecodeHuffmanOne_JPEG_1u16s_C1;                   \
+  static constexpr auto encodeRow = Scope::rkdiEncodeHuffmanRow_JPEG_16s1u_P4C1;                 \
+  static constexpr auto decodeRow = Scope::rkdiDecodeHuffmanRow_JPEG_1u16s_C1P4;                 \
+  static constexpr auto count = Scope::rkdiGetHuffmanStatistics8x8_JPEG_16s_C1;                  \
+  static constexpr auto countRow = Scope::rkdiGetHuffmanStatisticsRow_JPEG_16s_P4;               \
+  static constexpr auto countDCFirst = Scope::rkdiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1;   \
+  static constexpr auto countACFirst = Scope::rkdiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1;   \
+  static constexpr auto countACRefine = Scope::rkdiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1; \
+  static constexpr auto encodeDCFirst = Scope::rkdiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1;       \
+  static constexpr auto encodeDCRefine = Scope::rkdiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1;     \
+  static constexpr auto encodeACFirst = Scope::rkdiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1;       \
+  static constexpr auto encodeACRefine = Scope::rkdiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1;     \
+  static constexpr auto decodeDCFirst = Scope::rkdiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1;       \
+  static constexpr auto decodeDCRefine = Scope::rkdiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1;     \
+  static constexpr auto decodeACFirst = Scope::rkdiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1;       \
   static constexpr auto decodeACRefine = Scope::rkdiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1;
 struct Library {
   HUFFKIT_FUNCTIONS()
