@@ -19,14 +19,12 @@ auto existing(List& list, Field field, const tzString& name) {
   return it == list.end() ? nullptr : &*it;
 }
 
-tzString trimmed(tzString text) {
-  text.trim();
-  return text;
-}
-
-/// Files that come from other systems end their lines with carriage return and newline.
-tzString withoutLineEnd(const tzString& line) {
-  return line.str().substr(0, line.str().find_last_not_of("\r\t ") + 1);
+/// Files that come from other systems end their lines with carriage return and newline, and a
+/// carriage return left at the end of a part would not survive being written.
+tzString trimmed(const tzString& text) {
+  tzString part = text.str().substr(0, text.str().find_last_not_of("\r\t ") + 1);
+  part.trim();
+  return part;
 }
 
 /// Whether an item's line gives the item back when it is read.
@@ -83,8 +81,7 @@ bool tzIniFile::readFile() {
 void tzIniFile::readLine(tzString line) {
   const int comment = line.find("//");
   if (comment >= 0) line = line.substr(0, comment);
-  line = withoutLineEnd(line);
-  line.trim();
+  line = trimmed(line);
   if (!line.empty() && !readHeader(line) && m_current != nullptr) readItem(line);
 }
 

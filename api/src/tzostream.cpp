@@ -102,15 +102,14 @@ bool i_stream::getline(tzString& line) {
   std::string text;
   int c = 0;
   while (m_open && (c = std::getc(file())) != EOF && c != '\n') {
-    if (text.size() == MAX_LINE) {
+    if (c == 0 || text.size() == MAX_LINE) {
       m_open = false;
-      reportError(tzString("-- Line too long in ") + describe() + "\n");
-      text.clear();
-      break;
+      reportError(tzString("-- Not a text file: ") + describe() + "\n");
+    } else {
+      text += static_cast<char>(c);
     }
-    text += static_cast<char>(c);
   }
-  line = text;
+  line = m_open ? text : "";
   return m_open && (c == '\n' || !text.empty());
 }
 

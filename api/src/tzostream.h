@@ -74,14 +74,15 @@ class io_stream {
 /// Reads a file, or standard input.
 class i_stream : public io_stream {
  public:
-  /// No line is longer (1 MiB): what has no line ends is no text file and ends the reading.
+  /// No line is longer (1 MiB).
   static constexpr std::size_t MAX_LINE = std::size_t{1} << 20;
 
   i_stream() = default;
   explicit i_stream(const tzString& name, int mode = OPEN_READ, bool report = true)
       : io_stream(name, mode | OPEN_READ, report) {}
 
-  /// Reads up to the next newline, which is dropped; the last line needs none.
+  /// Reads up to the next newline, which is dropped; the last line needs none. A zero byte or a
+  /// line without end shows that the file is no text: that is reported, and ends the reading.
   /// @return false, with an empty line, at the end of the file or when it can't be read
   bool getline(tzString& line);
   /// @return the number of bytes read, less than `size` at the end of the file

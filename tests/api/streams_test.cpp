@@ -133,23 +133,28 @@ TEST_F(Files, DirectoriesPrefixRelativeNamesOnly) {
 }
 
 TEST_F(Files, LinesEndAtNewlinesAndTheLastNeedsNone) {
-  m_folder.make("in.txt", "one\n\n" + std::string(1500, 'x') + "\nla" + std::string("\0!", 2));
+  m_folder.make("in.txt", "one\n\n" + std::string(1500, 'x') + "\nlast");
   i_stream in("in.txt");
   tzString line;
-  std::vector<std::size_t> lengths;
-  while (in.getline(line)) lengths.push_back(line.str().size());
+  std::vector<int> lengths;
+  while (in.getline(line)) lengths.push_back(line.length());
   EXPECT_THAT(lengths, testing::ElementsAre(3, 0, 1500, 4));
   EXPECT_TRUE(line.empty());
 }
 
-TEST(Reading, WhatHasNoLineEndsIsRefused) {
-  Console console;
-  i_stream endless("/dev/zero");
-  tzString line;
-  EXPECT_FALSE(endless.getline(line));
-  EXPECT_EQ(console.take(), "-- Line too long in /dev/zero\n");
-  EXPECT_FALSE(endless.getline(line));
-  EXPECT_EQ(console.take(), "");
+TEST_F(Files, WhatIsNoTextIsReadNoFurther) {
+  m_folder.make("wide.ini", std::string("a=1\n[\0T\0\n\0b=2\n", 15));
+  m_folder.make("long.ini", std::string(i_stream::MAX_LINE + 1, 'x') + "\nb=2\n");
+  for (const auto& [name, lines] : {std::pair{"wide.ini", 1}, {"long.ini", 0}}) {
+    Console console;
+    i_stream in(name);
+    tzString line;
+    for (int i = 0; i < lines; ++i) EXPECT_TRUE(in.getline(line));
+    EXPECT_FALSE(in.getline(line));
+    EXPECT_FALSE(in.getline(line));
+    EXPECT_TRUE(line.empty());
+    EXPECT_EQ(console.take(), "-- Not a text file: " + m_folder.path(name).str() + "\n");
+  }
 }
 
 TEST(WriteErrors, AFullDiskIsReportedOnceWithTheFilesName) {

@@ -67,6 +67,14 @@ std::unique_ptr<tzEnumIterator<int>> enumerated() {
   return parm;
 }
 
+// A value list of three whose last is negative reads back as a range, so only ranges must.
+void range(const tzString& text) {
+  tzStepIterator<int> parm("len");
+  if (!define(parm, text)) return;
+  walk(parm);
+  if (parm.isRange()) exercise(parm.defaultString(), plain<tzStepIterator<int>>);
+}
+
 // Quotes in texts are not kept as they are, so texts are only walked.
 void texts(const tzString& text) {
   tzIterator<tzString> parm("file");
@@ -75,7 +83,7 @@ void texts(const tzString& text) {
 
 using Exercise = void (*)(const tzString&);
 constexpr std::array<Exercise, 10> EXERCISES = {
-    [](const tzString& text) { exercise(text, plain<tzStepIterator<int>>); },
+    range,
     [](const tzString& text) { exercise(text, plain<tzIterator<int>>); },
     [](const tzString& text) { exercise(text, plain<tzIterator<double>>); },
     [](const tzString& text) { exercise(text, plain<tzIterator<RkdiSize>>); },
