@@ -7,6 +7,7 @@
 #include "tzclock.h"
 #include "tzcpuinfo.h"
 #include "tzcstream.h"
+#include "tzistream.h"
 #include "tzostream.h"
 #include "tzregistry.h"
 #include "tzsession.h"
@@ -56,6 +57,30 @@ tzString cpuText() {
   return text;
 }
 
+// The title comes before the settings are read: what the user gave for one of them; empty for
+// nothing.
+tzString given(const tzString& setting) {
+  const tzString* preset = g_istrm.presets().find(setting);
+  if (preset != nullptr) return *preset;
+  if (!g_istrm.hasIniFile()) return "";
+  return g_istrm.iniFile()->read(tzIStream::COMMON_SECTION, setting, "");
+}
+
+tzString methodText() {
+  tzString text;
+  switch (g_tool.method) {
+    case tzTool::LOOP:
+      return text << "manual, " << g_tool.loopCount << " loops";
+    case tzTool::STAT:
+      return text << "statistical, at least " << g_tool.minCalls << " calls and "
+                  << g_tool.maxClocks << " clocks";
+    case tzTool::BEST:
+      return text << "iterative, " << g_tool.minLoops << " to " << g_tool.maxLoops << " loops";
+    default:
+      return "automatic";
+  }
+}
+
 // One part of a line whose parts are joined by commas.
 tzString part(tzString text) {
   text = cutoffNL(text);
@@ -85,23 +110,14 @@ void tzReport::putPairs(tzCStream& table) const {
 // --- title ---------------------------------------------------------------------------------------
 
 tzString tzReportTitle::timingText() {
-  tzString text;
-  switch (g_tool.method) {
-    case tzTool::LOOP:
-      text << "manual, " << g_tool.loopCount << " loops";
-      break;
-    case tzTool::STAT:
-      text << "statistical, at least " << g_tool.minCalls << " calls and " << g_tool.maxClocks
-           << " clocks";
-      break;
-    case tzTool::BEST:
-      text << "iterative, " << g_tool.minLoops << " to " << g_tool.maxLoops << " loops";
-      break;
-    default:
-      text << "automatic";
-  }
-  text << ", accuracy " << tzTool::getAccuracyStr(g_tool.accuracyLimit);
+  if (tzTest::m_verifyMode == VERIFY_ONLY) return "none, functions are only verified";
+  tzString text = given("Method");
+  if (text.empty()) text = methodText();
+  const tzString accuracy = given("Accuracy");
+  text << ", accuracy "
+       << (accuracy.empty() ? tzTool::getAccuracyStr(g_tool.accuracyLimit) : accuracy + "%");
   if (g_tool.callMode) text << ", with data set and use";
+  if (tzTest::m_verifyMode == VERIFY_ON) text << ", functions are verified first";
   return text;
 }
 

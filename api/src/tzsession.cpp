@@ -215,6 +215,7 @@ void tzSession::outputFooter() {
   const tzReportEnd report(tzGetTestList());
   g_ostrm << report;
   g_cstrm << report;
+  g_ustrm << report;
 }
 
 void tzSession::outputSignal() {

@@ -1,6 +1,7 @@
 #include "tztest.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "tzcache.h"
 #include "tzconditions.h"
@@ -181,7 +182,7 @@ bool tzTest::beginRun() {
   tzTool::m_pResetVectors = resetAllVectors;
   m_startTime = std::time(nullptr);
   m_endTime = 0;
-  m_bad87 = m_badSSX = false;
+  m_bad87 = m_badSSX = m_toldUnverified = false;
   m_numMeasured = 0;
   bool selected = true;
   step("setIniSection", [&] {
@@ -418,7 +419,9 @@ bool tzTest::verifyCombination() {
   tzString note;
   const tzResult verdict = m_verify != nullptr ? m_verify(*this, note) : TZ_UNDEFINED;
   if (verdict == TZ_UNDEFINED) {
-    g_ostrm << L_PERF << "  not verified: the function has no reference\n" << L_END;
+    if (!std::exchange(m_toldUnverified, true)) {
+      g_ostrm << L_PERF << "  not verified: the function has no reference\n" << L_END;
+    }
     return thenTime;
   }
   m_verified = verdict == TZ_OK;

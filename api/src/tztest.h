@@ -268,7 +268,8 @@ class tzTest {
   bool m_first = true;                   // no combination has been made yet
   bool m_bad87 = false;
   bool m_badSSX = false;
-  bool m_verified = false;      // the current combination equals its judge
+  bool m_verified = false;  // the current combination equals its judge
+  bool m_toldUnverified = false;
   bool m_stateRefused = false;  // the data of the current combination have the wrong size
   bool m_dataMade = false;
   bool m_tableOpen = false;
