@@ -1,7 +1,6 @@
 #include "tzcpuinfo.h"
 
 #include <algorithm>
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
@@ -213,13 +212,25 @@ tzCacheLevel cacheOf(const tzCpuidRegs& regs) {
   return cache;
 }
 
-__attribute__((format(printf, 2, 3))) void addLine(tzString& text, const char* format, ...) {
-  char line[256];
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(line, sizeof(line), format, arguments);
-  va_end(arguments);
-  text << line << "\n";
+void addSection(tzString& text, const char* name) { text << "    " << name << "\n"; }
+
+// One line of a section, its values under one another.
+void addItem(tzString& text, const tzString& name, const tzString& value) {
+  constexpr int nameWidth = 18;
+  tzString padded = name;
+  padded.resize(std::max(name.length(), nameWidth), ' ');
+  text << "      " << padded << ": " << value << "\n";
+}
+
+tzString decimal(uint64_t value) {
+  tzString text("");
+  return text << value;
+}
+
+tzString hexadecimal(uint32_t value) {
+  char text[16];
+  std::snprintf(text, sizeof(text), "0x%08X", value);
+  return text;
 }
 
 void addHeader(tzString& text, const tzCpuid& cpu) {
@@ -231,16 +242,16 @@ void addHeader(tzString& text, const tzCpuid& cpu) {
 }
 
 void addSignature(tzString& text, const tzCpuid& cpu, const RkdCpuIdent& ident) {
-  addLine(text, "    Signature");
-  addLine(text, "      Vendor            : %s", vendorText(cpu).c_str());
-  addLine(text, "      Name              : %s", tzCpuName(cpu).c_str());
-  addLine(text, "      Signature         : 0x%08X", ask(cpu, 1).eax);
-  addLine(text, "      Family            : %u", effectiveFamily(ident));
-  addLine(text, "      Model             : %u", effectiveModel(ident));
-  addLine(text, "      Stepping          : %u", ident.stepping);
-  addLine(text, "      Type              : %u", ident.type);
-  addLine(text, "      Highest leaf      : %d", rkd_max_cpuid_input(cpu));
-  addLine(text, "      Type for library  : %d", tz_rkdGetCpuType(cpu));
+  addSection(text, "Signature");
+  addItem(text, "Vendor", vendorText(cpu));
+  addItem(text, "Name", tzCpuName(cpu));
+  addItem(text, "Signature", hexadecimal(ask(cpu, 1).eax));
+  addItem(text, "Family", decimal(effectiveFamily(ident)));
+  addItem(text, "Model", decimal(effectiveModel(ident)));
+  addItem(text, "Stepping", decimal(ident.stepping));
+  addItem(text, "Type", decimal(ident.type));
+  addItem(text, "Highest leaf", decimal(static_cast<uint64_t>(rkd_max_cpuid_input(cpu))));
+  addItem(text, "Type for library", decimal(static_cast<uint64_t>(tz_rkdGetCpuType(cpu))));
 }
 
 void addFeatures(tzString& text, const tzCpuid& cpu) {
@@ -249,45 +260,46 @@ void addFeatures(tzString& text, const tzCpuid& cpu) {
   const tzCpuidRegs extended = ask(cpu, extendedLeaves + 1);
   const uint32_t words[NUM_WORDS] = {one.edx,   one.ecx,      seven.ebx,   seven.ecx,
                                      seven.edx, extended.edx, extended.ecx};
-  addLine(text, "    Feature flags");
-  addLine(text, "      Words             : 0x%08X 0x%08X", one.edx, one.ecx);
+  addSection(text, "Feature flags");
+  addItem(text, "Words", hexadecimal(one.edx) + " " + hexadecimal(one.ecx));
   for (const Feature& feature : features) {
-    if (!bits(words[feature.word], feature.bit, 1)) continue;
-    addLine(text, "      %-17s : %s", feature.name, feature.longName);
+    if (bits(words[feature.word], feature.bit, 1)) addItem(text, feature.name, feature.longName);
   }
 }
 
 void addThreads(tzString& text, const tzCpuid& cpu) {
   const Threads threads = getThreads(cpu);
-  addLine(text, "    Multi-threading");
-  addLine(text, "      Logical processors: %u in a package", threads.perPackage);
-  addLine(text, "      Cores             : %u in a package", threads.cores);
-  addLine(text, "      Threads           : %u in a core", threads.perCore);
+  addSection(text, "Multi-threading");
+  addItem(text, "Logical processors", decimal(threads.perPackage) + " in a package");
+  addItem(text, "Cores", decimal(threads.cores) + " in a package");
+  addItem(text, "Threads", decimal(threads.perCore) + " in a core");
 }
 
 void addCache(tzString& text, const tzCacheLevel& cache) {
   static constexpr const char* kinds[] = {"", "data", "code", "unified"};
-  char name[32];
-  std::snprintf(name, sizeof(name), "L%d %s", cache.level, kinds[cache.kind]);
-  char ways[32] = "fully associative";
-  if (!cache.fullyAssociative) std::snprintf(ways, sizeof(ways), "%u ways", cache.ways);
-  addLine(text, "      %-17s : %llu KiB, %s, lines of %u bytes, %llu sets, shared by %u", name,
-          static_cast<unsigned long long>(cache.size / 1024), ways, cache.lineSize,
-          static_cast<unsigned long long>(cache.sets), cache.sharedBy);
+  tzString name("L");
+  name << cache.level << " " << kinds[cache.kind];
+  tzString value("");
+  value << cache.size / 1024 << " KiB, ";
+  value << (cache.fullyAssociative ? tzString("fully associative") : decimal(cache.ways) + " ways");
+  value << ", lines of " << cache.lineSize << " bytes, " << cache.sets << " sets, shared by "
+        << cache.sharedBy;
+  addItem(text, name, value);
 }
 
 void addCaches(tzString& text, const tzCpuid& cpu) {
   constexpr int maxCaches = 32;
   tzCacheLevel caches[maxCaches];
   const int count = tzGetCacheLevels(caches, maxCaches, cpu);
-  addLine(text, "    Cache parameters");
+  addSection(text, "Cache parameters");
   for (int i = 0; i < count; ++i) addCache(text, caches[i]);
   if (count > 0) return;
   int size = 0;
   if (tz_rkdGetMaxCacheSizeB(&size, cpu) == cacheOk) {
-    addLine(text, "      Largest cache     : %d KiB, by its descriptor", size / 1024);
+    const tzString kib = decimal(static_cast<uint64_t>(size) / 1024);
+    addItem(text, "Largest cache", kib + " KiB, by its descriptor");
   } else {
-    addLine(text, "      The processor does not describe its caches.");
+    text << "      The processor does not describe its caches.\n";
   }
 }
 

@@ -315,11 +315,9 @@ TEST(CpuReport, DescribesSignatureFlagsThreadsAndCaches) {
         "      AVX2              : 256-bit integer SIMD\n",
         "      LM                : 64-bit mode\n", "Logical processors: 16 in a package\n",
         "Cores             : 8 in a package\n", "Threads           : 2 in a core\n",
-        "L1 data           : 32 KiB, 8 ways, lines of 64 bytes, 64 sets, "
-        "shared by 1\n",
+        "L1 data           : 32 KiB, 8 ways, lines of 64 bytes, 64 sets, shared by 1\n",
         "L1 code           : 32 KiB, fully associative,",
-        "L3 unified        : 32768 KiB, 16 ways, lines of 64 bytes, 32768 "
-        "sets, shared by 16\n"}) {
+        "L3 unified        : 32768 KiB, 16 ways, lines of 64 bytes, 32768 sets, shared by 16\n"}) {
     EXPECT_THAT(report, HasSubstr(line));
   }
   EXPECT_THAT(report, Not(HasSubstr("MMX")));
@@ -360,12 +358,12 @@ TEST(FpFlags, AreNamedInTheirOrderAndInexactIsHarmless) {
 // the x87 unit.
 template <class Real>
 void raiseFlag(uint32_t flag) {
-  volatile Real zero = 0, one = 1, three = 3;
+  volatile Real zero = 0, otherZero = 0, one = 1, three = 3;
   volatile Real tiny = std::numeric_limits<Real>::min(), huge = std::numeric_limits<Real>::max();
   volatile Real result = 0;
   switch (flag) {
     case FP_INVALID:
-      result = zero / zero;
+      result = zero / otherZero;
       break;
     case FP_ZERODIVIDE:
       result = one / zero;
