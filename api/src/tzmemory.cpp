@@ -1,0 +1,172 @@
+#include "tzmemory.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "tzostream.h"
+
+namespace {
+
+tzObject s_bufferMarker;
+tzObject s_subobjectMarker;
+
+constexpr int LINE = 64;  ///< bytes between the boundaries that misalignment counts from
+constexpr std::ptrdiff_t BELOW = 128;        ///< room below a raw block; its first bytes hold the
+                                             ///< heap address
+constexpr std::ptrdiff_t HEAP_EXTRA = 256;   ///< BELOW and what rounding to a boundary takes
+constexpr std::ptrdiff_t HEAP_OFFSET = 192;  ///< rounded down to a boundary it leaves BELOW
+
+constexpr int MAX_SHIFT = 32768;
+
+void traceAddress(const char* title, const Address& address) {
+  if (!g_ostrm.beginMessage(L_MEM)) return;
+  g_ostrm << title << "size:" << address.size << "  address:"
+          << static_cast<const void*>(address.base)
+          << "  alignedPointer:" << static_cast<const void*>(address.alignedPointer) << "\n";
+  g_ostrm.endMessage();
+}
+
+}  // namespace
+
+tzObject* const MEM_OBJECT_IS_BUFFER = &s_bufferMarker;
+tzObject* const MEM_OBJECT_IS_SUBOBJECT = &s_subobjectMarker;
+
+int VectorAlign = 0;
+int VectorShift = 0;
+bool AlignSrc = false;
+
+AddressList* pAddressList = nullptr;
+
+// Raw blocks ------------------------------------------------------------------------------------
+
+void* tz_malloc(std::ptrdiff_t size) {
+  if (size < 0 || size > PTRDIFF_MAX - HEAP_EXTRA) return nullptr;
+  auto* const heap = static_cast<char*>(std::malloc(std::size_t(size + HEAP_EXTRA)));
+  if (heap == nullptr) return nullptr;
+  const std::ptrdiff_t beyond =
+      std::ptrdiff_t((reinterpret_cast<std::uintptr_t>(heap) + HEAP_OFFSET) % LINE);
+  char* const block = heap + HEAP_OFFSET - beyond;
+  std::memcpy(block - BELOW, &heap, sizeof heap);
+  return block;
+}
+
+void tz_free(void* block) {
+  if (block == nullptr) return;
+  char* heap;
+  std::memcpy(&heap, static_cast<char*>(block) - BELOW, sizeof heap);
+  std::free(heap);
+}
+
+void* getAlignedPtr(void* address, int align) {
+  const auto from = reinterpret_cast<std::uintptr_t>(address);
+  const auto to = (from + (LINE - 1)) & static_cast<std::uintptr_t>(std::intptr_t{align} - LINE);
+  return static_cast<char*>(address) + static_cast<std::ptrdiff_t>(to - from);
+}
+
+void* tz_malloc(void*& base, int size, int align, int shift) {
+  base = nullptr;
+  if (size < 0 || shift < 0) return nullptr;
+  const int offset = align % LINE;
+  base = tz_malloc(std::ptrdiff_t{offset} + size + shift + LINE);
+  return base != nullptr ? getAlignedPtr(static_cast<char*>(base) + shift, offset) : nullptr;
+}
+
+// The list --------------------------------------------------------------------------------------
+
+AddressList::AddressList() : m_cursor(end()) {}
+
+AddressList::iterator AddressList::locate(const void* p) {
+  iterator it = begin();
+  while (it != end() && it->alignedPointer != p) ++it;
+  return it;
+}
+
+bool AddressList::find(const void* p, Address& found) {
+  const iterator it = locate(p);
+  if (it == end()) return false;
+  found = *it;
+  return true;
+}
+
+void* AddressList::remove(const void* p) {
+  const iterator it = locate(p);
+  if (it == end()) return nullptr;
+  if (it == m_cursor) ++m_cursor;
+  void* const base = it->base;
+  erase(it);
+  return base;
+}
+
+bool AddressList::getInfo(const void* p, int* size, tzObject** object) {
+  Address address;
+  if (!find(p, address)) return false;
+  if (size != nullptr) *size = address.size;
+  if (object != nullptr) *object = address.object;
+  return true;
+}
+
+void* AddressList::getNext(int* size, tzObject** object) {
+  if (m_cursor == end()) return nullptr;
+  const Address& address = *m_cursor;
+  ++m_cursor;
+  if (size != nullptr) *size = address.size;
+  if (object != nullptr) *object = address.object;
+  return address.alignedPointer;
+}
+
+void AddressList::restart() { m_cursor = begin(); }
+
+// Tracked buffers -------------------------------------------------------------------------------
+
+void* tzMalloc(int size, int align, int shift, tzObject* object) {
+  Address address;
+  address.alignedPointer = tz_malloc(address.base, size, align, shift);
+  if (address.alignedPointer == nullptr) {
+    g_ostrm << L_ERR << "-- Memory error: can't allocate " << size << " bytes\n" << L_END;
+    return nullptr;
+  }
+  address.size = size;
+  address.object = object;
+  if (pAddressList == nullptr) pAddressList = new AddressList;
+  pAddressList->push_back(address);
+  traceAddress(" - tzMalloc: ", address);
+  return address.alignedPointer;
+}
+
+void* tzMalloc(void*& p, int size, int align, int shift) {
+  p = tzMalloc(size, align, shift, nullptr);
+  return p;
+}
+
+void tzFree(void* p) {
+  Address address;
+  if (pAddressList == nullptr || !pAddressList->find(p, address)) return;
+  traceAddress(" - tzFree: ", address);
+  tz_free(pAddressList->remove(p));
+}
+
+void tzFreeAll() { pAddressList = nullptr; }
+
+bool tzMallocInfo(const void* p, int* size, tzObject** object) {
+  return pAddressList != nullptr && pAddressList->getInfo(p, size, object);
+}
+
+void* tzMallocFirst(int* size, tzObject** object) {
+  if (pAddressList != nullptr) pAddressList->restart();
+  return tzMallocNext(size, object);
+}
+
+void* tzMallocNext(int* size, tzObject** object) {
+  return pAddressList != nullptr ? pAddressList->getNext(size, object) : nullptr;
+}
+
+void* tzPlaceVector(int size, int align, tzObject* object, int& vectorNum, int& shift) {
+  if (align < 0) align = AlignSrc && vectorNum != 0 ? 0 : -align * VectorAlign;
+  void* const p =
+      tzMalloc(size, align, shift, object != nullptr ? object : MEM_OBJECT_IS_BUFFER);
+  if (p == nullptr) return nullptr;
+  ++vectorNum;
+  shift += VectorShift;
+  if (shift >= MAX_SHIFT) shift = 0;
+  return p;
+}
