@@ -61,9 +61,11 @@ class CacheState : public tzParameter {
   }
   tzString valueString() const override {
     if (m_iterator != nullptr) return m_iterator->getComment();
-    const double share = double(tzCacheIterator::getTotalSize()) / tzCacheIterator::cacheSize();
-    if (share <= 0.9) return "inCache";
-    return share >= 1.05 ? "outofCache" : "border";  // also where the cache is not known
+    const double cache = tzCacheIterator::cacheSize();
+    const double size = tzCacheIterator::getTotalSize();
+    if (cache <= 0) return "unknown";
+    if (size <= 0.9 * cache) return "inCache";
+    return size >= 1.05 * cache ? "outofCache" : "border";
   }
   tzString defaultString() const override { return "inCache; outofCache"; }
   // The state is found out, not given: there is nothing to read or to describe.
