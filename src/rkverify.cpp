@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "tzexception.h"
 #include "tzmemory.h"
 
 namespace {
@@ -93,7 +94,12 @@ tzResult rkVerify::compare(tzString& note) {
 
   putBack(before);
   if (line.restoreLibrary != nullptr) line.restoreLibrary();
-  const int status = line.library();
+  int status = 0;
+  tzCallGuard guard;
+  if (!guard.call([&] { status = line.library(); })) {
+    note = tzString(guard.name()) + ", " + guard.getInfo();
+    return TZ_EXCPTFAIL;
+  }
   note = "";
   if (status != expectedStatus) {
     note << "status is " << status << " instead of " << expectedStatus;
