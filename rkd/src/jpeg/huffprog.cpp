@@ -32,34 +32,39 @@ class EncodeSink {
   HWY_INLINE void endOfBand(unsigned sizeOfRun, unsigned low, int corrections) {
     const EncodeEntry entry = entryOf(entryIndex(sizeOfRun, 0));
     writer_.put(uint64_t{entry.code()} << sizeOfRun | low, entry.length() + sizeOfRun);
-    for (const uint8_t* word = correction_; corrections > 0; word += 4, corrections -= 32) {
-      const unsigned here = unsigned(std::min(corrections, 32));
+    int kept = corrections - int(freshCount_);
+    for (const uint8_t* word = correction_; kept > 0; word += 4, kept -= 32) {
+      const unsigned here = unsigned(std::min(kept, 32));
       writer_.put(load<uint32_t>(word) >> (32 - here), here);
     }
+    writer_.putMany(fresh_, freshCount_);
+    fresh_ = 0;
+    freshCount_ = 0;
   }
   /// Raw bits: those of `from` where `map` has ones.
   HWY_INLINE void mapped(uint64_t from, uint64_t map) {
     if (map != 0) writer_.putMany(gatherBits(from, map), unsigned(countBits(map)));
   }
-  /// The same, kept for the end of the run.
-  HWY_INLINE void keepMapped(uint64_t from, uint64_t map, unsigned kept) {
-    // Words of 32 bits: a word begun and 63 more bits reach into a third one.
+  /// The same, for the end of the run. They stay here until the call cannot fail any more.
+  HWY_INLINE void keepMapped(uint64_t from, uint64_t map) {
+    fresh_ = gatherBits(from, map);
+    freshCount_ = unsigned(countBits(map));
+  }
+  /// Puts the correction bits of this call behind those of `corrections` that wait in the state.
+  HWY_INLINE void keep(unsigned corrections) {
+    // Words of 32 bits: one begun and 63 bits more reach into a third one.
+    const unsigned kept = corrections - freshCount_;
     uint8_t* word = correction_ + 4 * (kept / 32);
     unsigned used = kept % 32;
     uint64_t begun = used == 0 ? 0 : load<uint32_t>(word) >> (32 - used);
-    const uint64_t bits = gatherBits(from, map);
-    for (unsigned left = unsigned(countBits(map)); left > 0;) {
+    for (unsigned left = freshCount_; left > 0; word += 4, used = 0, begun = 0) {
       const unsigned take = std::min(left, 32 - used);
       left -= take;
-      begun = begun << take | (bits >> left & ~(~uint64_t{0} << take));
+      begun = begun << take | (fresh_ >> left & ~(~uint64_t{0} << take));
       used += take;
       store(word, uint32_t(begun << (32 - used)));
-      word += 4;
-      used = 0;
-      begun = 0;
     }
   }
-
   HWY_INLINE void fillByte() {
     const unsigned left = (8 - writer_.waitingCount()) & 7;
     if (left != 0) writer_.put(0xFFu >> (8 - left), left);
@@ -78,6 +83,8 @@ class EncodeSink {
   BitWriter writer_;
   EncodeTable table_;
   uint64_t used_ = 0;
+  uint64_t fresh_ = 0;
+  unsigned freshCount_ = 0;
   uint8_t* correction_;
 };
 
@@ -92,7 +99,7 @@ class CountSink {
   HWY_INLINE void zeroRun() { ++statistics_[zeroRun16]; }
   HWY_INLINE void endOfBand(unsigned sizeOfRun, unsigned, int) { ++statistics_[sizeOfRun << 4]; }
   HWY_INLINE void mapped(uint64_t, uint64_t) {}
-  HWY_INLINE void keepMapped(uint64_t, uint64_t, unsigned) {}
+  HWY_INLINE void keepMapped(uint64_t, uint64_t) {}
   bool outOfRange() const { return outOfRange_; }
 
  private:
@@ -167,7 +174,7 @@ struct ACRefineWalk {
       fresh &= behind;
     }
     if (rest == 0) return;
-    sink->keepMapped(maps.odd, old & rest, head->corrections);
+    sink->keepMapped(maps.odd, old & rest);
     head->corrections = uint16_t(head->corrections + countBits(old & rest));
     growRun(head, sink);
   }
@@ -194,7 +201,9 @@ HWY_INLINE RkdStatus encodeBand(const int16_t* src, uint8_t* stream, int length,
     sink.fillByte();
   }
   if (HWY_UNLIKELY(sink.missing())) return rkdStsCoefRangeErr;
-  return commit(sink.writer(), scratch, stream, length, position, &head, state);
+  const RkdStatus status = commit(sink.writer(), scratch, stream, length, position, &head, state);
+  if (status == rkdStsNoErr) sink.keep(head.corrections);
+  return status;
 }
 
 template <class Walk>
