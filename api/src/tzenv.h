@@ -25,7 +25,7 @@ extern RkdStatus (*rkd_SetNumThreads)(int count);
 /// @name Fallbacks
 /// With tz_rkdGetCpuType and tz_rkdGetMaxCacheSizeB (tzcpu.h).
 /// @{
-int tz_rkdGetNumCoresOnDie();  ///< cores of the package; 1 without CPUID
+int tz_rkdGetNumCoresOnDie();                        ///< cores of the package; 1 without CPUID
 const char* s_rkdGetStatusString(RkdStatus status);  ///< "Error", "OK" or "Warning"
 RkdStatus s_rkdInit();                               ///< not available, as the two below
 RkdStatus s_rkdInitCpu(RkdCpuType type);

@@ -20,8 +20,8 @@ constexpr int MAX_SHIFT = 32768;
 
 void traceAddress(const char* title, const Address& address) {
   if (!g_ostrm.beginMessage(L_MEM)) return;
-  g_ostrm << title << "size:" << address.size << "  address:"
-          << static_cast<const void*>(address.base)
+  g_ostrm << title << "size:" << address.size
+          << "  address:" << static_cast<const void*>(address.base)
           << "  alignedPointer:" << static_cast<const void*>(address.alignedPointer) << "\n";
   g_ostrm.endMessage();
 }
@@ -162,8 +162,7 @@ void* tzMallocNext(int* size, tzObject** object) {
 
 void* tzPlaceVector(int size, int align, tzObject* object, int& vectorNum, int& shift) {
   if (align < 0) align = AlignSrc && vectorNum != 0 ? 0 : -align * VectorAlign;
-  void* const p =
-      tzMalloc(size, align, shift, object != nullptr ? object : MEM_OBJECT_IS_BUFFER);
+  void* const p = tzMalloc(size, align, shift, object != nullptr ? object : MEM_OBJECT_IS_BUFFER);
   if (p == nullptr) return nullptr;
   ++vectorNum;
   shift += VectorShift;

@@ -69,8 +69,16 @@ void tzSession::setSglName(const tzString& name) {
   m_sglName = name;
 }
 
+// Of two keys for one file the last counts: two streams would overwrite each other.
 void tzSession::addOutFile(tzOutFile kind, const tzString& name, bool append) {
-  m_outFiles[kind].push_back({name, append});
+  const tzString path = genOutPath(name, extension(kind));
+  for (OutFile& file : m_outFiles[kind]) {
+    if (file.path == path) {
+      file.append = append;
+      return;
+    }
+  }
+  m_outFiles[kind].push_back({path, append});
 }
 
 bool tzSession::isIniFunction(const tzString& function) const {
@@ -205,7 +213,7 @@ int tzSession::finish(int result) {
   if (o_stream::anyWriteFailed()) result = 1;
   m_result = result;
   outputSignal();
-  g_ostrm.close();
+  g_ostrm.flush();
   return o_stream::anyWriteFailed() ? 1 : result;
 }
 

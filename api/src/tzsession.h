@@ -166,7 +166,7 @@ class tzSession {
 
  private:
   struct OutFile {
-    tzString name;
+    tzString path;
     bool append = false;
   };
 

@@ -195,8 +195,7 @@ bool tzSession::openOutFiles() {
   }
   for (int kind = 0; kind < NUM_OUT_FILES; ++kind) {
     for (const OutFile& file : m_outFiles[kind]) {
-      const tzString path = genOutPath(file.name, extension(static_cast<tzOutFile>(kind)));
-      if (openOutFile(static_cast<tzOutFile>(kind), path, file.append)) continue;
+      if (openOutFile(static_cast<tzOutFile>(kind), file.path, file.append)) continue;
       fatal("FATAL ERROR: can't open output file for writing\n");
       return false;
     }

@@ -1,0 +1,157 @@
+// The built program itself: what a session in a forked child cannot show.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "harnesskit.h"
+
+using harnesskit::Outcome;
+using harnesskit::runProgram;
+using harnesskit::splitLines;
+using harnesskit::TempFolder;
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+const std::string PROGRAM = std::string(TAZMET_BIN_DIR) + "/tazmet";
+
+// One small measured size: two functions, some milliseconds.
+const Words SMALL = {"-B",
+                     "-f=rkdiAdd128_JPEG_16s8u_C1R",
+                     "-f=rkdiSub128_JPEG_8u16s_C1R",
+                     "-dSize=32x16",
+                     "-r",
+                     "-u",
+                     "-o",
+                     "-g"};
+
+Words with(Words keys, const Words& more) {
+  keys.insert(keys.end(), more.begin(), more.end());
+  return keys;
+}
+
+Words cells(const std::string& line) {
+  Words found;
+  size_t at = 0;
+  for (size_t comma; (comma = line.find(',', at)) != std::string::npos; at = comma + 1) {
+    found.push_back(line.substr(at, comma - at));
+  }
+  found.push_back(line.substr(at));
+  return found;
+}
+
+// A result row without what may differ from run to run: clocks, note, OK against ACCURWRN.
+std::string steadyPart(const std::string& line) {
+  Words row = cells(line);
+  if (row.size() < 5) return line.find("Start") == 0 || line.find("Total time") != 5 ? "" : line;
+  if (row.back() == "ACCURWRN") row.back() = "OK";
+  row[row.size() - 4] = row[row.size() - 2] = "";
+  std::string steady;
+  for (const std::string& cell : row) steady += cell + ",";
+  return steady;
+}
+
+// Instructions that callgrind counts.
+long long instructions(const std::string& key, const TempFolder& folder) {
+  const Outcome outcome = runProgram(
+      "/usr/bin/valgrind", {"--tool=callgrind", "--callgrind-out-file=/dev/null", PROGRAM, key},
+      folder.path());
+  std::smatch match;
+  const bool found =
+      std::regex_search(outcome.console, match, std::regex(R"(Collected : ([0-9]+))"));
+  EXPECT_TRUE(found) << outcome.console;
+  return found ? std::stoll(match[1]) : 0;
+}
+
+}  // namespace
+
+TEST(Program, MeasuresAndWritesAllItsFiles) {
+  const TempFolder folder;
+  const Outcome outcome = runProgram(PROGRAM, with(SMALL, {"-l", folder.path()}), folder.path());
+  EXPECT_EQ(0, outcome.exitCode) << outcome.console;
+  EXPECT_EQ((Words{"tazmet.csv", "tazmet.end", "tazmet.txt", "tazmet_sum.csv"}), folder.list());
+  EXPECT_TRUE(std::regex_search(
+      outcome.console,
+      std::regex(
+          R"(\n rkdiAdd128_JPEG_16s8u_C1R  Size=32x16 +[0-9.]+ clocks/px +\S.* (OK|ACCURWRN)\n)")))
+      << outcome.console;
+  EXPECT_TRUE(outcome.shows("Number of tests: 2 "));
+
+  Words rows;
+  for (const std::string& line : splitLines(folder.read("tazmet.csv"))) {
+    if (line.find(",Timing,") != std::string::npos) rows.push_back(line);
+  }
+  ASSERT_EQ(2u, rows.size()) << folder.read("tazmet.csv");
+  // Three name cells, the kind, the size, then clocks, unit, note and result.
+  const Words row = cells(rows.front());
+  ASSERT_EQ(9u, row.size()) << rows.front();
+  EXPECT_EQ("Timing", row[3]);
+  EXPECT_EQ("32x16", row[4]);
+  EXPECT_GT(std::stod(row[5]), 0.0);
+  EXPECT_LT(std::stod(row[5]), 1000.0);
+  EXPECT_EQ("px", row[6]);
+
+  const std::string summary = folder.read("tazmet_sum.csv");
+  EXPECT_NE(std::string::npos, summary.find("TimjAdd//RK_REG,")) << summary;
+  EXPECT_NE(std::string::npos, folder.read("tazmet.end").find("Exit code: 0\n"));
+}
+
+TEST(Program, GivesTheSameTableAgainAlsoFromTheIniFileItWrote) {
+  const TempFolder folder;
+  const Words there = {"-l", folder.path(), "-p", folder.path()};
+  EXPECT_EQ(0, runProgram(PROGRAM, with({"-I", "-fAdd128"}, there), folder.path()).exitCode);
+  const std::string ini = folder.read("tazmet.ini");
+  EXPECT_NE(std::string::npos, ini.find("[rkdiAdd128_JPEG_16s8u_C1R]")) << ini;
+
+  runProgram(PROGRAM, with({"-B", "-fAdd128", "-rplain.csv"}, there), folder.path());
+  runProgram(PROGRAM, with({"-B", "-i", "-P", "-ragain.csv"}, there), folder.path());
+  const Words plain = splitLines(folder.read("plain.csv"));
+  const Words again = splitLines(folder.read("again.csv"));
+  ASSERT_GT(plain.size(), 8u);
+  ASSERT_EQ(plain.size(), again.size());
+  for (size_t i = 0; i < plain.size(); ++i) EXPECT_EQ(steadyPart(plain[i]), steadyPart(again[i]));
+}
+
+TEST(Program, KnowsItselfByTheNameItWasCalledBy) {
+  const TempFolder folder;
+  std::filesystem::create_symlink(PROGRAM, folder.file("other"));
+  folder.write("other.cfg", "-e -o\n");
+  const Outcome outcome = runProgram(folder.file("other"), {"-fAdd128"}, folder.path());
+  EXPECT_TRUE(outcome.shows("read from " + folder.file("other.cfg") + " file\n"))
+      << outcome.console;
+  EXPECT_TRUE(outcome.shows("rkdiAdd128_JPEG_16s8u_C1R"));
+  EXPECT_TRUE(folder.exists("other.txt"));
+}
+
+TEST(Program, ReportsAFullDiskOnceAndExitsWithOne) {
+  const TempFolder folder;
+  const Outcome outcome =
+      runProgram(PROGRAM, {"-B", "-f=rkdiAdd128_JPEG_16s8u_C1R", "-dSize=16x16", "-r/dev/full"},
+                 folder.path());
+  EXPECT_EQ(1, outcome.exitCode);
+  EXPECT_EQ(1u, outcome.lines("/dev/full: ").size()) << outcome.console;
+}
+
+TEST(Program, ComparesFunctionsWithTheirReferences) {
+  const TempFolder folder;
+  const Outcome outcome = runProgram(
+      PROGRAM, {"-B", "-VONLY", "-fAdd128", "-fSub128", "-dSize=32x16", "-l", folder.path(), "-r"},
+      folder.path());
+  EXPECT_EQ(0, outcome.exitCode) << outcome.console;
+  EXPECT_NE(std::string::npos, folder.read("tazmet.csv").find(",verified,OK")) << outcome.console;
+  EXPECT_FALSE(outcome.shows("clocks/px"));
+}
+
+TEST(Program, HelpVersionAndListingAreCheap) {
+  if (access("/usr/bin/valgrind", X_OK) != 0) GTEST_SKIP() << "valgrind is not installed";
+  const TempFolder folder;
+  for (const char* key : {"-h", "-v", "-e"}) {
+    EXPECT_LT(instructions(key, folder), 100'000'000) << key;
+  }
+}
