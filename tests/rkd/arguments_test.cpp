@@ -202,4 +202,28 @@ TEST(Arguments, LevelShift) {
   REFUSES(rkdiSub128_JPEG_8u16s_C1R, "p s1 p s1 z");
 }
 
+TEST(Arguments, Colour) {
+  REFUSES(rkdiRGBToY_JPEG_8u_P3C1R, "P3 s1 p s1 z");
+  REFUSES(rkdiRGBToY_JPEG_8u_C3C1R, "p s3 p s1 z");
+  REFUSES(rkdiBGRToY_JPEG_8u_C3C1R, "p s3 p s1 z");
+  REFUSES(rkdiRGBToYCbCr_JPEG_8u_P3R, "P3 s1 P3 s1 z");
+  REFUSES(rkdiRGBToYCbCr_JPEG_8u_C3P3R, "p s3 P3 s1 z");
+  REFUSES(rkdiBGRToYCbCr_JPEG_8u_C3P3R, "p s3 P3 s1 z");
+  REFUSES(rkdiYCbCrToRGB_JPEG_8u_P3R, "P3 s1 P3 s1 z");
+  REFUSES(rkdiYCbCrToRGB_JPEG_8u_P3C3R, "P3 s1 p s3 z");
+  REFUSES(rkdiYCbCrToBGR_JPEG_8u_P3C3R, "P3 s1 p s3 z");
+  REFUSES(rkdiCMYKToYCCK_JPEG_8u_P4R, "P4 s1 P4 s1 z");
+  REFUSES(rkdiCMYKToYCCK_JPEG_8u_C4P4R, "p s4 P4 s1 z");
+  REFUSES(rkdiYCCKToCMYK_JPEG_8u_P4R, "P4 s1 P4 s1 z");
+  REFUSES(rkdiYCCKToCMYK_JPEG_8u_P4C4R, "P4 s1 p s4 z");
+  REFUSES(rkdiRGB555ToYCbCr_JPEG_16u8u_C3P3R, "p s1 P3 s1 z");
+  REFUSES(rkdiBGR555ToYCbCr_JPEG_16u8u_C3P3R, "p s1 P3 s1 z");
+  REFUSES(rkdiRGB565ToYCbCr_JPEG_16u8u_C3P3R, "p s1 P3 s1 z");
+  REFUSES(rkdiBGR565ToYCbCr_JPEG_16u8u_C3P3R, "p s1 P3 s1 z");
+  REFUSES(rkdiYCbCrToRGB555_JPEG_8u16u_P3C3R, "P3 s1 p s1 z");
+  REFUSES(rkdiYCbCrToBGR555_JPEG_8u16u_P3C3R, "P3 s1 p s1 z");
+  REFUSES(rkdiYCbCrToRGB565_JPEG_8u16u_P3C3R, "P3 s1 p s1 z");
+  REFUSES(rkdiYCbCrToBGR565_JPEG_8u16u_P3C3R, "P3 s1 p s1 z");
+}
+
 }  // namespace

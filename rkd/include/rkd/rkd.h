@@ -2,6 +2,7 @@
 /// The whole library.
 #pragma once
 
+#include "rkd/rkdcolor.h"
 #include "rkd/rkdcore.h"
 #include "rkd/rkdi.h"
 #include "rkd/rkdjpeg.h"

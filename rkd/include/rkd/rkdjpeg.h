@@ -4,4 +4,6 @@
 
 #include "rkd/rkdjpeg_dct.h"
 #include "rkd/rkdjpeg_huffman.h"
+#include "rkd/rkdjpeg_mcu.h"
 #include "rkd/rkdjpeg_pred.h"
+#include "rkd/rkdjpeg_sample.h"
