@@ -88,13 +88,15 @@ class rkBmpFile {
     uint8_t blue = 0, green = 0, red = 0, reserved = 0;
   };
 
-  bool readHeaders(i_stream& file);
-  bool readPalette(i_stream& file);
-  bool validExtent(i_stream& file);
-  bool readPixels(i_stream& file);
-  void SetImageData_8(const unsigned char* pixels);
-  void SetImageData_4(const unsigned char* pixels);
-  void SetImageData_1(const unsigned char* pixels);
+  class Stream;
+
+  bool open(Stream& file);
+  bool readHeaders(Stream& file);
+  bool readPalette(Stream& file);
+  bool validExtent(Stream& file) const;
+  bool readPixels(Stream& file);
+  template <int Bits>
+  void expand(const unsigned char* pixels);
 
   rkImage& m_image;
   tzString m_name;

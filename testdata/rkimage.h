@@ -102,6 +102,10 @@ class rkImage : public rkVector {
   rkSpan rowSpan(int row) const override;
 
  private:
+  // An image is created as an image only.
+  using rkVector::createVector;
+  using rkVector::createVectorExt;
+
   int rowChannels() const { return m_planar ? 1 : m_channels; }
   void setPlanePtrs();
   void setPlaneJaehne(int p, const rkZonePlate& plate);

@@ -19,14 +19,6 @@ int s_numThreads = 0;
 
 namespace {
 
-constexpr RkdStatus NOT_AVAILABLE = -2;
-
-int numCoresOnDie() {
-  RkdCpuIdent ident{};
-  rkd_get_quorvex_ident(&ident);
-  return rkd_has_cpuid() != 0 && ident.cores > 0 ? static_cast<int>(ident.cores) : 1;
-}
-
 template <class Function>
 void fillIn(Function*& entry, Function* fallback) {
   if (entry == nullptr) entry = fallback;
@@ -79,13 +71,19 @@ const CpuName& entryOf(int code) {
 
 }  // namespace
 
+int tz_rkdGetNumCoresOnDie() {
+  RkdCpuIdent ident{};
+  rkd_get_quorvex_ident(&ident);
+  return rkd_has_cpuid() != 0 && ident.cores > 0 ? static_cast<int>(ident.cores) : 1;
+}
+
 const char* s_rkdGetStatusString(RkdStatus status) {
   return status < 0 ? "Error" : status > 0 ? "Warning" : "OK";
 }
 
-RkdStatus s_rkdInit() { return NOT_AVAILABLE; }
-RkdStatus s_rkdInitCpu(RkdCpuType) { return NOT_AVAILABLE; }
-RkdStatus s_rkdSetNumThreads(int) { return NOT_AVAILABLE; }
+RkdStatus s_rkdInit() { return rkdStsNotAvailableErr; }
+RkdStatus s_rkdInitCpu(RkdCpuType) { return rkdStsNotAvailableErr; }
+RkdStatus s_rkdSetNumThreads(int) { return rkdStsNotAvailableErr; }
 
 int tzRegRkdEnvironment(tzRkdEnvironmentFunc function) {
   rkdEnvironment = function;
@@ -104,7 +102,7 @@ int setRkdEnvironment() {
     g_ostrm << "\nRKD Core library functions have been integrated into TZ\n";
   }
   fillIn<RkdCpuType()>(rkd_GetCpuType, tz_rkdGetCpuType);
-  fillIn(rkd_GetNumCoresOnDie, numCoresOnDie);
+  fillIn(rkd_GetNumCoresOnDie, tz_rkdGetNumCoresOnDie);
   fillIn<RkdStatus(int*)>(rkd_GetMaxCacheSizeB, tz_rkdGetMaxCacheSizeB);
   fillIn(rkd_GetStatusString, s_rkdGetStatusString);
   fillIn(rkd_Init, s_rkdInit);

@@ -1,0 +1,298 @@
+#include "rkbmpfile.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include "tzostream.h"
+
+namespace {
+
+constexpr int FILE_HEADER_BYTES = 14;
+constexpr int INFO_HEADER_BYTES = 40;
+constexpr uint16_t NATIVE_TYPE = 19778;    // "BM"
+constexpr uint16_t REVERSED_TYPE = 16973;  // "MB"
+
+/// Takes fields off a header, one after the other.
+class FieldReader {
+ public:
+  FieldReader(const unsigned char* bytes, bool reversed) : m_bytes(bytes), m_reversed(reversed) {}
+
+  template <typename T>
+  void operator()(T& field) {
+    uint32_t value = 0;
+    for (size_t i = 0; i < sizeof(T); ++i) {
+      const size_t shift = 8 * (m_reversed ? sizeof(T) - 1 - i : i);
+      value |= uint32_t{m_bytes[i]} << shift;
+    }
+    m_bytes += sizeof(T);
+    field = static_cast<T>(value);
+  }
+
+ private:
+  const unsigned char* m_bytes;
+  bool m_reversed;
+};
+
+}  // namespace
+
+/// The file with what a bitmap needs beyond reading on.
+class rkBmpFile::Stream : public i_stream {
+ public:
+  explicit Stream(const tzString& name) : i_stream(name, OPEN_BINARY, false) {}
+  bool readAll(void* data, size_t size) { return read(data, size) == size; }
+  bool seek(long position) { return std::fseek(m_file, position, SEEK_SET) == 0; }
+  /// Bytes of the file; the position is lost.
+  long long bytes() { return std::fseek(m_file, 0, SEEK_END) == 0 ? std::ftell(m_file) : 0; }
+};
+
+bool rkBmpFile::error(const tzString& text) const {
+  if (!m_silent) {
+    g_ostrm << L_ERR << "--- Can't load file " << m_name << ": " << text << "\n" << L_END;
+  }
+  return false;
+}
+
+// Checks ----------------------------------------------------------------------------------------
+
+bool rkBmpFile::ValidFileHeader(bool& reversed) const {
+  reversed = m_file.bfType == REVERSED_TYPE;
+  return reversed || m_file.bfType == NATIVE_TYPE || error("Bitmap files are valid only");
+}
+
+bool rkBmpFile::ValidCompression() const {
+  return m_info.biCompression == 0 || error("Compression is not valid");
+}
+
+bool rkBmpFile::SetImageWidth(int& width) const {
+  width = m_info.biWidth;
+  return width > 0 || error("Bitmap header is corrupted: biWidth is invalid");
+}
+
+bool rkBmpFile::SetImageHeight(int& height) const {
+  height = m_info.biHeight;  // negative: top-down rows, which are refused
+  return height > 0 || error("Bitmap header is corrupted: biHeight is invalid");
+}
+
+bool rkBmpFile::SetImageType(rkType& type) const {
+  constexpr int DEPTHS[] = {1, 4, 8, 16, 24, 32};
+  type = rk8u;
+  return std::find(std::begin(DEPTHS), std::end(DEPTHS), m_info.biBitCount) != std::end(DEPTHS) ||
+         error("Bitmap header is corrupted: biBitCount is invalid");
+}
+
+bool rkBmpFile::SetImagePlane(bool& planar) const {
+  planar = false;
+  return m_info.biPlanes == 1 || error("Bitmap header is corrupted: biPlanes is invalid");
+}
+
+bool rkBmpFile::SetImageChannels(int& channels) const {
+  switch (m_info.biBitCount) {
+    case 1:
+    case 4:
+    case 8:
+      channels = IsGrayPalette() ? 1 : 3;
+      return true;
+    case 16:
+      channels = 2;
+      return true;
+    case 24:
+      channels = 3;
+      return true;
+    case 32:
+      channels = 4;
+      return true;
+    default:
+      return error("Bitmap header is corrupted: biBitCount is invalid");
+  }
+}
+
+bool rkBmpFile::ValidInfoHeader() const {
+  int width, height, channels;
+  rkType type;
+  bool planar;
+  return ValidCompression() && SetImageWidth(width) && SetImageHeight(height) &&
+         SetImageType(type) && SetImagePlane(planar) && SetImageChannels(channels);
+}
+
+bool rkBmpFile::CreateImage(int layout) {
+  if (!ValidInfoHeader()) return false;
+  int channels;
+  SetImageChannels(channels);
+  m_image.init(rk8u, channels, false);
+  return m_image.createImage(m_info.biWidth, m_info.biHeight, -1, layout, false) ||
+         error("The image is too large");
+}
+
+// Derived values --------------------------------------------------------------------------------
+
+bool rkBmpFile::IsCompressed() const { return m_info.biCompression == 0 && m_info.biBitCount <= 8; }
+
+int rkBmpFile::GetPaletteNum() const {
+  if (!IsCompressed()) return 0;
+  const int colours = 1 << m_info.biBitCount;
+  return m_info.biClrUsed == 0 ? colours
+                               : int(std::min<uint32_t>(uint32_t(colours), m_info.biClrUsed));
+}
+
+bool rkBmpFile::IsGrayPalette() const {
+  return std::all_of(m_palette.begin(), m_palette.end(), [](const Entry& entry) {
+    return entry.blue == entry.green && entry.green == entry.red;
+  });
+}
+
+long long rkBmpFile::GetDataStep() const {
+  return (static_cast<long long>(m_info.biBitCount) * m_info.biWidth + 31) / 32 * 4;
+}
+
+long long rkBmpFile::GetDataSize() const {
+  const long long step = GetDataStep();
+  const long long rows = static_cast<long long>(m_info.biHeight) * m_info.biPlanes;
+  constexpr long long LARGEST = std::numeric_limits<long long>::max();
+  return step > 0 && rows > LARGEST / step ? LARGEST : step * rows;
+}
+
+// Reading ---------------------------------------------------------------------------------------
+
+bool rkBmpFile::load(const tzString& name, int layout) {
+  m_name = name;
+  Stream file(name);
+  return open(file) && ValidInfoHeader() && validExtent(file) && CreateImage(layout) &&
+         readPixels(file);
+}
+
+bool rkBmpFile::readInfoHeader(const tzString& name) {
+  m_name = name;
+  Stream file(name);
+  return open(file);
+}
+
+bool rkBmpFile::open(Stream& file) {
+  return (file.isOpen() || error("Open error")) && readHeaders(file) && readPalette(file);
+}
+
+bool rkBmpFile::readHeaders(Stream& file) {
+  unsigned char bytes[INFO_HEADER_BYTES] = {};
+  const bool complete = file.readAll(bytes, FILE_HEADER_BYTES);
+  FieldReader(bytes, false)(m_file.bfType);
+  bool reversed = false;
+  if (!ValidFileHeader(reversed)) return false;
+  FieldReader field(bytes, reversed);
+  field(m_file.bfType);
+  field(m_file.bfSize);
+  field(m_file.bfReserved1);
+  field(m_file.bfReserved2);
+  field(m_file.bfOffBits);
+
+  if (!complete || !file.readAll(bytes, INFO_HEADER_BYTES)) {
+    return error("Bitmap header is corrupted: the file ends in it");
+  }
+  field = FieldReader(bytes, reversed);
+  field(m_info.biSize);
+  field(m_info.biWidth);
+  field(m_info.biHeight);
+  field(m_info.biPlanes);
+  field(m_info.biBitCount);
+  field(m_info.biCompression);
+  field(m_info.biSizeImage);
+  field(m_info.biXPelsPerMeter);
+  field(m_info.biYPelsPerMeter);
+  field(m_info.biClrUsed);
+  field(m_info.biClrImportant);
+  return m_info.biSize >= INFO_HEADER_BYTES ||
+         error("Bitmap header is corrupted: biSize is invalid");
+}
+
+bool rkBmpFile::readPalette(Stream& file) {
+  m_palette.assign(size_t(GetPaletteNum()), Entry());
+  // Later versions of the format have a longer header, which the palette follows.
+  if (m_palette.empty()) return true;
+  unsigned char bytes[4];
+  bool good = file.seek(FILE_HEADER_BYTES + long{m_info.biSize});
+  for (Entry& entry : m_palette) {
+    good = good && file.readAll(bytes, sizeof bytes);
+    if (!good) return error("Bitmap header is corrupted: the file ends in the palette");
+    entry = {bytes[0], bytes[1], bytes[2], bytes[3]};
+  }
+  return true;
+}
+
+/// Compares what the headers promise with the size of the file, before anything is allocated.
+bool rkBmpFile::validExtent(Stream& file) const {
+  const long long left = file.bytes() - m_file.bfOffBits;
+  if (m_file.bfOffBits < FILE_HEADER_BYTES + INFO_HEADER_BYTES || left < 0) {
+    return error("Bitmap header is corrupted: bfOffBits is invalid");
+  }
+  // Writers may leave out the padding of the last row of unpacked pixels.
+  const long long rowBytes = static_cast<long long>(m_info.biWidth) * m_info.biBitCount / 8;
+  const long long needed =
+      IsCompressed() ? GetDataSize() : GetDataSize() - (GetDataStep() - rowBytes);
+  return needed <= left || error("The file is shorter than its picture");
+}
+
+bool rkBmpFile::readPixels(Stream& file) {
+  if (!file.seek(m_file.bfOffBits)) return error("Read error");
+  if (IsCompressed()) {
+    std::vector<unsigned char> pixels(static_cast<size_t>(GetDataSize()));
+    return file.readAll(pixels.data(), pixels.size()) && SetImageData(pixels.data());
+  }
+  const auto rowBytes = static_cast<size_t>(m_image.getRowLen());
+  const auto fileStep = static_cast<size_t>(GetDataStep());
+  const auto height = static_cast<size_t>(m_image.height());
+  bool good = true;
+  if (static_cast<size_t>(m_image.step()) == fileStep) {
+    good = file.readAll(m_image.data(), fileStep * (height - 1) + rowBytes);
+  } else {
+    unsigned char padding[4];
+    for (int y = 0; good && y < m_image.height(); ++y) {
+      good = file.readAll(m_image.getRowPointer(y), rowBytes) &&
+             (y + 1 == m_image.height() || file.readAll(padding, fileStep - rowBytes));
+    }
+  }
+  return good || error("Read error");
+}
+
+// Expansion -------------------------------------------------------------------------------------
+
+bool rkBmpFile::SetImageData(const unsigned char* pixels) {
+  switch (m_info.biBitCount) {
+    case 8:
+      expand<8>(pixels);
+      return true;
+    case 4:
+      expand<4>(pixels);
+      return true;
+    case 1:
+      expand<1>(pixels);
+      return true;
+    default:
+      return false;
+  }
+}
+
+/// The leftmost pixel of a byte is in its most significant bits.
+template <int Bits>
+void rkBmpFile::expand(const unsigned char* pixels) {
+  constexpr int PER_BYTE = 8 / Bits;
+  constexpr int MASK = (1 << Bits) - 1;
+  for (int y = 0; y < m_image.height(); ++y) {
+    const unsigned char* const from = pixels + GetDataStep() * y;
+    auto* const row = static_cast<unsigned char*>(m_image.getRowPointer(y));
+    for (int x = 0; x < m_image.width(); ++x) {
+      const int shift = 8 - Bits - x % PER_BYTE * Bits;
+      SetPixel(static_cast<unsigned char>(from[x / PER_BYTE] >> shift & MASK), row, x);
+    }
+  }
+}
+
+void rkBmpFile::SetPixel(unsigned char index, unsigned char* row, int x) const {
+  const Entry& colour = m_palette[std::min<size_t>(index, m_palette.size() - 1)];
+  if (m_image.channels() == 1) {
+    row[x] = colour.blue;
+    return;
+  }
+  unsigned char* const pixel = row + std::ptrdiff_t{3} * x;
+  pixel[0] = colour.blue;
+  pixel[1] = colour.green;
+  pixel[2] = colour.red;
+}

@@ -1,0 +1,145 @@
+#include "rkimage.h"
+
+#include "rkbmpfile.h"
+
+namespace {
+
+constexpr int DEFAULT_LAYOUT = 64;
+
+}  // namespace
+
+// Element type and channels ---------------------------------------------------------------------
+
+void rkImage::init(rkType type, int channels, bool planar) {
+  rkVector::init(type);
+  setChannels(channels, planar);
+}
+
+void rkImage::init(const rkFunc& func, int operand) { init(func, operand == 2 ? rkDst : rkSrc); }
+
+void rkImage::init(const rkFunc& func, rkArg arg) {
+  init(func.type(arg), numChannels(func, arg), isPlane(func, arg));
+  m_actualChannels = numActualChannels(func, arg);
+}
+
+void rkImage::setChannels(int channels, bool planar) {
+  deleteVector();
+  m_channels = m_actualChannels = channels == 0 ? 1 : channels;
+  m_planar = planar && m_channels > 1;
+}
+
+int rkImage::numChannels(const rkFunc& func, rkArg arg) { return func.channels(arg); }
+
+int rkImage::numActualChannels(const rkFunc& func, rkArg arg) {
+  const int channels = func.channels(arg);
+  return func.alpha(arg) && channels > 1 ? channels - 1 : std::max(channels, 1);
+}
+
+bool rkImage::isPlane(const rkFunc& func, rkArg arg) { return func.plane(arg); }
+
+// Creation --------------------------------------------------------------------------------------
+
+bool rkImage::createImage(RkdiSize size, int align, int layout, bool reserve) {
+  return createImage(size.width, size.height, align, layout, reserve);
+}
+
+bool rkImage::createImage(int width, int height, int align, int layout, bool reserve) {
+  deleteVector();
+  if (layout == -1) layout = DEFAULT_LAYOUT;
+  if (width < 0 || height < 0 || layout < 1 || layout > MAX_BYTES) return false;
+  if (m_channels < 1 || m_channels > MAX_CHANNELS) return false;
+
+  // In 64 bits none of these can overflow: each factor is below 2^31 and checked in turn.
+  const long long rowBytes = static_cast<long long>(width) * rowChannels() * elementSize(m_type);
+  if (rowBytes > MAX_BYTES) return false;
+  const long long step = (rowBytes + layout - 1) / layout * layout;
+  const long long bytes = step * height;
+  if (step > MAX_BYTES || bytes * numPlanes() > MAX_BYTES) return false;
+
+  if (!createBuffers(numPlanes(), bytes, align, nullptr)) return false;
+  m_width = width;
+  m_height = height;
+  m_step = int(step);
+  m_length = int(static_cast<long long>(width) * height * m_channels);
+  setPlanePtrs();
+  return !reserve || reserveCopy();
+}
+
+bool rkImage::createImageExt(RkdiSize size, int, int, SetMode mode, double a, double b) {
+  return createImage(size) && setVector(mode, a, b);
+}
+
+bool rkImage::createImageExt(int width, int height, int, int, SetMode mode, double a, double b) {
+  return createImage(width, height) && setVector(mode, a, b);
+}
+
+void rkImage::deleteVector() {
+  rkVector::deleteVector();
+  m_width = m_height = m_step = 0;
+  setPlanePtrs();
+}
+
+void rkImage::setPlanePtrs() {
+  const auto set = [this](auto& pointers) {
+    for (int p = 0; p < MAX_CHANNELS; ++p) {
+      using Pointer = typename std::decay_t<decltype(pointers)>::value_type;
+      pointers[size_t(p)] = static_cast<Pointer>(plane(p));
+    }
+  };
+  std::apply([&](auto&... pointers) { (set(pointers), ...); }, m_planePtrs);
+}
+
+bool rkImage::canLoadImage(const tzString& name) {
+  rkImage image;
+  rkBmpFile file(image);
+  file.setSilent(true);
+  return file.readInfoHeader(name) && file.ValidInfoHeader();
+}
+
+bool rkImage::loadImage(const tzString& name, int layout) {
+  return rkBmpFile(*this).load(name, layout);
+}
+
+// Extent and addresses --------------------------------------------------------------------------
+
+int rkImage::numActualItems() const { return m_length / m_channels * m_actualChannels; }
+
+void* rkImage::getRowPointer(int row) const {
+  if (!isCreated() || row < 0 || row >= getNumRows()) return nullptr;
+  const auto offset = static_cast<std::ptrdiff_t>(row % m_height) * m_step;
+  return static_cast<char*>(plane(row / m_height)) + offset;
+}
+
+rkSpan rkImage::rowSpan(int row) const {
+  return {m_type, getRowPointer(row), static_cast<long long>(m_width) * rowChannels()};
+}
+
+void* rkImage::getPointerAt(int x, int y, int channel) const {
+  if (x < 0 || x >= m_width || y < 0 || y >= m_height) return nullptr;
+  if (channel < 0 || channel >= m_channels) return nullptr;
+  const int row = m_planar ? channel * m_height + y : y;
+  const int column = m_planar ? x : x * m_channels + channel;
+  return static_cast<char*>(getRowPointer(row)) +
+         static_cast<std::ptrdiff_t>(column) * elementSize(m_type);
+}
+
+tzString rkImage::objectInfo() const {
+  tzString text = "Image ";
+  text << typeToString(m_type) << (m_planar ? " P" : " C") << m_channels;
+  return text << ", " << m_width << "x" << m_height << " pixels, step " << m_step;
+}
+
+// The test pattern ------------------------------------------------------------------------------
+
+bool rkImage::setJaehne(double magnitude) {
+  double offset;
+  if (!isCreated() || !updateJaehneMagn(m_type, magnitude, offset)) return false;
+  for (int p = 0; p < numPlanes(); ++p) setPlaneJaehne(p, {m_width, m_height, magnitude, offset});
+  return true;
+}
+
+void rkImage::setPlaneJaehne(int p, const rkZonePlate& plate) {
+  for (int y = 0; y < m_height; ++y) {
+    rkFillZoneRow(rowSpan(p * m_height + y), plate, y, rowChannels());
+  }
+}
