@@ -3,7 +3,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "tzcstream.h"
 #include "tzostream.h"
+#include "tztest.h"
 
 namespace {
 
@@ -18,12 +20,19 @@ constexpr std::ptrdiff_t HEAP_OFFSET = 192;  ///< rounded down to a boundary it 
 
 constexpr int MAX_SHIFT = 32768;
 
-void traceAddress(const char* title, const Address& address) {
-  if (!g_ostrm.beginMessage(L_MEM)) return;
-  g_ostrm << title << "size:" << address.size
-          << "  address:" << static_cast<const void*>(address.base)
-          << "  alignedPointer:" << static_cast<const void*>(address.alignedPointer) << "\n";
-  g_ostrm.endMessage();
+// One event goes to the console, at its level, and to the memory table.
+void traceAddress(const char* event, const Address& address) {
+  const void* const base = address.base;
+  const void* const aligned = address.alignedPointer;
+  if (g_ostrm.beginMessage(L_MEM)) {
+    g_ostrm << " - " << event << ": size:" << address.size << "  address:" << base
+            << "  alignedPointer:" << aligned << "\n";
+    g_ostrm.endMessage();
+  }
+  if (!g_mstrm.hasTargets()) return;
+  const tzTest* const test = tzTest::m_pCurrentTest;
+  g_mstrm << (test != nullptr ? test->funcName() : tzString()) << event << address.size << base
+          << aligned << "\n";
 }
 
 }  // namespace
@@ -129,7 +138,7 @@ void* tzMalloc(int size, int align, int shift, tzObject* object) {
   address.object = object;
   if (pAddressList == nullptr) pAddressList = new AddressList;
   pAddressList->push_back(address);
-  traceAddress(" - tzMalloc: ", address);
+  traceAddress("tzMalloc", address);
   return address.alignedPointer;
 }
 
@@ -141,7 +150,7 @@ void* tzMalloc(void*& p, int size, int align, int shift) {
 void tzFree(void* p) {
   Address address;
   if (pAddressList == nullptr || !pAddressList->find(p, address)) return;
-  traceAddress(" - tzFree: ", address);
+  traceAddress("tzFree", address);
   tz_free(pAddressList->remove(p));
 }
 

@@ -255,6 +255,14 @@ void tzSession::resultTitleToCStream() {
 }
 
 void tzSession::putTableTitle() {
+  if (g_mstrm.hasTargets()) {
+    g_mstrm << "Function"
+            << "Event"
+            << "Size"
+            << "Address"
+            << "AlignedPointer"
+            << "\n";
+  }
   if (!g_cstrm.hasTargets()) return;
   g_cstrm << tzReportTitle(tzGetTestList());
   putTableTitleLine();

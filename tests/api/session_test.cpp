@@ -9,6 +9,7 @@
 
 #include "harnesskit.h"
 #include "tzistream.h"
+#include "tzmemory.h"
 
 using harnesskit::Outcome;
 using harnesskit::Session;
@@ -211,6 +212,28 @@ TEST(SessionFiles, TheSignalFileTellsHowTheRunEnded) {
   const std::string text = folder.read("last");
   EXPECT_NE(std::string::npos, text.find("Tests: 1, failures: 1, warnings: 0\nExit code: 1\n"))
       << text;
+}
+
+// A test whose data is one tracked buffer.
+class BufferTest : public StubTest {
+ public:
+  BufferTest() : StubTest("stubBuffer", steadyLoop<TZ_OK, 100>, "S", "8") {}
+  bool initData() override { return (m_buffer = allocate(100, 3)) != nullptr; }
+  void flushData() override { tzFree(m_buffer); }
+
+ private:
+  void* m_buffer = nullptr;
+};
+
+TEST(SessionFiles, TheMemoryTableTellsOfEveryBuffer) {
+  const TempFolder folder;
+  Session(folder).setup([] { tzRegTest(new BufferTest); }).run("-m -f-__tz");
+  const Words lines = harnesskit::splitLines(folder.read("stub_mem.csv"));
+  ASSERT_EQ(3u, lines.size());
+  EXPECT_EQ("Function,Event,Size,Address,AlignedPointer", lines[0]);
+  EXPECT_EQ(0u, lines[1].find("stubBuffer,tzMalloc,100,")) << lines[1];
+  EXPECT_EQ(0u, lines[2].find("stubBuffer,tzFree,100,")) << lines[2];
+  EXPECT_EQ(lines[1].substr(lines[1].find("100,")), lines[2].substr(lines[2].find("100,")));
 }
 
 TEST(SessionFiles, NameLinesAlone) {
