@@ -18,6 +18,12 @@ tzString registrationText(const rkLine& line) {
   return text;
 }
 
+// What the tool asks when it times the call function itself and there is no wrapper to ask.
+tzResult checkStatusOfCall(int status) {
+  const tzTest* test = tzTest::m_pCurrentTest;
+  return rkTest::checkStatus(status, test != nullptr ? test->funcName() : tzString(""));
+}
+
 }  // namespace
 
 rkTest::rkTest(const rkLine& line)
@@ -31,6 +37,7 @@ rkTest::rkTest(const rkLine& line)
 tzResult rkTest::run() {
   m_checkErrorsOnly = false;
   rkVector::m_seed = rkVector::START_SEED;
+  tzTool::m_pCheckStatus = checkStatusOfCall;
   if (!m_line.present()) return runNotSupported("the library lacks the function");
   return tzTest::run();
 }
