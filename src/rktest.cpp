@@ -1,5 +1,7 @@
 #include "rktest.h"
 
+#include <algorithm>
+
 #include "rkverify.h"
 #include "tzcstream.h"
 #include "tzenv.h"
@@ -92,6 +94,21 @@ void rkTest::setDataState(const DataState& state) {
 }
 
 void rkTest::printAllMemoryBlocks(const tzString& heading) const {
-  g_ostrm << heading << " " << funcName() << "\n";
-  tzTest::printAllMemoryBlocks(heading);
+  tzTest::printAllMemoryBlocks(heading + " " + funcName());
+}
+
+// Whole up to the size of the smallest image, beyond it the beginning: the dump of a large image
+// would take minutes to print and nobody reads it.
+void rkTest::printData(const tzObject& object) const {
+  constexpr int MOST_WHOLE = 64 * 64;
+  constexpr int BEGINNING = 512;
+  const auto* vector = dynamic_cast<const rkVector*>(&object);
+  if (vector == nullptr || !vector->isCreated()) return;
+  if (vector->length() <= MOST_WHOLE) {
+    g_ostrm << vector->getString();
+    return;
+  }
+  const int shown = std::min(BEGINNING, vector->getRowLen());
+  g_ostrm << rkVector::getDataString(vector->type(), vector->getDataConst(), shown) << "     ... "
+          << vector->length() - shown << " elements more\n";
 }

@@ -102,6 +102,8 @@ class rkTest : public tzTest {
   void regCacheParm(tzIterator<RkdiSize>& sizes, rkImage& image, SteerFunc check = nullptr) {
     tzTest::regCacheParm(sizes, &image, check);
   }
+  /// The elements of a vector; of a large one, the first.
+  void printData(const tzObject& object) const override;
 
  private:
   friend class rkVerify;

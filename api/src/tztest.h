@@ -218,6 +218,9 @@ class tzTest {
   /// The loop over parameter combinations.
   void loopData();
 
+  /// Prints the data of one object below the line that tells what it is; by default, nothing.
+  virtual void printData(const tzObject& object) const;
+
  private:
   template <class Function>
   void step(const char* name, Function&& function);

@@ -59,10 +59,12 @@ void tzTest::resetAllVectors() {
   forEachObject([](tzObject& object) { object.setReservedCopy(); });
 }
 
+void tzTest::printData(const tzObject&) const {}
+
 void tzTest::printAllMemoryBlocks(const tzString& heading) const {
   g_ostrm << L_DATA << " " << heading << "\n";
   int number = 0;
-  forEachBuffer([&number](const unsigned char* bytes, int size, const tzObject* owner) {
+  forEachBuffer([this, &number](const unsigned char* bytes, int size, const tzObject* owner) {
     if (owner == nullptr || owner == MEM_OBJECT_IS_SUBOBJECT) return;
     g_ostrm << "  " << ++number << ": ";
     if (owner == MEM_OBJECT_IS_BUFFER) {
@@ -70,6 +72,7 @@ void tzTest::printAllMemoryBlocks(const tzString& heading) const {
       printBytes(bytes, size);
     } else {
       g_ostrm << owner->objectInfo() << "\n";
+      printData(*owner);
     }
   });
   g_ostrm << L_END;
