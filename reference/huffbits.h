@@ -80,30 +80,37 @@ class Output {
   int* statistics_ = nullptr;
 };
 
-/// Hands bits to the stream: whole bytes with stuffing now, the rest to the state.
-inline void send(const Bits& bits, uint8_t* stream, int length, int* position,
-                 RkdiEncodeHuffmanState* state) {
-  Bits all(state->waiting, state->waiting + state->waitingCount);
-  all.insert(all.end(), bits.begin(), bits.end());
+/// Writes the first `count` bits, whole bytes with stuffing.
+inline void write(const Bits& bits, size_t count, uint8_t* stream, int length, int* position) {
   int end = *position;
-  size_t at = 0;
-  for (; all.size() - at >= 8; at += 8) {
+  for (size_t at = 0; at < count; at += 8) {
     int byte = 0;
-    for (size_t i = 0; i < 8; ++i) byte = byte << 1 | all[at + i];
+    for (size_t i = 0; i < 8; ++i) byte = byte << 1 | bits[at + i];
     if (length - end < (byte == 0xFF ? 2 : 1)) throw Fault{rkdStsDstFullErr};
     stream[end++] = uint8_t(byte);
     if (byte == 0xFF) stream[end++] = 0;
   }
   *position = end;
-  state->waitingCount = int(all.size() - at);
-  std::copy(all.begin() + long(at), all.end(), state->waiting);
+}
+
+/// Hands bits to the stream, eight bytes at a time; up to 64 bits wait in the state.
+inline void send(const Bits& bits, uint8_t* stream, int length, int* position,
+                 RkdiEncodeHuffmanState* state) {
+  Bits all(state->waiting, state->waiting + state->waitingCount);
+  all.insert(all.end(), bits.begin(), bits.end());
+  const size_t sent = all.empty() ? 0 : (all.size() - 1) / 64 * 64;
+  write(all, sent, stream, length, position);
+  state->waitingCount = int(all.size() - sent);
+  std::copy(all.begin() + long(sent), all.end(), state->waiting);
 }
 
 /// Ends an interval after `bits`.
-inline void finish(Bits bits, uint8_t* stream, int length, int* position,
+inline void finish(const Bits& bits, uint8_t* stream, int length, int* position,
                    RkdiEncodeHuffmanState* state) {
-  while ((size_t(state->waitingCount) + bits.size()) % 8 != 0) bits.push_back(1);
-  send(bits, stream, length, position, state);
+  Bits all(state->waiting, state->waiting + state->waitingCount);
+  all.insert(all.end(), bits.begin(), bits.end());
+  while (all.size() % 8 != 0) all.push_back(1);
+  write(all, all.size(), stream, length, position);
   *state = {};
 }
 

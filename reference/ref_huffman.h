@@ -25,7 +25,7 @@ struct RkdiDecodeHuffmanSpec {
 };
 
 struct RkdiEncodeHuffmanState {
-  uint8_t waiting[8];  ///< bits of the byte begun
+  uint8_t waiting[64];  ///< bits that wait
   int waitingCount;
   int endOfBand;  ///< blocks in the pending end-of-band run
   uint8_t correction[1000];

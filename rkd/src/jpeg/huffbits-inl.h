@@ -24,23 +24,25 @@ HWY_INLINE bool hasFF(uint64_t bytes) {
 // ---------------------------------------------------------------------------------------------
 // Writing
 
-/// Collects bits in scratch memory without looking at them: a store a symbol, no branch. Scratch
-/// needs 8 bytes more than the bits fill.
+/// Collects bits and hands them to the stream eight bytes at a time. `isStuffed`: a 0 follows every
+/// 0xFF. Never writes at or behind the end: what does not fit makes the writer full.
+template <bool isStuffed>
 class BitWriter {
  public:
-  BitWriter(uint8_t* scratch, uint32_t waiting, unsigned waitingCount)
-      : bits_((uint64_t{waiting} << 1 << (63 - waitingCount))),
-        count_(waitingCount),
-        out_(scratch) {}
+  BitWriter(uint64_t waiting, unsigned count, uint8_t* out, const uint8_t* end)
+      : bits_(waiting), free_(64 - int(count)), out_(out), end_(end) {}
 
-  /// Appends the low `length` bits, 1..57, of a number that has no more.
+  /// Appends the low `length` bits, 0..32, of a number that has no more.
   HWY_INLINE void put(uint64_t bits, unsigned length) {
-    count_ += length;
-    bits_ |= bits << (64 - count_);
-    storeBits(out_, bits_);
-    out_ += count_ >> 3;
-    bits_ <<= count_ & 56;
-    count_ &= 7;
+    free_ -= int(length);
+    if (HWY_LIKELY(free_ >= 0)) {
+      bits_ = bits_ << length | bits;
+      return;
+    }
+    const unsigned over = unsigned(-free_);
+    send(bits_ << (length - over) | bits >> over);
+    bits_ = bits;  // what has been sent stays above the waiting bits
+    free_ += 64;
   }
   /// The same for 0..63 bits.
   HWY_INLINE void putMany(uint64_t bits, unsigned length) {
@@ -50,49 +52,52 @@ class BitWriter {
       bits = uint32_t(bits);
       length = 32;
     }
-    if (length > 0) put(bits, length);
+    put(bits, length);
   }
 
-  /// Bytes complete, and the bits of the next one.
-  uint8_t* end() const { return out_; }
-  unsigned waitingCount() const { return count_; }
-  uint32_t waiting() const { return uint32_t(bits_ >> 1 >> (63 - count_)); }
+  bool isFull() const { return isFull_; }
+  uint8_t* out() const { return out_; }
+  unsigned waitingCount() const { return unsigned(64 - free_); }
+  uint64_t waiting() const { return bits_; }
 
  private:
-  uint64_t bits_;  // at the high end
-  unsigned count_;
-  uint8_t* out_;
-};
-
-struct Stuffed {
-  bool fits;
-  int end;
-};
-
-/// Copies `count` bytes to stream[position...], a 0 behind each 0xFF. Reads up to 8 bytes of
-/// scratch behind them; writes nothing at or behind `length` or behind the copied bytes.
-HWY_INLINE Stuffed copyStuffed(const uint8_t* from, int count, uint8_t* stream, int length,
-                               int position) {
-  while (count > 0) {
-    const int part = std::min(count, 8);
-    const uint64_t mask = ~uint64_t{0} << (64 - 8 * part);
-    const uint64_t bytes = loadBits(from) & mask;
-    if (HWY_LIKELY(!hasFF(bytes) && length - position >= 8)) {
-      storeBits(stream + position, bytes | (loadBits(stream + position) & ~mask));
-      position += part;
+  HWY_INLINE void send(uint64_t word) {
+    if (HWY_LIKELY(end_ - out_ >= 8 && !(isStuffed && hasFF(word)))) {
+      storeBits(out_, word);
+      out_ += 8;
     } else {
-      for (int i = 0; i < part; ++i) {
-        const bool stuff = from[i] == 0xFF;
-        if (length - position < 1 + int(stuff)) return {false, position};
-        stream[position++] = from[i];
-        if (stuff) stream[position++] = 0;
-      }
+      sendSlowly(word);
     }
-    from += part;
-    count -= part;
   }
-  return {true, position};
-}
+  void sendSlowly(uint64_t word) {
+    uint8_t* const behind = isStuffed ? putStuffed(word, 8, out_, end_) : nullptr;
+    isFull_ = isFull_ || behind == nullptr;
+    if (behind != nullptr) out_ = behind;
+  }
+
+  uint64_t bits_;  // at the low end
+  int free_;       // 64 less their number
+  bool isFull_ = false;
+  uint8_t* out_;
+  const uint8_t* end_;
+};
+
+/// A writer that goes on where a state has stopped, and the way back on success.
+class StateWriter : public BitWriter<true> {
+ public:
+  StateWriter(uint8_t* stream, int length, int position, const RkdiEncodeHuffmanState* state)
+      : BitWriter<true>(RKD_STATE_LOAD(EncodeState, state, bits),
+                        RKD_STATE_LOAD(EncodeState, state, bitCount), stream + position,
+                        stream + length) {}
+
+  HWY_INLINE RkdStatus commit(uint8_t* stream, int* position, RkdiEncodeHuffmanState* state) const {
+    if (HWY_UNLIKELY(isFull())) return rkdStsDstFullErr;
+    *position = int(out() - stream);
+    RKD_STATE_STORE(EncodeState, state, bits, waiting());
+    RKD_STATE_STORE(EncodeState, state, bitCount, waitingCount());
+    return rkdStsNoErr;
+  }
+};
 
 /// Size category of a value and the bits that follow its code.
 struct Magnitude {
@@ -117,27 +122,14 @@ struct NonZeroMagnitude {
 };
 
 /// Writes a difference of the lossless process; returns the entry used.
-HWY_INLINE uint64_t putDifference(int value, const EncodeTable& table, BitWriter* writer) {
+template <class Writer>
+HWY_INLINE uint64_t putDifference(int value, EncodeTable table, Writer* writer) {
   const Magnitude magnitude(value);
   const bool lone = magnitude.size == 16;
   const EncodeEntry entry =
       table[lone ? unsigned(EncodeSpecLayout::category16) : entryIndex(0, magnitude.size)];
   writer->put(entry.code() | (lone ? 0 : magnitude.bits), entry.length());
   return entry.word;
-}
-
-/// Hands a writer's bytes to the stream, then position and waiting bits to their owners.
-HWY_INLINE RkdStatus commit(const BitWriter& writer, const uint8_t* scratch, uint8_t* stream,
-                            int length, int* position, EncodeState* head,
-                            RkdiEncodeHuffmanState* state) {
-  const Stuffed stuffed =
-      copyStuffed(scratch, int(writer.end() - scratch), stream, length, *position);
-  if (HWY_UNLIKELY(!stuffed.fits)) return rkdStsDstFullErr;
-  *position = stuffed.end;
-  head->bits = writer.waiting();
-  head->bitCount = writer.waitingCount();
-  store(state, *head);
-  return rkdStsNoErr;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -174,7 +166,12 @@ class BitReader {
         return;
       }
     }
-    *this = filledBytewise(*this);
+    // Out of line on copies, so that the members of a coder's reader can stay in registers.
+    uint64_t bits = bits_;
+    int count = count_;
+    next_ = fillBytewise(&bits, &count, next_, end_);
+    bits_ = bits;
+    count_ = count;
   }
 
   HWY_INLINE void skip(unsigned count) {
@@ -207,23 +204,22 @@ class BitReader {
   }
 
  private:
-  /// Out of line and by value, so that the reader of a coder's loop can stay in registers.
-  HWY_NOINLINE static BitReader filledBytewise(BitReader reader) {
-    while (reader.count_ < 56 && reader.next_ != reader.end_) {
-      const uint64_t byte = *reader.next_;
+  HWY_NOINLINE static const uint8_t* fillBytewise(uint64_t* bits, int* count, const uint8_t* next,
+                                                  const uint8_t* end) {
+    for (; *count < 56 && next != end; ++next) {
+      const uint64_t byte = *next;
       if (isStuffed && byte == 0xFF) {
-        const uint8_t* code = reader.next_ + 1;
-        while (code != reader.end_ && *code == 0xFF) ++code;  // fill bytes
-        if (code == reader.end_) break;
-        reader.next_ = code - 1;
+        const uint8_t* code = next + 1;
+        while (code != end && *code == 0xFF) ++code;  // fill bytes
+        if (code == end) break;
+        next = code - 1;
         if (*code != 0) break;
-        ++reader.next_;
+        ++next;
       }
-      ++reader.next_;
-      reader.bits_ |= byte << (56 - reader.count_);
-      reader.count_ += 8;
+      *bits |= byte << (56 - *count);
+      *count += 8;
     }
-    return reader;
+    return next;
   }
 
   uint64_t bits_;
@@ -235,7 +231,7 @@ class BitReader {
 /// An entry with run and value final and all its bits taken; word 0 if the bits are no code. A
 /// failed look takes nothing. Needs 32 bits or all that there are.
 template <class Reader>
-HWY_INLINE DecodeEntry nextSymbol(Reader& reader, const DecodeTable& table) {
+HWY_INLINE DecodeEntry nextSymbol(Reader& reader, DecodeTable table) {
   const DecodeEntry entry = table.look(reader.bits());
   if (HWY_LIKELY(entry.length() != 0)) {
     reader.skip(entry.length());
@@ -264,20 +260,23 @@ HWY_INLINE int differenceOf(DecodeEntry entry) {
   return entry.run() == DecodeEntry::ends + 1 ? INT16_MIN : entry.value();
 }
 
-/// A decoder's reader with what its state keeps, and the way back on success.
+/// A reader that goes on where a state has stopped, and the way back on success.
 class StateReader : public BitReader<true> {
  public:
-  StateReader(const uint8_t* stream, int length, int position, const DecodeState& state)
-      : BitReader<true>(state.bits, int(state.bitCount), stream + position, stream + length) {}
+  StateReader(const uint8_t* stream, int length, int position, const RkdiDecodeHuffmanState* state)
+      : BitReader<true>(RKD_STATE_LOAD(DecodeState, state, bits),
+                        int(RKD_STATE_LOAD(DecodeState, state, bitCount)), stream + position,
+                        stream + length) {}
 
   /// Reads ahead, then hands over position, marker and state; refuses if the stream ended early.
-  HWY_INLINE RkdStatus commit(const uint8_t* stream, int* position, int* marker, uint32_t endOfBand,
+  HWY_INLINE RkdStatus commit(const uint8_t* stream, int* position, int* marker,
                               RkdiDecodeHuffmanState* state) {
     if (HWY_UNLIKELY(isOverrun())) return rkdStsSrcEndErr;
     fill();
     if (marker != nullptr) *marker = this->marker();
     *position = int(next() - stream);
-    store(state, DecodeState{Kind::decodeState, uint32_t(count()), bits(), endOfBand, 0});
+    RKD_STATE_STORE(DecodeState, state, bits, bits());
+    RKD_STATE_STORE(DecodeState, state, bitCount, uint32_t(count()));
     return rkdStsNoErr;
   }
 };

@@ -12,78 +12,71 @@ RKD_PUSH_LZCNT
 namespace rkd::HWY_NAMESPACE {
 namespace {
 
-/// A block has at most 64 symbols of 32 bits; 7 bits wait before it.
-constexpr int blockScratch = 64 * 4 + 16;
-
 /// Writes one block; returns the or of all entries used, with `missing` if one has no code.
-HWY_INLINE uint64_t putBlock(const int16_t* src, int previousDC, const EncodeTable& dc,
-                             const EncodeTable& ac, BitWriter* writer) {
-  BitWriter w = *writer;
+template <class Writer>
+HWY_INLINE uint64_t putBlock(const int16_t* src, int previousDC, EncodeTable dc, EncodeTable ac,
+                             Writer& writer) {
+  uint64_t map = nonZeroMap(src) & mapBehind(0);
   const Magnitude difference(src[0] - int16_t(previousDC));
   const EncodeEntry dcEntry = dc[entryIndex(0, difference.size)];
   uint64_t used = dcEntry.word;
-  w.put(dcEntry.code() | difference.bits, dcEntry.length());
+  writer.put(dcEntry.code() | difference.bits, dcEntry.length());
 
   int last = 0;
-  for (uint64_t map = nonZeroMap(src) & mapBehind(0); map != 0;) {
+  while (map != 0) {
     const int k = mapFirst(map);
     map &= mapBehind(k);
     unsigned run = unsigned(k - last - 1);
     last = k;
-    while (HWY_UNLIKELY(run > 15)) {
+    for (; HWY_UNLIKELY(run > 15); run -= 16) {
       const EncodeEntry zeros = ac[entryIndex(15, 0)];
       used |= zeros.word;
-      w.put(zeros.code(), zeros.length());
-      run -= 16;
+      writer.put(zeros.code(), zeros.length());
     }
     const NonZeroMagnitude value(src[zigzag[size_t(k)]]);
     const EncodeEntry entry = ac[entryIndex(run, value.size)];
     used |= entry.word;
-    w.put(entry.code() | value.bits, entry.length());
+    writer.put(entry.code() | value.bits, entry.length());
   }
   if (last != 63) {
     const EncodeEntry end = ac[entryIndex(0, 0)];
     used |= end.word;
-    w.put(end.code(), end.length());
+    writer.put(end.code(), end.length());
   }
-  *writer = w;
   return used;
 }
 
 RkdStatus encodeBlock(const int16_t* src, uint8_t* stream, int length, int* position,
                       int* previousDC, const RkdiEncodeHuffmanSpec* dcSpec,
                       const RkdiEncodeHuffmanSpec* acSpec, RkdiEncodeHuffmanState* state) {
-  EncodeState head = load<EncodeState>(state);
-  uint8_t scratch[blockScratch];
-  BitWriter writer(scratch, head.bits, head.bitCount);
+  StateWriter writer(stream, length, *position, state);
   const uint64_t used =
-      putBlock(src, *previousDC, EncodeTable(dcSpec), EncodeTable(acSpec), &writer);
+      putBlock(src, *previousDC, EncodeTable(dcSpec), EncodeTable(acSpec), writer);
   if (HWY_UNLIKELY((used & EncodeEntry::missing) != 0)) return rkdStsCoefRangeErr;
-  const RkdStatus status = commit(writer, scratch, stream, length, position, &head, state);
-  if (status == rkdStsNoErr) *previousDC = src[0];
+  const RkdStatus status = writer.commit(stream, position, state);
+  if (HWY_LIKELY(status == rkdStsNoErr)) *previousDC = src[0];
   return status;
 }
 
 RkdStatus encodeBlockDirect(const int16_t* src, uint8_t* stream, int length, int* position,
                             int* previousDC, const RkdiEncodeHuffmanSpec* dcSpec,
                             const RkdiEncodeHuffmanSpec* acSpec) {
-  const int at = *position >> 3;
-  const unsigned waiting = unsigned(*position & 7);
-  uint8_t scratch[blockScratch];
-  BitWriter writer(scratch, waiting == 0 ? 0u : unsigned(stream[at]) >> (8 - waiting), waiting);
+  uint8_t* const start = stream + (*position >> 3);
+  const unsigned begun = unsigned(*position & 7);
+  BitWriter<false> writer(begun == 0 ? 0u : unsigned(*start) >> (8 - begun), begun, start,
+                          stream + length);
   const uint64_t used =
-      putBlock(src, *previousDC, EncodeTable(dcSpec), EncodeTable(acSpec), &writer);
+      putBlock(src, *previousDC, EncodeTable(dcSpec), EncodeTable(acSpec), writer);
   if (HWY_UNLIKELY((used & EncodeEntry::missing) != 0)) return rkdStsCoefRangeErr;
-  int bytes = int(writer.end() - scratch);
-  const int bits = 8 * bytes + int(writer.waitingCount());
-  if (writer.waitingCount() > 0) {
-    scratch[bytes] =
-        uint8_t(writer.waiting() << (8 - writer.waitingCount()) | (0xFFu >> writer.waitingCount()));
-    ++bytes;
+  // A block has two bits and more: something waits.
+  const unsigned count = writer.waitingCount();
+  const uint64_t word = writer.waiting() << (64 - count) | ((uint64_t{1} << (64 - count)) - 1);
+  const int bytes = int(count + 7) >> 3;
+  if (HWY_UNLIKELY(writer.isFull() || stream + length - writer.out() < bytes)) {
+    return rkdStsDstFullErr;
   }
-  if (HWY_UNLIKELY(bytes > length - at)) return rkdStsDstFullErr;
-  std::memcpy(stream + at, scratch, size_t(bytes));
-  *position = 8 * at + bits;
+  for (int i = 0; i < bytes; ++i) writer.out()[i] = uint8_t(word >> (56 - 8 * i));
+  *position = int(8 * (writer.out() - stream)) + int(count);
   *previousDC = src[0];
   return rkdStsNoErr;
 }
@@ -114,93 +107,78 @@ RkdStatus countBlock(const int16_t* src, int* dcStatistics, int* acStatistics, i
 /// One value of the lossless process.
 RkdStatus encodeOne(int value, uint8_t* stream, int length, int* position,
                     const RkdiEncodeHuffmanSpec* spec, RkdiEncodeHuffmanState* state) {
-  EncodeState head = load<EncodeState>(state);
-  uint8_t scratch[16];
-  BitWriter writer(scratch, head.bits, head.bitCount);
+  StateWriter writer(stream, length, *position, state);
   const uint64_t used = putDifference(value, EncodeTable(spec), &writer);
   if (HWY_UNLIKELY((used & EncodeEntry::missing) != 0)) return rkdStsCoefRangeErr;
-  return commit(writer, scratch, stream, length, position, &head, state);
+  return writer.commit(stream, position, state);
 }
 
-/// Reads the coefficients of one block into zeros. On success the whole block has been taken.
+/// Reads the coefficients of one block. A caller's DC changes with the call's success only.
 template <class Reader>
-HWY_INLINE RkdStatus takeBlock(Reader* reader, int16_t* dst, int* dcValue, const DecodeTable& dc,
-                               const DecodeTable& ac) {
-  Reader r = *reader;
-  r.need32();
-  const DecodeEntry difference = nextSymbol(r, dc);
-  if (HWY_UNLIKELY(difference.word == 0)) return codeStatus(r);
-  if (HWY_UNLIKELY(!isDctDifference(difference))) {
-    return r.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
-  }
-  *dcValue = int16_t(*dcValue + difference.value());
+HWY_INLINE RkdStatus takeBlock(Reader& reader, int16_t* dst, int previousDC, DecodeTable dc,
+                               DecodeTable ac) {
   std::memset(dst, 0, 64 * sizeof *dst);
-  dst[0] = int16_t(*dcValue);
+  reader.need32();
+  const DecodeEntry difference = nextSymbol(reader, dc);
+  if (HWY_UNLIKELY(difference.word == 0)) return codeStatus(reader);
+  if (HWY_UNLIKELY(!isDctDifference(difference))) {
+    return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
+  }
+  dst[0] = int16_t(previousDC + difference.value());
 
   for (unsigned k = 1; k < 64; ++k) {
-    r.need32();
-    const DecodeEntry entry = nextSymbol(r, ac);
+    reader.need32();
+    const DecodeEntry entry = nextSymbol(reader, ac);
     k += entry.run();
     if (HWY_UNLIKELY(k > 63)) {
       if (entry.run() == DecodeEntry::ends) break;
-      return r.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
+      return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
     }
-    if (HWY_UNLIKELY(entry.word == 0)) return codeStatus(r);
+    if (HWY_UNLIKELY(entry.word == 0)) return codeStatus(reader);
     dst[zigzag[k]] = int16_t(entry.value());
   }
-  *reader = r;
   return rkdStsNoErr;
 }
 
 RkdStatus decodeBlock(const uint8_t* stream, int length, int* position, int16_t* dst,
                       int* previousDC, int* marker, const RkdiDecodeHuffmanSpec* dcSpec,
                       const RkdiDecodeHuffmanSpec* acSpec, RkdiDecodeHuffmanState* state) {
-  const DecodeState head = load<DecodeState>(state);
-  StateReader reader(stream, length, *position, head);
-  int dc = int16_t(*previousDC);
+  StateReader reader(stream, length, *position, state);
   if (const RkdStatus status =
-          takeBlock(&reader, dst, &dc, DecodeTable(dcSpec), DecodeTable(acSpec))) {
+          takeBlock(reader, dst, *previousDC, DecodeTable(dcSpec), DecodeTable(acSpec))) {
     return status;
   }
-  if (const RkdStatus status = reader.commit(stream, position, marker, head.endOfBand, state)) {
-    return status;
-  }
-  *previousDC = dc;
+  if (const RkdStatus status = reader.commit(stream, position, marker, state)) return status;
+  *previousDC = dst[0];
   return rkdStsNoErr;
 }
 
 RkdStatus decodeBlockDirect(const uint8_t* stream, int length, int* position, int16_t* dst,
                             int* previousDC, const RkdiDecodeHuffmanSpec* dcSpec,
                             const RkdiDecodeHuffmanSpec* acSpec) {
-  const uint8_t* const start = stream + (*position >> 3);
-  BitReader<false> reader(0, 0, start, stream + length);
+  BitReader<false> reader(0, 0, stream + (*position >> 3), stream + length);
   reader.fill();
-  // An overrun here is a position at the very end: the first symbol then finds nothing.
   reader.skip(unsigned(*position & 7));
-  int dc = int16_t(*previousDC);
   if (const RkdStatus status =
-          takeBlock(&reader, dst, &dc, DecodeTable(dcSpec), DecodeTable(acSpec))) {
+          takeBlock(reader, dst, *previousDC, DecodeTable(dcSpec), DecodeTable(acSpec))) {
     return status;
   }
   if (reader.isOverrun()) return rkdStsSrcEndErr;
   *position = int(8 * (reader.next() - stream)) - reader.count();
-  *previousDC = dc;
+  *previousDC = dst[0];
   return rkdStsNoErr;
 }
 
 RkdStatus decodeOne(const uint8_t* stream, int length, int* position, int16_t* dst, int* marker,
                     const RkdiDecodeHuffmanSpec* spec, RkdiDecodeHuffmanState* state) {
-  const DecodeState head = load<DecodeState>(state);
-  StateReader reader(stream, length, *position, head);
+  StateReader reader(stream, length, *position, state);
   reader.need32();
   const DecodeEntry entry = nextSymbol(reader, DecodeTable(spec));
   if (HWY_UNLIKELY(entry.word == 0)) return codeStatus(reader);
   if (HWY_UNLIKELY(!isDifference(entry))) {
     return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
   }
-  if (const RkdStatus status = reader.commit(stream, position, marker, head.endOfBand, state)) {
-    return status;
-  }
+  if (const RkdStatus status = reader.commit(stream, position, marker, state)) return status;
   *dst = int16_t(differenceOf(entry));
   return rkdStsNoErr;
 }

@@ -61,12 +61,10 @@ inline bool isKind(const Object* object, Kind kind) {
 // Encoder
 
 /// One code as the encoder sends it: low half the code, already shifted left by the number of value
-/// bits that follow it; then its length with those bits. `missing` marks symbols without a code
-/// (with a length, so that a writer need not care): the entries of a block are or-ed together and
-/// looked at once.
+/// bits that follow it; then its length with those bits. `missing` marks symbols without a code:
+/// the entries of a block are or-ed together and looked at once.
 struct EncodeEntry {
   static constexpr uint64_t missing = uint64_t{1} << 63;
-  static constexpr uint64_t none = missing | uint64_t{1} << 32;
   uint64_t word;
   uint32_t code() const { return uint32_t(word); }
   unsigned length() const { return unsigned(word >> 32) & 0xFF; }
@@ -95,22 +93,19 @@ class EncodeTable {
   const uint8_t* entries_;
 };
 
-/// What a scan being encoded carries from call to call. Correction bits wait in order, the first in
-/// the high bit of the first 32-bit word; only those below `corrections` mean anything.
+/// What a scan being encoded carries from call to call.
 struct EncodeState {
-  /// A run is ended when more than this many wait, so that a further block's 63 always fit.
+  /// A run is ended when more than this many correction bits wait, so that a further block's 63
+  /// always fit.
   static constexpr uint32_t maxCorrections = 937;
   static constexpr int correctionWords = (maxCorrections + 63 + 31) / 32;
   Kind kind;
-  uint32_t bits;         ///< waiting bits at the low end
-  uint32_t bitCount;     ///< how many, 0..7
+  uint32_t bitCount;     ///< waiting bits, 0..64
+  uint64_t bits;         ///< those bits at the low end, anything above
   uint16_t endOfBand;    ///< blocks in the pending end-of-band run
   uint16_t corrections;  ///< correction bits waiting with it
-};
-
-struct EncodeStateLayout {
-  EncodeState head;
-  uint32_t correction[EncodeState::correctionWords];
+  /// Those bits in order, the first in the high bit of the first word.
+  uint32_t correction[correctionWords];
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -172,15 +167,23 @@ DecodeEntry openEntry(unsigned codeLength, unsigned symbol);
 
 /// The whole answer where a look gave an open entry or none: from 32 stream bits; all zero if they
 /// begin with no code.
-DecodeEntry wholeEntry(uint64_t bits, DecodeEntry looked, const DecodeTable& table);
+DecodeEntry wholeEntry(uint64_t bits, DecodeEntry looked, DecodeTable table);
 
 struct DecodeState {
   Kind kind;
   uint32_t bitCount;   ///< bits read ahead, 0..63
   uint64_t bits;       ///< those bits at the high end, zeros below
   uint32_t endOfBand;  ///< blocks left in the end-of-band run
-  uint32_t reserved;
 };
+
+/// Members of a state are read and written one by one: a member that was stored alone and is loaded
+/// as part of a wider move makes the processor wait for the cache.
+#define RKD_STATE_LOAD(State, state, member)               \
+  ::rkd::huff::load<decltype(::rkd::huff::State::member)>( \
+      reinterpret_cast<const uint8_t*>(state) + offsetof(::rkd::huff::State, member))
+#define RKD_STATE_STORE(State, state, member, value)        \
+  ::rkd::huff::store<decltype(::rkd::huff::State::member)>( \
+      reinterpret_cast<uint8_t*>(state) + offsetof(::rkd::huff::State, member), value)
 
 /// Value of `size` bits as the standard codes it: the upper half of the range is positive.
 inline int extendValue(uint32_t bits, unsigned size) {
@@ -189,6 +192,13 @@ inline int extendValue(uint32_t bits, unsigned size) {
 
 /// Ends an interval of a scan without a pending end-of-band run: fills the last byte with ones.
 RkdStatus flushBits(uint8_t* stream, int length, int* position, RkdiEncodeHuffmanState* state);
+
+/// The same for `count` bits at the low end of `bits`.
+RkdStatus flushBits(uint64_t bits, unsigned count, uint8_t* stream, int length, int* position,
+                    RkdiEncodeHuffmanState* state);
+
+/// Writes the first `count` bytes of a word with a 0 behind each 0xFF; null if they do not fit.
+uint8_t* putStuffed(uint64_t word, int count, uint8_t* to, const uint8_t* end);
 
 // ---------------------------------------------------------------------------------------------
 // Argument checks

@@ -12,45 +12,61 @@ RKD_PUSH_LZCNT
 namespace rkd::HWY_NAMESPACE {
 namespace {
 
-/// What the walks talk to when symbols are sent. A sink takes a symbol, the bits behind it and,
+/// The pending end-of-band run: blocks, and correction bits that wait with it.
+struct EndRun {
+  explicit EndRun(const RkdiEncodeHuffmanState* state)
+      : blocks(RKD_STATE_LOAD(EncodeState, state, endOfBand)),
+        corrections(RKD_STATE_LOAD(EncodeState, state, corrections)) {}
+  void commit(RkdiEncodeHuffmanState* state) const {
+    RKD_STATE_STORE(EncodeState, state, endOfBand, uint16_t(blocks));
+    RKD_STATE_STORE(EncodeState, state, corrections, uint16_t(corrections));
+  }
+  unsigned blocks;
+  unsigned corrections;
+};
+
+/// What the walks talk to when symbols are sent: a sink takes a symbol, the bits behind it and,
 /// with an end-of-band run, the correction bits that waited for it.
 class EncodeSink {
  public:
-  EncodeSink(uint8_t* scratch, EncodeState* head, uint8_t* correction,
-             const RkdiEncodeHuffmanSpec* spec)
-      : writer_(scratch, head->bits, head->bitCount), table_(spec), correction_(correction) {}
+  EncodeSink(const StateWriter& writer, EncodeTable table, uint8_t* correction)
+      : writer_(writer), table_(table), correction_(correction) {}
 
   HWY_INLINE void valueSymbol(unsigned run, int value) {
     const NonZeroMagnitude magnitude(value);
     const EncodeEntry entry = entryOf(entryIndex(run, magnitude.size));
     writer_.put(entry.code() | magnitude.bits, entry.length());
   }
+  /// The symbol of a coefficient that becomes non-zero, and its sign.
+  HWY_INLINE void signSymbol(unsigned run, bool positive) {
+    const EncodeEntry entry = entryOf(entryIndex(run, 1));
+    writer_.put(entry.code() | unsigned(positive), entry.length());
+  }
   HWY_INLINE void zeroRun() {
     const EncodeEntry entry = entryOf(entryIndex(15, 0));
     writer_.put(entry.code(), entry.length());
   }
-  HWY_INLINE void endOfBand(unsigned sizeOfRun, unsigned low, int corrections) {
+  HWY_INLINE void endOfBand(unsigned sizeOfRun, unsigned low, unsigned corrections) {
     const EncodeEntry entry = entryOf(entryIndex(sizeOfRun, 0));
     writer_.put(uint64_t{entry.code()} << sizeOfRun | low, entry.length() + sizeOfRun);
-    int kept = corrections - int(freshCount_);
+    int kept = int(corrections - freshCount_);
     for (const uint8_t* word = correction_; kept > 0; word += 4, kept -= 32) {
       const unsigned here = unsigned(std::min(kept, 32));
       writer_.put(load<uint32_t>(word) >> (32 - here), here);
     }
     writer_.putMany(fresh_, freshCount_);
-    fresh_ = 0;
     freshCount_ = 0;
   }
   /// Raw bits: those of `from` where `map` has ones.
   HWY_INLINE void mapped(uint64_t from, uint64_t map) {
-    if (map != 0) writer_.putMany(gatherBits(from, map), unsigned(countBits(map)));
+    writer_.putMany(gatherBits(from, map), unsigned(countBits(map)));
   }
   /// The same, for the end of the run. They stay here until the call cannot fail any more.
   HWY_INLINE void keepMapped(uint64_t from, uint64_t map) {
     fresh_ = gatherBits(from, map);
     freshCount_ = unsigned(countBits(map));
   }
-  /// Puts the correction bits of this call behind those of `corrections` that wait in the state.
+  /// Puts the correction bits of this call behind those that make up `corrections` with them.
   HWY_INLINE void keep(unsigned corrections) {
     // Words of 32 bits: one begun and 63 bits more reach into a third one.
     const unsigned kept = corrections - freshCount_;
@@ -65,12 +81,8 @@ class EncodeSink {
       store(word, uint32_t(begun << (32 - used)));
     }
   }
-  HWY_INLINE void fillByte() {
-    const unsigned left = (8 - writer_.waitingCount()) & 7;
-    if (left != 0) writer_.put(0xFFu >> (8 - left), left);
-  }
 
-  const BitWriter& writer() const { return writer_; }
+  const StateWriter& writer() const { return writer_; }
   bool missing() const { return (used_ & EncodeEntry::missing) != 0; }
 
  private:
@@ -80,7 +92,7 @@ class EncodeSink {
     return entry;
   }
 
-  BitWriter writer_;
+  StateWriter writer_;
   EncodeTable table_;
   uint64_t used_ = 0;
   uint64_t fresh_ = 0;
@@ -96,8 +108,11 @@ class CountSink {
     outOfRange_ |= size > 15;
     ++statistics_[(run << 4 | size) & 255];
   }
+  HWY_INLINE void signSymbol(unsigned run, bool) { ++statistics_[run << 4 | 1]; }
   HWY_INLINE void zeroRun() { ++statistics_[zeroRun16]; }
-  HWY_INLINE void endOfBand(unsigned sizeOfRun, unsigned, int) { ++statistics_[sizeOfRun << 4]; }
+  HWY_INLINE void endOfBand(unsigned sizeOfRun, unsigned, unsigned) {
+    ++statistics_[sizeOfRun << 4];
+  }
   HWY_INLINE void mapped(uint64_t, uint64_t) {}
   HWY_INLINE void keepMapped(uint64_t, uint64_t) {}
   bool outOfRange() const { return outOfRange_; }
@@ -109,54 +124,54 @@ class CountSink {
 
 /// Sends the pending run, if there is one.
 template <class Sink>
-HWY_INLINE void endRun(EncodeState* head, Sink* sink) {
-  if (head->endOfBand == 0) return;
-  const unsigned size = 31 - unsigned(__builtin_clz(head->endOfBand));
-  sink->endOfBand(size, head->endOfBand & ~(~0u << size), head->corrections);
-  head->endOfBand = 0;
-  head->corrections = 0;
+HWY_INLINE void sendRun(EndRun& pending, Sink& sink) {
+  if (pending.blocks == 0) return;
+  const unsigned size = 31 - unsigned(__builtin_clz(pending.blocks));
+  sink.endOfBand(size, pending.blocks & ~(~0u << size), pending.corrections);
+  pending.blocks = 0;
+  pending.corrections = 0;
 }
 
 /// Adds a block to the run, which ends here if it or its correction bits get too long.
 template <class Sink>
-HWY_INLINE void growRun(EncodeState* head, Sink* sink) {
-  ++head->endOfBand;
-  if (HWY_UNLIKELY(head->endOfBand == 0x7FFF || head->corrections > EncodeState::maxCorrections)) {
-    endRun(head, sink);
+HWY_INLINE void growRun(EndRun& pending, Sink& sink) {
+  ++pending.blocks;
+  if (HWY_UNLIKELY(pending.blocks == 0x7FFF || pending.corrections > EncodeState::maxCorrections)) {
+    sendRun(pending, sink);
   }
 }
 
 struct ACFirstWalk {
   template <class Sink>
-  static HWY_INLINE void block(const int16_t* src, Band band, EncodeState* head, Sink* sink) {
+  static HWY_INLINE void block(const int16_t* src, Band band, EndRun& pending, Sink& sink) {
     const uint64_t inBand = mapBand(band.ss, band.se);
     uint64_t map = (band.al == 0 ? nonZeroMap(src) : magnitudeMaps(src, band.al).any) & inBand;
-    if (map != 0) endRun(head, sink);
+    if (map != 0) sendRun(pending, sink);
     int next = band.ss;
     while (map != 0) {
       const int k = mapFirst(map);
       map &= mapBehind(k);
       unsigned run = unsigned(k - next);
       next = k + 1;
-      for (; HWY_UNLIKELY(run > 15); run -= 16) sink->zeroRun();
+      for (; HWY_UNLIKELY(run > 15); run -= 16) sink.zeroRun();
       const int value = src[zigzag[size_t(k)]];
       const int sign = value >> 31;
       const int magnitude = ((value ^ sign) - sign) >> band.al;
-      sink->valueSymbol(run, (magnitude ^ sign) - sign);
+      sink.valueSymbol(run, (magnitude ^ sign) - sign);
     }
-    if (next <= band.se) growRun(head, sink);
+    if (next <= band.se) growRun(pending, sink);
   }
 };
 
 struct ACRefineWalk {
   template <class Sink>
-  static HWY_INLINE void block(const int16_t* src, Band band, EncodeState* head, Sink* sink) {
+  static HWY_INLINE void block(const int16_t* src, Band band, EndRun& pending, Sink& sink) {
     const MagnitudeMaps maps = magnitudeMaps(src, band.al);
     uint64_t rest = mapBand(band.ss, band.se);
     const uint64_t zero = ~maps.any;
     const uint64_t old = maps.any & ~maps.one;
     uint64_t fresh = maps.one & rest;
-    if (fresh != 0) endRun(head, sink);
+    if (fresh != 0) sendRun(pending, sink);
     while (fresh != 0) {
       const int k = mapFirst(fresh);
       const uint64_t behind = mapBehind(k);
@@ -164,60 +179,60 @@ struct ACRefineWalk {
       int run = countBits(zero & before);
       for (; HWY_UNLIKELY(run > 15); run -= 16) {
         const uint64_t skip = mapNth(zero & before, 15);
-        sink->zeroRun();
-        sink->mapped(maps.odd, old & before & ~(skip | (skip - 1)));
+        sink.zeroRun();
+        sink.mapped(maps.odd, old & before & ~(skip | (skip - 1)));
         before &= skip - 1;
       }
-      sink->valueSymbol(unsigned(run), (maps.negative & mapBit(k)) != 0 ? -1 : 1);
-      sink->mapped(maps.odd, old & before);
+      sink.signSymbol(unsigned(run), (maps.negative & mapBit(k)) == 0);
+      sink.mapped(maps.odd, old & before);
       rest &= behind;
       fresh &= behind;
     }
     if (rest == 0) return;
-    sink->keepMapped(maps.odd, old & rest);
-    head->corrections = uint16_t(head->corrections + countBits(old & rest));
-    growRun(head, sink);
+    sink.keepMapped(maps.odd, old & rest);
+    pending.corrections += unsigned(countBits(old & rest));
+    growRun(pending, sink);
   }
 };
-
-/// An end-of-band run with its correction bits, then 63 symbols with their values or 63 correction
-/// bits.
-constexpr int bandScratch = 4 + 4 * EncodeState::correctionWords + 64 * 4 + 16;
 
 /// One block of a scan, or with src null the end of an interval.
 template <class Walk>
 HWY_INLINE RkdStatus encodeBand(const int16_t* src, uint8_t* stream, int length, int* position,
                                 Band band, const RkdiEncodeHuffmanSpec* spec,
                                 RkdiEncodeHuffmanState* state) {
-  EncodeState head = load<EncodeState>(state);
-  uint8_t* const correction =
-      reinterpret_cast<uint8_t*>(state) + offsetof(EncodeStateLayout, correction);
-  uint8_t scratch[bandScratch];
-  EncodeSink sink(scratch, &head, correction, spec);
-  if (src != nullptr) {
-    Walk::block(src, band, &head, &sink);
-  } else {
-    endRun(&head, &sink);
-    sink.fillByte();
+  EndRun pending(state);
+  EncodeSink sink(StateWriter(stream, length, *position, state), EncodeTable(spec),
+                  reinterpret_cast<uint8_t*>(state) + offsetof(EncodeState, correction));
+  if (HWY_UNLIKELY(src == nullptr)) {
+    sendRun(pending, sink);
+    if (sink.missing()) return rkdStsCoefRangeErr;
+    if (sink.writer().isFull()) return rkdStsDstFullErr;
+    int end = int(sink.writer().out() - stream);
+    const RkdStatus status = flushBits(sink.writer().waiting(), sink.writer().waitingCount(),
+                                       stream, length, &end, state);
+    if (status == rkdStsNoErr) *position = end;
+    return status;
   }
+  Walk::block(src, band, pending, sink);
   if (HWY_UNLIKELY(sink.missing())) return rkdStsCoefRangeErr;
-  const RkdStatus status = commit(sink.writer(), scratch, stream, length, position, &head, state);
-  if (status == rkdStsNoErr) sink.keep(head.corrections);
-  return status;
+  if (const RkdStatus status = sink.writer().commit(stream, position, state)) return status;
+  pending.commit(state);
+  sink.keep(pending.corrections);
+  return rkdStsNoErr;
 }
 
 template <class Walk>
 HWY_INLINE RkdStatus countBand(const int16_t* src, int* statistics, Band band,
                                RkdiEncodeHuffmanState* state) {
-  EncodeState head = load<EncodeState>(state);
+  EndRun pending(state);
   CountSink sink(statistics);
   if (src != nullptr) {
-    Walk::block(src, band, &head, &sink);
+    Walk::block(src, band, pending, sink);
   } else {
-    endRun(&head, &sink);
+    sendRun(pending, sink);
   }
-  if (sink.outOfRange()) return rkdStsCoefRangeErr;
-  store(state, head);
+  if (HWY_UNLIKELY(sink.outOfRange())) return rkdStsCoefRangeErr;
+  pending.commit(state);
   return rkdStsNoErr;
 }
 
@@ -241,25 +256,21 @@ RkdStatus countACRefine(const int16_t* src, int* statistics, Band band,
 /// The DC scans: one difference, or one bit.
 RkdStatus encodeDCFirst(int dc, uint8_t* stream, int length, int* position, int* previousDC,
                         const RkdiEncodeHuffmanSpec* spec, RkdiEncodeHuffmanState* state) {
-  EncodeState head = load<EncodeState>(state);
-  uint8_t scratch[16];
-  BitWriter writer(scratch, head.bits, head.bitCount);
+  StateWriter writer(stream, length, *position, state);
   const Magnitude difference(dc - int16_t(*previousDC));
   const EncodeEntry entry = EncodeTable(spec)[entryIndex(0, difference.size)];
   if (HWY_UNLIKELY((entry.word & EncodeEntry::missing) != 0)) return rkdStsCoefRangeErr;
   writer.put(entry.code() | difference.bits, entry.length());
-  const RkdStatus status = commit(writer, scratch, stream, length, position, &head, state);
+  const RkdStatus status = writer.commit(stream, position, state);
   if (status == rkdStsNoErr) *previousDC = dc;
   return status;
 }
 
 RkdStatus encodeBit(unsigned bit, uint8_t* stream, int length, int* position,
                     RkdiEncodeHuffmanState* state) {
-  EncodeState head = load<EncodeState>(state);
-  uint8_t scratch[16];
-  BitWriter writer(scratch, head.bits, head.bitCount);
+  StateWriter writer(stream, length, *position, state);
   writer.put(bit, 1);
-  return commit(writer, scratch, stream, length, position, &head, state);
+  return writer.commit(stream, position, state);
 }
 
 }  // namespace

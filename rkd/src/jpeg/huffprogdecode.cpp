@@ -13,11 +13,11 @@ namespace rkd::HWY_NAMESPACE {
 namespace {
 
 /// Length of the end-of-band run that an end symbol starts, its extra bits taken.
-HWY_INLINE uint32_t takeRun(StateReader* reader, DecodeEntry end) {
+HWY_INLINE uint32_t takeRun(StateReader& reader, DecodeEntry end) {
   const unsigned size = end.run() - DecodeEntry::ends;
   if (size == 0) return 1;
-  reader->need32();
-  return (1u << size) + reader->take(size);
+  reader.need32();
+  return (1u << size) + reader.take(size);
 }
 
 /// An end symbol for a run of up to 2^14 and more blocks; size 15 is the zero run's.
@@ -26,15 +26,14 @@ HWY_INLINE bool isEnd(DecodeEntry entry) { return entry.run() >= DecodeEntry::en
 RkdStatus decodeDCFirst(const uint8_t* stream, int length, int* position, int16_t* dst,
                         int* previousDC, int* marker, int al, const RkdiDecodeHuffmanSpec* spec,
                         RkdiDecodeHuffmanState* state) {
-  const DecodeState head = load<DecodeState>(state);
-  StateReader reader(stream, length, *position, head);
+  StateReader reader(stream, length, *position, state);
   reader.need32();
   const DecodeEntry difference = nextSymbol(reader, DecodeTable(spec));
   if (HWY_UNLIKELY(difference.word == 0)) return codeStatus(reader);
   if (HWY_UNLIKELY(!isDctDifference(difference))) {
     return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
   }
-  if (const RkdStatus status = reader.commit(stream, position, marker, head.endOfBand, state)) {
+  if (const RkdStatus status = reader.commit(stream, position, marker, state)) {
     return status;
   }
   *previousDC = int16_t(*previousDC + difference.value());
@@ -44,11 +43,10 @@ RkdStatus decodeDCFirst(const uint8_t* stream, int length, int* position, int16_
 
 RkdStatus decodeDCRefine(const uint8_t* stream, int length, int* position, int16_t* dst,
                          int* marker, int al, RkdiDecodeHuffmanState* state) {
-  const DecodeState head = load<DecodeState>(state);
-  StateReader reader(stream, length, *position, head);
+  StateReader reader(stream, length, *position, state);
   reader.need32();
   const unsigned bit = reader.take(1);
-  if (const RkdStatus status = reader.commit(stream, position, marker, head.endOfBand, state)) {
+  if (const RkdStatus status = reader.commit(stream, position, marker, state)) {
     return status;
   }
   dst[0] = int16_t(dst[0] | int(bit << al));
@@ -58,12 +56,12 @@ RkdStatus decodeDCRefine(const uint8_t* stream, int length, int* position, int16
 RkdStatus decodeACFirst(const uint8_t* stream, int length, int* position, int16_t* dst, int* marker,
                         Band band, const RkdiDecodeHuffmanSpec* spec,
                         RkdiDecodeHuffmanState* state) {
-  const DecodeState head = load<DecodeState>(state);
-  StateReader reader(stream, length, *position, head);
-  uint32_t endOfBand = head.endOfBand;
+  StateReader reader(stream, length, *position, state);
+  uint32_t endOfBand = RKD_STATE_LOAD(DecodeState, state, endOfBand);
   if (endOfBand > 0) {
     // Nothing is taken: position, bits and so the marker stay as they are.
-    return reader.commit(stream, position, marker, endOfBand - 1, state);
+    RKD_STATE_STORE(DecodeState, state, endOfBand, endOfBand - 1);
+    return reader.commit(stream, position, marker, state);
   }
   const DecodeTable table(spec);
   const unsigned last = unsigned(band.se);
@@ -73,21 +71,22 @@ RkdStatus decodeACFirst(const uint8_t* stream, int length, int* position, int16_
     k += entry.run();
     if (HWY_UNLIKELY(k > last)) {
       if (!isEnd(entry)) return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
-      endOfBand = takeRun(&reader, entry) - 1;
+      endOfBand = takeRun(reader, entry) - 1;
       break;
     }
     if (HWY_UNLIKELY(entry.word == 0)) return codeStatus(reader);
     dst[zigzag[k]] = int16_t(unsigned(entry.value()) << band.al);
   }
-  return reader.commit(stream, position, marker, endOfBand, state);
+  const RkdStatus status = reader.commit(stream, position, marker, state);
+  if (status == rkdStsNoErr) RKD_STATE_STORE(DecodeState, state, endOfBand, endOfBand);
+  return status;
 }
 
 RkdStatus decodeACRefine(const uint8_t* stream, int length, int* position, int16_t* dst,
                          int* marker, Band band, const RkdiDecodeHuffmanSpec* spec,
                          RkdiDecodeHuffmanState* state) {
-  const DecodeState head = load<DecodeState>(state);
-  StateReader reader(stream, length, *position, head);
-  uint32_t endOfBand = head.endOfBand;
+  StateReader reader(stream, length, *position, state);
+  uint32_t endOfBand = RKD_STATE_LOAD(DecodeState, state, endOfBand);
   uint64_t rest = mapBand(band.ss, band.se);
   const uint64_t old = nonZeroMap(dst) & rest;
   const uint64_t zero = rest & ~old;
@@ -99,7 +98,7 @@ RkdStatus decodeACRefine(const uint8_t* stream, int length, int* position, int16
     const DecodeEntry entry = nextSymbol(reader, table);
     if (HWY_UNLIKELY(entry.word == 0)) return codeStatus(reader);
     if (isEnd(entry)) {
-      endOfBand = takeRun(&reader, entry);
+      endOfBand = takeRun(reader, entry);
       break;
     }
     const int sign = entry.value();
@@ -125,9 +124,8 @@ RkdStatus decodeACRefine(const uint8_t* stream, int length, int* position, int16
       grow |= spreadBits(reader.takeMany(unsigned(countBits(behind))), behind);
     }
   }
-  if (const RkdStatus status = reader.commit(stream, position, marker, endOfBand, state)) {
-    return status;
-  }
+  if (const RkdStatus status = reader.commit(stream, position, marker, state)) return status;
+  RKD_STATE_STORE(DecodeState, state, endOfBand, endOfBand);
   if (grow != 0) growMagnitudes(dst, grow, band.al);
   return rkdStsNoErr;
 }

@@ -12,44 +12,26 @@ RKD_PUSH_LZCNT
 namespace rkd::HWY_NAMESPACE {
 namespace {
 
-/// Pixels coded between two looks at the stream: their bits fit into scratch memory.
-constexpr int chunk = 64;
-constexpr int chunkScratch = chunk * 4 * 4 + 16;
-
 template <int Planes>
 RkdStatus encodePlanes(const int16_t* const src[4], uint8_t* stream, int length, int* position,
                        int width, const RkdiEncodeHuffmanSpec* const spec[4],
                        RkdiEncodeHuffmanState* state) {
-  EncodeState head = load<EncodeState>(state);
-  int end = *position;
-  for (int first = 0; first < width; first += chunk) {
-    const int last = std::min(width, first + chunk);
-    uint8_t scratch[chunkScratch];
-    BitWriter writer(scratch, head.bits, head.bitCount);
-    uint64_t used = 0;
-    for (int x = first; x < last; ++x) {
-      for (int p = 0; p < Planes; ++p) {
-        used |= putDifference(src[p][x], EncodeTable(spec[p]), &writer);
-      }
+  StateWriter writer(stream, length, *position, state);
+  uint64_t used = 0;
+  for (int x = 0; x < width; ++x) {
+    for (int p = 0; p < Planes; ++p) {
+      used |= putDifference(src[p][x], EncodeTable(spec[p]), &writer);
     }
-    if (HWY_UNLIKELY((used & EncodeEntry::missing) != 0)) return rkdStsCoefRangeErr;
-    const Stuffed stuffed = copyStuffed(scratch, int(writer.end() - scratch), stream, length, end);
-    if (HWY_UNLIKELY(!stuffed.fits)) return rkdStsDstFullErr;
-    end = stuffed.end;
-    head.bits = writer.waiting();
-    head.bitCount = writer.waitingCount();
   }
-  *position = end;
-  store(state, head);
-  return rkdStsNoErr;
+  if (HWY_UNLIKELY((used & EncodeEntry::missing) != 0)) return rkdStsCoefRangeErr;
+  return writer.commit(stream, position, state);
 }
 
 template <int Planes>
 RkdStatus decodePlanes(const uint8_t* stream, int length, int* position, int16_t* const dst[4],
                        int* marker, int width, const RkdiDecodeHuffmanSpec* const spec[4],
                        RkdiDecodeHuffmanState* state) {
-  const DecodeState head = load<DecodeState>(state);
-  StateReader reader(stream, length, *position, head);
+  StateReader reader(stream, length, *position, state);
   for (int x = 0; x < width; ++x) {
     for (int p = 0; p < Planes; ++p) {
       reader.need32();
@@ -63,7 +45,7 @@ RkdStatus decodePlanes(const uint8_t* stream, int length, int* position, int16_t
     // A row may be long: what follows the end of the data need not be walked.
     if (HWY_UNLIKELY(reader.isOverrun())) return rkdStsSrcEndErr;
   }
-  return reader.commit(stream, position, marker, head.endOfBand, state);
+  return reader.commit(stream, position, marker, state);
 }
 
 RkdStatus encodeRow(int planes, const int16_t* const src[4], uint8_t* stream, int length,

@@ -40,7 +40,7 @@ RkdStatus makeCodes(const uint8_t* bits, const uint8_t* values, CodeList* list) 
 
 void build(const CodeList& list, EncodeSpecLayout* spec) {
   *spec = {Kind::encodeSpec, 0, {}};
-  std::fill(std::begin(spec->entry), std::end(spec->entry), EncodeEntry::none);
+  std::fill(std::begin(spec->entry), std::end(spec->entry), EncodeEntry::missing);
   for (int i = 0; i < list.count; ++i) {
     const Code& c = list.code[i];
     const unsigned run = c.symbol >> 4;
@@ -220,7 +220,7 @@ DecodeEntry DecodeTable::search(uint64_t bits) const {
   return {0};
 }
 
-DecodeEntry wholeEntry(uint64_t bits, DecodeEntry looked, const DecodeTable& table) {
+DecodeEntry wholeEntry(uint64_t bits, DecodeEntry looked, DecodeTable table) {
   const DecodeEntry open = looked.word != 0 ? looked : table.search(bits);
   if (open.word == 0) return {0};
   const unsigned size = open.size();
@@ -229,21 +229,32 @@ DecodeEntry wholeEntry(uint64_t bits, DecodeEntry looked, const DecodeTable& tab
   return DecodeEntry::whole(open.codeLength() + size, open.run(), extendValue(value, size));
 }
 
-RkdStatus flushBits(uint8_t* stream, int length, int* position, RkdiEncodeHuffmanState* state) {
-  const EncodeState waiting = load<EncodeState>(state);
-  int end = *position;
-  if (waiting.bitCount > 0) {
-    const unsigned missing = 8 - waiting.bitCount;
-    const uint8_t last = uint8_t(waiting.bits << missing | ((1u << missing) - 1));
-    const int count = last == 0xFF ? 2 : 1;
-    if (length - end < count) return rkdStsDstFullErr;
-    stream[end] = last;
-    if (count == 2) stream[end + 1] = 0;
-    end += count;
+uint8_t* putStuffed(uint64_t word, int count, uint8_t* to, const uint8_t* end) {
+  for (int i = 0; i < count; ++i, word <<= 8) {
+    const uint8_t byte = uint8_t(word >> 56);
+    const int size = byte == 0xFF ? 2 : 1;
+    if (end - to < size) return nullptr;
+    *to++ = byte;
+    if (size == 2) *to++ = 0;
   }
-  *position = end;
-  store(state, EncodeState{Kind::encodeState, 0, 0, 0, 0});
-  return rkdStsNoErr;
+  return to;
+}
+
+RkdStatus flushBits(uint64_t bits, unsigned count, uint8_t* stream, int length, int* position,
+                    RkdiEncodeHuffmanState* state) {
+  if (count > 0) {
+    const unsigned left = 64 - count;
+    const uint64_t word = bits << left | ((uint64_t{1} << left) - 1);
+    uint8_t* const end = putStuffed(word, int(count + 7) / 8, stream + *position, stream + length);
+    if (end == nullptr) return rkdStsDstFullErr;
+    *position = int(end - stream);
+  }
+  return rkdiEncodeHuffmanStateInit_JPEG_8u(state);
+}
+
+RkdStatus flushBits(uint8_t* stream, int length, int* position, RkdiEncodeHuffmanState* state) {
+  return flushBits(RKD_STATE_LOAD(EncodeState, state, bits),
+                   RKD_STATE_LOAD(EncodeState, state, bitCount), stream, length, position, state);
 }
 
 }  // namespace rkd::huff
@@ -277,13 +288,13 @@ RkdStatus rkdiDecodeHuffmanSpecInitAlloc_JPEG_8u(const uint8_t* bits, const uint
 RkdStatus rkdiDecodeHuffmanSpecFree_JPEG_8u(RkdiDecodeHuffmanSpec* spec) { return release(spec); }
 
 RkdStatus rkdiEncodeHuffmanStateGetBufSize_JPEG_8u(int* size) {
-  return tellSize<EncodeStateLayout>(size);
+  return tellSize<EncodeState>(size);
 }
 RkdStatus rkdiEncodeHuffmanStateInit_JPEG_8u(RkdiEncodeHuffmanState* state) {
-  return initState<EncodeStateLayout>(Kind::encodeState, state);
+  return initState<EncodeState>(Kind::encodeState, state);
 }
 RkdStatus rkdiEncodeHuffmanStateInitAlloc_JPEG_8u(RkdiEncodeHuffmanState** state) {
-  return initAllocState<EncodeStateLayout>(Kind::encodeState, state);
+  return initAllocState<EncodeState>(Kind::encodeState, state);
 }
 RkdStatus rkdiEncodeHuffmanStateFree_JPEG_8u(RkdiEncodeHuffmanState* state) {
   return release(state);
