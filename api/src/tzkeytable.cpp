@@ -55,7 +55,7 @@ constexpr KeyRow TABLE[] = {
      "values with \";\" between them: quote them in the shell.\n"
      "Data set by -d option has the highest priority\n"
      "The key may be repeated; for one name the last value counts.\n"
-     "Example: tazmet \"-dSize=64x64;512x512\" -dMethod=Manual -dNumLoops=100\n"},
+     "Example: tazmet \"-dImageSize=64x64;512x512\" -dMethod=Manual -dNumLoops=100\n"},
     {'i', "i", SHOWN, ALWAYS, HELP_OR_VERSION, &act::iniRead,
      "-i[<file-name>]  = read TZ parameters from ini-file\n",
      "The section [Tazmet] holds the common parameters, a section named after a function holds\n"

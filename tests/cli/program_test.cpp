@@ -25,7 +25,7 @@ const std::string PROGRAM = std::string(TAZMET_BIN_DIR) + "/tazmet";
 const Words SMALL = {"-B",
                      "-f=rkdiAdd128_JPEG_16s8u_C1R",
                      "-f=rkdiSub128_JPEG_8u16s_C1R",
-                     "-dSize=32x16",
+                     "-dImageSize=32x16",
                      "-r",
                      "-u",
                      "-o",
@@ -79,7 +79,7 @@ TEST(Program, MeasuresAndWritesAllItsFiles) {
   EXPECT_TRUE(std::regex_search(
       outcome.console,
       std::regex(
-          R"(\n rkdiAdd128_JPEG_16s8u_C1R  Size=32x16 +[0-9.]+ clocks/px +\S.* (OK|ACCURWRN)\n)")))
+          R"(\n rkdiAdd128_JPEG_16s8u_C1R  ImageSize=32x16 +[0-9.]+ clocks/px +\S.* (OK|ACCURWRN)\n)")))
       << outcome.console;
   EXPECT_TRUE(outcome.shows("Number of tests: 2 "));
 
@@ -132,7 +132,7 @@ TEST(Program, KnowsItselfByTheNameItWasCalledBy) {
 TEST(Program, ReportsAFullDiskOnceAndExitsWithOne) {
   const TempFolder folder;
   const Outcome outcome =
-      runProgram(PROGRAM, {"-B", "-f=rkdiAdd128_JPEG_16s8u_C1R", "-dSize=16x16", "-r/dev/full"},
+      runProgram(PROGRAM, {"-B", "-f=rkdiAdd128_JPEG_16s8u_C1R", "-dImageSize=16x16", "-r/dev/full"},
                  folder.path());
   EXPECT_EQ(1, outcome.exitCode);
   EXPECT_EQ(1u, outcome.lines("/dev/full: ").size()) << outcome.console;
@@ -141,7 +141,7 @@ TEST(Program, ReportsAFullDiskOnceAndExitsWithOne) {
 TEST(Program, ComparesFunctionsWithTheirReferences) {
   const TempFolder folder;
   const Outcome outcome = runProgram(
-      PROGRAM, {"-B", "-VONLY", "-fAdd128", "-fSub128", "-dSize=32x16", "-l", folder.path(), "-r"},
+      PROGRAM, {"-B", "-VONLY", "-fAdd128", "-fSub128", "-dImageSize=32x16", "-l", folder.path(), "-r"},
       folder.path());
   EXPECT_EQ(0, outcome.exitCode) << outcome.console;
   EXPECT_NE(std::string::npos, folder.read("tazmet.csv").find(",verified,OK")) << outcome.console;
