@@ -140,3 +140,19 @@ TEST_F(SettingsTest, QuestionsStandUnderAHeadingAndNameTheUnit) {
   EXPECT_FALSE(AlignSrc);
   EXPECT_DOUBLE_EQ(g_tool.accuracyLimit, 0.03);
 }
+
+TEST_F(SettingsTest, TheSampleFileSaysNothingWrong) {
+  const tzString name = TAZMET_TEST_DATA "/../../data/sample.ini";
+  ASSERT_TRUE(g_istrm.setIniFile(name, false));
+  readTimingMethod();
+  EXPECT_EQ(g_istrm.source(), tzIStream::SRC_INI);
+  readDataOffset();
+  EXPECT_EQ(g_istrm.source(), tzIStream::SRC_INI);
+  readAccuracy();
+  EXPECT_EQ(g_istrm.source(), tzIStream::SRC_INI);
+  EXPECT_THAT(m_console.text(), Not(HasSubstr("\n-")));
+  const tzIniFile& ini = *g_istrm.iniFile();
+  EXPECT_EQ(ini.sections().count(), 3) << "comments must not make sections";
+  EXPECT_EQ(ini.getSectionValues(tzIStream::COMMON_SECTION)->count(), 7);
+  EXPECT_TRUE(g_istrm.deleteIniFile());
+}
