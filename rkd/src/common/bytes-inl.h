@@ -79,7 +79,14 @@ HWY_INLINE V16 second16(V8 v) { return hn::PromoteTo(D16(), hn::UpperHalf(hn::Ha
 // 32 bits to 16, clamped; the inverse of interleaving with zeros.
 HWY_INLINE V16 pack16(V32 lower, V32 upper) { return hn::ReorderDemote2To(D16(), lower, upper); }
 
-// ---- products ----
+// ---- sums and products ----
+
+// The sums of horizontal pairs of bytes.
+HWY_INLINE V16 pairSums(V8 v) {
+  const hn::Repartition<uint16_t, D8> du16;
+  const auto pairs = hn::BitCast(du16, v);
+  return hn::BitCast(D16(), hn::Add(hn::And(pairs, hn::Set(du16, 255)), hn::ShiftRight<8>(pairs)));
+}
 
 // A 16-bit pair constant for pairProducts: `first` times the lower, `second` times the upper value
 // of each 32-bit lane.

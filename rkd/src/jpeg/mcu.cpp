@@ -1,0 +1,92 @@
+// Colour conversion, sampling and level shift between 8-bit pixels and the blocks of one MCU.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "jpeg/mcu.cpp"
+#include "hwy/foreach_target.h"
+
+#include "common/levels.h"
+#include "hwy/highway.h"
+#include "jpeg/mcu-inl.h"
+#include "jpeg/mcu.h"
+#include "rkd/rkdjpeg_mcu.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace rkd::HWY_NAMESPACE {
+
+// Kernels: FORWARD or INVERSE(name, shape, pixel format, operation, planes).
+#define FORWARD(name, S, Format, Operation, P)                          \
+  void name(const Format::Sample* src, int step, int16_t* const* dst) { \
+    toBlocks<S, Format, Operation, P>(src, step, dst);                  \
+  }
+#define INVERSE(name, S, Format, Operation, P)                          \
+  void name(const int16_t* const* src, Format::Sample* dst, int step) { \
+    fromBlocks<S, Format, Operation, P>(src, dst, step);                \
+  }
+
+FORWARD(rgbToYcc444, Shape444, Interleaved<3>, ToYcc, 3)
+FORWARD(rgbToYcc422, Shape422, Interleaved<3>, ToYcc, 3)
+FORWARD(rgbToYcc411, Shape411, Interleaved<3>, ToYcc, 3)
+FORWARD(bgrToYcc444, Shape444, Bgr, ToYcc, 3)
+FORWARD(bgrToYcc422, Shape422, Bgr, ToYcc, 3)
+FORWARD(bgrToYcc411, Shape411, Bgr, ToYcc, 3)
+FORWARD(cmykToYcck444, Shape444, Interleaved<4>, CmykToYcck, 4)
+FORWARD(cmykToYcck422, Shape422, Interleaved<4>, CmykToYcck, 4)
+FORWARD(cmykToYcck411, Shape411, Interleaved<4>, CmykToYcck, 4)
+INVERSE(ycc444ToRgb, Shape444, Interleaved<3>, ToRgb, 3)
+INVERSE(ycc422ToRgb, Shape422, Interleaved<3>, ToRgb, 3)
+INVERSE(ycc411ToRgb, Shape411, Interleaved<3>, ToRgb, 3)
+INVERSE(ycc444ToBgr, Shape444, Bgr, ToRgb, 3)
+INVERSE(ycc422ToBgr, Shape422, Bgr, ToRgb, 3)
+INVERSE(ycc411ToBgr, Shape411, Bgr, ToRgb, 3)
+INVERSE(ycck444ToCmyk, Shape444, Interleaved<4>, YcckToCmyk, 4)
+INVERSE(ycck422ToCmyk, Shape422, Interleaved<4>, YcckToCmyk, 4)
+INVERSE(ycck411ToCmyk, Shape411, Interleaved<4>, YcckToCmyk, 4)
+
+#undef FORWARD
+#undef INVERSE
+
+}  // namespace rkd::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace rkd {
+HWY_EXPORT(rgbToYcc444);
+HWY_EXPORT(rgbToYcc422);
+HWY_EXPORT(rgbToYcc411);
+HWY_EXPORT(bgrToYcc444);
+HWY_EXPORT(bgrToYcc422);
+HWY_EXPORT(bgrToYcc411);
+HWY_EXPORT(cmykToYcck444);
+HWY_EXPORT(cmykToYcck422);
+HWY_EXPORT(cmykToYcck411);
+HWY_EXPORT(ycc444ToRgb);
+HWY_EXPORT(ycc422ToRgb);
+HWY_EXPORT(ycc411ToRgb);
+HWY_EXPORT(ycc444ToBgr);
+HWY_EXPORT(ycc422ToBgr);
+HWY_EXPORT(ycc411ToBgr);
+HWY_EXPORT(ycck444ToCmyk);
+HWY_EXPORT(ycck422ToCmyk);
+HWY_EXPORT(ycck411ToCmyk);
+}  // namespace rkd
+
+using namespace rkd;
+
+RKD_MCU_FORWARD(rkdiRGBToYCbCr444LS_MCU_8u16s_C3P3R, rgbToYcc444, uint8_t, 8 * 3, 3)
+RKD_MCU_FORWARD(rkdiRGBToYCbCr422LS_MCU_8u16s_C3P3R, rgbToYcc422, uint8_t, 16 * 3, 3)
+RKD_MCU_FORWARD(rkdiRGBToYCbCr411LS_MCU_8u16s_C3P3R, rgbToYcc411, uint8_t, 16 * 3, 3)
+RKD_MCU_FORWARD(rkdiBGRToYCbCr444LS_MCU_8u16s_C3P3R, bgrToYcc444, uint8_t, 8 * 3, 3)
+RKD_MCU_FORWARD(rkdiBGRToYCbCr422LS_MCU_8u16s_C3P3R, bgrToYcc422, uint8_t, 16 * 3, 3)
+RKD_MCU_FORWARD(rkdiBGRToYCbCr411LS_MCU_8u16s_C3P3R, bgrToYcc411, uint8_t, 16 * 3, 3)
+RKD_MCU_FORWARD(rkdiCMYKToYCCK444LS_MCU_8u16s_C4P4R, cmykToYcck444, uint8_t, 8 * 4, 4)
+RKD_MCU_FORWARD(rkdiCMYKToYCCK422LS_MCU_8u16s_C4P4R, cmykToYcck422, uint8_t, 16 * 4, 4)
+RKD_MCU_FORWARD(rkdiCMYKToYCCK411LS_MCU_8u16s_C4P4R, cmykToYcck411, uint8_t, 16 * 4, 4)
+RKD_MCU_INVERSE(rkdiYCbCr444ToRGBLS_MCU_16s8u_P3C3R, ycc444ToRgb, uint8_t, 8 * 3, 3)
+RKD_MCU_INVERSE(rkdiYCbCr422ToRGBLS_MCU_16s8u_P3C3R, ycc422ToRgb, uint8_t, 16 * 3, 3)
+RKD_MCU_INVERSE(rkdiYCbCr411ToRGBLS_MCU_16s8u_P3C3R, ycc411ToRgb, uint8_t, 16 * 3, 3)
+RKD_MCU_INVERSE(rkdiYCbCr444ToBGRLS_MCU_16s8u_P3C3R, ycc444ToBgr, uint8_t, 8 * 3, 3)
+RKD_MCU_INVERSE(rkdiYCbCr422ToBGRLS_MCU_16s8u_P3C3R, ycc422ToBgr, uint8_t, 16 * 3, 3)
+RKD_MCU_INVERSE(rkdiYCbCr411ToBGRLS_MCU_16s8u_P3C3R, ycc411ToBgr, uint8_t, 16 * 3, 3)
+RKD_MCU_INVERSE(rkdiYCCK444ToCMYKLS_MCU_16s8u_P4C4R, ycck444ToCmyk, uint8_t, 8 * 4, 4)
+RKD_MCU_INVERSE(rkdiYCCK422ToCMYKLS_MCU_16s8u_P4C4R, ycck422ToCmyk, uint8_t, 16 * 4, 4)
+RKD_MCU_INVERSE(rkdiYCCK411ToCMYKLS_MCU_16s8u_P4C4R, ycck411ToCmyk, uint8_t, 16 * 4, 4)
+#endif  // HWY_ONCE
