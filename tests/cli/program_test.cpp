@@ -131,9 +131,9 @@ TEST(Program, KnowsItselfByTheNameItWasCalledBy) {
 
 TEST(Program, ReportsAFullDiskOnceAndExitsWithOne) {
   const TempFolder folder;
-  const Outcome outcome =
-      runProgram(PROGRAM, {"-B", "-f=rkdiAdd128_JPEG_16s8u_C1R", "-dImageSize=16x16", "-r/dev/full"},
-                 folder.path());
+  const Outcome outcome = runProgram(
+      PROGRAM, {"-B", "-f=rkdiAdd128_JPEG_16s8u_C1R", "-dImageSize=16x16", "-r/dev/full"},
+      folder.path());
   EXPECT_EQ(1, outcome.exitCode);
   EXPECT_EQ(1u, outcome.lines("/dev/full: ").size()) << outcome.console;
 }
@@ -141,11 +141,43 @@ TEST(Program, ReportsAFullDiskOnceAndExitsWithOne) {
 TEST(Program, ComparesFunctionsWithTheirReferences) {
   const TempFolder folder;
   const Outcome outcome = runProgram(
-      PROGRAM, {"-B", "-VONLY", "-fAdd128", "-fSub128", "-dImageSize=32x16", "-l", folder.path(), "-r"},
+      PROGRAM,
+      {"-B", "-VONLY", "-fAdd128", "-fSub128", "-dImageSize=32x16", "-l", folder.path(), "-r"},
       folder.path());
   EXPECT_EQ(0, outcome.exitCode) << outcome.console;
   EXPECT_NE(std::string::npos, folder.read("tazmet.csv").find(",verified,OK")) << outcome.console;
   EXPECT_FALSE(outcome.shows("clocks/px"));
+}
+
+TEST(Program, ListsTheFunctionsOfTheLoadedLibrary) {
+  const TempFolder folder;
+  const Outcome all = runProgram(PROGRAM, {"-e+"}, folder.path());
+  EXPECT_TRUE(all.shows("\trkdiAdd128_JPEG_16s8u_C1R\tyes\n")) << all.console;
+  EXPECT_TRUE(all.shows("\trkdsZero_8u\tno\n"));
+  EXPECT_FALSE(all.shows("\trkdGetCpuType\t"));  // a helper
+  EXPECT_FALSE(all.shows("__tz"));               // of the harness, not of the library
+
+  const Outcome untested = runProgram(PROGRAM, {"-e-"}, folder.path());
+  EXPECT_FALSE(untested.shows("\tyes\n"));
+  EXPECT_TRUE(untested.shows("\trkdsZero_8u\tno\n"));
+
+  // Conditions select functions without a test by their names.
+  EXPECT_EQ(1u, runProgram(PROGRAM, {"-e-", "-fZero_8u"}, folder.path()).lines("\tno").size());
+}
+
+TEST(Program, MeasuresInCacheAndOutOfIt) {
+  const TempFolder folder;
+  const Outcome outcome =
+      runProgram(PROGRAM, {"-B", "-C", "-f=rkdiAdd128_JPEG_16s8u_C1R", "-l", folder.path(), "-r"},
+                 folder.path());
+  EXPECT_EQ(0, outcome.exitCode) << outcome.console;
+  const std::string table = folder.read("tazmet.csv");
+  EXPECT_EQ(1u, outcome.lines("In-Outof-Cache=inCache ").size()) << outcome.console;
+  EXPECT_NE(std::string::npos, table.find(",inCache,")) << table;
+  // Very large caches need more memory than the harness takes.
+  if (outcome.shows("given up")) return;
+  EXPECT_EQ(1u, outcome.lines("In-Outof-Cache=outofCache ").size()) << outcome.console;
+  EXPECT_NE(std::string::npos, table.find(",outofCache,")) << table;
 }
 
 TEST(Program, HelpVersionAndListingAreCheap) {
