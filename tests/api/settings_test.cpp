@@ -84,14 +84,14 @@ TEST_F(SettingsTest, PlacementGoesToTrackedMemory) {
   EXPECT_EQ(tzAlignUnit(4), 1);
   const struct {
     const char* align;
-    int aligned;
     const char* shift;
+    int aligned;
     int shifted;
-  } cases[] = {{"5", 5, "128", 128},
-               {"-1", 0, "-5", 0},
-               {"64", 63, "95", 64},
-               {"63", 63, "96", 128},
-               {"0x10", 16, "40000", 32704}};
+  } cases[] = {{"5", "128", 5, 128},
+               {"-1", "-5", 0, 0},
+               {"64", "95", 63, 64},
+               {"63", "96", 63, 128},
+               {"0x10", "40000", 16, 32704}};
   g_istrm.setPreset("AlignVectorsBy=el");
   g_istrm.setPreset("MisalignFirstVectorOnly=yes");
   for (const auto& c : cases) {
