@@ -2,6 +2,7 @@
 /// The JPEG part.
 #pragma once
 
+#include "rkd/rkdjpeg_codeblock.h"
 #include "rkd/rkdjpeg_dct.h"
 #include "rkd/rkdjpeg_huffman.h"
 #include "rkd/rkdjpeg_mcu.h"
