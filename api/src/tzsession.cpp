@@ -247,21 +247,12 @@ void tzSession::funcTitleToCStream() {}
 
 void tzSession::parmsTitleToCStream() {}
 
-void tzSession::resultTitleToCStream() {
-  g_cstrm << "Clocks per element"
-          << "Unit"
-          << "Measurement"
-          << "Result";
-}
+void tzSession::resultTitleToCStream() { g_cstrm.putJoinedCells("Clocks,Unit,Note,Result"); }
 
 void tzSession::putTableTitle() {
   if (g_mstrm.hasTargets()) {
-    g_mstrm << "Function"
-            << "Event"
-            << "Size"
-            << "Address"
-            << "AlignedPointer"
-            << "\n";
+    g_mstrm.putJoinedCells("Function,Event,Size,Address,AlignedPointer");
+    g_mstrm << "\n";
   }
   if (!g_cstrm.hasTargets()) return;
   g_cstrm << tzReportTitle(tzGetTestList());

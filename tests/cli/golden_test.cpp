@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,6 +16,7 @@
 #include "tzistream.h"
 
 using harnesskit::compareGolden;
+using harnesskit::holds;
 using harnesskit::Outcome;
 using harnesskit::runProgram;
 using harnesskit::Session;
@@ -128,7 +128,7 @@ namespace {
 
 struct Row {
   const char* keys;
-  Words shown;   // regular expressions, each found in some line, in this order
+  Words shown;   // patterns, each found in some line, in this order
   Words hidden;  // found nowhere
   Words files;   // what the folder holds afterwards, beyond what `given` made
   int exitCode = 0;
@@ -136,66 +136,63 @@ struct Row {
   const char* typed = "";
 };
 
-const char* const ALPHA = R"(^ stubAlpha  Length=8 +100 clocks/px  nLps=4 +OK$)";
-const char* const BETA = R"(^ stubBeta  Length=8 +200 clocks/px  nLps=4 +OK$)";
-const char* const GAMMA = R"(^ stubGamma  Length=8 +50\.0 clocks/px  nLps=4 +FUNCWRN$)";
-const char* const COUNT_3 = R"(Number of tests: 3 )";
+const char* const ALPHA = " stubAlpha  Length=8%ANY%100 clocks/px  nLps=4%ANY%OK";
+const char* const BETA = " stubBeta  Length=8%ANY%200 clocks/px  nLps=4%ANY%OK";
+const char* const GAMMA = " stubGamma  Length=8%ANY%50.0 clocks/px  nLps=4%ANY%FUNCWRN";
+const char* const COUNT_3 = "Number of tests: 3 ";
 
 const Row ROWS[] = {
-    {"-B -f-__tz", {ALPHA, BETA, GAMMA, COUNT_3}, {"= $"}, {}},
+    {"-B -f-__tz", {ALPHA, BETA, GAMMA, COUNT_3}, {"] = "}, {}},
     {"-ATiming -fAlpha",
-     {R"(Method \{Auto\|.*\} \[Auto\] = +Method = Manual)", "NumLoops .10. = +NumLoops = 5",
+     {"Method {Auto|%ANY%} [Auto] =%ANY%Method = Manual", "NumLoops [10] =%ANY%NumLoops = 5",
       "nLps=5 "},
      {},
      {},
      0,
      "",
      "Manual\n5\n"},
-    {"-AParams -fAlpha", {ALPHA}, {"Method .*] = "}, {}},
+    {"-AParams -fAlpha", {ALPHA}, {"Method %ANY%] = "}, {}},
     {"-A m -fAlpha",
-     {"VectorAlign by Element, 0..63 .0. = +VectorAlign = 3"},
+     {"VectorAlign by Element, 0..63 [0] =%ANY%VectorAlign = 3"},
      {},
      {},
      0,
      "",
      "element\n3\n"},
     {"-AAll -fAlpha",
-     {R"(Length \[8; 16\] = )", "Length=4 +200 clocks"},
+     {"Length [8; 16] = ", "Length=4%ANY%200 clocks"},
      {"Length=8"},
      {},
      0,
      "",
      "\n\n\n\n\n\n4\n"},
-    {"-AAll -B", {"-AAll +ignored: batch mode", ALPHA}, {"] = "}, {}, 0, "", "Manual\n"},
-    {"-d Length=32 -fAlpha", {"Length=32 +25.0 clocks"}, {"Length=8"}, {}},
+    {"-AAll -B", {"-AAll%ANY%ignored: batch mode", ALPHA}, {"] = "}, {}, 0, "", "Manual\n"},
+    {"-d Length=32 -fAlpha", {"Length=32%ANY%25.0 clocks"}, {"Length=8"}, {}},
     {"-i -fAlpha",
-     {"parameters read from .*/stub.ini", "Length=4 +200 clocks", "Length=2 +400 clocks"},
+     {"parameters read from %ANY%/stub.ini", "Length=4%ANY%200 clocks", "Length=2%ANY%400 clocks"},
      {"Length=8"},
      {},
      0,
      "stub.ini|[stubAlpha]\nLength=4;2"},
     {"-i -dLength=1 -fAlpha",
-     {"Length=1 +800 clocks"},
+     {"Length=1%ANY%800 clocks"},
      {"Length=4"},
      {},
      0,
      "stub.ini|[stubAlpha]\nLength=4;2"},
     {"-I new.ini -fAlpha",
-     {"parameters written to .*/new.ini", "^Parameters written to .*/new.ini"},
+     {"parameters written to %ANY%/new.ini", "Parameters written to %ANY%/new.ini"},
      {"clocks/px"},
      {"new.ini"}},
     {"-i few.ini -P", {BETA, "Number of tests: 1 "}, {"stubAlpha"}, {}, 0, "few.ini|[stubBeta]"},
     {"-o -fAlpha", {ALPHA}, {}, {"stub.txt"}},
-    {"-O log -fAlpha", {"console output added to .*/log"}, {}, {"log"}},
+    {"-O log -fAlpha", {"console output added to %ANY%/log"}, {}, {"log"}},
     {"-LERR", {}, {"clocks/px", "Summary", "performance"}, {}},
     {"-LWARN", {GAMMA}, {"Summary"}, {}},
-    {"-LTRACE -fAlpha",
-     {R"(\*+ trace into   loopData)", ALPHA, R"(\*+ trace out of loopData)"},
-     {},
-     {}},
+    {"-LTRACE -fAlpha", {"* trace into   loopData", ALPHA, "* trace out of loopData"}, {}, {}},
     {"-LINFO -fAlpha", {"Auto method: start", "Auto method: stop", ALPHA}, {}, {}},
-    {"-r -fAlpha", {"results written to .*/stub.csv"}, {}, {"stub.csv"}},
-    {"-R all.csv -fAlpha", {"results added to .*/all.csv"}, {}, {"all.csv"}},
+    {"-r -fAlpha", {"results written to %ANY%/stub.csv"}, {}, {"stub.csv"}},
+    {"-R all.csv -fAlpha", {"results added to %ANY%/all.csv"}, {}, {"all.csv"}},
     {"-q -fAlpha", {"parameter names written to"}, {}, {"stub_name.csv"}},
     {"-q+ -r -fAlpha", {"parameter names added to the results"}, {}, {"stub.csv"}},
     {"-Q", {"exit after"}, {"clocks/px", "Summary"}, {"stub_name.csv"}},
@@ -215,7 +212,7 @@ const Row ROWS[] = {
     {"-f+stub -f+eta", {BETA}, {"stubAlpha"}, {}},
     {"-tOtherSuite", {GAMMA}, {"stubBeta"}, {}},
     {"-t-Stub -t-__tz", {GAMMA}, {"stubBeta"}, {}},
-    {"-F stubBeta", {BETA, GAMMA, "Number of tests: 2 "}, {"stubAlpha", "Result .*__tz"}, {}},
+    {"-F stubBeta", {BETA, GAMMA, "Number of tests: 2 "}, {"stubAlpha", "Result %ANY%__tz"}, {}},
     {"-F nothing", {"Number of tests: 0 "}, {"clocks/px"}, {}},
     {"-YHIGH -fAlpha", {"high process priority", ALPHA}, {}, {}},
     {"-HONLY", {BETA, "Number of tests: 1 "}, {"stubAlpha"}, {}},
@@ -224,20 +221,20 @@ const Row ROWS[] = {
      {"code for SSE41", "--calling rkdInitCpu", "--status = rkdStsNoErr", ALPHA},
      {},
      {}},
-    {"-N2 -fAlpha", {"2 threads", R"(--calling rkdSetNumThreads\( 2 \))"}, {}, {}},
+    {"-N2 -fAlpha", {"2 threads", "--calling rkdSetNumThreads( 2 )"}, {}, {}},
     {"-N -fAlpha", {"threads of the library", "--calling rkdSetNumThreads"}, {}, {}},
     {"-SU -fAlpha", {"no call function", "Undefined    : 1 "}, {"clocks/px"}, {}},
-    {"-C -fAlpha", {"In-Outof-Cache|inCache"}, {}, {}},
+    {"-C -fAlpha", {"In-Outof-Cache="}, {}, {}},
     {"-s- -f-__tz", {BETA, ALPHA, GAMMA}, {}, {}},
     {"-s- -s -f-__tz", {ALPHA, BETA, GAMMA}, {}, {}},
     {"-e -fAlpha", {"1\tstubAlpha"}, {"stubBeta", "clocks/px"}, {}},
-    {"-e -r -o -u", {"-u +ignored because of -e option"}, {}, {"stub.csv", "stub.txt"}},
+    {"-e -r -o -u", {"-u%ANY%ignored because of -e option"}, {}, {"stub.csv", "stub.txt"}},
     {"-e+", {"Exist"}, {"clocks/px"}, {}},
     {"-e-", {"without: 0"}, {"clocks/px"}, {}},
     {"-v -r", {"ignored because of -v option", "version 1.0.0 Mar 16 2010"}, {"Sorting"}, {}},
-    {"-h -r -g", {"ignored because of -h option", "^QUICK HELP$", "^-B "}, {"^-SU", "Sorting"}, {}},
-    {"-?", {"^QUICK HELP with hidden keys$", "^-SU ", "^-C "}, {}, {}},
-    {"-?C", {"^EXTENDED KEY HELP$", "hidden key used by developers only"}, {}, {}},
+    {"-h -r -g", {"ignored because of -h option", "QUICK HELP", "-B "}, {"-SU", "Sorting"}, {}},
+    {"-?", {"QUICK HELP with hidden keys", "-SU ", "-C "}, {}, {}},
+    {"-?C", {"EXTENDED KEY HELP", "hidden key used by developers only"}, {}, {}},
     {"-m -fAlpha", {"memory info written to"}, {}, {"stub_mem.csv"}},
     {"-V -fAlpha", {"compared with their references first"}, {}, {}},
     {"-VONLY -fAlpha", {"compared with their references only"}, {"clocks/px"}, {}},
@@ -248,14 +245,12 @@ std::string unmet(const Row& row, const Outcome& outcome) {
   const Words lines = splitLines(outcome.console);
   size_t at = 0;
   for (const std::string& pattern : row.shown) {
-    const std::regex regex(pattern);
-    while (at < lines.size() && !std::regex_search(lines[at], regex)) ++at;
+    while (at < lines.size() && !holds(lines[at], pattern)) ++at;
     if (at++ >= lines.size()) return "not shown, or not in this order: " + pattern;
   }
   for (const std::string& pattern : row.hidden) {
     for (const std::string& line : lines) {
-      if (line.rfind(" -", 0) != 0 && line.find("Command line") != 0 &&
-          std::regex_search(line, std::regex(pattern))) {
+      if (line.rfind(" -", 0) != 0 && line.find("Command line") != 0 && holds(line, pattern)) {
         return "shown: " + pattern;
       }
     }

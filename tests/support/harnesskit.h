@@ -104,11 +104,17 @@ std::vector<std::string> splitLines(const std::string& text);
 Outcome runProgram(const std::string& program, const std::vector<std::string>& args,
                    const std::string& folder);
 
-/// Compares a text line by line with a golden file, in which %NUM% stands for a number, %DATE% for
-/// a calendar time, %ANY% for anything within a line and %MORE% alone on a line for any further
-/// lines; %DIR% is `folder`.
+/// @name Patterns
+/// %NUM% stands for a decimal number, %DATE% for a calendar time and %ANY% for any text within a
+/// line; everything else stands for itself.
+/// @{
+/// Whether the pattern fits some part of the line.
+bool holds(const std::string& line, const std::string& pattern);
+/// Compares a text line by line with a golden file of patterns, in which %MORE% alone on a line
+/// also stands for any further lines and %DIR% for `folder`.
 /// @return empty when they agree, else what differs first
 std::string compareGolden(const std::string& text, const std::string& goldenFile,
                           const std::string& folder);
+/// @}
 
 }  // namespace harnesskit
