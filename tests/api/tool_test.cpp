@@ -180,6 +180,9 @@ TEST_F(Tool, ATooShortFirstRunIsRetriedOnceTenTimesAsLong) {
   EXPECT_THAT(script.loops, ElementsAre(1, 10, 40));
   EXPECT_EQ(loop({{10}}), TZ_OK) << "exactly the least clocks";
   EXPECT_THAT(script.loops, ElementsAre(1, 4));
+  tool.setMethodBest(1, 9, 10);
+  EXPECT_EQ(loop({{9}}), TZ_OK) << "the upper bound grows with the lower one";
+  EXPECT_THAT(script.loops, ElementsAre(1, 10, 40));
 }
 
 TEST_F(Tool, TheLeastClocksAreMetInSpiteOfRoundingErrors) {
@@ -266,6 +269,7 @@ struct CtrlCase {
   std::vector<Shot> runs;
   const char* outcome;
   tzResult result;
+  double clocks;
 };
 
 void PrintTo(const CtrlCase& c, std::ostream* os) { *os << c.name; }
@@ -284,26 +288,31 @@ TEST_P(ToolCtrl, FewerLoopsAreTried) {
   // Sample 0 is the run before the change; five more follow.
   EXPECT_THAT(script.loops, ElementsAre(1, 4, 8, 4, 4, 4, 4, 4));
   EXPECT_EQ(tool.numLoops, 4);
+  EXPECT_EQ(tool.funcClocks, c.clocks);
 }
 
-const Shot raising{100, TZ_OK, divideByZero};
+// Faster than the runs without exceptions, so that its figure would show.
+const Shot raising{90, TZ_OK, divideByZero};
 INSTANTIATE_TEST_SUITE_P(
     Attempts, ToolCtrl,
     testing::Values(
-        CtrlCase{"Steady", {{50}, {100}, raising, {100}}, "-- Attempt is successful\n", TZ_OK},
+        CtrlCase{"Steady", {{50}, {100}, raising, {100}}, "-- Attempt is successful\n", TZ_OK, 100},
         // 12 % off the mean of six: above the limit and below twice the limit of 8 %.
         CtrlCase{"WithinTwiceTheLimit",
                  {{50}, {100}, raising, {100}, {108}, {100}},
                  "-- Attempt is successful\n",
-                 TZ_ACCURWRN},
+                 TZ_ACCURWRN,
+                 100},
         CtrlCase{"Unsteady",
                  {{50}, {100}, raising, {100}, {150}},
                  "-- Attempt fails: Accuracy is unsatisfactory.\n",
-                 TZ_ACCURWRN},
+                 TZ_ACCURWRN,
+                 100},
         CtrlCase{"Repeating",
                  {{50}, {100}, raising, raising},
                  "-- SIMD status: ?Zerodivide \n-- Attempt fails: Bad control status repeats.\n",
-                 TZ_OK}),
+                 TZ_ACCURWRN,
+                 90}),
     [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(Tool, AModifiedStatusIsLeftToTheTestUnlessAvoidingIsAskedFor) {
