@@ -259,7 +259,10 @@ TEST_F(Tool, AWarningIsKeptAndTheMeasurementGoesOn) {
   EXPECT_EQ(loop({{100, TZ_FUNCWRN}, {100}}), TZ_FUNCWRN);
   EXPECT_THAT(script.loops, ElementsAre(1, 4));
   EXPECT_EQ(tool.resultText, "lib function warning");
-  EXPECT_EQ(loop({{100}, {200, TZ_FUNCWRN}, {100}}), TZ_FUNCWRN) << "a spread is the lesser evil";
+  tool.setMethodBest(1, 8, 1);
+  EXPECT_EQ(loop({{100}, {200, TZ_FUNCWRN}, {100}, {200}}), TZ_FUNCWRN) << "the spread is less";
+  EXPECT_THAT(tool.infoText.str(), HasSubstr(" acc="));
+  EXPECT_THAT(script.loops, ElementsAre(1, 4, 8, 8, 8)) << "a bound that doubling meets is run";
   EXPECT_EQ(tool.resultText, "lib function warning");
 }
 
@@ -332,6 +335,7 @@ TEST_F(Tool, TheStatisticalPathOfBestOfCountsCalls) {
   EXPECT_EQ(tool.infoText, "nCalls=4");
   script.statCalls = 0;
   EXPECT_EQ(stat({{100}}), TZ_ACCURFAIL) << "no call made: nothing to divide by";
+  EXPECT_THAT(script.loops, ElementsAre(1, 1, 10, 10));
   EXPECT_EQ(loop({{100}}), TZ_OK);
   EXPECT_FALSE(tool.statMode) << "a loop function alone can't be timed call by call";
 }
