@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -225,6 +226,16 @@ TEST(CommandFile, ItsKeysDoNotContinueThoseOfTheCommandLine) {
   const Outcome outcome = Session(folder).run("-fstubBeta -o");
   EXPECT_TRUE(outcome.shows("ignored: not a key"));
   EXPECT_TRUE(folder.exists("stub.txt"));
+}
+
+TEST(CommandFile, TheSampleIsReadWithoutComplaint) {
+  const TempFolder folder;
+  std::filesystem::copy_file(std::string(TAZMET_TEST_DATA) + "/../../data/sample.cfg",
+                             folder.file("stub.cfg"));
+  const Outcome outcome = Session(folder).run("-fstubAlpha");
+  EXPECT_EQ(0, outcome.exitCode);
+  EXPECT_FALSE(outcome.shows("ignored")) << outcome.console;
+  EXPECT_EQ((Words{"stub.cfg", "stub.csv", "stub_sum.csv"}), folder.list());
 }
 
 TEST(CommandFile, IsMovedByTheCommandLinesDirectory) {
