@@ -153,7 +153,8 @@ struct YcckToCmyk {
   }
 };
 
-// ---- pixel formats: kPlanes pointers to Sample, kSamples a pixel; a tile from or to pixel x ----
+// ---- pixel formats: kPlanes pointers to Sample, kSamples a pixel; a tile from or to pixel x of
+// rows, or from and to chunks of 16 pixels a block ----
 
 template <int C>
 struct Interleaved {
@@ -165,6 +166,8 @@ struct Interleaved {
   static HWY_INLINE void store(const V8* c, uint8_t* const* to, size_t x) {
     storePixels<C>(c, to[0] + C * x);
   }
+  static HWY_INLINE void fromChunks(const V8* chunk, V8* c) { chunksToPlanes<C>(chunk, c); }
+  static HWY_INLINE void toChunks(const V8* c, V8* chunk) { planesToChunks<C>(c, chunk); }
 };
 
 struct Bgr {
@@ -178,6 +181,15 @@ struct Bgr {
   static HWY_INLINE void store(const V8* c, uint8_t* const* to, size_t x) {
     const V8 bgr[3] = {c[2], c[1], c[0]};
     storePixels<3>(bgr, to[0] + 3 * x);
+  }
+  static HWY_INLINE void fromChunks(const V8* chunk, V8* c) {
+    V8 bgr[3];
+    chunksToPlanes<3>(chunk, bgr);
+    for (int i = 0; i < 3; ++i) c[i] = bgr[2 - i];
+  }
+  static HWY_INLINE void toChunks(const V8* c, V8* chunk) {
+    const V8 bgr[3] = {c[2], c[1], c[0]};
+    planesToChunks<3>(bgr, chunk);
   }
 };
 
@@ -246,6 +258,17 @@ struct Packed {
     const V8 top = c[BlueFirst ? 2 : 0], low = c[BlueFirst ? 0 : 2];
     hn::StoreU(join(first16(top), first16(c[1]), first16(low)), du16, to[0] + x);
     hn::StoreU(join(second16(top), second16(c[1]), second16(low)), du16, to[0] + x + kTile / 2);
+  }
+  static RKD_BLOCK void fromChunks(const V8* chunk, V8* c) {
+    const VU16 first = hn::BitCast(DU16(), chunk[0]), second = hn::BitCast(DU16(), chunk[1]);
+    c[BlueFirst ? 2 : 0] = pack8(field<kTop, 5>(first), field<kTop, 5>(second));
+    c[1] = pack8(field<5, GreenBits>(first), field<5, GreenBits>(second));
+    c[BlueFirst ? 0 : 2] = pack8(field<0, 5>(first), field<0, 5>(second));
+  }
+  static RKD_BLOCK void toChunks(const V8* c, V8* chunk) {
+    const V8 top = c[BlueFirst ? 2 : 0], low = c[BlueFirst ? 0 : 2];
+    chunk[0] = hn::BitCast(D8(), join(lower16(top), lower16(c[1]), lower16(low)));
+    chunk[1] = hn::BitCast(D8(), join(upper16(top), upper16(c[1]), upper16(low)));
   }
 };
 using Rgb555 = Packed<5, false>;

@@ -8,8 +8,6 @@
 #define RKD_JPEG_MCU_INL_H_
 #endif
 
-#include <cstring>
-
 #include "color/ycc-inl.h"
 #include "hwy/highway.h"
 
@@ -34,39 +32,60 @@ struct NoConversion {
 HWY_INLINE V16 shiftDown(V16 v) { return hn::Sub(v, hn::Set(D16(), 128)); }
 HWY_INLINE V16 shiftUp(V16 v) { return hn::SaturatedAdd(v, hn::Set(D16(), 128)); }
 
-// ---- a tile of an MCU's pixels: its rows side by side ----
+// ---- a tile of an MCU's pixels: 16 a block, from one row of 16 or two rows of 8 ----
+
+// Where chunk k of the block that starts in pixel row `row` lies: 16 bytes from one row, or, where
+// a row of 8 pixels ends within the chunk, 8 bytes from each of two.
+template <class S, int kBytes>
+struct ChunkPlace {
+  static constexpr int kRowBytes = S::kWidth * kBytes;
+  int row, offset;  // of the first byte
+  bool isSplit;
+  HWY_INLINE ChunkPlace(int firstRow, int block, int k) {
+    const int at = 16 * k;
+    row = firstRow + block * (16 / S::kWidth) + at / kRowBytes;
+    offset = at % kRowBytes;
+    isSplit = offset + 16 > kRowBytes;
+  }
+};
 
 template <class S, class Format>
 HWY_INLINE void loadRows(const typename Format::Sample* src, int step, int row, V8* c) {
-  constexpr size_t kRow = S::kWidth * Format::kSamples;
-  if constexpr (S::kTileRows == 1) {
-    const typename Format::Sample* from = rowAt(src, step, row);
-    Format::load(&from, 0, c);
-  } else {
-    HWY_ALIGN typename Format::Sample rows[S::kTileRows * kRow];
-    for (int i = 0; i < S::kTileRows; ++i) {
-      std::memcpy(rows + i * kRow, static_cast<const void*>(rowAt(src, step, row + i)),
-                  kRow * sizeof(rows[0]));
-    }
-    const typename Format::Sample* from = rows;
-    Format::load(&from, 0, c);
+  using Sample = typename Format::Sample;
+  constexpr int kBytes = Format::kSamples * static_cast<int>(sizeof(Sample));
+  const hn::Full128<uint8_t> d128;
+  const auto* bytes = reinterpret_cast<const uint8_t*>(src);
+  V8 chunk[kBytes];
+  for (int k = 0; k < kBytes; ++k) {
+    chunk[k] = joinBlocks([&](int block) HWY_ATTR {
+      const ChunkPlace<S, kBytes> place(row, block, k);
+      const uint8_t* from = rowAt(bytes, step, place.row) + place.offset;
+      if (!place.isSplit) return hn::LoadU(d128, from);
+      const hn::Half<hn::Full128<uint8_t>> d64;
+      return hn::Combine(d128, hn::LoadU(d64, rowAt(bytes, step, place.row + 1)),
+                         hn::LoadU(d64, from));
+    });
   }
+  Format::fromChunks(chunk, c);
 }
 
 template <class S, class Format>
 HWY_INLINE void storeRows(const V8* c, typename Format::Sample* dst, int step, int row) {
-  constexpr size_t kRow = S::kWidth * Format::kSamples;
-  if constexpr (S::kTileRows == 1) {
-    typename Format::Sample* to = rowAt(dst, step, row);
-    Format::store(c, &to, 0);
-  } else {
-    HWY_ALIGN typename Format::Sample rows[S::kTileRows * kRow];
-    typename Format::Sample* to = rows;
-    Format::store(c, &to, 0);
-    for (int i = 0; i < S::kTileRows; ++i) {
-      std::memcpy(static_cast<void*>(rowAt(dst, step, row + i)), rows + i * kRow,
-                  kRow * sizeof(rows[0]));
-    }
+  using Sample = typename Format::Sample;
+  constexpr int kBytes = Format::kSamples * static_cast<int>(sizeof(Sample));
+  const hn::Full128<uint8_t> d128;
+  auto* bytes = reinterpret_cast<uint8_t*>(dst);
+  V8 chunk[kBytes];
+  Format::toChunks(c, chunk);
+  for (int k = 0; k < kBytes; ++k) {
+    eachBlock(chunk[k], [&](int block, Block128 v) HWY_ATTR {
+      const ChunkPlace<S, kBytes> place(row, block, k);
+      uint8_t* to = rowAt(bytes, step, place.row) + place.offset;
+      if (!place.isSplit) return hn::StoreU(v, d128, to);
+      const hn::Half<hn::Full128<uint8_t>> d64;
+      hn::StoreU(hn::LowerHalf(v), d64, to);
+      hn::StoreU(hn::UpperHalf(d64, v), d64, rowAt(bytes, step, place.row + 1));
+    });
   }
 }
 

@@ -35,85 +35,80 @@ void boxRow(const uint8_t* first, const uint8_t* second, size_t width, uint8_t* 
     return hn::ShiftRight<kRows>(sum);
   };
   size_t i = 0;
-  for (; 2 * (i + kTile) <= width; i += kTile) {
-    hn::StoreU(packInOrder(mean(2 * i), mean(2 * i + kTile)), d8, dst + i);
+  const auto put = [&](size_t at) HWY_ATTR {
+    hn::StoreU(packInOrder(mean(2 * at), mean(2 * at + kTile)), d8, dst + at);
+  };
+  const size_t pairs = width / 2;
+  if (pairs >= kTile) {
+    for (; i + kTile <= pairs; i += kTile) put(i);
+    // Some samples once more; the bias alternates from even outputs.
+    const size_t last = (pairs - kTile) & ~size_t{1};
+    if (i < pairs) put(last);
+    i = last + kTile;
   }
   for (; i < (width + 1) / 2; ++i) dst[i] = boxAt<kRows>(first, second, width, i);
 }
 
 // ---- triangle ----
 
-// kRows 1: a row alone; 2: the vertical sums 3 near + far of two rows.
+// Up-sampling of one row, or (kRows 2) of the vertical sums 3 near + far of two rows. The weighted
+// sum of a sample and its neighbour is rounded by kLeft or kRight, and shifted.
 template <int kR, int kShift, int kLeft, int kRight>
 struct Triangle {
   static constexpr int kRows = kR;
-  static HWY_INLINE V16 blend(V16 near, V16 far, int bias) {
-    const V16 three = hn::Add(near, hn::Add(near, near));
-    const V16 sum = hn::Add(hn::Add(three, far), hn::Set(D16(), static_cast<int16_t>(bias)));
-    return hn::ShiftRight<kShift>(sum);
+  const uint8_t* near;
+  const uint8_t* far;
+
+  HWY_INLINE int at(size_t i) const { return kRows == 1 ? near[i] : 3 * near[i] + far[i]; }
+
+  // Output 2 * i, or 2 * i + 1.
+  HWY_INLINE uint8_t output(size_t i, size_t width, bool right) const {
+    const bool edge = right ? i + 1 == width : i == 0;
+    const int side = edge ? at(i) : at(right ? i + 1 : i - 1);
+    return static_cast<uint8_t>((3 * at(i) + side + (right ? kRight : kLeft)) >> kShift);
   }
-  static HWY_INLINE V8 left(V16 nearLow, V16 nearHigh, V16 farLow, V16 farHigh) {
-    return pack8(blend(nearLow, farLow, kLeft), blend(nearHigh, farHigh, kLeft));
+
+  static HWY_INLINE V8 round(V16 low, V16 high, int bias) {
+    const V16 v = hn::Set(D16(), static_cast<int16_t>(bias));
+    return pack8(hn::ShiftRight<kShift>(hn::Add(low, v)), hn::ShiftRight<kShift>(hn::Add(high, v)));
   }
-  static HWY_INLINE V8 right(V16 nearLow, V16 nearHigh, V16 farLow, V16 farHigh) {
-    return pack8(blend(nearLow, farLow, kRight), blend(nearHigh, farHigh, kRight));
+  // The outputs on one side of the tile at i, whose neighbours on that side stand at `side`.
+  HWY_INLINE V8 outputs(size_t i, size_t side, int bias) const {
+    const D8 d8;
+    V16 low, high, sideLow, sideHigh;
+    if constexpr (kRows == 1) {
+      weightBytes(hn::LoadU(d8, near + i), hn::LoadU(d8, near + side), 3, 1, &low, &high);
+      return round(low, high, bias);
+    } else {
+      weightBytes(hn::LoadU(d8, near + i), hn::LoadU(d8, far + i), 9, 3, &low, &high);
+      weightBytes(hn::LoadU(d8, near + side), hn::LoadU(d8, far + side), 3, 1, &sideLow, &sideHigh);
+      return round(hn::Add(low, sideLow), hn::Add(high, sideHigh), bias);
+    }
+  }
+  // Both outputs of a tile of samples that have both neighbours.
+  HWY_INLINE void tile(size_t i, uint8_t* dst) const {
+    const V8 sides[2] = {outputs(i, i - 1, kLeft), outputs(i, i + 1, kRight)};
+    storePixels<2>(sides, dst + 2 * i);
   }
 };
 using Triangle1 = Triangle<1, 2, 1, 2>;
 using Triangle2 = Triangle<2, 4, 8, 7>;
 
-// The two rows of a triangle, as sums: 3 near + far for two rows, the sample itself for one.
+// `width` samples into the first `outputs` of 2 * width, one less at the most.
 template <class T>
-struct TriangleRow {
-  const uint8_t* near;
-  const uint8_t* far;
-
-  HWY_INLINE int at(size_t i) const { return T::kRows == 1 ? near[i] : 3 * near[i] + far[i]; }
-  HWY_INLINE void load(size_t x, V16* low, V16* high) const {
-    const V8 n = hn::LoadU(D8(), near + x);
-    *low = lower16(n);
-    *high = upper16(n);
-    if constexpr (T::kRows == 2) {
-      const V8 f = hn::LoadU(D8(), far + x);
-      *low = hn::Add(hn::Add(*low, hn::Add(*low, *low)), lower16(f));
-      *high = hn::Add(hn::Add(*high, hn::Add(*high, *high)), upper16(f));
-    }
-  }
-  // Output 2 * i, or 2 * i + 1.
-  HWY_INLINE uint8_t output(size_t i, size_t width, bool right) const {
-    const bool edge = right ? i + 1 == width : i == 0;
-    const int side = edge ? at(i) : at(right ? i + 1 : i - 1);
-    const int sum = 3 * at(i) + side;
-    if constexpr (T::kRows == 1) {
-      return static_cast<uint8_t>(edge ? at(i) : (sum + (right ? 2 : 1)) >> 2);
-    } else {
-      return static_cast<uint8_t>((sum + (right ? 7 : 8)) >> 4);
-    }
-  }
-};
-
-// `width` samples into the first `outputs` of 2 * width.
-template <class T>
-void triangleRow(const uint8_t* near, const uint8_t* far, size_t width, uint8_t* dst,
-                 size_t outputs) {
-  const TriangleRow<T> row{near, far};
-  dst[0] = row.output(0, width, false);
-  if (outputs > 1) dst[1] = row.output(0, width, true);
+void triangleRow(const T& row, size_t width, uint8_t* dst, size_t outputs) {
   size_t i = 1;
-  // A tile of samples with both neighbours, whose outputs are all wanted.
-  for (; i + kTile < width && 2 * (i + kTile) <= outputs; i += kTile) {
-    V16 low, high, beforeLow, beforeHigh, afterLow, afterHigh;
-    row.load(i, &low, &high);
-    row.load(i - 1, &beforeLow, &beforeHigh);
-    row.load(i + 1, &afterLow, &afterHigh);
-    const V8 sides[2] = {T::left(low, high, beforeLow, beforeHigh),
-                         T::right(low, high, afterLow, afterHigh)};
-    storePixels<2>(sides, dst + 2 * i);
+  if (width >= kTile + 2) {
+    for (; i + kTile < width; i += kTile) row.tile(i, dst);
+    row.tile(width - 1 - kTile, dst);  // some samples once more
+    i = width - 1;
   }
-  for (; i < width; ++i) {
-    dst[2 * i] = row.output(i, width, false);
-    if (2 * i + 1 < outputs) dst[2 * i + 1] = row.output(i, width, true);
-  }
+  const auto put = [&](size_t at) {
+    dst[2 * at] = row.output(at, width, false);
+    if (2 * at + 1 < outputs) dst[2 * at + 1] = row.output(at, width, true);
+  };
+  put(0);
+  for (; i < width; ++i) put(i);
 }
 
 // ---- kernels ----
@@ -125,11 +120,11 @@ void downRowH2V2(const uint8_t* src1, const uint8_t* src2, size_t width, uint8_t
   boxRow<2>(src1, src2, width, dst);
 }
 void upRowH2V1(const uint8_t* src, size_t width, uint8_t* dst, size_t outputs) {
-  triangleRow<Triangle1>(src, src, width, dst, outputs);
+  triangleRow(Triangle1{src, src}, width, dst, outputs);
 }
 void upRowH2V2(const uint8_t* near, const uint8_t* far, size_t width, uint8_t* dst,
                size_t outputs) {
-  triangleRow<Triangle2>(near, far, width, dst, outputs);
+  triangleRow(Triangle2{near, far}, width, dst, outputs);
 }
 
 }  // namespace rkd::HWY_NAMESPACE
