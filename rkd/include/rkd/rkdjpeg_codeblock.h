@@ -56,7 +56,7 @@ enum { rkdCodeBlockMaxPlanes = 31, rkdCodeBlockMaxPasses = 91 };
 
 /// What rate control wants to know of a pass.
 typedef struct {
-  int length;         ///< BYTES of the block up to and including this pass: the fewest that decode
+  int length;         ///< BYTES of the block to here: its segment's end, or the fewest that decode
   int terminated;     ///< 1 when a segment ends with this pass
   double distortion;  ///< by how much it lowers the sum of squared errors of the reconstruction
 } RkdiCodeBlockPass;

@@ -1,0 +1,352 @@
+// The arithmetic coder of ITU-T T.800, annex C, in both directions, and raw bits beside it.
+//
+// Both directions are written without branches on data but for the byte in and byte out, which come
+// once in many decisions: half of the decisions of a picture cannot be foreseen, and a mispredicted
+// branch costs as much as a whole decision does.
+#pragma once
+
+#include <array>
+#include <bit>
+#include <cstdint>
+
+namespace rkd::j2k {
+
+/// Labels of the contexts. Zero coding has 0..8.
+enum Context : unsigned {
+  contextSign = 9,
+  contextRefine = 14,
+  contextRun = 17,
+  contextUniform = 18,
+  contextCount = 19
+};
+
+/// A state of the probability estimation together with the sense of the more probable symbol.
+struct MqEntry {
+  uint32_t qe;      ///< estimate in the high half
+  uint8_t mps;      ///< the more probable symbol
+  uint8_t nextMps;  ///< entry after it, when it made the interval too small
+  uint8_t nextLps;  ///< entry after the other
+  uint8_t shift;    ///< what brings an interval of the estimate's size back to its range
+};
+
+/// Entry 2 * i + mps belongs to state i of the standard's table.
+inline constexpr std::array<MqEntry, 94> mqEntries = [] {
+  struct Row {
+    uint16_t qe;
+    uint8_t nextMps, nextLps, exchange;
+  };
+  constexpr std::array<Row, 47> rows = {{
+      {0x5601, 1, 1, 1},   {0x3401, 2, 6, 0},   {0x1801, 3, 9, 0},   {0x0AC1, 4, 12, 0},
+      {0x0521, 5, 29, 0},  {0x0221, 38, 33, 0}, {0x5601, 7, 6, 1},   {0x5401, 8, 14, 0},
+      {0x4801, 9, 14, 0},  {0x3801, 10, 14, 0}, {0x3001, 11, 17, 0}, {0x2401, 12, 18, 0},
+      {0x1C01, 13, 20, 0}, {0x1601, 29, 21, 0}, {0x5601, 15, 14, 1}, {0x5401, 16, 14, 0},
+      {0x5101, 17, 15, 0}, {0x4801, 18, 16, 0}, {0x3801, 19, 17, 0}, {0x3401, 20, 18, 0},
+      {0x3001, 21, 19, 0}, {0x2801, 22, 19, 0}, {0x2401, 23, 20, 0}, {0x2201, 24, 21, 0},
+      {0x1C01, 25, 22, 0}, {0x1801, 26, 23, 0}, {0x1601, 27, 24, 0}, {0x1401, 28, 25, 0},
+      {0x1201, 29, 26, 0}, {0x1101, 30, 27, 0}, {0x0AC1, 31, 28, 0}, {0x09C1, 32, 29, 0},
+      {0x08A1, 33, 30, 0}, {0x0521, 34, 31, 0}, {0x0441, 35, 32, 0}, {0x02A1, 36, 33, 0},
+      {0x0221, 37, 34, 0}, {0x0141, 38, 35, 0}, {0x0111, 39, 36, 0}, {0x0085, 40, 37, 0},
+      {0x0049, 41, 38, 0}, {0x0025, 42, 39, 0}, {0x0015, 43, 40, 0}, {0x0009, 44, 41, 0},
+      {0x0005, 45, 42, 0}, {0x0001, 45, 43, 0}, {0x5601, 46, 46, 0},
+  }};
+  std::array<MqEntry, 94> entries{};
+  for (unsigned i = 0; i < rows.size(); ++i) {
+    for (unsigned mps = 0; mps < 2; ++mps) {
+      const Row& row = rows[i];
+      entries[2 * i + mps] = {uint32_t(row.qe) << 16, uint8_t(mps), uint8_t(2 * row.nextMps + mps),
+                              uint8_t(2 * row.nextLps + (mps ^ row.exchange)),
+                              uint8_t(std::countl_zero(row.qe))};
+    }
+  }
+  return entries;
+}();
+
+/// The entry of every context.
+struct MqContexts {
+  std::array<uint8_t, contextCount> entry;
+  void reset() {
+    entry.fill(0);
+    entry[0] = 2 * 4;
+    entry[contextRun] = 2 * 3;
+    entry[contextUniform] = 2 * 46;
+  }
+};
+
+/// What is left of the interval's renormalisation: the registers hold it in their high halves.
+inline unsigned mqShift(bool lower, const MqEntry& entry, uint32_t interval) {
+  // The lower part has the size of the estimate. Of the upper part at least a quarter is left.
+  const unsigned upper = unsigned(interval < 0x80000000u) + unsigned(interval < 0x40000000u);
+  return lower ? entry.shift : upper;
+}
+
+/// Where an encoder stood at the end of a pass: enough to tell later how many bytes the pass needs.
+struct MqMark {
+  uint32_t code, interval;
+  int count;
+  uint8_t* last;
+  uint8_t lastByte;
+};
+
+/// Encodes one segment after the other into one buffer.
+class MqEncoder {
+ public:
+  /// `last` is the byte before the first one: not 0xFF, and never changed.
+  void start(uint8_t* last, uint8_t* limit) {
+    code_ = 0;
+    interval_ = 0x8000;
+    count_ = 12;
+    last_ = last;
+    limit_ = limit;
+  }
+
+  /// Symbols are the label of their context, times two, plus the decision.
+  void encode(const uint8_t* symbol, const uint8_t* end, MqContexts* contexts) {
+    uint32_t code = code_;
+    uint32_t interval = interval_ << 16;
+    int count = count_;
+    for (; symbol != end; ++symbol) {
+      uint8_t& at = contexts->entry[*symbol >> 1];
+      const unsigned index = at;
+      const MqEntry& entry = mqEntries[index];
+      const bool lps = ((*symbol ^ index) & 1) != 0;
+      const uint32_t rest = interval - entry.qe;
+      const bool lower = lps != (rest < entry.qe);
+      const unsigned next = rest < 0x80000000u ? entry.nextMps : index;
+      at = uint8_t(lps ? entry.nextLps : next);
+      code += lower ? 0 : entry.qe >> 16;
+      interval = lower ? entry.qe : rest;
+      int shift = int(mqShift(lower, entry, rest));
+      interval <<= shift;
+      while (shift >= count) [[unlikely]] {
+          code <<= count;
+          shift -= count;
+          count = byteOut(&code);
+        }
+      code <<= shift;
+      count -= shift;
+    }
+    code_ = code;
+    interval_ = interval >> 16;
+    count_ = count;
+  }
+
+  MqMark mark() const { return {code_, interval_, count_, last_, *last_}; }
+
+  /// Ends the segment; returns the place behind its last byte.
+  uint8_t* flush() {
+    const uint32_t above = code_ + interval_;
+    code_ |= 0xFFFF;
+    if (code_ >= above) code_ -= 0x8000;
+    for (int i = 0; i < 2; ++i) {
+      code_ <<= count_;
+      count_ = byteOut(&code_);
+    }
+    return *last_ == 0xFF ? last_ : last_ + 1;
+  }
+
+  /// The same so that a decoder can see whether the segment is as it was sent.
+  uint8_t* flushPredictably() {
+    for (int bits = 12 - count_; bits > 0; bits -= count_) {
+      code_ <<= count_;
+      count_ = byteOut(&code_);
+    }
+    if (*last_ != 0xFF) byteOut(&code_);  // for its carry
+    return last_;
+  }
+
+  /// A buffer that was too small has its last byte overwritten again and again.
+  bool overflowed() const { return last_ + 1 >= limit_; }
+
+ private:
+  int byteOut(uint32_t* code) {
+    uint32_t c = *code;
+    bool stuffed = *last_ == 0xFF;
+    if (!stuffed && (c & 0x8000000) != 0) {
+      c &= 0x7FFFFFF;
+      stuffed = ++*last_ == 0xFF;
+    }
+    const unsigned at = stuffed ? 20 : 19;
+    if (last_ + 1 < limit_) ++last_;
+    *last_ = uint8_t(c >> at);
+    *code = c & ((1u << at) - 1);
+    return stuffed ? 7 : 8;
+  }
+
+  uint32_t code_, interval_;
+  int count_;
+  uint8_t* last_;
+  uint8_t* limit_;
+};
+
+/// The fewest of the segment's bytes from which every decision up to the mark can be decoded, when
+/// what is missing reads as ones: behind the last kept byte the highest value of the interval at
+/// the mark must not be exceeded. Returns the place behind the last byte.
+inline const uint8_t* mqNeeded(const MqMark& mark, const uint8_t* first, const uint8_t* end) {
+  // That value, byte by byte from the last one that was out at the mark; ones follow it.
+  constexpr int bytes = 6;
+  std::array<uint8_t, bytes> most;
+  std::array<bool, bytes> allOnes;
+  uint64_t code = uint64_t{mark.code} + mark.interval - 1;
+  unsigned byte = mark.lastByte;
+  unsigned count = unsigned(mark.count);
+  bool stuffed = mark.last >= first && mark.last[-1] == 0xFF;
+  for (int i = 0; i < bytes; ++i) {
+    code = ((code + 1) << count) - 1;
+    const bool wasStuffed = stuffed;
+    stuffed = byte == 0xFF;
+    if (!stuffed && (code & 0x8000000) != 0) {
+      code &= 0x7FFFFFF;
+      stuffed = ++byte == 0xFF;
+    }
+    most[size_t(i)] = uint8_t(byte);
+    allOnes[size_t(i)] = byte == (wasStuffed ? 0x7F : 0xFF);
+    const unsigned at = stuffed ? 20 : 19;
+    byte = unsigned(code >> at);
+    code &= (uint64_t{1} << at) - 1;
+    count = stuffed ? 7 : 8;
+  }
+  int i = 0;
+  while (i < bytes && mark.last + i < end && (mark.last[i] == most[size_t(i)])) ++i;
+  if (mark.last + i >= end) i = int(end - mark.last) - 1;
+  // Ones at the end of the highest value need not be sent: they are what the decoder supposes.
+  int ones = bytes;
+  while (ones > 0 && allOnes[size_t(ones) - 1]) --ones;
+  const uint8_t* needed = mark.last + (ones < i + 1 ? ones : i + 1);
+  if (ones == 0) {
+    while (needed > first && needed[-1] == (needed[-2] == 0xFF ? 0x7F : 0xFF)) --needed;
+  }
+  return needed < first ? first : needed;
+}
+
+/// Decodes one segment. Copies of it in local variables stay in registers.
+class MqDecoder {
+ public:
+  void start(const uint8_t* from, const uint8_t* end) {
+    at_ = from;
+    end_ = end;
+    code_ = uint32_t{byteAt(at_)} << 16;
+    byteIn();
+    code_ <<= 7;
+    count_ -= 7;
+    interval_ = 0x80000000u;
+  }
+
+  /// The context's entry is updated.
+  [[gnu::always_inline]] unsigned decode(uint8_t* context) {
+    const unsigned index = *context;
+    const MqEntry& entry = mqEntries[index];
+    const uint32_t rest = interval_ - entry.qe;
+    const bool lower = code_ < entry.qe;
+    const bool lps = lower != (rest < entry.qe);
+    const unsigned next = rest < 0x80000000u ? entry.nextMps : index;
+    *context = uint8_t(lps ? entry.nextLps : next);
+    code_ -= lower ? 0 : entry.qe;
+    int shift = int(mqShift(lower, entry, rest));
+    interval_ = (lower ? entry.qe : rest) << shift;
+    while (shift > count_) [[unlikely]] {
+        code_ <<= count_;
+        shift -= count_;
+        byteIn();
+      }
+    code_ <<= shift;
+    count_ -= shift;
+    return (index & 1) ^ unsigned(lps);
+  }
+
+ private:
+  /// Behind the end there are markers, which read as ones.
+  unsigned byteAt(const uint8_t* at) const { return at < end_ ? *at : 0xFFu; }
+
+  [[gnu::always_inline]] void byteIn() {
+    if (byteAt(at_) == 0xFF) {
+      const unsigned next = byteAt(at_ + 1);
+      if (next > 0x8F) {
+        code_ += 0xFF00;
+        count_ = 8;
+        return;
+      }
+      code_ += next << 9;
+      count_ = 7;
+    } else {
+      code_ += byteAt(at_ + 1) << 8;
+      count_ = 8;
+    }
+    ++at_;
+  }
+
+  uint32_t code_, interval_;
+  int count_;
+  const uint8_t *at_, *end_;
+};
+
+/// Raw bits, high bit first; a byte behind 0xFF has seven.
+class RawWriter {
+ public:
+  void start(uint8_t* first, uint8_t* limit) {
+    first_ = at_ = needed_ = first;
+    limit_ = limit;
+    byte_ = 0;
+    left_ = 8;
+  }
+  void put(unsigned bit) {
+    --left_;
+    byte_ |= bit << left_;
+    if (bit == 0) needed_ = at_ + 1;
+    if (left_ == 0) send();
+  }
+  /// The place behind the last byte with a zero: what is missing reads as ones.
+  const uint8_t* needed() const { return needed_; }
+
+  /// Ends the segment; returns the place behind its last byte. What can be left out is, unless a
+  /// decoder wants to check the padding.
+  uint8_t* flush(bool predictably) {
+    const bool behindFF = at_ > first_ && at_[-1] == 0xFF;
+    if (left_ < (behindFF ? 7u : 8u) || (behindFF && predictably)) {
+      for (unsigned bit = 0; left_ > 0; bit ^= 1) byte_ |= bit << --left_;
+      send();
+    } else if (behindFF) {
+      --at_;
+    } else if (!predictably && at_ - first_ >= 2 && at_[-1] == 0x7F && at_[-2] == 0xFF) {
+      at_ -= 2;
+    }
+    return at_;
+  }
+
+ private:
+  void send() {
+    if (at_ < limit_) *at_++ = uint8_t(byte_);
+    left_ = byte_ == 0xFF ? 7 : 8;
+    byte_ = 0;
+  }
+  uint8_t *first_, *at_, *needed_, *limit_;
+  unsigned byte_, left_;
+};
+
+class RawReader {
+ public:
+  void start(const uint8_t* from, const uint8_t* end) {
+    at_ = from;
+    end_ = end;
+    byte_ = left_ = 0;
+  }
+  unsigned take() {
+    if (left_ == 0) {
+      const bool stuffed = byte_ == 0xFF;
+      byte_ = at_ < end_ ? *at_ : 0xFFu;
+      left_ = 8;
+      if (stuffed && byte_ > 0x8F) {
+        byte_ = 0xFF;  // a marker, or the end: ones for ever
+      } else {
+        if (stuffed) left_ = 7;
+        if (at_ < end_) ++at_;
+      }
+    }
+    return byte_ >> --left_ & 1;
+  }
+
+ private:
+  const uint8_t *at_, *end_;
+  unsigned byte_, left_;
+};
+
+}  // namespace rkd::j2k
