@@ -122,7 +122,8 @@ void rkFillZoneRow(const rkSpan& span, const rkZonePlate& plate, int y, int chan
   const double dy = y - (plate.height - 1) * 0.5;
   const double vertical = dy * dy / plate.height;
   const auto phase = [&](long long i) {
-    const double dx = double(i / channels) - (plate.width - 1) * 0.5;
+    const long long x = i / channels;
+    const double dx = double(x) - (plate.width - 1) * 0.5;
     return std::numbers::pi * (dx * dx / plate.width + vertical);
   };
   storeElements(
