@@ -9,30 +9,15 @@
 #include <sstream>
 
 #include "scripttest.h"
-#include "tzcache.h"
 #include "tzconditions.h"
 #include "tzctrl.h"
 #include "tzistream.h"
-#include "tzmemory.h"
 #include "tzregistry.h"
 
+using scripted::countOf;
+using scripted::filled;
 using testing::HasSubstr;
 using testing::Not;
-
-namespace {
-
-tzIterator<int>& filled(tzIterator<int>& parm, std::initializer_list<int> values) {
-  for (int value : values) parm.add(value);
-  return parm;
-}
-
-int countOf(const std::string& text, const std::string& part) {
-  int count = 0;
-  for (size_t at = text.find(part); at != text.npos; at = text.find(part, at + 1)) ++count;
-  return count;
-}
-
-}  // namespace
 
 TEST(Lifecycle, WalksAllCombinationsWithTheLastParameterFastest) {
   ScriptedRunState state({{150}, {1234}, {30}});
@@ -281,6 +266,11 @@ TEST(Lifecycle, RowsOfDeprecatedValuesComeLastWithTheirText) {
             "stubFunction,Timing,4,100,px,nLps=1,OK\n"
             "stubFunction,Timing,obsolete,100,px,nLps=1,OK\n"
             "stubFunction,Timing,gone,100,px,nLps=1,OK\n");
+  // Whoever writes the parameter next sees its value.
+  len.firstValue();
+  len.toCStream(g_cstrm);
+  g_cstrm << "\n";
+  EXPECT_THAT(state.table.text(), testing::EndsWith("\n1\n"));
 }
 
 TEST(Lifecycle, HotLinesAreMarkedAndInHotOnlyModeNothingElseIsMeasured) {
@@ -460,139 +450,4 @@ TEST(Verify, OnlyAFunctionThatEqualsItsJudgeIsTimed) {
                                                   "the reference has 4\n"));
     }
   }
-}
-
-// --- cache states --------------------------------------------------------------------------------
-
-// A test whose data are one buffer of its parameter's size, on a machine with a cache of 1 MB.
-class CacheStates : public testing::Test {
- protected:
-  CacheStates() {
-    tzCacheIterator::setCacheSizeSource([] { return 1 << 20; });
-    tzCacheIterator::setMemorySizeSource([] { return 1LL << 30; });
-    tzTest::m_cache = true;
-    m_test.build = [this] {
-      m_sizes.push_back(m_len.value());
-      m_data = tzTest::allocate(m_len.value(), 0);
-      return m_data != nullptr;
-    };
-    m_test.drop = [this] { tzFree(m_data); };
-  }
-  ~CacheStates() override {
-    tzCacheIterator::setCacheSizeSource(nullptr);
-    tzCacheIterator::setMemorySizeSource(nullptr);
-  }
-
-  ScriptedRunState m_state;
-  tzIterator<int> m_len{"len"};
-  tzIterator<int> m_mode{"mode"};
-  ScriptTest m_test;
-  void* m_data = nullptr;
-  std::vector<int> m_sizes;
-};
-
-TEST_F(CacheStates, TurnInsideTheParametersAndSteerTheirSize) {
-  filled(m_len, {1000, 2000});
-  filled(m_mode, {1, 2});
-  m_test.declare = [this](ScriptTest& test) {
-    test.regParm(m_mode);
-    test.regCacheParm(m_len);
-  };
-  EXPECT_EQ(m_test.run(), TZ_OK);
-  // From 1000 bytes, by the power of two that stays below the lower limit and one step on.
-  EXPECT_EQ(m_state.table.text(),
-            "stubFunction,Timing,1,128000,inCache,100,px,nLps=1,OK\n"
-            "stubFunction,Timing,1,2048000,outofCache,100,px,nLps=1,OK\n"
-            "stubFunction,Timing,2,128000,inCache,100,px,nLps=1,OK\n"
-            "stubFunction,Timing,2,2048000,outofCache,100,px,nLps=1,OK\n");
-  EXPECT_EQ(countOf(m_test.calls, "initData"), countOf(m_test.calls, "flushData"));
-}
-
-TEST_F(CacheStates, AStateOutOfReachIsLeftOutAndTold) {
-  filled(m_len, {1000});
-  static bool steered;
-  steered = false;
-  m_test.declare = [this](ScriptTest& test) {
-    test.regCacheParm(m_len, nullptr, [](tzParameter*, int, int, bool) {
-      steered = true;
-      return false;
-    });
-  };
-  EXPECT_EQ(m_test.run(), TZ_UNDEFINED);
-  EXPECT_TRUE(steered);
-  EXPECT_EQ(m_state.table.text(), "");
-  EXPECT_THAT(m_state.console.text(), HasSubstr("inCache try: cacheParm=1000"));
-  EXPECT_THAT(m_state.console.text(), HasSubstr("--No measurements have been done\n"));
-}
-
-TEST_F(CacheStates, AFailingAllocationNamesTheSteeredParameter) {
-  filled(m_len, {1000});
-  m_test.declare = [this](ScriptTest& test) { test.regCacheParm(m_len); };
-  m_test.build = [] { return false; };
-  m_test.drop = nullptr;
-  EXPECT_EQ(m_test.run(), TZ_DATAFAIL);
-  EXPECT_THAT(m_state.console.text(),
-              HasSubstr("-- Fail to allocate len data\n"
-                        "-- Error while initialization of function data\n"));
-}
-
-TEST_F(CacheStates, ATestWithoutSteeringTellsWhereItsDataAre) {
-  filled(m_len, {1000, 1000000, 2000000});
-  m_test.declared = {&m_len};
-  EXPECT_EQ(m_test.run(), TZ_OK);
-  EXPECT_EQ(m_state.table.text(),
-            "stubFunction,Timing,1000,inCache,100,px,nLps=1,OK\n"
-            "stubFunction,Timing,1000000,border,100,px,nLps=1,OK\n"
-            "stubFunction,Timing,2000000,outofCache,100,px,nLps=1,OK\n");
-}
-
-// --- test data -----------------------------------------------------------------------------------
-
-TEST(TestData, PlacementStartsAnewWithEveryTest) {
-  VectorShift = 16384;
-  VectorAlign = 3;
-  ScriptedRunState state;
-  ScriptTest test;
-  std::string shifts;
-  void* data = nullptr;
-  tzIterator<int> len("len");
-  test.declared = {&filled(len, {1, 2, 3})};
-  test.build = [&] {
-    shifts += std::to_string(tzTest::m_vectorNum) + ":" + std::to_string(tzTest::m_vectorShift);
-    data = tzTest::allocate(100, -1);
-    shifts += "@" + std::to_string(reinterpret_cast<uintptr_t>(data) % 64) + " ";
-    return true;
-  };
-  test.drop = [&] { tzFree(data); };
-  test.run();
-  test.run();
-  EXPECT_EQ(shifts, "0:0@3 1:16384@3 2:0@3 0:0@3 1:16384@3 2:0@3 ");
-  VectorShift = 0;
-  VectorAlign = 0;
-}
-
-TEST(TestData, AllObjectsAreReservedResetAndPrinted) {
-  struct Object : tzObject {
-    tzString objectInfo() const override { return "Vector 16s length=4"; }
-    bool reserveCopy() override { return ++reserved != 0; }
-    void setReservedCopy() override { ++reset; }
-    int reserved = 0;
-    int reset = 0;
-  };
-  Object object;
-  void* own = tzTest::allocate(8, 0, &object);
-  void* part = tzTest::allocate(8, 0, MEM_OBJECT_IS_SUBOBJECT);
-  auto* bytes = static_cast<unsigned char*>(tzTest::allocate(3, 0));
-  bytes[0] = 0x01, bytes[1] = 0xAB, bytes[2] = 0xFF;
-
-  tzTest::reserveAllVectors();
-  tzTest::resetAllVectors();
-  EXPECT_EQ(object.reserved, 1);
-  EXPECT_EQ(object.reset, 1);
-
-  ScriptedRunState state({{}}, L_DATA);
-  ScriptTest().printAllMemoryBlocks("now");
-  EXPECT_EQ(state.console.text(),
-            " now\n  1: Vector 16s length=4\n  2: MemoryBlock size=3\n      01 AB FF\n");
-  for (void* p : {own, part, static_cast<void*>(bytes)}) tzFree(p);
 }

@@ -229,6 +229,9 @@ TEST(ReportTest, SummaryRowsAgreeWithTheirHeading) {
   EXPECT_EQ(summary.take(), line + "\n");
   EXPECT_EQ(tzReportTestResult(test).summary().str(), line);
   EXPECT_EQ(inTable(tzReportTestResult(test)), line + "\n");
+  g_ustrm << "a row that was never ended";
+  g_ustrm << tzReportTestResult(test);
+  EXPECT_EQ(summary.take(), line + "\n");
   const std::string header = tzReportTestResult::summaryHeader().str();
   EXPECT_EQ(std::count(header.begin(), header.end(), ','),
             std::count(line.begin(), line.end(), ','));

@@ -71,7 +71,10 @@ class ScriptTest : public tzTest {
   }
   void note(const std::string& name) {
     calls += name + " ";
-    if (name == throwIn) throw tzException(tzString("no luck"));
+    if (name != throwIn) return;
+    g_ostrm << L_DATA;  // in the middle of a message, with levels of its own
+    g_ostrm.setOutLevel(L_WARN);
+    throw tzException(tzString("no luck"));
   }
 };
 
@@ -103,3 +106,20 @@ class ScriptedRunState {
   tzTool m_tool;
   int m_mask;
 };
+
+namespace scripted {
+
+/// `parm` with these values appended.
+inline tzIterator<int>& filled(tzIterator<int>& parm, std::initializer_list<int> values) {
+  for (int value : values) parm.add(value);
+  return parm;
+}
+
+/// How often `part` stands in `text`.
+inline int countOf(const std::string& text, const std::string& part) {
+  int count = 0;
+  for (size_t at = text.find(part); at != text.npos; at = text.find(part, at + 1)) ++count;
+  return count;
+}
+
+}  // namespace scripted
