@@ -24,8 +24,8 @@ namespace {
 constexpr RkdiSize kSize = {19, 3};
 constexpr int kLength = 19;
 
-// What the arguments point to. Read-only operands hold 16-bit ones: right as samples, as
-// coefficients and as tables.
+// What the arguments point to. Read-only operands hold bytes of 1: right as samples, as coefficients
+// and as tables.
 struct Operands {
   static constexpr size_t kBytes = 1 << 14;
   std::vector<std::vector<uint8_t>> memory;
@@ -37,10 +37,7 @@ struct Operands {
 
   template <class T>
   T* make() {
-    auto& block = memory.emplace_back(kBytes, uint8_t{0xA5});
-    if constexpr (std::is_const_v<T>) {
-      for (size_t i = 0; i < kBytes; ++i) block[i] = i % 2 == 0 ? 1 : 0;
-    }
+    auto& block = memory.emplace_back(kBytes, std::is_const_v<T> ? uint8_t{1} : uint8_t{0xA5});
     return reinterpret_cast<T*>(block.data());
   }
   template <class T>
@@ -272,6 +269,34 @@ TEST(Arguments, SampleRows) {
   REFUSES(rkdiSampleDownRowH2V2_Box_JPEG_8u_C1, "p p n p");
   REFUSES(rkdiSampleUpRowH2V1_Triangle_JPEG_8u_C1, "p n p");
   REFUSES(rkdiSampleUpRowH2V2_Triangle_JPEG_8u_C1, "p p n p");
+}
+
+TEST(Arguments, Transforms) {
+  REFUSES(rkdiQuantFwdTableInit_JPEG_8u16u, "p p");
+  REFUSES(rkdiQuantFwdTableInit_JPEG_16u, "p p");
+  REFUSES(rkdiQuantInvTableInit_JPEG_8u16u, "p p");
+  REFUSES(rkdiQuantInvTableInit_JPEG_16u, "p p");
+  REFUSES(rkdiQuantFwd8x8_JPEG_16s_C1I, "p p");
+  REFUSES(rkdiQuantInv8x8_JPEG_16s_C1I, "p p");
+  REFUSES(rkdiDCT8x8Fwd_JPEG_16s_C1, "p p");
+  REFUSES(rkdiDCT8x8Fwd_JPEG_16s_C1I, "p");
+  REFUSES(rkdiDCT8x8Inv_JPEG_16s_C1, "p p");
+  REFUSES(rkdiDCT8x8Inv_JPEG_16s_C1I, "p");
+  REFUSES(rkdiDCTQuantFwd8x8_JPEG_16s_C1, "p p p");
+  REFUSES(rkdiDCTQuantFwd8x8_JPEG_16s_C1I, "p p");
+  REFUSES(rkdiDCTQuantInv8x8_JPEG_16s_C1, "p p p");
+  REFUSES(rkdiDCTQuantInv8x8_JPEG_16s_C1I, "p p");
+  REFUSES(rkdiDCT8x8FwdLS_JPEG_8u16s_C1R, "p r8 p");
+  REFUSES(rkdiDCT8x8InvLS_JPEG_16s8u_C1R, "p p r8");
+  REFUSES(rkdiDCTQuantFwd8x8LS_JPEG_8u16s_C1R, "p r8 p p");
+  REFUSES(rkdiDCTQuantFwd8x8LS_JPEG_16u16s_C1R, "p r8 p p");
+  REFUSES(rkdiDCTQuantInv8x8LS_JPEG_16s8u_C1R, "p p r8 p");
+  REFUSES(rkdiDCTQuantInv8x8LS_JPEG_16s16u_C1R, "p p r8 p");
+  REFUSES(rkdiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R, "p p r8 p");
+  REFUSES(rkdiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R, "p p r8 p");
+  REFUSES(rkdiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R, "p p r8 p");
+  REFUSES(rkdiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R, "p p r4 p");
+  REFUSES(rkdiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R, "p p r2 p");
 }
 
 }  // namespace

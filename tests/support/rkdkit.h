@@ -46,6 +46,9 @@ void forEachLevel(Body body) {
   hwy::GetChosenTarget().Update(hwy::SupportedTargets());
 }
 
+/// Whether the level in use is the plain one, some twenty times slower than the others.
+inline bool onLowestLevel() { return hwy::SupportedTargets() == HWY_EMU128; }
+
 /// Bytes past a 64-byte boundary at which tested operands start: the ends, the middles and the odd
 /// ones in between, or all 64.
 inline std::vector<int> alignments() {

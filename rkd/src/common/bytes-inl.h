@@ -13,15 +13,6 @@
 #include "common/lanes-inl.h"
 #include "hwy/highway.h"
 
-// Building blocks of some size. At the lowest level, whose vectors are loops, inlining them into
-// every kernel would take half a minute a file.
-#undef RKD_BLOCK
-#if HWY_TARGET == HWY_EMU128
-#define RKD_BLOCK inline HWY_NOINLINE
-#else
-#define RKD_BLOCK HWY_INLINE
-#endif
-
 HWY_BEFORE_NAMESPACE();
 namespace rkd::HWY_NAMESPACE {
 
@@ -46,18 +37,7 @@ HWY_INLINE V16 upper16(V8 v) {
 }
 
 // The inverse of lower16 and upper16: clamped to 0..255.
-HWY_INLINE V8 pack8(V16 lower, V16 upper) {
-#if HWY_TARGET <= HWY_AVX3
-  return V8{_mm512_packus_epi16(lower.raw, upper.raw)};
-#elif HWY_TARGET == HWY_AVX2
-  return V8{_mm256_packus_epi16(lower.raw, upper.raw)};
-#elif HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4
-  return V8{_mm_packus_epi16(lower.raw, upper.raw)};
-#else
-  const hn::Half<D8> half;
-  return hn::Combine(D8(), hn::DemoteTo(half, upper), hn::DemoteTo(half, lower));
-#endif
-}
+HWY_INLINE V8 pack8(V16 lower, V16 upper) { return narrowToBytes(lower, upper); }
 
 // Bytes in the order of memory from two vectors in the order of memory.
 HWY_INLINE V8 packInOrder(V16 first, V16 second) {
@@ -126,19 +106,6 @@ HWY_INLINE void weightBytes(V8 a, V8 b, int first, int second, V16* lower, V16* 
 HWY_INLINE V16 pairOf(int first, int second) {
   const auto bits = static_cast<uint32_t>(first & 0xFFFF) | static_cast<uint32_t>(second) << 16;
   return hn::BitCast(D16(), hn::Set(D32(), static_cast<int32_t>(bits)));
-}
-
-// sum + a.lower * b.lower + a.upper * b.upper in every 32-bit lane.
-RKD_BLOCK V32 addPairProducts(V32 sum, V16 a, V16 b) {
-#if HWY_TARGET == HWY_AVX3_DL
-  // The level's processors have VNNI, but Highway does not enable it in the compiler.
-  asm("vpdpwssd %2, %1, %0" : "+v"(sum.raw) : "v"(a.raw), "v"(b.raw));
-  return sum;
-#else
-  V32 odd = hn::Zero(D32());
-  const V32 even = hn::ReorderWidenMulAccumulate(D32(), a, b, sum, odd);
-  return hn::Add(even, odd);
-#endif
 }
 
 // The bytes 16..23 of the 32-bit lanes of four vectors that came from one vector of bytes by
