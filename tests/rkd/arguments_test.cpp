@@ -24,8 +24,8 @@ namespace {
 constexpr RkdiSize kSize = {19, 3};
 constexpr int kLength = 19;
 
-// What the arguments point to. Read-only operands hold bytes of 1: right as samples, as coefficients
-// and as tables.
+// What the arguments point to. Read-only operands hold bytes of 1: right as samples, as
+// coefficients and as tables.
 struct Operands {
   static constexpr size_t kBytes = 1 << 14;
   std::vector<std::vector<uint8_t>> memory;

@@ -1,0 +1,216 @@
+// Transforms between rows of samples and coefficients, and the reduced inverses: within 1 of the
+// reference at every level, any place and step; the same bits at every level on any data.
+#include <functional>
+
+#include "rkd/rkdjpeg_dct.h"
+#include "reference.h"
+#include "rkdkit.h"
+
+using namespace rkdkit;
+
+namespace {
+
+constexpr RkdiSize kBlock = {64, 1};
+using Coefficients = Canvas<int16_t>;
+
+template <class T>
+constexpr int kLargest = sizeof(T) == 1 ? 255 : 4095;
+
+struct Tables {
+  uint16_t plain[RKD_QUANT_TABLE_LENGTH] = {};
+  uint16_t forward[RKD_QUANT_TABLE_LENGTH] = {};
+  explicit Tables(unsigned seed, int largest = 255) {
+    Random random(seed);
+    for (int i = 0; i < 64; ++i) plain[i] = static_cast<uint16_t>(random.between(1, largest));
+    EXPECT_EQ(rkdiQuantFwdTableInit_JPEG_16u(plain, forward), rkdStsNoErr);
+  }
+};
+
+// Samples of one of four kinds: noise, both limits, flat, a slope.
+template <class T>
+void fillSamples(Canvas<T>& samples, Random& random, int kind) {
+  const int flat = random.between(0, kLargest<T>);
+  int i = 0;
+  samples.fill([&] {
+    const int x = i % 8, y = i / 8;
+    ++i;
+    if (kind == 0) return random.between(0, kLargest<T>);
+    if (kind == 1) return (random.bits() >> 31) != 0 ? kLargest<T> : 0;
+    return kind == 2 ? flat : std::min(kLargest<T>, flat / 2 + (x + 2 * y) * kLargest<T> / 64);
+  });
+}
+
+template <class T>
+using Forward = RkdStatus (*)(const T*, int, int16_t*, const uint16_t*);
+template <class T>
+using Inverse = RkdStatus (*)(const int16_t*, T*, int, const uint16_t*);
+
+template <class T>
+void expectForward(Forward<T> function, Forward<T> reference) {
+  const Tables tables(1);
+  Random random;
+  for (const Place place : places()) {
+    for (int b = 0; b < 16; ++b) {
+      Canvas<T> samples(sz(8, 8), 1, place);
+      fillSamples(samples, random, b % 4);
+      Coefficients got(kBlock, 1, {63 - place.offset, 0}), want(kBlock);
+      const uint16_t* table = b < 8 ? tables.plain : tables.forward;
+      ASSERT_EQ(function(samples.data(), samples.step(), got.data(), table), rkdStsNoErr);
+      reference(samples.data(), samples.step(), want.data(), table);
+      ASSERT_TRUE(got.sameAs(want, 1)) << "alignment " << place.offset << " kind " << b % 4;
+      ASSERT_TRUE(got.marginIntact());
+    }
+  }
+}
+
+// N samples a row from blocks of real samples, of which the low KxK coefficients are kept.
+template <class T>
+void expectInverse(Inverse<T> function, Inverse<T> reference, int N, int K) {
+  const Tables tables(2, 99);
+  Random random;
+  const auto toBlock = [&](Canvas<uint8_t>& samples, int16_t* block) {
+    ref::rkdiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(samples.data(), samples.step(), block, tables.plain);
+  };
+  for (const Place place : places()) {
+    for (int b = 0; b < 16; ++b) {
+      Canvas<uint8_t> samples(sz(8, 8));
+      fillSamples(samples, random, b % 4);
+      int16_t block[64];
+      toBlock(samples, block);
+      // What lies outside the kept coefficients must not be looked at.
+      for (int i = 0; i < 64; ++i) {
+        if (i / 8 >= K || i % 8 >= K) block[i] = static_cast<int16_t>(random.bits());
+        if (sizeof(T) == 2) block[i] = static_cast<int16_t>(block[i] * 12);
+      }
+      Coefficients src(kBlock, 1, {place.offset, 0});
+      int i = 0;
+      src.fill([&] { return block[i++]; });
+      Canvas<T> got(sz(N, N), 1, {63 - place.offset, place.padding}), want(sz(N, N));
+      ASSERT_EQ(function(src.data(), got.data(), got.step(), tables.plain), rkdStsNoErr);
+      reference(src.data(), want.data(), want.step(), tables.plain);
+      ASSERT_TRUE(got.sameAs(want, 1)) << "alignment " << place.offset << " kind " << b % 4;
+      ASSERT_TRUE(got.marginIntact());
+    }
+  }
+}
+
+TEST(DctRows, ForwardIsWithinOneOfTheReference) {
+  forEachLevel([] {
+    expectForward<uint8_t>(rkdiDCTQuantFwd8x8LS_JPEG_8u16s_C1R,
+                           ref::rkdiDCTQuantFwd8x8LS_JPEG_8u16s_C1R);
+    expectForward<uint16_t>(rkdiDCTQuantFwd8x8LS_JPEG_16u16s_C1R,
+                            ref::rkdiDCTQuantFwd8x8LS_JPEG_16u16s_C1R);
+  });
+}
+
+TEST(DctRows, InverseIsWithinOneOfTheReference) {
+  forEachLevel([] {
+    expectInverse<uint8_t>(rkdiDCTQuantInv8x8LS_JPEG_16s8u_C1R,
+                           ref::rkdiDCTQuantInv8x8LS_JPEG_16s8u_C1R, 8, 8);
+    expectInverse<uint16_t>(rkdiDCTQuantInv8x8LS_JPEG_16s16u_C1R,
+                            ref::rkdiDCTQuantInv8x8LS_JPEG_16s16u_C1R, 8, 8);
+  });
+}
+
+TEST(DctRows, ReducedInversesAreWithinOneAndLookAtTheirCoefficientsOnly) {
+  forEachLevel([] {
+    expectInverse<uint8_t>(rkdiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R,
+                           ref::rkdiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R, 8, 4);
+    expectInverse<uint8_t>(rkdiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R,
+                           ref::rkdiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R, 8, 2);
+    expectInverse<uint8_t>(rkdiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R,
+                           ref::rkdiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R, 8, 1);
+    expectInverse<uint8_t>(rkdiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R,
+                           ref::rkdiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R, 4, 4);
+    expectInverse<uint8_t>(rkdiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R,
+                           ref::rkdiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R, 2, 2);
+  });
+}
+
+// A reduced inverse equals the full one where the other coefficients are zero: not about right, but
+// the same samples, so that a decoder may choose by what it knows of a block.
+TEST(DctRows, ReducedInversesEqualTheFullOneBitForBit) {
+  const Tables tables(3);
+  forEachLevel([&] {
+    Random random;
+    for (int b = 0; b < 300; ++b) {
+      int16_t block[64] = {};
+      const int K = 1 << (b % 3);
+      for (int i = 0; i < 64; ++i) {
+        if (i / 8 < K && i % 8 < K) block[i] = static_cast<int16_t>(random.between(-20, 20));
+      }
+      uint8_t full[64], reduced[64];
+      rkdiDCTQuantInv8x8LS_JPEG_16s8u_C1R(block, full, 8, tables.plain);
+      const auto function = K == 1   ? rkdiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R
+                            : K == 2 ? rkdiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R
+                                     : rkdiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R;
+      function(block, reduced, 8, tables.plain);
+      ASSERT_TRUE(std::equal(full, full + 64, reduced)) << K << "x" << K;
+    }
+  });
+}
+
+// With rows of samples as with contiguous blocks.
+TEST(DctRows, RowsEqualContiguousBlocks) {
+  const Tables tables(4);
+  forEachLevel([&] {
+    Random random;
+    for (int b = 0; b < 100; ++b) {
+      Canvas<uint8_t> samples(sz(8, 8), 1, {b % 64, b % 5});
+      fillSamples(samples, random, b % 4);
+      int16_t shifted[64], fromRows[64], plain[64];
+      rkdiSub128_JPEG_8u16s_C1R(samples.data(), samples.step(), shifted, 16, {8, 8});
+      rkdiDCT8x8FwdLS_JPEG_8u16s_C1R(samples.data(), samples.step(), fromRows);
+      rkdiDCT8x8Fwd_JPEG_16s_C1(shifted, plain);
+      ASSERT_TRUE(std::equal(plain, plain + 64, fromRows));
+      uint8_t want[64], got[64];
+      rkdiDCT8x8InvLS_JPEG_16s8u_C1R(plain, got, 8);
+      rkdiDCT8x8Inv_JPEG_16s_C1I(plain);
+      rkdiAdd128_JPEG_16s8u_C1R(plain, 16, want, 8, {8, 8});
+      ASSERT_TRUE(std::equal(want, want + 64, got));
+    }
+  });
+}
+
+// Everything that the functions make of data of any kind, beyond their ranges too.
+std::vector<int> resultsOnWildData() {
+  std::vector<int> results;
+  Random random(17);
+  const auto keep = [&](const auto& values) {
+    results.insert(results.end(), std::begin(values), std::end(values));
+  };
+  for (int b = 0; b < 200; ++b) {
+    uint16_t table[RKD_QUANT_TABLE_LENGTH];
+    for (uint16_t& entry : table) entry = static_cast<uint16_t>(random.bits() >> (16 + b % 12));
+    int16_t block[64], coefficients[64];
+    for (int16_t& c : block)
+      c = static_cast<int16_t>(static_cast<int>(random.bits()) >> (16 + b % 8));
+    uint16_t wide[64];
+    for (uint16_t& s : wide) s = static_cast<uint16_t>(random.bits() >> 16);
+    rkdiDCTQuantFwd8x8LS_JPEG_16u16s_C1R(wide, 16, coefficients, table);
+    keep(coefficients);
+    rkdiDCTQuantInv8x8LS_JPEG_16s16u_C1R(block, wide, 16, table);
+    keep(wide);
+    for (const auto function : std::array{
+             rkdiDCTQuantInv8x8LS_JPEG_16s8u_C1R, rkdiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R,
+             rkdiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R, rkdiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R,
+             rkdiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R, rkdiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R}) {
+      uint8_t samples[64] = {};
+      function(block, samples, 8, table);
+      keep(samples);
+    }
+  }
+  return results;
+}
+
+TEST(DctRows, AllLevelsGiveTheSameBitsOnAnyData) {
+  std::vector<int> first;
+  forEachLevel([&] {
+    const std::vector<int> results = resultsOnWildData();
+    if (first.empty()) first = results;
+    const auto at = std::mismatch(first.begin(), first.end(), results.begin()).first;
+    EXPECT_EQ(at, first.end()) << "first difference in value " << at - first.begin();
+  });
+}
+
+}  // namespace
