@@ -102,8 +102,8 @@ TEST_F(Memory, TrackedBuffersKeepOrderOwnerAndSize) {
 }
 
 TEST_F(Memory, BuffersMayBeReleasedDuringAWalk) {
-  std::vector<void*> all;
-  for (int i = 0; i < 4; ++i) all.push_back(tzMalloc(8, 0, 0, nullptr));
+  void* all[4];
+  for (void*& p : all) p = tzMalloc(8, 0, 0, nullptr);
   EXPECT_EQ(tzMallocFirst(nullptr, nullptr), all[0]);
   tzFree(all[1]);  // the next one
   tzFree(all[0]);  // the one just told

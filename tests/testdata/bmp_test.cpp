@@ -69,6 +69,7 @@ std::string text(std::initializer_list<int> bytes) {
 
 std::vector<int> row(const rkImage& image, int y) {
   std::vector<int> all;
+  all.reserve(size_t(image.getRowLen()));
   const auto* bytes = static_cast<const uint8_t*>(image.getRowPointer(y));
   for (int i = 0; i < image.getRowLen(); ++i) all.push_back(bytes[i]);
   return all;
@@ -89,7 +90,7 @@ class Bmp : public testing::Test {
     Console console(L_ERR);
     if (load(bytes)) return "loaded";
     const std::string head = std::string("--- Can't load file ") + m_name.c_str() + ": ";
-    const std::string all = console.text();
+    const std::string& all = console.text();
     EXPECT_EQ(all.find(head), 0u) << all;
     EXPECT_EQ(all.find('\n'), all.size() - 1) << "one line";
     return all.substr(head.size(), all.size() - head.size() - 1);

@@ -21,6 +21,7 @@ constexpr rkType ALL_TYPES[] = {rk8u,  rk16u, rk32u,  rk64u,  rk8s,   rk16s,  rk
 
 std::vector<double> values(const rkVector& vector) {
   std::vector<double> all;
+  all.reserve(size_t(vector.length()));
   for (int i = 0; i < vector.length(); ++i) all.push_back(vector.getIndex(i));
   return all;
 }
@@ -409,7 +410,7 @@ TEST_F(Image, FillsGoRowByRowAndLeaveThePaddingAlone) {
     image.init(rk16s, 3, planar);
     ASSERT_TRUE(image.createImage(5, 2));
     for (int p = 0; p < image.numPlanes(); ++p) {
-      std::memset(image.plane(p), 0x5A, size_t(2 * image.step()));
+      std::memset(image.plane(p), 0x5A, 2 * size_t(image.step()));
     }
     ASSERT_TRUE(image.setSequence(0, 1000, 1, false));
     for (int i = 0; i < image.numItems(); ++i) ASSERT_EQ(image.getIndex(i), i);
