@@ -27,7 +27,8 @@ if(TAZMET_SANITIZE)
     -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
   # Instrumented code makes g++ see uninitialised values in the standard library's regex.
-  target_compile_options(tazmet_options INTERFACE -Wno-maybe-uninitialized)
+  target_compile_options(tazmet_options INTERFACE
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
 endif()
 if(TAZMET_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)

@@ -61,6 +61,7 @@ template <typename F>
 void withPartType(rkType type, F&& f) {
   // The branches differ in the type of the argument. NOLINTNEXTLINE(bugprone-branch-clone)
   switch (partType(type)) {
+    // NOLINTNEXTLINE(bugprone-branch-clone): alike but for the type
     case rk8u:
       f(uint8_t());
       break;
