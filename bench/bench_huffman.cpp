@@ -66,14 +66,14 @@ Bytes photo(int width, int height) {
   for (int i = 0; i < 7; ++i) octaves.emplace_back(100 + i, 256 >> i);
   const Noise shapes(7, 90), where(8, 120), hue(9, 150);
   std::mt19937 random(10);
-  std::normal_distribution<float> grain(0, 1.1f);
+  std::normal_distribution<float> grain(0, 2.8f);
   Bytes rgb(size_t(width) * height * 3);
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
       float v = 128 + (shapes.at(x, y) > 0.15f ? 45.f : -20.f);
       const float texture = std::max(0.f, where.at(x, y) + 0.35f);
       for (size_t i = 0; i < octaves.size(); ++i) {
-        const float weight = i < 4 ? 26.f / float(i + 1) : 20.f * texture / float(i - 2);
+        const float weight = i < 4 ? 26.f / float(i + 1) : 75.f * texture / float(i - 2);
         v += weight * octaves[i].at(x, y);
       }
       const float h = hue.at(x, y) * 30;

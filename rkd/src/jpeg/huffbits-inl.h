@@ -174,9 +174,10 @@ class BitReader {
     count_ = count;
   }
 
+  /// The number of bits in the low six bits of `count`: shifts look at no more.
   HWY_INLINE void skip(unsigned count) {
-    bits_ <<= count;
-    count_ -= int(count);
+    bits_ <<= count & 63;
+    count_ -= int(count & 63);
   }
   /// 1..32 bits.
   HWY_INLINE uint32_t take(unsigned count) {
@@ -228,18 +229,21 @@ class BitReader {
   const uint8_t* end_;
 };
 
-/// An entry with run and value final and all its bits taken; word 0 if the bits are no code. A
-/// failed look takes nothing. Needs 32 bits or all that there are.
+/// A symbol with its value, taken from the stream; `entry.word` is 0 if the bits are no code, and
+/// nothing taken.
+struct Symbol {
+  DecodeEntry entry;
+  int value;
+};
+
+/// Needs 32 bits or all that there are.
 template <class Reader>
-HWY_INLINE DecodeEntry nextSymbol(Reader& reader, DecodeTable table) {
-  const DecodeEntry entry = table.look(reader.bits());
-  if (HWY_LIKELY(entry.length() != 0)) {
-    reader.skip(entry.length());
-    return entry;
-  }
-  const DecodeEntry whole = wholeEntry(reader.bits(), entry, table);
-  reader.skip(whole.length());
-  return whole;
+HWY_INLINE Symbol nextSymbol(Reader& reader, DecodeTable table) {
+  const uint64_t bits = reader.bits();
+  DecodeEntry entry = table.look(bits);
+  if (HWY_UNLIKELY(entry.word == 0)) entry = table.search(bits);
+  reader.skip(entry.word);
+  return {entry, entry.value(bits)};
 }
 
 /// Why the bits are no code: they may just have ended.
@@ -248,16 +252,16 @@ HWY_INLINE RkdStatus codeStatus(const Reader& reader) {
   return reader.count() < 16 ? rkdStsSrcEndErr : rkdStsHuffCodeErr;
 }
 
-/// An entry read as a DC difference of a DCT process: categories 0 to 15.
-HWY_INLINE bool isDctDifference(DecodeEntry entry) {
-  return (entry.run() & ~unsigned{DecodeEntry::ends}) == 0;
+/// A symbol read as a DC difference of a DCT process: categories 0 to 15.
+HWY_INLINE bool isDctDifference(Symbol symbol) {
+  return (symbol.entry.run() & ~DecodeEntry::ends) == 0;
 }
-/// Entries read as a lossless difference: categories 0 to 15, or the category 16 without bits.
-HWY_INLINE bool isDifference(DecodeEntry entry) {
-  return isDctDifference(entry) || entry.run() == DecodeEntry::ends + 1;
+/// As a lossless difference: those, or category 16 without bits.
+HWY_INLINE bool isDifference(Symbol symbol) {
+  return isDctDifference(symbol) || symbol.entry.run() == DecodeEntry::ends + 1;
 }
-HWY_INLINE int differenceOf(DecodeEntry entry) {
-  return entry.run() == DecodeEntry::ends + 1 ? INT16_MIN : entry.value();
+HWY_INLINE int differenceOf(Symbol symbol) {
+  return symbol.entry.run() == DecodeEntry::ends + 1 ? INT16_MIN : symbol.value;
 }
 
 /// A reader that goes on where a state has stopped, and the way back on success.

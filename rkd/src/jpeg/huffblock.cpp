@@ -12,47 +12,56 @@ RKD_PUSH_LZCNT
 namespace rkd::HWY_NAMESPACE {
 namespace {
 
-/// Writes one block; returns the or of all entries used, with `missing` if one has no code.
+/// Writes one block; false if something has no code.
 template <class Writer>
-HWY_INLINE uint64_t putBlock(const int16_t* src, int previousDC, EncodeTable dc, EncodeTable ac,
-                             Writer& writer) {
-  uint64_t map = nonZeroMap(src) & mapBehind(0);
+HWY_INLINE bool putBlock(const int16_t* src, int previousDC, EncodeTable dc, EncodeTable ac,
+                         Writer& writer) {
+  // Without the DC, then without what has been coded: the next run of zeros is in front.
+  uint64_t map = nonZeroMap(src) << 1;
   const Magnitude difference(src[0] - int16_t(previousDC));
   const EncodeEntry dcEntry = dc[entryIndex(0, difference.size)];
   uint64_t used = dcEntry.word;
+  uint32_t usedSmall = 0;
   writer.put(dcEntry.code() | difference.bits, dcEntry.length());
 
-  int last = 0;
+  unsigned k = 0;
   while (map != 0) {
-    const int k = mapFirst(map);
-    map &= mapBehind(k);
-    unsigned run = unsigned(k - last - 1);
-    last = k;
+    unsigned run = unsigned(mapFirst(map));
+    map = map << run << 1;
+    k += run + 1;
     for (; HWY_UNLIKELY(run > 15); run -= 16) {
       const EncodeEntry zeros = ac[entryIndex(15, 0)];
       used |= zeros.word;
       writer.put(zeros.code(), zeros.length());
     }
-    const NonZeroMagnitude value(src[zigzag[size_t(k)]]);
-    const EncodeEntry entry = ac[entryIndex(run, value.size)];
-    used |= entry.word;
-    writer.put(entry.code() | value.bits, entry.length());
+    const int value = src[zigzag[k]];
+    const auto shifted = unsigned(value + EncodeSpecLayout::small);
+    if (HWY_LIKELY(shifted <= 2 * EncodeSpecLayout::small)) {
+      const uint32_t entry = ac.smallEntry(run, shifted);
+      usedSmall |= entry;
+      writer.put(entry >> 6, entry & 63);
+    } else {
+      const NonZeroMagnitude magnitude(value);
+      const EncodeEntry entry = ac[entryIndex(run, magnitude.size)];
+      used |= entry.word;
+      writer.put(entry.code() | magnitude.bits, entry.length());
+    }
   }
-  if (last != 63) {
+  if (k != 63) {
     const EncodeEntry end = ac[entryIndex(0, 0)];
     used |= end.word;
     writer.put(end.code(), end.length());
   }
-  return used;
+  return (used & EncodeEntry::missing) == 0 && (usedSmall & EncodeSpecLayout::missingSmall) == 0;
 }
 
 RkdStatus encodeBlock(const int16_t* src, uint8_t* stream, int length, int* position,
                       int* previousDC, const RkdiEncodeHuffmanSpec* dcSpec,
                       const RkdiEncodeHuffmanSpec* acSpec, RkdiEncodeHuffmanState* state) {
   StateWriter writer(stream, length, *position, state);
-  const uint64_t used =
-      putBlock(src, *previousDC, EncodeTable(dcSpec), EncodeTable(acSpec), writer);
-  if (HWY_UNLIKELY((used & EncodeEntry::missing) != 0)) return rkdStsCoefRangeErr;
+  if (HWY_UNLIKELY(!putBlock(src, *previousDC, EncodeTable(dcSpec), EncodeTable(acSpec), writer))) {
+    return rkdStsCoefRangeErr;
+  }
   const RkdStatus status = writer.commit(stream, position, state);
   if (HWY_LIKELY(status == rkdStsNoErr)) *previousDC = src[0];
   return status;
@@ -65,9 +74,9 @@ RkdStatus encodeBlockDirect(const int16_t* src, uint8_t* stream, int length, int
   const unsigned begun = unsigned(*position & 7);
   BitWriter<false> writer(begun == 0 ? 0u : unsigned(*start) >> (8 - begun), begun, start,
                           stream + length);
-  const uint64_t used =
-      putBlock(src, *previousDC, EncodeTable(dcSpec), EncodeTable(acSpec), writer);
-  if (HWY_UNLIKELY((used & EncodeEntry::missing) != 0)) return rkdStsCoefRangeErr;
+  if (HWY_UNLIKELY(!putBlock(src, *previousDC, EncodeTable(dcSpec), EncodeTable(acSpec), writer))) {
+    return rkdStsCoefRangeErr;
+  }
   // A block has two bits and more: something waits.
   const unsigned count = writer.waitingCount();
   const uint64_t word = writer.waiting() << (64 - count) | ((uint64_t{1} << (64 - count)) - 1);
@@ -119,25 +128,31 @@ HWY_INLINE RkdStatus takeBlock(Reader& reader, int16_t* dst, int previousDC, Dec
                                DecodeTable ac) {
   std::memset(dst, 0, 64 * sizeof *dst);
   reader.need32();
-  const DecodeEntry difference = nextSymbol(reader, dc);
-  if (HWY_UNLIKELY(difference.word == 0)) return codeStatus(reader);
+  const Symbol difference = nextSymbol(reader, dc);
+  if (HWY_UNLIKELY(difference.entry.word == 0)) return codeStatus(reader);
   if (HWY_UNLIKELY(!isDctDifference(difference))) {
     return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
   }
-  dst[0] = int16_t(previousDC + difference.value());
+  dst[0] = int16_t(previousDC + difference.value);
 
-  for (unsigned k = 1; k < 64; ++k) {
-    reader.need32();
-    const DecodeEntry entry = nextSymbol(reader, ac);
-    k += entry.run();
-    if (HWY_UNLIKELY(k > 63)) {
-      if (entry.run() == DecodeEntry::ends) break;
-      return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
+  // Bits are taken in for four symbols at a time, which is nearly always enough: a check a symbol
+  // alone would be a guess each time whether it is.
+  for (unsigned k = 1;;) {
+    if (HWY_LIKELY(!reader.isOverrun())) reader.fill();
+    HWY_UNROLL(4)
+    for (int i = 0; i < 4; ++i) {
+      reader.need32();
+      const Symbol symbol = nextSymbol(reader, ac);
+      k += symbol.entry.run();
+      if (HWY_UNLIKELY(k > 63)) {
+        if (symbol.entry.run() == DecodeEntry::ends) return rkdStsNoErr;
+        return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
+      }
+      if (HWY_UNLIKELY(symbol.entry.word == 0)) return codeStatus(reader);
+      dst[zigzag[k]] = int16_t(symbol.value);
+      if (++k == 64) return rkdStsNoErr;
     }
-    if (HWY_UNLIKELY(entry.word == 0)) return codeStatus(reader);
-    dst[zigzag[k]] = int16_t(entry.value());
   }
-  return rkdStsNoErr;
 }
 
 RkdStatus decodeBlock(const uint8_t* stream, int length, int* position, int16_t* dst,
@@ -173,13 +188,13 @@ RkdStatus decodeOne(const uint8_t* stream, int length, int* position, int16_t* d
                     const RkdiDecodeHuffmanSpec* spec, RkdiDecodeHuffmanState* state) {
   StateReader reader(stream, length, *position, state);
   reader.need32();
-  const DecodeEntry entry = nextSymbol(reader, DecodeTable(spec));
-  if (HWY_UNLIKELY(entry.word == 0)) return codeStatus(reader);
-  if (HWY_UNLIKELY(!isDifference(entry))) {
+  const Symbol symbol = nextSymbol(reader, DecodeTable(spec));
+  if (HWY_UNLIKELY(symbol.entry.word == 0)) return codeStatus(reader);
+  if (HWY_UNLIKELY(!isDifference(symbol))) {
     return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
   }
   if (const RkdStatus status = reader.commit(stream, position, marker, state)) return status;
-  *dst = int16_t(differenceOf(entry));
+  *dst = int16_t(differenceOf(symbol));
   return rkdStsNoErr;
 }
 

@@ -75,9 +75,15 @@ struct EncodeSpecLayout {
   /// which refuses values out of range; the lossless category 16 has a row of its own.
   static constexpr int category16 = 17 * 16;
   static constexpr int entries = 18 * 16;
+  /// AC coefficients of magnitudes up to `small` behind up to 15 zeros have their symbol and value
+  /// bits together: by run, then value + small. Code in the high bits, length in the low six,
+  /// `missingSmall` where there is no code.
+  static constexpr int small = 63;
+  static constexpr uint32_t missingSmall = uint32_t{1} << 31;
   Kind kind;
   uint32_t reserved;
   uint64_t entry[entries];
+  uint32_t smallEntry[16][2 * (small + 1)];
 };
 
 /// Index of the entry for a run of zeros and the size of the value behind it.
@@ -86,11 +92,18 @@ inline unsigned entryIndex(unsigned run, unsigned size) { return size * 16 + run
 class EncodeTable {
  public:
   explicit EncodeTable(const RkdiEncodeHuffmanSpec* spec)
-      : entries_(reinterpret_cast<const uint8_t*>(spec) + offsetof(EncodeSpecLayout, entry)) {}
-  EncodeEntry operator[](unsigned index) const { return {load<uint64_t>(entries_ + 8 * index)}; }
+      : base_(reinterpret_cast<const uint8_t*>(spec)) {}
+  EncodeEntry operator[](unsigned index) const {
+    return {load<uint64_t>(base_ + offsetof(EncodeSpecLayout, entry) + 8 * size_t{index})};
+  }
+  /// For a run below 16 and a small value that `small` has been added to.
+  uint32_t smallEntry(unsigned run, unsigned shifted) const {
+    return load<uint32_t>(base_ + offsetof(EncodeSpecLayout, smallEntry) +
+                          sizeof(EncodeSpecLayout::smallEntry[0]) * run + 4 * size_t{shifted});
+  }
 
  private:
-  const uint8_t* entries_;
+  const uint8_t* base_;
 };
 
 /// What a scan being encoded carries from call to call.
@@ -111,31 +124,32 @@ struct EncodeState {
 // ---------------------------------------------------------------------------------------------
 // Decoder
 
-/// Answer to a look at the next `lookBits` bits.
-/// `length` > 0: the whole symbol, code and value bits, takes that many bits; run and value are
-/// final. A symbol without a value (end of block or band, zero run) has value 0; `run` is 15 for
-/// the zero run of 16 (a zero behind 15 zeros) and `ends` + r for the symbol r << 4.
-/// `length` == 0: the value does not fit into the look; `size` and `codeLength` tell what to do.
-/// All zero: the code itself is longer.
+/// Answer to a look at the next `lookBits` bits: the symbol that begins there, as the lengths of
+/// its code and of the value behind it. The next look waits for the sum alone, which the lowest
+/// bits hold as shifts want it; the value is worked out beside. All zero: the code is longer, or
+/// none. `run` is that of the symbol; one without a value has size 0, and `ends` + r for the symbol
+/// r << 4, but for the run of 16 zeros, which is a zero behind 15.
 struct DecodeEntry {
-  static constexpr int ends = 64;
+  static constexpr unsigned ends = 64;
   uint32_t word;
-  unsigned length() const { return word & 0xFF; }
+  unsigned length() const { return word & 63; }
   unsigned run() const { return (word >> 8) & 0xFF; }
-  int value() const { return int16_t(word >> 16); }
   unsigned size() const { return (word >> 16) & 0xFF; }
   unsigned codeLength() const { return word >> 24; }
 
-  static DecodeEntry whole(unsigned length, unsigned run, int value) {
-    return {length | run << 8 | uint32_t(value) << 16};
-  }
-  static DecodeEntry open(unsigned codeLength, unsigned run, unsigned size) {
-    return {run << 8 | size << 16 | codeLength << 24};
+  /// The value in stream bits that begin with the symbol. The upper half of a size's range is
+  /// positive: numbers that begin with a 0 have the size's largest number taken from them.
+  int value(uint64_t bits) const {
+    const uint64_t at = bits << codeLength();
+    const unsigned size = this->size();
+    const auto number = unsigned(at >> 1 >> (63 - size));
+    const auto isNegative = unsigned(~(int64_t(at) >> 63));
+    return int(number - (isNegative & ~(~0u << size)));
   }
 };
 
 struct DecodeSpecLayout {
-  static constexpr int lookBits = 11;
+  static constexpr int lookBits = 10;
   Kind kind;
   uint32_t reserved;
   uint32_t look[1 << lookBits];
@@ -152,22 +166,15 @@ class DecodeTable {
       : base_(reinterpret_cast<const uint8_t*>(spec)) {}
   /// The entry for the high bits of `bits`.
   DecodeEntry look(uint64_t bits) const {
-    const unsigned index = unsigned(bits >> (64 - DecodeSpecLayout::lookBits));
+    const uint64_t index = bits >> (64 - DecodeSpecLayout::lookBits);
     return {load<uint32_t>(base_ + offsetof(DecodeSpecLayout, look) + 4 * index)};
   }
-  /// An open entry for a code longer than a look; all zero if no code fits.
+  /// The entry of a code longer than a look; all zero if no code fits.
   DecodeEntry search(uint64_t bits) const;
 
  private:
   const uint8_t* base_;
 };
-
-/// The answer for a symbol whose value bits are still to come, or that has none.
-DecodeEntry openEntry(unsigned codeLength, unsigned symbol);
-
-/// The whole answer where a look gave an open entry or none: from 32 stream bits; all zero if they
-/// begin with no code.
-DecodeEntry wholeEntry(uint64_t bits, DecodeEntry looked, DecodeTable table);
 
 struct DecodeState {
   Kind kind;
@@ -184,11 +191,6 @@ struct DecodeState {
 #define RKD_STATE_STORE(State, state, member, value)        \
   ::rkd::huff::store<decltype(::rkd::huff::State::member)>( \
       reinterpret_cast<uint8_t*>(state) + offsetof(::rkd::huff::State, member), value)
-
-/// Value of `size` bits as the standard codes it: the upper half of the range is positive.
-inline int extendValue(uint32_t bits, unsigned size) {
-  return int(bits) - (bits >> (size - 1) == 0 ? (1 << size) - 1 : 0);
-}
 
 /// Ends an interval of a scan without a pending end-of-band run: fills the last byte with ones.
 RkdStatus flushBits(uint8_t* stream, int length, int* position, RkdiEncodeHuffmanState* state);

@@ -28,15 +28,15 @@ RkdStatus decodeDCFirst(const uint8_t* stream, int length, int* position, int16_
                         RkdiDecodeHuffmanState* state) {
   StateReader reader(stream, length, *position, state);
   reader.need32();
-  const DecodeEntry difference = nextSymbol(reader, DecodeTable(spec));
-  if (HWY_UNLIKELY(difference.word == 0)) return codeStatus(reader);
+  const Symbol difference = nextSymbol(reader, DecodeTable(spec));
+  if (HWY_UNLIKELY(difference.entry.word == 0)) return codeStatus(reader);
   if (HWY_UNLIKELY(!isDctDifference(difference))) {
     return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
   }
   if (const RkdStatus status = reader.commit(stream, position, marker, state)) {
     return status;
   }
-  *previousDC = int16_t(*previousDC + difference.value());
+  *previousDC = int16_t(*previousDC + difference.value);
   dst[0] = int16_t(unsigned(*previousDC) << al);
   return rkdStsNoErr;
 }
@@ -67,7 +67,7 @@ RkdStatus decodeACFirst(const uint8_t* stream, int length, int* position, int16_
   const unsigned last = unsigned(band.se);
   for (unsigned k = unsigned(band.ss); k <= last; ++k) {
     reader.need32();
-    const DecodeEntry entry = nextSymbol(reader, table);
+    const auto [entry, value] = nextSymbol(reader, table);
     k += entry.run();
     if (HWY_UNLIKELY(k > last)) {
       if (!isEnd(entry)) return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
@@ -75,7 +75,7 @@ RkdStatus decodeACFirst(const uint8_t* stream, int length, int* position, int16_
       break;
     }
     if (HWY_UNLIKELY(entry.word == 0)) return codeStatus(reader);
-    dst[zigzag[k]] = int16_t(unsigned(entry.value()) << band.al);
+    dst[zigzag[k]] = int16_t(unsigned(value) << band.al);
   }
   const RkdStatus status = reader.commit(stream, position, marker, state);
   if (status == rkdStsNoErr) RKD_STATE_STORE(DecodeState, state, endOfBand, endOfBand);
@@ -95,13 +95,12 @@ RkdStatus decodeACRefine(const uint8_t* stream, int length, int* position, int16
 
   while (endOfBand == 0 && rest != 0) {
     reader.need32();
-    const DecodeEntry entry = nextSymbol(reader, table);
+    const auto [entry, sign] = nextSymbol(reader, table);
     if (HWY_UNLIKELY(entry.word == 0)) return codeStatus(reader);
     if (isEnd(entry)) {
       endOfBand = takeRun(reader, entry);
       break;
     }
-    const int sign = entry.value();
     const bool isZeroRun = sign == 0;
     const uint64_t places = zero & rest;
     const int run = int(entry.run());

@@ -35,12 +35,12 @@ RkdStatus decodePlanes(const uint8_t* stream, int length, int* position, int16_t
   for (int x = 0; x < width; ++x) {
     for (int p = 0; p < Planes; ++p) {
       reader.need32();
-      const DecodeEntry entry = nextSymbol(reader, DecodeTable(spec[p]));
-      if (HWY_UNLIKELY(entry.word == 0)) return codeStatus(reader);
-      if (HWY_UNLIKELY(!isDifference(entry))) {
+      const Symbol symbol = nextSymbol(reader, DecodeTable(spec[p]));
+      if (HWY_UNLIKELY(symbol.entry.word == 0)) return codeStatus(reader);
+      if (HWY_UNLIKELY(!isDifference(symbol))) {
         return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
       }
-      dst[p][x] = int16_t(differenceOf(entry));
+      dst[p][x] = int16_t(differenceOf(symbol));
     }
     // A row may be long: what follows the end of the data need not be walked.
     if (HWY_UNLIKELY(reader.isOverrun())) return rkdStsSrcEndErr;

@@ -38,29 +38,44 @@ RkdStatus makeCodes(const uint8_t* bits, const uint8_t* values, CodeList* list) 
   return list->count > 0 ? rkdStsNoErr : rkdStsHuffTableErr;
 }
 
+/// The entries of one symbol for all its values that are small.
+void buildSmall(const Code& c, EncodeSpecLayout* spec) {
+  constexpr int small = EncodeSpecLayout::small;
+  const unsigned size = c.symbol & 15;
+  if (size == 0 || 1 << (size - 1) > small) return;
+  uint32_t* const zero = spec->smallEntry[c.symbol >> 4] + small;
+  const uint32_t first = 1u << (size - 1);
+  for (uint32_t magnitude = first; magnitude < 2 * first; ++magnitude) {
+    const uint32_t length = c.length + size;
+    zero[magnitude] = (c.code << size | magnitude) << 6 | length;
+    zero[-int(magnitude)] = (c.code << size | (2 * first - 1 - magnitude)) << 6 | length;
+  }
+}
+
 void build(const CodeList& list, EncodeSpecLayout* spec) {
-  *spec = {Kind::encodeSpec, 0, {}};
+  spec->kind = Kind::encodeSpec;
+  spec->reserved = 0;
   std::fill(std::begin(spec->entry), std::end(spec->entry), EncodeEntry::missing);
+  for (auto& row : spec->smallEntry) {
+    std::fill(std::begin(row), std::end(row), EncodeSpecLayout::missingSmall);
+  }
   for (int i = 0; i < list.count; ++i) {
-    const Code& c = list.code[i];
+    const Code& c = list.code[size_t(i)];
     const unsigned run = c.symbol >> 4;
     const unsigned size = c.symbol & 15;
     spec->entry[entryIndex(run, size)] = uint64_t(c.length + size) << 32 | c.code << size;
     if (c.symbol == 16) {
       spec->entry[EncodeSpecLayout::category16] = uint64_t(c.length) << 32 | c.code;
     }
+    buildSmall(c, spec);
   }
 }
 
-/// The answer to the look `window` that begins with the code.
-DecodeEntry answer(const Code& c, uint32_t window) {
-  const DecodeEntry open = openEntry(c.length, c.symbol);
-  const unsigned size = open.size();
-  if (size == 0) return DecodeEntry::whole(c.length, open.run(), 0);
-  if (c.length + size > DecodeSpecLayout::lookBits) return open;
-  const unsigned below = DecodeSpecLayout::lookBits - c.length - size;
-  const uint32_t bits = window >> below & ((1u << size) - 1);
-  return DecodeEntry::whole(c.length + size, open.run(), extendValue(bits, size));
+DecodeEntry makeEntry(unsigned codeLength, unsigned symbol) {
+  const unsigned size = symbol & 15;
+  const bool valueFollows = size != 0 || symbol == zeroRun16;
+  const unsigned run = (valueFollows ? 0 : DecodeEntry::ends) + (symbol >> 4);
+  return {(codeLength + size) | run << 8 | size << 16 | codeLength << 24};
 }
 
 void build(const CodeList& list, DecodeSpecLayout* spec) {
@@ -70,16 +85,14 @@ void build(const CodeList& list, DecodeSpecLayout* spec) {
   uint32_t above = 0;
   int at = 0;
   for (unsigned length = 1; length <= 16; ++length) {
-    spec->symbolOffset[length] = at < list.count ? at - int(list.code[at].code) : 0;
-    for (; at < list.count && list.code[at].length == length; ++at) {
-      const Code& c = list.code[at];
+    spec->symbolOffset[length] = at < list.count ? at - int(list.code[size_t(at)].code) : 0;
+    for (; at < list.count && list.code[size_t(at)].length == length; ++at) {
+      const Code& c = list.code[size_t(at)];
       spec->symbol[at] = c.symbol;
       above = (c.code + 1) << (16 - length);
       if (length > lookBits) continue;
-      const uint32_t first = c.code << (lookBits - length);
-      for (uint32_t window = first; window < first + (1u << (lookBits - length)); ++window) {
-        spec->look[window] = answer(c, window).word;
-      }
+      uint32_t* const first = spec->look + (c.code << (lookBits - length));
+      std::fill_n(first, 1u << (lookBits - length), makeEntry(length, c.symbol).word);
     }
     spec->limit[length] = above;
   }
@@ -202,31 +215,15 @@ void limitLengths(std::array<int, 258>* count) {
 
 }  // namespace
 
-DecodeEntry openEntry(unsigned codeLength, unsigned symbol) {
-  const unsigned run = symbol >> 4;
-  const unsigned size = symbol & 15;
-  const bool valueFollows = size != 0 || symbol == zeroRun16;
-  return DecodeEntry::open(codeLength, valueFollows ? run : DecodeEntry::ends + run, size);
-}
-
 DecodeEntry DecodeTable::search(uint64_t bits) const {
   const uint32_t window = uint32_t(bits >> 48);
   for (unsigned length = DecodeSpecLayout::lookBits + 1; length <= 16; ++length) {
     if (window >= load<uint32_t>(base_ + offsetof(DecodeSpecLayout, limit) + 4 * length)) continue;
     const int offset = load<int32_t>(base_ + offsetof(DecodeSpecLayout, symbolOffset) + 4 * length);
     const int at = int(window >> (16 - length)) + offset;
-    return openEntry(length, base_[offsetof(DecodeSpecLayout, symbol) + at]);
+    return makeEntry(length, base_[offsetof(DecodeSpecLayout, symbol) + at]);
   }
   return {0};
-}
-
-DecodeEntry wholeEntry(uint64_t bits, DecodeEntry looked, DecodeTable table) {
-  const DecodeEntry open = looked.word != 0 ? looked : table.search(bits);
-  if (open.word == 0) return {0};
-  const unsigned size = open.size();
-  if (size == 0) return DecodeEntry::whole(open.codeLength(), open.run(), 0);
-  const uint32_t value = uint32_t(bits << open.codeLength() >> (64 - size));
-  return DecodeEntry::whole(open.codeLength() + size, open.run(), extendValue(value, size));
 }
 
 uint8_t* putStuffed(uint64_t word, int count, uint8_t* to, const uint8_t* end) {
