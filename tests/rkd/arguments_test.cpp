@@ -223,6 +223,25 @@ TEST(Arguments, Colour) {
   REFUSES(rkdiYCbCrToBGR565_JPEG_8u16u_P3C3R, "P3 s1 p s1 z");
 }
 
+TEST(Arguments, Component) {
+  REFUSES(rkdiICTFwd_JPEG2K_32f_C3P3R, "p s3 P3 s1 z");
+  REFUSES(rkdiICTInv_JPEG2K_32f_P3C3R, "P3 s1 p s3 z");
+  REFUSES(rkdiICTFwd_JPEG2K_32f_P3IR, "P3 s1 z");
+  REFUSES(rkdiICTInv_JPEG2K_32f_P3IR, "P3 s1 z");
+  REFUSES(rkdiICTFwd_JPEG2K_16s_P3IR, "P3 s1 z");
+  REFUSES(rkdiICTInv_JPEG2K_16s_P3IR, "P3 s1 z");
+  REFUSES(rkdiICTFwd_JPEG2K_32s_P3IR, "P3 s1 z");
+  REFUSES(rkdiICTInv_JPEG2K_32s_P3IR, "P3 s1 z");
+  REFUSES(rkdiRCTFwd_JPEG2K_16s_P3IR, "P3 s1 z");
+  REFUSES(rkdiRCTInv_JPEG2K_16s_P3IR, "P3 s1 z");
+  REFUSES(rkdiRCTFwd_JPEG2K_32s_P3IR, "P3 s1 z");
+  REFUSES(rkdiRCTInv_JPEG2K_32s_P3IR, "P3 s1 z");
+  REFUSES(rkdiRCTFwd_JPEG2K_16s_C3P3R, "p s3 P3 s1 z");
+  REFUSES(rkdiRCTInv_JPEG2K_16s_P3C3R, "P3 s1 p s3 z");
+  REFUSES(rkdiRCTFwd_JPEG2K_32s_C3P3R, "p s3 P3 s1 z");
+  REFUSES(rkdiRCTInv_JPEG2K_32s_P3C3R, "P3 s1 p s3 z");
+}
+
 TEST(Arguments, Mcu) {
   REFUSES(rkdiRGBToYCbCr444LS_MCU_8u16s_C3P3R, "p r24 P3");
   REFUSES(rkdiRGBToYCbCr422LS_MCU_8u16s_C3P3R, "p r48 P3");

@@ -1,0 +1,275 @@
+// The component transforms of JPEG 2000: reversible (RCT) and irreversible (ICT).
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "color/component.cpp"
+#include "hwy/foreach_target.h"
+
+#include "common/bytes-inl.h"
+#include "common/levels.h"
+#include "hwy/highway.h"
+#include "rkd/rkdcolor.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace rkd::HWY_NAMESPACE {
+
+template <class T>
+using Lanes = hn::ScalableTag<T>;
+template <class T>
+using Vector = hn::Vec<Lanes<T>>;
+
+// ---- three samples of a pixel from and to planes or interleaved rows ----
+
+template <class T, class Amount>
+HWY_INLINE void loadTriple(const T* const (&row)[3], size_t x, Amount amount, Vector<T>* c) {
+  for (int p = 0; p < 3; ++p) c[p] = load(Lanes<T>(), row[p] + x, amount);
+}
+template <class T>
+RKD_BLOCK void loadTriple(const T* const (&row)[1], size_t x, Whole, Vector<T>* c) {
+  hn::LoadInterleaved3(Lanes<T>(), row[0] + 3 * x, c[0], c[1], c[2]);
+}
+template <class T>
+RKD_BLOCK void loadTriple(const T* const (&row)[1], size_t x, Part part, Vector<T>* c) {
+  HWY_ALIGN T buffer[3 * hn::MaxLanes(Lanes<T>())] = {};
+  std::memcpy(buffer, static_cast<const void*>(row[0] + 3 * x), 3 * part.lanes * sizeof(T));
+  hn::LoadInterleaved3(Lanes<T>(), buffer, c[0], c[1], c[2]);
+}
+
+template <class T, class Amount>
+HWY_INLINE void storeTriple(const Vector<T>* c, T* const (&row)[3], size_t x, Amount amount) {
+  for (int p = 0; p < 3; ++p) store(c[p], Lanes<T>(), row[p] + x, amount);
+}
+template <class T>
+RKD_BLOCK void storeTriple(const Vector<T>* c, T* const (&row)[1], size_t x, Whole) {
+  hn::StoreInterleaved3(c[0], c[1], c[2], Lanes<T>(), row[0] + 3 * x);
+}
+template <class T>
+RKD_BLOCK void storeTriple(const Vector<T>* c, T* const (&row)[1], size_t x, Part part) {
+  HWY_ALIGN T buffer[3 * hn::MaxLanes(Lanes<T>())];
+  hn::StoreInterleaved3(c[0], c[1], c[2], Lanes<T>(), buffer);
+  std::memcpy(static_cast<void*>(row[0] + 3 * x), buffer, 3 * part.lanes * sizeof(T));
+}
+
+// ---- reversible ----
+
+// (a + b) >> 1 of the true sum.
+template <class V>
+HWY_INLINE V halfSum(V a, V b) {
+  return hn::Add(hn::And(a, b), hn::ShiftRight<1>(hn::Xor(a, b)));
+}
+
+// (R + 2 G + B) >> 2 is the half sum of G and the half sum of R and B: rounding down twice by two
+// is rounding down by four.
+struct RctForward {
+  template <class V>
+  HWY_INLINE void operator()(V* c) const {
+    const V y = halfSum(halfSum(c[0], c[2]), c[1]);
+    const V cb = hn::Sub(c[2], c[1]), cr = hn::Sub(c[0], c[1]);
+    c[0] = y;
+    c[1] = cb;
+    c[2] = cr;
+  }
+};
+
+struct RctInverse {
+  template <class V>
+  HWY_INLINE void operator()(V* c) const {
+    const V g = hn::Sub(c[0], hn::ShiftRight<1>(halfSum(c[1], c[2])));
+    const V b = hn::Add(c[1], g);
+    c[0] = hn::Add(c[2], g);
+    c[1] = g;
+    c[2] = b;
+  }
+};
+
+// ---- irreversible; rows of weights make one result each ----
+
+constexpr double kForward[3][3] = {
+    {.299, .587, .114}, {-.16875, -.33126, .5}, {.5, -.41869, -.08131}};
+constexpr double kInverse[3][3] = {{1, 0, 1.402}, {1, -.34413, -.71414}, {1, 1.772, 0}};
+
+constexpr int fixedPoint(double weight, int bits) {
+  return static_cast<int>(weight * (1 << bits) + (weight < 0 ? -.5 : .5));
+}
+
+// In floating point. Weights of 0 and 1 fall away.
+HWY_INLINE void weighted(const double (&weights)[3][3], Vector<float>* c) {
+  const Lanes<float> d;
+  const Vector<float> in[3] = {c[0], c[1], c[2]};
+  for (int i = 0; i < 3; ++i) {
+    const auto& w = weights[i];
+    auto sum = w[0] == 1 ? in[0] : hn::Mul(in[0], hn::Set(d, static_cast<float>(w[0])));
+    for (int k = 1; k < 3; ++k) {
+      if (w[k] != 0) sum = hn::MulAdd(in[k], hn::Set(d, static_cast<float>(w[k])), sum);
+    }
+    c[i] = sum;
+  }
+}
+
+// 16 bits: pairwise products with the weights times 2^kBits, whose sum stays below 2^31 for all
+// samples; narrowing saturates. The first two samples make a pair, the third one goes with the
+// rounding.
+template <int kBits>
+RKD_BLOCK void weighted16(const int (&weights)[3][3], V16* c) {
+  const V16 one = hn::Set(D16(), 1);
+  const V16 low = hn::InterleaveLower(D16(), c[0], c[1]);
+  const V16 high = hn::InterleaveUpper(D16(), c[0], c[1]);
+  const V16 low2 = hn::InterleaveLower(D16(), c[2], one);
+  const V16 high2 = hn::InterleaveUpper(D16(), c[2], one);
+  const V32 zero = hn::Zero(D32());
+  for (int i = 0; i < 3; ++i) {
+    const V16 w = pairOf(weights[i][0], weights[i][1]);
+    const V16 w2 = pairOf(weights[i][2], 1 << (kBits - 1));
+    const V32 sum = addPairProducts(addPairProducts(zero, low, w), low2, w2);
+    const V32 sum2 = addPairProducts(addPairProducts(zero, high, w), high2, w2);
+    c[i] = pack16(hn::ShiftRight<kBits>(sum), hn::ShiftRight<kBits>(sum2));
+  }
+}
+
+// 32 bits: 64-bit sums of products with the weights times 2^28, even and odd lanes apart. Only the
+// low 32 bits of a result are kept, so that its shift need not know the sign.
+RKD_BLOCK void weighted32(const int (&weights)[3][3], V32* c) {
+  const D32 d;
+  const hn::Repartition<int64_t, D32> d64;
+  const hn::Repartition<uint64_t, D32> du64;
+  const V32 in[3] = {c[0], c[1], c[2]};
+  V32 odd[3];
+  for (int k = 0; k < 3; ++k) {
+    odd[k] = hn::BitCast(d, hn::ShiftRight<32>(hn::BitCast(du64, in[k])));
+  }
+  const auto half = hn::Set(d64, int64_t{1} << 27);
+  for (int i = 0; i < 3; ++i) {
+    auto even64 = half, odd64 = half;
+    for (int k = 0; k < 3; ++k) {
+      if (weights[i][k] == 0) continue;
+      const V32 w = hn::Set(d, weights[i][k]);
+      even64 = hn::Add(even64, hn::MulEven(in[k], w));
+      odd64 = hn::Add(odd64, hn::MulEven(odd[k], w));
+    }
+    const auto evens = hn::ShiftRight<28>(hn::BitCast(du64, even64));
+    const auto odds = hn::ShiftLeft<4>(hn::BitCast(du64, odd64));
+    c[i] = hn::OddEven(hn::BitCast(d, odds), hn::BitCast(d, evens));
+  }
+}
+
+// Times 2^15, where the weight of B in Y is rounded down so that the weights of Y add up to one.
+constexpr int kForward16[3][3] = {
+    {fixedPoint(.299, 15), fixedPoint(.587, 15), 3735},
+    {fixedPoint(-.16875, 15), fixedPoint(-.33126, 15), fixedPoint(.5, 15)},
+    {fixedPoint(.5, 15), fixedPoint(-.41869, 15), fixedPoint(-.08131, 15)}};
+constexpr int kInverse16[3][3] = {{1 << 14, 0, fixedPoint(1.402, 14)},
+                                  {1 << 14, fixedPoint(-.34413, 14), fixedPoint(-.71414, 14)},
+                                  {1 << 14, fixedPoint(1.772, 14), 0}};
+
+struct Weights28 {
+  int forward[3][3], inverse[3][3];
+};
+constexpr Weights28 kWeights28 = [] {
+  Weights28 fixed{};
+  for (int i = 0; i < 3; ++i) {
+    for (int k = 0; k < 3; ++k) {
+      fixed.forward[i][k] = fixedPoint(kForward[i][k], 28);
+      fixed.inverse[i][k] = fixedPoint(kInverse[i][k], 28);
+    }
+  }
+  return fixed;
+}();
+
+struct IctForward {
+  HWY_INLINE void operator()(Vector<float>* c) const { weighted(kForward, c); }
+  HWY_INLINE void operator()(V16* c) const { weighted16<15>(kForward16, c); }
+  HWY_INLINE void operator()(V32* c) const { weighted32(kWeights28.forward, c); }
+};
+struct IctInverse {
+  HWY_INLINE void operator()(Vector<float>* c) const { weighted(kInverse, c); }
+  HWY_INLINE void operator()(V16* c) const { weighted16<14>(kInverse16, c); }
+  HWY_INLINE void operator()(V32* c) const { weighted32(kWeights28.inverse, c); }
+};
+
+// ---- the walk ----
+
+template <class Transform, class T, int SP, int DP>
+void transformRegion(const Region<T, SP, T, DP>& r) {
+  for (int y = 0; y < r.size.height; ++y) {
+    const T* src[SP];
+    T* dst[DP];
+    for (int p = 0; p < SP; ++p) src[p] = r.srcRow(y, p);
+    for (int p = 0; p < DP; ++p) dst[p] = r.dstRow(y, p);
+    overRow(static_cast<size_t>(r.size.width), hn::Lanes(Lanes<T>()),
+            [&](size_t x, auto amount) HWY_ATTR {
+              Vector<T> c[3];
+              loadTriple(src, x, amount, c);
+              Transform()(c);
+              storeTriple(c, dst, x, amount);
+            });
+  }
+}
+
+template <class T>
+using InPlace = Region<T, 3, T, 3>;
+template <class T>
+using Split = Region<T, 1, T, 3>;
+template <class T>
+using Join = Region<T, 3, T, 1>;
+
+void ictFwdSplit32f(const Split<float>& r) { transformRegion<IctForward>(r); }
+void ictInvJoin32f(const Join<float>& r) { transformRegion<IctInverse>(r); }
+void ictFwd32f(const InPlace<float>& r) { transformRegion<IctForward>(r); }
+void ictInv32f(const InPlace<float>& r) { transformRegion<IctInverse>(r); }
+void ictFwd16s(const InPlace<int16_t>& r) { transformRegion<IctForward>(r); }
+void ictInv16s(const InPlace<int16_t>& r) { transformRegion<IctInverse>(r); }
+void ictFwd32s(const InPlace<int32_t>& r) { transformRegion<IctForward>(r); }
+void ictInv32s(const InPlace<int32_t>& r) { transformRegion<IctInverse>(r); }
+void rctFwd16s(const InPlace<int16_t>& r) { transformRegion<RctForward>(r); }
+void rctInv16s(const InPlace<int16_t>& r) { transformRegion<RctInverse>(r); }
+void rctFwd32s(const InPlace<int32_t>& r) { transformRegion<RctForward>(r); }
+void rctInv32s(const InPlace<int32_t>& r) { transformRegion<RctInverse>(r); }
+void rctFwdSplit16s(const Split<int16_t>& r) { transformRegion<RctForward>(r); }
+void rctInvJoin16s(const Join<int16_t>& r) { transformRegion<RctInverse>(r); }
+void rctFwdSplit32s(const Split<int32_t>& r) { transformRegion<RctForward>(r); }
+void rctInvJoin32s(const Join<int32_t>& r) { transformRegion<RctInverse>(r); }
+
+}  // namespace rkd::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace rkd {
+HWY_EXPORT(ictFwdSplit32f);
+HWY_EXPORT(ictInvJoin32f);
+HWY_EXPORT(ictFwd32f);
+HWY_EXPORT(ictInv32f);
+HWY_EXPORT(ictFwd16s);
+HWY_EXPORT(ictInv16s);
+HWY_EXPORT(ictFwd32s);
+HWY_EXPORT(ictInv32s);
+HWY_EXPORT(rctFwd16s);
+HWY_EXPORT(rctInv16s);
+HWY_EXPORT(rctFwd32s);
+HWY_EXPORT(rctInv32s);
+HWY_EXPORT(rctFwdSplit16s);
+HWY_EXPORT(rctInvJoin16s);
+HWY_EXPORT(rctFwdSplit32s);
+HWY_EXPORT(rctInvJoin32s);
+}  // namespace rkd
+
+using namespace rkd;
+
+RKD_PIXELS_TO_PLANES(rkdiICTFwd_JPEG2K_32f_C3P3R, RKD_AT_LEVEL(ictFwdSplit32f), float, 3, float, 3)
+RKD_PLANES_TO_PIXELS(rkdiICTInv_JPEG2K_32f_P3C3R, RKD_AT_LEVEL(ictInvJoin32f), float, 3, float, 3)
+RKD_PLANES_IN_PLACE(rkdiICTFwd_JPEG2K_32f_P3IR, RKD_AT_LEVEL(ictFwd32f), float, 3)
+RKD_PLANES_IN_PLACE(rkdiICTInv_JPEG2K_32f_P3IR, RKD_AT_LEVEL(ictInv32f), float, 3)
+RKD_PLANES_IN_PLACE(rkdiICTFwd_JPEG2K_16s_P3IR, RKD_AT_LEVEL(ictFwd16s), int16_t, 3)
+RKD_PLANES_IN_PLACE(rkdiICTInv_JPEG2K_16s_P3IR, RKD_AT_LEVEL(ictInv16s), int16_t, 3)
+RKD_PLANES_IN_PLACE(rkdiICTFwd_JPEG2K_32s_P3IR, RKD_AT_LEVEL(ictFwd32s), int32_t, 3)
+RKD_PLANES_IN_PLACE(rkdiICTInv_JPEG2K_32s_P3IR, RKD_AT_LEVEL(ictInv32s), int32_t, 3)
+RKD_PLANES_IN_PLACE(rkdiRCTFwd_JPEG2K_16s_P3IR, RKD_AT_LEVEL(rctFwd16s), int16_t, 3)
+RKD_PLANES_IN_PLACE(rkdiRCTInv_JPEG2K_16s_P3IR, RKD_AT_LEVEL(rctInv16s), int16_t, 3)
+RKD_PLANES_IN_PLACE(rkdiRCTFwd_JPEG2K_32s_P3IR, RKD_AT_LEVEL(rctFwd32s), int32_t, 3)
+RKD_PLANES_IN_PLACE(rkdiRCTInv_JPEG2K_32s_P3IR, RKD_AT_LEVEL(rctInv32s), int32_t, 3)
+RKD_PIXELS_TO_PLANES(rkdiRCTFwd_JPEG2K_16s_C3P3R, RKD_AT_LEVEL(rctFwdSplit16s), int16_t, 3, int16_t,
+                     3)
+RKD_PLANES_TO_PIXELS(rkdiRCTInv_JPEG2K_16s_P3C3R, RKD_AT_LEVEL(rctInvJoin16s), int16_t, 3, int16_t,
+                     3)
+RKD_PIXELS_TO_PLANES(rkdiRCTFwd_JPEG2K_32s_C3P3R, RKD_AT_LEVEL(rctFwdSplit32s), int32_t, 3, int32_t,
+                     3)
+RKD_PLANES_TO_PIXELS(rkdiRCTInv_JPEG2K_32s_P3C3R, RKD_AT_LEVEL(rctInvJoin32s), int32_t, 3, int32_t,
+                     3)
+#endif  // HWY_ONCE
