@@ -2,6 +2,7 @@
 /// Plain versions of the library's functions: same names and signatures, in namespace ref.
 #pragma once
 
+#include "ref_code2k.h"
 #include "ref_color.h"
 #include "ref_dct.h"
 #include "ref_huffman.h"

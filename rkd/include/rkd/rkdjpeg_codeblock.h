@@ -124,7 +124,8 @@ RKD_API RkdStatus rkdiEncodeStoreBits_JPEG2K_1u(uint8_t* stream, int length, int
 /// style lets a decoder see (marks of rkdCodeBlockSegSym) ends decoding behind that pass with
 /// rkdStsDataErr; DecodeCodeBlock then has stored the coefficients so far, and further steps
 /// return the same status.
-/// @param src        bytes of all segments; ProgrStep: the same at every step
+/// @param src        bytes of all segments, may be null when there are none; ProgrStep: the same at
+///                   every step
 /// @param length     how many there are, 0 or more
 /// @param lengths    BYTES of each segment; together at most `length`
 /// @param segments   how many there are: as many as the passes have

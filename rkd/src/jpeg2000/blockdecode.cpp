@@ -150,7 +150,14 @@ RkdStatus decodePass(DecodeState* state, const Block& block, const uint8_t* src)
   return status;
 }
 
+/// No bytes need no pointer.
+RkdStatus checkBytes(const uint8_t* src, int length) {
+  return length == 0 ? rkdStsNoErr : checkPointers(src);
+}
+
 RkdStatus decodePasses(DecodeState* state, const uint8_t* src, int passes) {
+  const uint8_t none = 0;
+  if (src == nullptr) src = &none;
   Block block = state->block;
   block.flags = state->flags;
   const int last = std::min(state->passes, state->done + passes);
@@ -254,7 +261,7 @@ RkdStatus rkdiDecodeCBProgrStart_JPEG2K(int length, const int* lengths, int segm
 
 RkdStatus rkdiDecodeCBProgrStep_JPEG2K(const uint8_t* src, int length, int passes,
                                        RkdiDecodeCodeBlockState* state) {
-  if (const RkdStatus status = firstOf(checkPointers(src), checkStarted(state))) return status;
+  if (const RkdStatus status = firstOf(checkBytes(src, length), checkStarted(state))) return status;
   DecodeState* const inside = insideOf<DecodeState>(state);
   if (length != inside->length) return rkdStsSizeErr;
   if (passes <= 0) return rkdStsBadArgErr;
@@ -274,8 +281,9 @@ RkdStatus rkdiDecodeCodeBlock_JPEG2K_1u32s_C1R(const uint8_t* src, int length, c
                                                int segments, int32_t* dst, int dstStep,
                                                RkdiSize size, int band, int style, int bitPlanes,
                                                int passes, RkdiDecodeCodeBlockState* state) {
-  if (const RkdStatus status = firstOf(checkPointers(src, dst), checkCodeBlock(size, band, style),
-                                       checkStep<int32_t>(dstStep, size.width))) {
+  if (const RkdStatus status =
+          firstOf(checkBytes(src, length), checkPointers(dst), checkCodeBlock(size, band, style),
+                  checkStep<int32_t>(dstStep, size.width))) {
     return status;
   }
   if (const RkdStatus status =
