@@ -166,7 +166,9 @@ void tzSession::applyDirectories() {
 }
 
 void tzSession::applyKeys() {
-  for (const tzString& word : m_commands.refused()) echoLine(word, "ignored: not a key");
+  for (const tzString& word : m_commands.refused()) {
+    echoLine(quoted(word), "ignored: not a key");
+  }
   for (const tzCommandKey& command : m_commands) {
     if (isDirectoryKey(command.key)) {
       echoOption(command.key, command.arg);
