@@ -167,6 +167,10 @@ TEST_F(Fill, ConversionRoundsToEvenAndSaturates) {
   EXPECT_EQ(rkConvert<int8_t>(-128.5), -128);
   EXPECT_EQ(rkConvert<int8_t>(-1e9), -128);
   EXPECT_EQ(rkConvert<int16_t>(std::nan("")), 0);
+  EXPECT_EQ(rkConvert<uint32_t>(4294967294.5), 4294967294u);
+  EXPECT_EQ(rkConvert<uint32_t>(5e9), UINT32_MAX);
+  EXPECT_EQ(rkConvert<int32_t>(-2147483648.4), INT32_MIN);
+  EXPECT_EQ(rkConvert<int32_t>(-2147483646.5), -2147483646);
   EXPECT_EQ(rkConvert<int64_t>(9.3e18), INT64_MAX);
   EXPECT_EQ(rkConvert<int64_t>(-9.3e18), INT64_MIN);
   EXPECT_EQ(rkConvert<uint64_t>(1.8e19), 18000000000000000000u);
