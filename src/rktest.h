@@ -88,6 +88,9 @@ class rkTest : public tzTest {
   const rkFunc& func() const { return m_func; }
   const rkLine& line() const { return m_line; }
 
+  /// Takes another performance for the library's in comparisons: how tests plant a fault.
+  void setLibraryPerformance(int (*performance)()) { m_line.library = performance; }
+
   static bool m_checkErrorsOnly;  ///< positive statuses count as success
 
  protected:

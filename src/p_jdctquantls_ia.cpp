@@ -1,0 +1,96 @@
+/// DCT, quantisation and level shift between the pixels of an image and blocks of coefficients.
+#include "rkblocktest.h"
+#include "rkcommon.h"
+#include "rkd/rkdjpeg.h"
+#include "rksuite.h"
+
+namespace {
+
+rkImage image;
+rkVector blocks, table;
+int across, down;  // blocks of the image
+int side;          // pixels of the image a block stands for, in each direction
+
+class TimjDctQuantLS : public rkTest {
+ public:
+  explicit TimjDctQuantLS(const rkLine& line) : rkTest(line) {}
+
+ protected:
+  bool canStart() override {
+    regCacheParm(g_imageSize, image);
+    const tzString base = func().baseName();
+    side = base.find("To4x4", 0) >= 0 ? 4 : base.find("To2x2", 0) >= 0 ? 2 : 8;
+    image.init(isForward() ? func().srcType() : func().dstType(), 1, false);
+    blocks.init(rk16s);
+    return true;
+  }
+
+  /// The coefficients are those of the session's image size, whatever the inverse makes of them.
+  bool initData() override {
+    const RkdiSize size = g_imageSize.value();
+    across = size.width / 8;
+    down = size.height / 8;
+    const bool is16u = image.type() == rk16u;
+    const rkRange samples = fillRange(is16u ? rkRange{0, 4095} : rkRange{});
+    // Quantised coefficients small enough that the block's samples stay near their range.
+    const rkRange coefs = fillRange(is16u ? rkRange{-80, 80} : rkRange{-10, 10});
+    const RkdiSize pixels = {across * side, down * side};
+    const int length = across * down * 64;
+    return rkFillQuantTable(table, verifying()) &&
+           (isForward()
+                ? image.createImageExt(pixels, 0, 0, rkModeRandom, samples.low, samples.high) &&
+                      blocks.createVector(length, rkModeConst)
+                : image.createImageExt(pixels, 0, 0, rkModeConst) &&
+                      blocks.createVector(length, rkModeRandom, coefs.low, coefs.high));
+  }
+
+  void flushData() override {
+    image.deleteVector();
+    blocks.deleteVector();
+    table.deleteVector();
+  }
+
+  /// Coefficients.
+  double getDivisor() const override { return 64.0 * across * down; }
+  tzString getUnit() const override { return "px"; }
+
+ private:
+  bool isForward() const { return func().baseName().find("Fwd", 0) >= 0; }
+};
+
+RK_SUITE(TimjDctQuantLS, "src/p_jdctquantls_ia");
+
+/// First pixel of the block whose coefficients start at index i.
+template <class T>
+T* pixels(int i) {
+  const int b = i / 64;
+  return reinterpret_cast<T*>(static_cast<char*>(image.data()) +
+                              static_cast<std::ptrdiff_t>(image.step()) * (b / across) * side) +
+         b % across * side;
+}
+
+template <class T>
+int forward(RkdStatus (*function)(const T*, int, int16_t*, const uint16_t*)) {
+  return rkPerBlock(across * down, [=](int i) {
+    return function(pixels<T>(i), image.step(), blocks.data16s() + i, table.data16u());
+  });
+}
+
+template <class T>
+int inverse(RkdStatus (*function)(const int16_t*, T*, int, const uint16_t*)) {
+  return rkPerBlock(across * down, [=](int i) {
+    return function(blocks.data16s() + i, pixels<T>(i), image.step(), table.data16u());
+  });
+}
+
+RK_REG_X(rkdiDCTQuantFwd8x8LS_JPEG_8u16s_C1R, forward(F), 1);
+RK_REG_X(rkdiDCTQuantInv8x8LS_JPEG_16s8u_C1R, inverse(F), 1);
+RK_REG_X(rkdiDCTQuantFwd8x8LS_JPEG_16u16s_C1R, forward(F), 1);
+RK_REG_X(rkdiDCTQuantInv8x8LS_JPEG_16s16u_C1R, inverse(F), 1);
+RK_REG_X(rkdiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R, inverse(F), 1);
+RK_REG_X(rkdiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R, inverse(F), 1);
+RK_REG_X(rkdiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R, inverse(F), 1);
+RK_REG_X(rkdiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R, inverse(F), 1);
+RK_REG_X(rkdiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R, inverse(F), 1);
+
+}  // namespace

@@ -1,0 +1,156 @@
+/// Every real suite: what is registered, and that each function agrees with its plain version.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "functionnames.h"
+#include "harnesskit.h"
+#include "rkd/rkdcore.h"
+#include "rktest.h"
+#include "tzmemory.h"
+#include "tzregistry.h"
+
+namespace {
+
+using harnesskit::Outcome;
+
+/// What the tests of a unit are registered with.
+struct Suite {
+  const char* source;
+  const char* unit;
+  std::vector<std::string> texts;  ///< class, slashes and macro: any of these
+  int count;
+};
+
+const Suite kSuites[] = {
+    {"src/p_jadd_ia", "px", {"TimjAdd//RK_REG"}, 2},
+    {"src/p_jcolor_ys", "pxch", {"jColorConversion__YS//RK_REG"}, 9},
+    {"src/p_jdctquant_ia", "px", {"TimjDctQuant//RK_REG_X"}, 4},
+    {"src/p_jmcu_ia", "pxch", {"TimjMCU//RK_REG"}, 19},
+    {"src/p_jmcu_ys", "pxch", {"jMCU__YS//RK_REG"}, 12},
+    {"src/p_jrgb_ia", "pxch", {"TimjRGB//RK_REG", "TimjRGB//RK_REG_Ibs"}, 29},
+    {"src/p_jsampl_ia", "px", {"TimjSample//RK_REG"}, 4},
+    {"src/p_jsamplmcu_ia", "pxch", {"TimjSampleMCU//RK_REG"}, 7},
+    {"src/p_jsamplrow_ia", "e", {"TimjSampleRow//RK_REG"}, 4},
+};
+
+std::vector<rkTest*> suiteTests() {
+  std::vector<rkTest*> tests;
+  for (tzTest* test : tzGetTestList()) {
+    if (auto* suiteTest = dynamic_cast<rkTest*>(test)) tests.push_back(suiteTest);
+  }
+  return tests;
+}
+
+TEST(Suites, EveryFunctionIsRegisteredOnceWithItsSourceTextAndUnit) {
+  std::map<std::string, int> perSource;
+  std::set<std::string> seen;
+  const std::set<std::string> known(std::begin(MEASURED_FUNCTIONS), std::end(MEASURED_FUNCTIONS));
+  for (const rkTest* test : suiteTests()) {
+    const std::string name = test->funcName().c_str();
+    EXPECT_TRUE(seen.insert(name).second) << name << " is registered twice";
+    EXPECT_EQ(1u, known.count(name)) << name << " is no measured function";
+    ++perSource[test->source().c_str()];
+    for (const Suite& suite : kSuites) {
+      if (test->source() != suite.source) continue;
+      EXPECT_STREQ(suite.unit, test->getUnit().c_str()) << name;
+      EXPECT_NE(std::find(suite.texts.begin(), suite.texts.end(), test->regText().c_str()),
+                suite.texts.end())
+          << name << " has the text " << test->regText().c_str();
+    }
+  }
+  int total = 0;
+  for (const Suite& suite : kSuites) {
+    EXPECT_EQ(suite.count, perSource[suite.source]) << suite.source;
+    total += suite.count;
+  }
+  EXPECT_EQ(total, static_cast<int>(seen.size())) << "a unit is missing in the table";
+}
+
+/// Keys that keep every list of values short.
+const std::string kSmall = "-B -dImageSize=48x32 -f-__tz ";
+
+class SuiteRuns : public testing::Test {
+ protected:
+  Outcome run(
+      const std::string& keys, std::function<void()> setup = [] {}) {
+    return harnesskit::Session(m_folder).setup(std::move(setup)).run(kSmall + keys);
+  }
+  harnesskit::TempFolder m_folder;
+};
+
+TEST_F(SuiteRuns, EveryFunctionAgreesWithItsPlainVersion) {
+  const Outcome outcome = run("-VONLY");
+  EXPECT_EQ(0, outcome.exitCode) << outcome.console;
+  EXPECT_TRUE(outcome.lines("is not supported").empty())
+      << "skipped by the comparison: " << outcome.lines("is not supported").front();
+  EXPECT_TRUE(outcome.lines("FUNCFAIL").empty()) << outcome.lines("FUNCFAIL").front();
+}
+
+TEST_F(SuiteRuns, EveryFunctionIsTimedWithoutFailureOrDuplicateLine) {
+  const Outcome outcome = run("-dMethod=Manual -dNumLoops=1 -r");
+  EXPECT_EQ(0, outcome.exitCode) << outcome.console;
+  EXPECT_TRUE(outcome.lines("duplicate lines").empty());
+  EXPECT_TRUE(outcome.shows("-BADSTSWRN : 0 ")) << outcome.console;
+  for (const rkTest* test : suiteTests()) {
+    EXPECT_FALSE(outcome.lines(std::string(test->funcName().c_str()) + " ").empty())
+        << test->funcName().c_str();
+  }
+}
+
+TEST_F(SuiteRuns, SizesBelowABlockMeasureNothingAndFailNothing) {
+  const Outcome outcome = run("-dImageSize=4x2 -dMethod=Manual -dNumLoops=1 -f-422ToRGB_JPEG_8u");
+  EXPECT_EQ(0, outcome.exitCode) << outcome.console;
+}
+
+// ---- planted faults ----
+
+int (*g_original)();
+
+/// The library's performance with one wrong element in the first buffer that it changes.
+int faulty() {
+  struct Buffer {
+    char* data;
+    std::vector<char> before;
+  };
+  std::vector<Buffer> buffers;
+  int size = 0;
+  tzObject* object = nullptr;
+  for (void* p = tzMallocFirst(&size, &object); p != nullptr; p = tzMallocNext(&size, &object)) {
+    auto* data = static_cast<char*>(p);
+    buffers.push_back({data, {data, data + size}});
+  }
+  const int status = g_original();
+  for (Buffer& buffer : buffers) {
+    for (std::size_t i = 0; i + 4 <= buffer.before.size(); i += 4) {
+      if (std::memcmp(buffer.data + i, buffer.before.data() + i, 4) == 0) continue;
+      for (int k = 0; k < 4; ++k) buffer.data[i + k] = static_cast<char>(buffer.data[i + k] ^ 0x11);
+      return status;
+    }
+  }
+  return status;
+}
+
+TEST_F(SuiteRuns, OneFaultPerSuiteIsFoundByTheComparison) {
+  for (const Suite& suite : kSuites) {
+    SCOPED_TRACE(suite.source);
+    rkTest* victim = nullptr;
+    for (rkTest* test : suiteTests()) {
+      if (victim == nullptr && test->source() == suite.source) victim = test;
+    }
+    ASSERT_NE(nullptr, victim);
+    const Outcome outcome = run(std::string("-VONLY -f=") + victim->funcName().c_str(), [victim] {
+      g_original = victim->line().library;
+      victim->setLibraryPerformance(faulty);
+    });
+    EXPECT_EQ(1, outcome.exitCode) << outcome.console;
+    EXPECT_FALSE(outcome.lines("FUNCFAIL").empty()) << outcome.console;
+    EXPECT_FALSE(outcome.lines(" instead of ").empty()) << outcome.console;
+  }
+}
+
+}  // namespace
