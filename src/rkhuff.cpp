@@ -1,0 +1,130 @@
+#include "rkhuff.h"
+
+#include "tzostream.h"
+
+namespace {
+
+constexpr uint8_t kDCBits[] = {0, 1, 5, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0};
+constexpr uint8_t kDCValues[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
+constexpr uint8_t kACBits[] = {0, 2, 1, 3, 3, 2, 4, 3, 5, 5, 4, 4, 0, 0, 1, 125};
+constexpr uint8_t kACValues[] = {
+    1,   2,   3,   0,   4,   17,  5,   18,  33,  49,  65,  6,   19,  81,  97,  7,   34,  113,
+    20,  50,  129, 145, 161, 8,   35,  66,  177, 193, 21,  82,  209, 240, 36,  51,  98,  114,
+    130, 9,   10,  22,  23,  24,  25,  26,  37,  38,  39,  40,  41,  42,  52,  53,  54,  55,
+    56,  57,  58,  67,  68,  69,  70,  71,  72,  73,  74,  83,  84,  85,  86,  87,  88,  89,
+    90,  99,  100, 101, 102, 103, 104, 105, 106, 115, 116, 117, 118, 119, 120, 121, 122, 131,
+    132, 133, 134, 135, 136, 137, 138, 146, 147, 148, 149, 150, 151, 152, 153, 154, 162, 163,
+    164, 165, 166, 167, 168, 169, 170, 178, 179, 180, 181, 182, 183, 184, 185, 186, 194, 195,
+    196, 197, 198, 199, 200, 201, 202, 210, 211, 212, 213, 214, 215, 216, 217, 218, 225, 226,
+    227, 228, 229, 230, 231, 232, 233, 234, 241, 242, 243, 244, 245, 246, 247, 248, 249, 250};
+
+// ITU-T T.81, K.1, at quality 75.
+constexpr uint16_t kQuality75[64] = {
+    8,  6,  5,  8,  12, 20, 26, 31, 6,  6,  7,  10, 13, 29, 30, 28, 7,  7,  8,  12, 20, 29,
+    35, 28, 7,  9,  11, 15, 26, 44, 40, 31, 9,  11, 19, 28, 34, 55, 52, 39, 12, 18, 28, 32,
+    41, 52, 57, 46, 25, 32, 39, 44, 52, 61, 60, 51, 36, 46, 48, 49, 56, 50, 52, 50};
+
+/// A number from 0 to 1 that depends on the place alone.
+double hash(unsigned x, unsigned y, unsigned octave) {
+  unsigned h = x * 374761393u + y * 668265263u + octave * 2246822519u;
+  h = (h ^ (h >> 13)) * 1274126177u;
+  return ((h ^ (h >> 16)) & 0xFFFFFF) / 16777215.0;
+}
+
+/// Values at the corners of a lattice, blended smoothly in between.
+double noise(double x, double y, unsigned octave) {
+  const auto ix = static_cast<unsigned>(x), iy = static_cast<unsigned>(y);
+  const auto smooth = [](double t) { return t * t * (3 - 2 * t); };
+  const double fx = smooth(x - ix), fy = smooth(y - iy);
+  const double top = hash(ix, iy, octave) * (1 - fx) + hash(ix + 1, iy, octave) * fx;
+  const double bottom = hash(ix, iy + 1, octave) * (1 - fx) + hash(ix + 1, iy + 1, octave) * fx;
+  return top * (1 - fy) + bottom * fy;
+}
+
+/// A picture with the spectrum of photographs: noise of every octave, the finer the weaker, with
+/// the edges of a few objects and a little grain.
+void fillPhoto(rkImage& image) {
+  for (int y = 0; y < image.height(); ++y) {
+    auto* row = static_cast<uint8_t*>(image.getRowPointer(y));
+    for (int x = 0; x < image.width(); ++x) {
+      double value = 28;
+      double weight = 110;
+      double scale = 1.0 / 128;
+      for (unsigned octave = 0; octave < 7; ++octave, weight *= 0.58, scale *= 2) {
+        value += weight * (noise(x * scale, y * scale, octave) - 0.2);
+      }
+      if (noise(x / 90.0, y / 90.0, 11) > 0.55) value = 0.6 * value + 60;
+      value += 5 * (hash(static_cast<unsigned>(x), static_cast<unsigned>(y), 17) - 0.5);
+      row[x] = static_cast<uint8_t>(value < 0 ? 0 : value > 255 ? 255 : value);
+    }
+  }
+}
+
+}  // namespace
+
+const rkHuffTable rkStandardDC = {kDCBits, kDCValues};
+const rkHuffTable rkStandardAC = {kACBits, kACValues};
+
+tzMapIterator<int> g_huffPicture("Picture");
+
+namespace {
+
+int namePictures() {
+  g_huffPicture["jaehne"] = rkPictureJaehne;
+  g_huffPicture["photo"] = rkPicturePhoto;
+  g_huffPicture.add(rkPictureJaehne);
+  g_huffPicture.add(rkPicturePhoto);
+  return 1;
+}
+[[maybe_unused]] const int named = namePictures();
+
+}  // namespace
+
+bool rkHuffCoefs::create(RkdiSize size, int picture) {
+  const RkdiSize whole = {size.width & ~7, size.height & ~7};
+  m_image.init(rk8u, 1, false);
+  m_coefs.init(rk16s);
+  if (!m_image.createImage(whole) ||
+      !m_coefs.createVector(whole.width * whole.height, rkModeZero)) {
+    return false;
+  }
+  if (total() == 0) return true;
+  if (picture == rkPicturePhoto) {
+    fillPhoto(m_image);
+  } else {
+    m_image.setJaehne(100);
+  }
+  return transform(picture);
+}
+
+bool rkHuffCoefs::transform(int picture) {
+  rkVector table;
+  table.init(rk16u);
+  if (!table.createVector(256, rkModeZero)) return false;
+  std::memcpy(table.data(), kQuality75, sizeof kQuality75);
+  int16_t* block = data();
+  int nonZero = 0;
+  for (int y = 0; y < m_image.height(); y += 8) {
+    for (int x = 0; x < m_image.width(); x += 8, block += 64) {
+      const auto* pixels = static_cast<const uint8_t*>(m_image.getPointerAt(x, y, 0));
+      if (rkdiDCT8x8FwdLS_JPEG_8u16s_C1R(pixels, m_image.step(), block) < 0) return false;
+      if (picture == rkPicturePhoto && rkdiQuantFwd8x8_JPEG_16s_C1I(block, table.data16u()) < 0) {
+        return false;
+      }
+      for (int i = 0; i < 64; ++i) nonZero += block[i] != 0;
+    }
+  }
+  g_ostrm << L_INFO << "    Non-zero coefficients a block: " << nonZero * 64.0 / total() << "\n"
+          << L_END;
+  return true;
+}
+
+void rkHuffCoefs::flush() {
+  m_image.deleteVector();
+  m_coefs.deleteVector();
+}
+
+void rkPrintStreamInfo(int bytes, int pixels) {
+  if (pixels == 0) return;
+  g_ostrm << L_INFO << "    Bits a pixel: " << 8.0 * bytes / pixels << "\n" << L_END;
+}
