@@ -28,7 +28,7 @@ int encodeBlocks(Function encode) {
     status = encode(coefs.data() + offset, stream.data8u(), stream.length(), &position, &previousDC,
                     c.encodeDC, c.encodeAC, c.encodeState.get(), 0);
   }
-  if (status != 0) return status;
+  if (status != 0 || coefs.total() == 0) return status;
   return encode(coefs.data() + offset, stream.data8u(), stream.length(), &position, &previousDC,
                 c.encodeDC, c.encodeAC, c.encodeState.get(), 1);
 }
@@ -56,7 +56,7 @@ int encodeOnes(Function encode) {
     status = encode(coefs.data() + i, stream.data8u(), stream.length(), &position, c.encodeDC,
                     c.encodeState.get(), 0);
   }
-  if (status != 0) return status;
+  if (status != 0 || coefs.total() == 0) return status;
   return encode(coefs.data() + i, stream.data8u(), stream.length(), &position, c.encodeDC,
                 c.encodeState.get(), 1);
 }
