@@ -33,6 +33,7 @@ const Suite kSuites[] = {
     {"src/p_jdctquantls_ia", "px", {"TimjDctQuantLS//RK_REG_X"}, 9},
     {"src/p_jhuffdir_ia", "px", {"TimjHuffDirect//RK_REG_X"}, 2},
     {"src/p_jhuffman_ia", "px", {"TimjHuffman//RK_REG_I_X"}, 4},
+    {"src/p_jhuffprog_ia", "block", {"TimjHuffProg/"}, 11},
     {"src/p_jhuffrow_ia", "px", {"TimjHuffmanRow//RK_REG_I_X"}, 2},
     {"src/p_jmcu_ia", "pxch", {"TimjMCU//RK_REG"}, 19},
     {"src/p_jmcu_ys", "pxch", {"jMCU__YS//RK_REG"}, 12},
