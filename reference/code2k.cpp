@@ -293,6 +293,7 @@ void encodePasses(RkdiEncodeCodeBlockState* state, int passes) {
     segment.decisions.insert(segment.decisions.end(), recorder.decisions.begin(),
                              recorder.decisions.end());
     segment.passEnd.push_back(segment.decisions.size());
+    state->decisions += int(recorder.decisions.size());
     const double left = squaredError(model, kind, plane);
     state->passes.push_back({0, 0, error - left});
     error = left;
@@ -328,6 +329,7 @@ RkdStatus rkdiEncodeLoadCodeBlock_JPEG2K_32s_C1R(const int32_t* src, int srcStep
   state->model.clear(size, band, style);
   state->passes.clear();
   state->bytes.clear();
+  state->decisions = 0;
   state->bitPlanes = 0;
   for (int y = 0; y < size.height; ++y) {
     for (int x = 0; x < size.width; ++x) {

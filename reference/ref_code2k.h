@@ -33,6 +33,7 @@ struct RkdiEncodeCodeBlockState {
   CodeBlockModel model;
   int bitPlanes = 0;
   std::vector<RkdiCodeBlockPass> passes;
+  int decisions = 0;  ///< coded in all passes: what the work is
   std::vector<uint8_t> bytes;
 };
 

@@ -1,0 +1,285 @@
+/// Code-block coding of JPEG 2000: blocks of one HL band, one call each.
+#include <algorithm>
+#include <cmath>
+#include <random>
+#include <vector>
+
+#include "rkd/rkdjpeg.h"
+#include "rksuite.h"
+#include "tzostream.h"
+
+namespace {
+
+/// Several blocks, so that no branch predictor learns one by heart.
+constexpr int BLOCKS = 4;
+
+/// Standard deviation's relation to the quantiser, in per cent: fine detail of an 8-bit photograph
+/// kept exactly, and at some twenty to one.
+enum DataKind : int { LOSSLESS = 320, LOSSY = 150 };
+
+tzIterator<RkdiSize> blockSize("BlockSize");
+tzMapIterator<int> dataKind("Data");
+tzHMapIterator<int> codeStyle("Style");
+
+rkVector src;    ///< the blocks, row by row, one behind the other
+rkVector dst;    ///< decoded blocks, and what Load has found out
+rkVector bytes;  ///< StoreBits writes here
+bool comparing;  ///< the effect on opaque states is to be seen
+
+/// What a decoder is given, made by the plain coder, so that a library's own encoder has no part
+/// in the figures of its decoder.
+struct Coded {
+  std::vector<uint8_t> bytes;
+  std::vector<int> segments;
+  int bitPlanes = 0, passes = 0;
+};
+Coded coded[BLOCKS];
+
+RkdiSize size() { return blockSize.value(); }
+int samples() { return size().width * size().height; }
+int step() { return size().width * int(sizeof(int32_t)); }
+constexpr int BAND = rkdBandHL;
+constexpr int MAX_BYTES = 1 << 15;  ///< of a coded block
+
+// ---- the coder's objects, one set for each binding ----
+
+struct LibraryObjects {
+  RkdiEncodeCodeBlockState* encode[BLOCKS] = {};
+  RkdiDecodeCodeBlockState* decode[BLOCKS] = {};
+};
+struct ReferenceObjects {
+  ref::RkdiEncodeCodeBlockState* encode[BLOCKS] = {};
+  ref::RkdiDecodeCodeBlockState* decode[BLOCKS] = {};
+};
+
+/// The support functions of both implementations under the same names.
+#define CODE2K_BINDING(Scope, Objects)                                                       \
+  static inline Objects objects;                                                             \
+  static bool alloc() {                                                                      \
+    for (int i = 0; i < BLOCKS; ++i) {                                                       \
+      if (Scope::rkdiEncodeCodeBlockStateInitAlloc_JPEG2K(&objects.encode[i]) < 0 ||         \
+          Scope::rkdiDecodeCodeBlockStateInitAlloc_JPEG2K(&objects.decode[i]) < 0) {         \
+        return false;                                                                        \
+      }                                                                                      \
+    }                                                                                        \
+    return true;                                                                             \
+  }                                                                                          \
+  static void free() {                                                                       \
+    for (int i = 0; i < BLOCKS; ++i) {                                                       \
+      Scope::rkdiEncodeCodeBlockStateFree_JPEG2K(objects.encode[i]);                         \
+      Scope::rkdiDecodeCodeBlockStateFree_JPEG2K(objects.decode[i]);                         \
+    }                                                                                        \
+    objects = {};                                                                            \
+  }                                                                                          \
+  static int load(int i) {                                                                   \
+    return Scope::rkdiEncodeLoadCodeBlock_JPEG2K_32s_C1R(                                    \
+        src.data32s() + i * samples(), step(), size(), BAND, codeStyle.value(),              \
+        rkdCodeBlockMaxPasses, objects.encode[i]);                                           \
+  }                                                                                          \
+  static int store(int i) {                                                                  \
+    int planes = 0, passes = 0, position = 0;                                                \
+    Scope::rkdiEncodeGetCodeBlockInfo_JPEG2K(&planes, &passes, objects.encode[i]);           \
+    return Scope::rkdiEncodeStoreBits_JPEG2K_1u(bytes.data8u() + i * MAX_BYTES, MAX_BYTES,   \
+                                                &position, passes, objects.encode[i]);       \
+  }                                                                                          \
+  static int start(int i) {                                                                  \
+    const Coded& c = coded[i];                                                               \
+    return Scope::rkdiDecodeCBProgrStart_JPEG2K(                                             \
+        int(c.bytes.size()), c.segments.data(), int(c.segments.size()), size(), BAND,        \
+        codeStyle.value(), c.bitPlanes, c.passes, objects.decode[i]);                        \
+  }                                                                                          \
+  static int get(int i) {                                                                    \
+    return Scope::rkdiDecodeCBProgrGet_JPEG2K_32s_C1R(dst.data32s() + i * samples(), step(), \
+                                                      objects.decode[i]);                    \
+  }
+
+template <class B>
+struct Coder;
+template <>
+struct Coder<rkLibrary> {
+  CODE2K_BINDING(, LibraryObjects)
+};
+template <>
+struct Coder<rkReference> {
+  CODE2K_BINDING(ref, ReferenceObjects)
+};
+#undef CODE2K_BINDING
+
+/// Walks the blocks; stops at the first negative status.
+template <class Block>
+int perBlock(Block block) {
+  int status = 0;
+  for (int i = 0; i < BLOCKS && status >= 0; ++i) status = block(i);
+  return status;
+}
+
+template <class B>
+int startAll() {
+  return perBlock(Coder<B>::start);
+}
+
+// ---- data like a photograph's wavelet coefficients ----
+
+/// Values between random corners eight samples apart: detail gathers where there are edges.
+class Activity {
+ public:
+  Activity(RkdiSize area, std::mt19937& random) : m_across(area.width / CELL + 2) {
+    m_corner.resize(size_t(m_across) * size_t(area.height / CELL + 2));
+    std::normal_distribution<double> corner(0, 1.1);
+    for (double& c : m_corner) c = corner(random);
+  }
+  double at(int x, int y) const {
+    const double fx = double(x % CELL) / CELL;
+    const double fy = double(y % CELL) / CELL;
+    const double* const c = &m_corner[size_t(y / CELL) * size_t(m_across) + size_t(x / CELL)];
+    const double top = c[0] * (1 - fx) + c[1] * fx;
+    const double bottom = c[m_across] * (1 - fx) + c[m_across + 1] * fx;
+    return std::exp(top * (1 - fy) + bottom * fy);
+  }
+
+ private:
+  static constexpr int CELL = 8;
+  int m_across;
+  std::vector<double> m_corner;
+};
+
+/// Two-sided exponential values, wider where the picture is active.
+void fillBlock(int32_t* block, RkdiSize area, double scale, std::mt19937& random) {
+  const Activity activity(area, random);
+  std::exponential_distribution<double> magnitude(1);
+  for (int y = 0; y < area.height; ++y) {
+    for (int x = 0; x < area.width; ++x) {
+      const int value = int(std::min(scale * activity.at(x, y) * magnitude(random), 32767.0));
+      *block++ = (random() & 1) != 0 ? -value : value;
+    }
+  }
+}
+
+class TimjCode2K : public rkTest {
+ public:
+  RK_TEST_CLASS(TimjCode2K)
+
+ protected:
+  bool canStart() override {
+    regParm(blockSize);
+    blockSize.init("BlockSize", "columns x rows, at most 4096");
+    blockSize.add({64, 64});
+    blockSize.add({32, 32});
+    regParm(dataKind);
+    dataKind.init("Data", "what the coefficients are like");
+    dataKind.resetMap();
+    dataKind.addName(LOSSLESS, "lossless");
+    dataKind.addName(LOSSY, "lossy");
+    dataKind.add(LOSSLESS);
+    dataKind.add(LOSSY);
+    regParm(codeStyle);
+    codeStyle.init("Style", "a name, or the sum of several styles' numbers");
+    codeStyle.resetMap();
+    nameStyles();
+    codeStyle.add(0);
+    return true;
+  }
+
+  bool initData() override {
+    comparing = verifying();
+    if (size().width < 1 || size().height < 1 || samples() > 4096) return false;
+    src.init(rk32s);
+    dst.init(rk32s);
+    bytes.init(rk8u);
+    if (!src.createVector(BLOCKS * samples(), rkModeZero) ||
+        !dst.createVector(BLOCKS * samples(), rkModeZero) ||
+        !bytes.createVector(BLOCKS * MAX_BYTES, rkModeZero)) {
+      return false;
+    }
+    std::mt19937 random(rkVector::START_SEED);
+    for (int i = 0; i < BLOCKS; ++i) {
+      fillBlock(src.data32s() + i * samples(), size(), dataKind.value() / 100.0, random);
+    }
+    return makeObjects();
+  }
+
+  void flushData() override {
+    src.deleteVector();
+    dst.deleteVector();
+    bytes.deleteVector();
+    Coder<rkLibrary>::free();
+    Coder<rkReference>::free();
+  }
+
+  double getDivisor() const override { return double(BLOCKS) * samples(); }
+  tzString getUnit() const override { return "px"; }
+
+ private:
+  static void nameStyles() {
+    codeStyle.addName(0, "none");
+    codeStyle.addName(rkdCodeBlockBypass, "bypass");
+    codeStyle.addName(rkdCodeBlockReset, "reset");
+    codeStyle.addName(rkdCodeBlockTermAll, "termall");
+    codeStyle.addName(rkdCodeBlockCausal, "causal");
+    codeStyle.addName(rkdCodeBlockPredTerm, "predterm");
+    codeStyle.addName(rkdCodeBlockSegSym, "segsym");
+  }
+
+  /// States of both bindings with the blocks loaded, and the coded blocks. StoreBits times what
+  /// Load has left, the decoders what the plain coder made.
+  bool makeObjects() const {
+    if (!Coder<rkLibrary>::alloc() || !Coder<rkReference>::alloc()) return false;
+    if (perBlock(Coder<rkReference>::load) < 0) return false;
+    long decisions = 0, length = 0;
+    for (int i = 0; i < BLOCKS; ++i) {
+      const auto& state = *Coder<rkReference>::objects.encode[i];
+      Coded& c = coded[i];
+      c = {state.bytes, {}, state.bitPlanes, int(state.passes.size())};
+      int end = 0;
+      for (const RkdiCodeBlockPass& pass : state.passes) {
+        if (pass.terminated == 0) continue;
+        c.segments.push_back(pass.length - end);
+        end = pass.length;
+      }
+      decisions += state.decisions;
+      length += long(c.bytes.size());
+    }
+    g_ostrm << L_INFO << "Code blocks: " << double(decisions) / getDivisor() << " decisions and "
+            << 8.0 * double(length) / getDivisor() << " bits a coefficient\n"
+            << L_END;
+    return perBlock(Coder<rkLibrary>::load) >= 0;
+  }
+};
+
+RK_SUITE(TimjCode2K, "src/p_jencode2k_ia",
+         RK_NEEDS(rkdiEncodeCodeBlockStateInitAlloc_JPEG2K, rkdiEncodeCodeBlockStateFree_JPEG2K,
+                  rkdiDecodeCodeBlockStateInitAlloc_JPEG2K, rkdiDecodeCodeBlockStateFree_JPEG2K,
+                  rkdiEncodeGetCodeBlockInfo_JPEG2K, rkdiEncodeLoadCodeBlock_JPEG2K_32s_C1R,
+                  rkdiEncodeStoreBits_JPEG2K_1u, rkdiDecodeCBProgrStart_JPEG2K,
+                  rkdiDecodeCBProgrGet_JPEG2K_32s_C1R));
+
+RK_REG_X(rkdiEncodeLoadCodeBlock_JPEG2K_32s_C1R, perBlock([](int i) {
+           const int status =
+               F(src.data32s() + i * samples(), step(), size(), BAND, codeStyle.value(),
+                 rkdCodeBlockMaxPasses, Coder<B>::objects.encode[i]);
+           return comparing && status >= 0 ? Coder<B>::store(i) : status;
+         }));
+
+RK_REG_X(rkdiEncodeStoreBits_JPEG2K_1u, perBlock([](int i) {
+           int position = 0;
+           return F(bytes.data8u() + i * MAX_BYTES, MAX_BYTES, &position, coded[i].passes,
+                    Coder<B>::objects.encode[i]);
+         }));
+
+RK_REG_X(rkdiDecodeCodeBlock_JPEG2K_1u32s_C1R, perBlock([](int i) {
+           const Coded& c = coded[i];
+           return F(c.bytes.data(), int(c.bytes.size()), c.segments.data(), int(c.segments.size()),
+                    dst.data32s() + i * samples(), step(), size(), BAND, codeStyle.value(),
+                    c.bitPlanes, c.passes, Coder<B>::objects.decode[i]);
+         }));
+
+RK_REG_I_X(rkdiDecodeCBProgrStep_JPEG2K, startAll, perBlock([](int i) {
+             const Coded& c = coded[i];
+             int status = 0;
+             for (int pass = 0; pass < c.passes && status >= 0; ++pass) {
+               status = F(c.bytes.data(), int(c.bytes.size()), 1, Coder<B>::objects.decode[i]);
+             }
+             return comparing && status >= 0 ? Coder<B>::get(i) : status;
+           }));
+
+}  // namespace
