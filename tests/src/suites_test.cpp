@@ -31,6 +31,7 @@ const Suite kSuites[] = {
     {"src/p_jcolor_ys", "pxch", {"jColorConversion__YS//RK_REG"}, 9},
     {"src/p_jdctquant_ia", "px", {"TimjDctQuant//RK_REG_X"}, 4},
     {"src/p_jdctquantls_ia", "px", {"TimjDctQuantLS//RK_REG_X"}, 9},
+    {"src/p_jencode2k_ia", "px", {"TimjCode2K//RK_REG_X", "TimjCode2K//RK_REG_I_X"}, 4},
     {"src/p_jhuffdir_ia", "px", {"TimjHuffDirect//RK_REG_X"}, 2},
     {"src/p_jhuffman_ia", "px", {"TimjHuffman//RK_REG_I_X"}, 4},
     {"src/p_jhuffprog_ia", "block", {"TimjHuffProg/"}, 11},
