@@ -42,6 +42,7 @@ struct Picture {
   std::vector<uint8_t> samples = std::vector<uint8_t>(kWidth * kHeight);
   std::vector<int16_t> shifted = std::vector<int16_t>(kBlocks * 64);
   std::vector<int16_t> coefficients = std::vector<int16_t>(kBlocks * 64);
+  std::vector<int16_t> flat = std::vector<int16_t>(kBlocks * 64);  // first coefficients only
   uint8_t quantisers[64];
   uint16_t forward[RKD_QUANT_TABLE_LENGTH];
   uint16_t inverse[RKD_QUANT_TABLE_LENGTH];
@@ -68,6 +69,7 @@ struct Picture {
         shifted[b * 64 + i] = static_cast<int16_t>(samples[origin + i / 8 * kWidth + i % 8] - 128);
       }
       rkdiDCTQuantFwd8x8_JPEG_16s_C1(&shifted[b * 64], &coefficients[b * 64], forward);
+      flat[b * 64] = coefficients[b * 64];
     }
   }
   int16_t* block(std::vector<int16_t>& plane, int b) { return plane.data() + b * 64; }
@@ -110,7 +112,7 @@ struct PeerRows {
   explicit PeerRows(std::vector<uint8_t>& plane) {
     for (int y = 0; y < kHeight; ++y) row.push_back(plane.data() + y * kWidth);
   }
-  uint8_t** ofBlock(int b) { return row.data() + b / kAcross * 8; }
+  uint8_t** ofBlock(int b) { return row.data() + b / kAcross * 8; }  // of 8x8 samples
   static unsigned column(int b) { return b % kAcross * 8; }
 };
 
@@ -148,13 +150,64 @@ void benchForward(Table& table, Picture& p) {
              kPeer, peerFrom16s});
 }
 
-void benchInverse(Table& table, Picture& p) {
-  static int16_t peerTable[64];
-  std::copy_n(p.quantisers, 64, peerTable);
-  PeerRows rows(p.out);
-  const auto peer = overBlocks([&](int b) {
-    jsimd_idct_islow_avx2(peerTable, p.block(p.coefficients, b), rows.ofBlock(b), rows.column(b));
+void benchForwardRows(Table& table, Picture& p) {
+  PeerDivisors divisors(p.quantisers);
+  PeerRows rows(p.samples);
+  alignas(32) static int16_t workspace[64];
+  table.run({"DCTQuantFwd8x8LS_8u16s_C1R", "block", kBlocks, 0.75, 0.45, overBlocks([&](int b) {
+               rkdiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(p.at(p.samples, b), kWidth, p.block(p.out16, b),
+                                                   p.forward);
+             }),
+             kPeer, overBlocks([&](int b) {
+               jsimd_convsamp_avx2(rows.ofBlock(b), PeerRows::column(b), workspace);
+               jsimd_fdct_islow_avx2(workspace);
+               jsimd_quantize_avx2(p.block(p.out16, b), divisors.entry, workspace);
+             })});
+  table.run({"DCTQuantFwd8x8LS_16u16s_C1R",
+             "block",
+             kBlocks,
+             0,
+             0,
+             overBlocks([&](int b) {
+               rkdiDCTQuantFwd8x8LS_JPEG_16u16s_C1R(
+                   reinterpret_cast<uint16_t*>(p.block(p.shifted, b)), 16, p.block(p.out16, b),
+                   p.forward);
+             }),
+             "",
+             {}});
+  table.run({"QuantFwd8x8_16s_C1I", "block", kBlocks, 0, 0, overBlocks([&](int b) {
+               rkdiQuantFwd8x8_JPEG_16s_C1I(p.block(p.out16, b), p.forward);
+             }),
+             kPeer, overBlocks([&](int b) {
+               jsimd_quantize_avx2(p.block(p.out16, b), divisors.entry, p.block(p.out16, b));
+             })});
+}
+
+using Routine = void (*)(void*, int16_t*, uint8_t**, unsigned);
+
+// Dequantised and transformed into rows of the picture; N samples a row.
+std::function<void()> peerInverse(Picture& p, PeerRows& rows, std::vector<int16_t>& coefficients,
+                                  Routine routine, int N) {
+  static int16_t quantisers[64];
+  std::copy_n(p.quantisers, 64, quantisers);
+  return overBlocks([&, routine, N](int b) {
+    uint8_t** first = rows.row.data() + b / kAcross * N;
+    routine(quantisers, p.block(coefficients, b), first, static_cast<unsigned>(b % kAcross * N));
   });
+}
+
+template <class Function>
+std::function<void()> ourInverse(Picture& p, std::vector<int16_t>& coefficients, Function function,
+                                 int N) {
+  return overBlocks([&, function, N](int b) {
+    uint8_t* to = p.out.data() + b / kAcross * N * kWidth + b % kAcross * N;
+    function(p.block(coefficients, b), to, kWidth, p.inverse);
+  });
+}
+
+void benchInverse(Table& table, Picture& p) {
+  PeerRows rows(p.out);
+  const auto peer = peerInverse(p, rows, p.coefficients, jsimd_idct_islow_avx2, 8);
   table.run({"DCTQuantInv8x8_16s_C1", "block", kBlocks, 0.75, 0.45, overBlocks([&](int b) {
                rkdiDCTQuantInv8x8_JPEG_16s_C1(p.block(p.coefficients, b), p.block(p.out16, b),
                                               p.inverse);
@@ -164,6 +217,78 @@ void benchInverse(Table& table, Picture& p) {
                rkdiDCTQuantInv8x8_JPEG_16s_C1I(p.block(p.out16, b), p.inverse);
              }),
              kPeer, peer});
+  table.run({"DCTQuantInv8x8LS_16s8u_C1R", "block", kBlocks, 0.75, 0.45,
+             ourInverse(p, p.coefficients, rkdiDCTQuantInv8x8LS_JPEG_16s8u_C1R, 8), kPeer, peer});
+  table.run({"DCTQuantInv8x8LS_16s8u_C1R, flat blocks", "block", kBlocks, 0.75, 0.45,
+             ourInverse(p, p.flat, rkdiDCTQuantInv8x8LS_JPEG_16s8u_C1R, 8), kPeer,
+             peerInverse(p, rows, p.flat, jsimd_idct_islow_avx2, 8)});
+  table.run({"DCTQuantInv8x8LS_4x4_16s8u_C1R", "block", kBlocks, 0.75, 0.45,
+             ourInverse(p, p.coefficients, rkdiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R, 8), kPeer,
+             peer});
+  table.run({"DCTQuantInv8x8LS_2x2_16s8u_C1R", "block", kBlocks, 0.75, 0.45,
+             ourInverse(p, p.coefficients, rkdiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R, 8), kPeer,
+             peer});
+  table.run({"DCTQuantInv8x8LS_1x1_16s8u_C1R", "block", kBlocks, 0.75, 0.45,
+             ourInverse(p, p.coefficients, rkdiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R, 8), kPeer,
+             peer});
+  table.run({"DCTQuantInv8x8To4x4LS_16s8u_C1R", "block", kBlocks, 0.75, 0.4,
+             ourInverse(p, p.coefficients, rkdiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R, 4), kPeer,
+             peerInverse(p, rows, p.coefficients, jsimd_idct_4x4_sse2, 4)});
+  table.run({"DCTQuantInv8x8To2x2LS_16s8u_C1R", "block", kBlocks, 0.75, 0.4,
+             ourInverse(p, p.coefficients, rkdiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R, 2), kPeer,
+             peerInverse(p, rows, p.coefficients, jsimd_idct_2x2_sse2, 2)});
+  table.run({"DCTQuantInv8x8LS_16s16u_C1R",
+             "block",
+             kBlocks,
+             0,
+             0,
+             overBlocks([&](int b) {
+               rkdiDCTQuantInv8x8LS_JPEG_16s16u_C1R(
+                   p.block(p.coefficients, b), reinterpret_cast<uint16_t*>(p.block(p.out16, b)), 16,
+                   p.inverse);
+             }),
+             "",
+             {}});
+  table.run(
+      {"QuantInv8x8_16s_C1I",
+       "block",
+       kBlocks,
+       0,
+       0,
+       overBlocks([&](int b) { rkdiQuantInv8x8_JPEG_16s_C1I(p.block(p.out16, b), p.inverse); }),
+       "",
+       {}});
+}
+
+// Level shift reads and writes what these loops do, which add nothing else: a sample is truncated
+// or widened. They are compiled for the level that runs on this machine.
+#define RKD_BENCH_WIDE \
+  __attribute__((noinline, target_clones("arch=icelake-server", "avx2", "default")))
+RKD_BENCH_WIDE void plainNarrow(const int16_t* src, uint8_t* dst, int n) {
+  for (int i = 0; i < n; ++i) dst[i] = static_cast<uint8_t>(src[i]);
+}
+RKD_BENCH_WIDE void plainWiden(const uint8_t* src, int16_t* dst, int n) {
+  for (int i = 0; i < n; ++i) dst[i] = src[i];
+}
+
+void benchLevelShift(Table& table, const char* where, RkdiSize size) {
+  const int n = size.width * size.height;
+  const int repeat = std::max(1, (1 << 16) / n);
+  std::vector<int16_t> wide(n, 17);
+  std::vector<uint8_t> narrow(n, 17);
+  const auto repeated = [&](auto body) -> std::function<void()> {
+    return [=] {
+      for (int i = 0; i < repeat; ++i) body();
+    };
+  };
+  int16_t* w = wide.data();
+  uint8_t* b = narrow.data();
+  table.run({std::string("Add128_16s8u_C1R, ") + where, "px", double(n) * repeat, 1.3, 1.05,
+             repeated([=] { rkdiAdd128_JPEG_16s8u_C1R(w, size.width * 2, b, size.width, size); }),
+             "plain loop", repeated([=] { plainNarrow(w, b, n); })});
+  table.run({std::string("Sub128_8u16s_C1R, ") + where, "px", double(n) * repeat, 1.3, 1.05,
+             repeated([=] { rkdiSub128_JPEG_8u16s_C1R(b, size.width, w, size.width * 2, size); }),
+             "plain loop", repeated([=] { plainWiden(b, w, n); })});
 }
 
 }  // namespace
@@ -171,7 +296,10 @@ void benchInverse(Table& table, Picture& p) {
 void benchDct(Table& table) {
   const auto picture = std::make_unique<Picture>();
   benchForward(table, *picture);
+  benchForwardRows(table, *picture);
   benchInverse(table, *picture);
+  benchLevelShift(table, "first-level cache", {128, 64});
+  benchLevelShift(table, "second-level cache", {512, 256});
 }
 
 }  // namespace bench

@@ -59,7 +59,7 @@ void Table::run(const Case& c) {
       ++(aimed ? m_aimed : reached ? m_reached : m_missed);
     }
   } else {
-    std::printf("  not measured: no peer in this program");
+    std::printf("  no peer in this program%55s", "");
     ++m_unmeasured;
   }
 

@@ -100,32 +100,36 @@ HWY_INLINE void overRows(const Rows<S, D>& r, Row&& row) {
 
 // ---- 16-bit lanes: pairs, signs, order of 128-bit blocks ----
 
-// a[2i] * b[2i] + a[2i+1] * b[2i+1] in 32 bits, wrapping.
-template <class V16, class V32 = hn::Vec<hn::RepartitionToWide<hn::DFromV<V16>>>>
-RKD_BLOCK V32 pairProducts(V16 a, V16 b) {
-  const hn::RepartitionToWide<hn::DFromV<V16>> d32;
-#if HWY_TARGET == HWY_EMU128
-  const auto even = [&](V16 v) HWY_ATTR {
-    return hn::ShiftRight<16>(hn::ShiftLeft<16>(hn::BitCast(d32, v)));
-  };
-  const auto odd = [&](V16 v) HWY_ATTR { return hn::ShiftRight<16>(hn::BitCast(d32, v)); };
-  return hn::Add(hn::Mul(even(a), even(b)), hn::Mul(odd(a), odd(b)));
-#else
-  V32 unused = hn::Zero(d32);
-  return hn::ReorderWidenMulAccumulate(d32, a, b, hn::Zero(d32), unused);
-#endif
-}
-
-// sum + pairProducts(a, b)
+// sum + a[2i] * b[2i] + a[2i+1] * b[2i+1] in 32 bits, wrapping.
 template <class V16, class V32>
-RKD_BLOCK V32 addPairProducts(V32 sum, V16 a, V16 b) {
+HWY_INLINE V32 addPairProducts(V32 sum, V16 a, V16 b) {
 #if HWY_TARGET <= HWY_AVX3_DL
   // In assembly because the compiler is not told that this level has the instruction; what it is
   // told of instead is a later form with the same name that not all of these processors have.
   asm("vpdpwssd %2, %1, %0" : "+v"(sum.raw) : "v"(a.raw), "vm"(b.raw));
   return sum;
+#elif HWY_TARGET == HWY_EMU128
+  for (size_t i = 0; i < 4; ++i) {
+    const auto low = static_cast<uint32_t>(a.raw[2 * i] * b.raw[2 * i]);
+    const auto high = static_cast<uint32_t>(a.raw[2 * i + 1] * b.raw[2 * i + 1]);
+    sum.raw[i] = static_cast<int32_t>(static_cast<uint32_t>(sum.raw[i]) + low + high);
+  }
+  return sum;
 #else
-  return hn::Add(sum, pairProducts(a, b));
+  V32 unused = sum;
+  return hn::ReorderWidenMulAccumulate(hn::DFromV<V32>(), a, b, sum, unused);
+#endif
+}
+
+// a[2i] * b[2i] + a[2i+1] * b[2i+1] in 32 bits, wrapping.
+template <class V16, class V32 = hn::Vec<hn::RepartitionToWide<hn::DFromV<V16>>>>
+HWY_INLINE V32 pairProducts(V16 a, V16 b) {
+  const hn::RepartitionToWide<hn::DFromV<V16>> d32;
+#if HWY_TARGET == HWY_EMU128
+  return addPairProducts(hn::Zero(d32), a, b);
+#else
+  V32 unused = hn::Zero(d32);
+  return hn::ReorderWidenMulAccumulate(d32, a, b, hn::Zero(d32), unused);
 #endif
 }
 

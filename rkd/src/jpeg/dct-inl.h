@@ -13,6 +13,8 @@
 #endif
 
 #include <algorithm>
+#include <cstddef>
+#include <cstring>
 #include <type_traits>
 
 #include "common/lanes-inl.h"
@@ -254,17 +256,20 @@ using Inverse10 = InversePrecision<4, 0>;
 using Inverse8u = InversePrecision<4, 128>;
 using Inverse16u = InversePrecision<2, 2048>;
 
-// Coefficients times their quantisers, modulo 2^16; no table: as they are.
-HWY_INLINE EightRows loadCoefficients(const int16_t* from, const uint16_t* table) {
+// Row i of the coefficients, times their quantisers modulo 2^16 if there are any. A null table is
+// known to the compiler where it stands.
+HWY_INLINE V16 loadCoefficientRow(const int16_t* from, std::nullptr_t, int i) {
+  return loadEveryBlock(D16(), from + 8 * i);
+}
+HWY_INLINE V16 loadCoefficientRow(const int16_t* from, const uint16_t* table, int i) {
+  const hn::RebindToUnsigned<D16> du;
+  return hn::Mul(loadEveryBlock(D16(), from + 8 * i),
+                 hn::BitCast(D16(), loadEveryBlock(du, table + 8 * i)));
+}
+template <class Table>
+HWY_INLINE EightRows loadCoefficients(const int16_t* from, Table table) {
   EightRows r;
-  for (int i = 0; i < 8; ++i) {
-    r.row[i] = loadEveryBlock(D16(), from + 8 * i);
-    if (table != nullptr) {
-      const hn::RebindToUnsigned<D16> du;
-      const V16 quantisers = hn::BitCast(D16(), loadEveryBlock(du, table + 8 * i));
-      r.row[i] = hn::Mul(r.row[i], quantisers);
-    }
-  }
+  for (int i = 0; i < 8; ++i) r.row[i] = loadCoefficientRow(from, table, i);
   return r;
 }
 
@@ -325,15 +330,16 @@ HWY_INLINE Block inverseTransform(const EightRows& coefficients) {
   return block;
 }
 
-// A coefficient times its quantiser, modulo 2^16; no table: as it is.
-HWY_INLINE int dequantisedAt(const int16_t* coefficients, const uint16_t* table, int i) {
+// The first coefficient, dequantised in the same way.
+HWY_INLINE int firstCoefficient(const int16_t* from, std::nullptr_t) {
   int16_t coefficient;
-  uint16_t quantiser = 1;
-  std::memcpy(&coefficient, static_cast<const void*>(coefficients + i), sizeof(coefficient));
-  if (table != nullptr) {
-    std::memcpy(&quantiser, static_cast<const void*>(table + i), sizeof(quantiser));
-  }
-  return static_cast<int16_t>(coefficient * quantiser);
+  std::memcpy(&coefficient, static_cast<const void*>(from), sizeof(coefficient));
+  return coefficient;
+}
+HWY_INLINE int firstCoefficient(const int16_t* from, const uint16_t* table) {
+  uint16_t quantiser;
+  std::memcpy(&quantiser, static_cast<const void*>(table), sizeof(quantiser));
+  return static_cast<int16_t>(firstCoefficient(from, nullptr) * quantiser);
 }
 
 // What the inverse transform makes of a block with nothing but its first coefficient.

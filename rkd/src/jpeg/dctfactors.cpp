@@ -58,6 +58,13 @@ constexpr void setFour(DctFactors& f, int lane) {
   }
 }
 
+// Two points: signs only.
+constexpr void setTwo(DctFactors& f, int lane) {
+  const int across = lane % 2 == 0 ? 1 : -1, down = lane % 4 < 2 ? 1 : -1;
+  f.twoPoints[0][lane] = pairOf(1, across);
+  f.twoPoints[1][lane] = pairOf(down, down * across);
+}
+
 constexpr void setBytes(uint8_t (&bytes)[32], int a, int b, int c, int d, int e, int f, int g,
                         int h) {
   const int order[8] = {a, b, c, d, e, f, g, h};
@@ -70,6 +77,7 @@ constexpr DctFactors make() {
     setColumns(f, lane);
     setRows(f, lane);
     setFour(f, lane);
+    setTwo(f, lane);
     f.firstPair[lane] = lane % 4 == 0 ? -1 : 0;
     f.firstRow[lane] = lane < 4 ? -1 : 0;
     f.sums[lane] = lane % 2 == 0 ? -1 : 0;

@@ -40,7 +40,9 @@ struct alignas(64) DctFactors {
   Lanes inverseRow[4];            // samples 0 1 2 3 of frequencies 0 2, 4 6, 1 3, 5 7
   Lanes inverseFourColumn[2][2];  // to four samples: [x][frequencies 0 2, 1 3] of four
   Lanes inverseFourRow[2];        // samples 0 1 0 1 of frequencies 0 2, 1 3 of four
-  Lanes sums;                     // all bits of words 0 1 4 5 of each row: where sums stand
+  Lanes
+      twoPoints[2];  // to two samples: signs of frequencies 0 1 of rows 0, 1 in samples 00 01 10 11
+  Lanes sums;        // all bits of words 0 1 4 5 of each row: where sums stand
 
   // Orders of the words of a row, as bytes for table look-up in each 128-bit block.
   Words mirror;       // 7 6 7 6 5 4 5 4

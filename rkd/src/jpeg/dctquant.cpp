@@ -22,9 +22,10 @@ void quantFwd8x8(const int16_t* src, int16_t* dst, const uint16_t* table) {
   storeQuantised(forwardTransform<Forward10>(loadSamples(src)), table, dst);
 }
 
-HWY_INLINE void inverse(const int16_t* src, int16_t* dst, const uint16_t* table) {
+template <class Table>
+HWY_INLINE void inverse(const int16_t* src, int16_t* dst, Table table) {
   if (isFlat(src)) {
-    const int value = flatSample<Inverse10>(dequantisedAt(src, table, 0));
+    const int value = flatSample<Inverse10>(firstCoefficient(src, table));
     const V16 sample = hn::Set(D16(), static_cast<int16_t>(value));
     for (int i = 0; i < kVectors; ++i) hn::StoreU(sample, D16(), dst + 8 * W * i);
     return;

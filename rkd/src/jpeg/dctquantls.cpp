@@ -107,10 +107,10 @@ HWY_INLINE void storeFlat(int coefficient, uint16_t* dst, int step) {
     std::memcpy(static_cast<void*>(rowAt(dst, step, y)), row, sizeof(row));
 }
 
-template <class P, class T>
-HWY_INLINE void inverse(const int16_t* src, T* dst, int step, const uint16_t* table) {
+template <class P, class T, class Table>
+HWY_INLINE void inverse(const int16_t* src, T* dst, int step, Table table) {
   if (isFlat(src)) {
-    storeFlat<P>(dequantisedAt(src, table, 0), dst, step);
+    storeFlat<P>(firstCoefficient(src, table), dst, step);
   } else {
     storeRows(inverseTransform<P>(loadCoefficients(src, table)), dst, step);
   }
@@ -128,16 +128,9 @@ void quantInv8x8LS16u(const int16_t* src, uint16_t* dst, int step, const uint16_
 
 // ---- inverse of the low coefficients ----
 
-// Row i of the dequantised coefficients, in every block.
-HWY_INLINE V16 dequantisedRow(const int16_t* src, const uint16_t* table, int i) {
-  const hn::RebindToUnsigned<D16> du;
-  return hn::Mul(loadEveryBlock(D16(), src + 8 * i),
-                 hn::BitCast(D16(), loadEveryBlock(du, table + 8 * i)));
-}
-
 void quantInv8x8LS4x4(const int16_t* src, uint8_t* dst, int step, const uint16_t* table) {
   EightRows r;
-  for (int i = 0; i < 4; ++i) r.row[i] = dequantisedRow(src, table, i);
+  for (int i = 0; i < 4; ++i) r.row[i] = loadCoefficientRow(src, table, i);
   for (int i = 4; i < 8; ++i) r.row[i] = hn::Zero(D16());
   storeRows(inverseTransform<Inverse8u, 4>(r), dst, step);
 }
@@ -146,12 +139,12 @@ void quantInv8x8LS2x2(const int16_t* src, uint8_t* dst, int step, const uint16_t
   EightRows r;
   for (V16& row : r.row) row = hn::Zero(D16());
   const V16 low = factors(kDct.firstPair);
-  for (int i = 0; i < 2; ++i) r.row[i] = hn::And(dequantisedRow(src, table, i), low);
+  for (int i = 0; i < 2; ++i) r.row[i] = hn::And(loadCoefficientRow(src, table, i), low);
   storeRows(inverseTransform<Inverse8u, 4>(r), dst, step);
 }
 
 void quantInv8x8LS1x1(const int16_t* src, uint8_t* dst, int step, const uint16_t* table) {
-  storeFlat<Inverse8u>(dequantisedAt(src, table, 0), dst, step);
+  storeFlat<Inverse8u>(firstCoefficient(src, table), dst, step);
 }
 
 // ---- inverse to 4x4 samples ----
@@ -214,6 +207,31 @@ void quantInv8x8To4x4(const int16_t* src, uint8_t* dst, int step, const uint16_t
   for (int y = 0; y < 4; ++y) std::memcpy(rowAt(dst, step, y), samples + 4 * y, 4);
 }
 
+// ---- inverse to 2x2 samples: four sums of four coefficients, each an eighth ----
+
+void quantInv8x8To2x2(const int16_t* src, uint8_t* dst, int step, const uint16_t* table) {
+  const hn::FixedTag<uint16_t, 8> du;
+  const D16x8 d16;
+  const D32x4 d32;
+  const auto row = [&](int y) HWY_ATTR {
+    return hn::BitCast(
+        d32, hn::Mul(hn::LoadU(d16, src + 8 * y), hn::BitCast(d16, hn::LoadU(du, table + 8 * y))));
+  };
+  // Mean and vertical frequency in turn; each with its horizontal neighbour in one lane.
+  const V32x4 low = hn::InterleaveLower(d32, row(0), row(1));
+  const V16x8 upper = hn::BitCast(d16, hn::Broadcast<0>(low));
+  const V16x8 lower = hn::BitCast(d16, hn::Broadcast<1>(low));
+  V32x4 sums = hn::Set(d32, 8 * 128 + 4);
+  sums = addPairProducts(sums, upper, fourFactors(kDct.twoPoints[0]));
+  sums = hn::ShiftRight<3>(addPairProducts(sums, lower, fourFactors(kDct.twoPoints[1])));
+  const V16x8 samples = hn::ReorderDemote2To(d16, sums, sums);
+  const hn::FixedTag<uint32_t, 4> du32;
+  const uint32_t both = hn::GetLane(hn::BitCast(du32, narrowToBytes(samples, samples)));
+  const uint16_t first = static_cast<uint16_t>(both), second = static_cast<uint16_t>(both >> 16);
+  std::memcpy(dst, &first, 2);
+  std::memcpy(rowAt(dst, step, 1), &second, 2);
+}
+
 }  // namespace rkd::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
@@ -231,25 +249,7 @@ HWY_EXPORT(quantInv8x8LS4x4);
 HWY_EXPORT(quantInv8x8LS2x2);
 HWY_EXPORT(quantInv8x8LS1x1);
 HWY_EXPORT(quantInv8x8To4x4);
-
-// Two points need no more than sums: the same at every level.
-void quantInv8x8To2x2(const int16_t* src, uint8_t* dst, int step, const uint16_t* table) {
-  const auto coefficient = [&](int i) {
-    int16_t c;
-    uint16_t q;
-    std::memcpy(&c, static_cast<const void*>(src + i), sizeof(c));
-    std::memcpy(&q, static_cast<const void*>(table + i), sizeof(q));
-    return int{static_cast<int16_t>(c * q)};
-  };
-  const int mean = coefficient(0) + 8 * 128 + 4;  // eight times, with half a unit for rounding
-  const int across = coefficient(1), down = coefficient(8), both = coefficient(9);
-  const auto sample = [](int sum) { return static_cast<uint8_t>(std::clamp(sum >> 3, 0, 255)); };
-  const int top = mean + down, bottom = mean - down;
-  const uint8_t rows[2][2] = {{sample(top + across + both), sample(top - across - both)},
-                              {sample(bottom + across - both), sample(bottom - across + both)}};
-  std::memcpy(dst, rows[0], 2);
-  std::memcpy(rowAt(dst, step, 1), rows[1], 2);
-}
+HWY_EXPORT(quantInv8x8To2x2);
 
 // Samples in rows to a block.
 template <class Kernel, class T, class... Table>
@@ -299,7 +299,7 @@ RKD_INVERSE_QUANTISED(rkdiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R, 8, RKD_AT_LEVEL(q
 RKD_INVERSE_QUANTISED(rkdiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R, 8, RKD_AT_LEVEL(quantInv8x8LS2x2), uint8_t)
 RKD_INVERSE_QUANTISED(rkdiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R, 8, RKD_AT_LEVEL(quantInv8x8LS1x1), uint8_t)
 RKD_INVERSE_QUANTISED(rkdiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R, 4, RKD_AT_LEVEL(quantInv8x8To4x4), uint8_t)
-RKD_INVERSE_QUANTISED(rkdiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R, 2, quantInv8x8To2x2, uint8_t)
+RKD_INVERSE_QUANTISED(rkdiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R, 2, RKD_AT_LEVEL(quantInv8x8To2x2), uint8_t)
 // clang-format on
 
 RkdStatus rkdiDCT8x8FwdLS_JPEG_8u16s_C1R(const uint8_t* src, int srcStep, int16_t* dst) {

@@ -3,7 +3,7 @@
 #define HWY_TARGET_INCLUDE "jpeg/levelshift.cpp"
 #include "hwy/foreach_target.h"
 
-#include "common/lanes-inl.h"
+#include "common/bytes-inl.h"
 #include "common/levels.h"
 #include "hwy/highway.h"
 #include "rkd/rkdjpeg_dct.h"
@@ -11,25 +11,38 @@
 HWY_BEFORE_NAMESPACE();
 namespace rkd::HWY_NAMESPACE {
 
+// A whole vector of bytes a step; its words come from two vectors.
 void add128(const Rows<int16_t, uint8_t>& region) {
-  const hn::ScalableTag<int16_t> d16;
-  const hn::Rebind<uint8_t, decltype(d16)> d8;
-  const auto shift = hn::Set(d16, 128);
+  const D8 d8;
+  const D16 d16;
+  const V16 shift = hn::Set(d16, 128);
+  constexpr size_t kHalf = kTile / 2;
+  const auto shifted = [&](V16 a, V16 b) HWY_ATTR {
+    return packInOrder(hn::SaturatedAdd(a, shift), hn::SaturatedAdd(b, shift));
+  };
   overRows<1, 1>(region, [&](const int16_t* src, uint8_t* dst, size_t width) HWY_ATTR {
-    overRow(width, hn::Lanes(d16), [&](size_t x, auto part) HWY_ATTR {
-      const auto sample = hn::SaturatedAdd(load(d16, src + x, part), shift);
-      store(hn::DemoteTo(d8, sample), d8, dst + x, part);
-    });
+    size_t x = 0;
+    for (; x + kTile <= width; x += kTile) {
+      const V16 second = hn::LoadU(d16, src + x + kHalf);
+      hn::StoreU(shifted(hn::LoadU(d16, src + x), second), d8, dst + x);
+    }
+    if (const size_t rest = width - x; rest > kHalf) {
+      const V16 second = load(d16, src + x + kHalf, Part{rest - kHalf});
+      store(shifted(hn::LoadU(d16, src + x), second), d8, dst + x, Part{rest});
+    } else if (rest > 0) {
+      const V16 first = load(d16, src + x, Part{rest});
+      store(shifted(first, hn::Zero(d16)), d8, dst + x, Part{rest});
+    }
   });
 }
 
 void sub128(const Rows<uint8_t, int16_t>& region) {
-  const hn::ScalableTag<int16_t> d16;
-  const hn::Rebind<uint8_t, decltype(d16)> d8;
-  const auto shift = hn::Set(d16, 128);
+  const D16 d16;
+  const hn::Rebind<uint8_t, D16> d8;
+  const V16 shift = hn::Set(d16, 128);
   overRows<1, 1>(region, [&](const uint8_t* src, int16_t* dst, size_t width) HWY_ATTR {
     overRow(width, hn::Lanes(d16), [&](size_t x, auto part) HWY_ATTR {
-      const auto sample = hn::PromoteTo(d16, load(d8, src + x, part));
+      const V16 sample = hn::PromoteTo(d16, load(d8, src + x, part));
       store(hn::Sub(sample, shift), d16, dst + x, part);
     });
   });
