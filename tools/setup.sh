@@ -39,7 +39,7 @@ tazmet_setup() {
 tazmet_build_packages=(g++ cmake ninja-build libhwy-dev)
 # What the tests need on top: their framework, the formatter, and the open programs that judge us.
 tazmet_check_packages=(git libgtest-dev libgmock-dev clang-format libjpeg-turbo-progs
-  libjpeg62-turbo-dev binutils)
+  libjpeg62-turbo-dev binutils libopenjp2-tools)
 
 # Ubuntu names one of them differently.
 if [[ -r /etc/os-release ]] && grep -q '^ID=ubuntu' /etc/os-release; then
