@@ -6,3 +6,4 @@
 #include "ref_color.h"
 #include "ref_dct.h"
 #include "ref_huffman.h"
+#include "ref_wavelet.h"

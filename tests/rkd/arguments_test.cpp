@@ -242,6 +242,41 @@ TEST(Arguments, Component) {
   REFUSES(rkdiRCTInv_JPEG2K_32s_P3C3R, "P3 s1 p s3 z");
 }
 
+TEST(Arguments, Wavelet) {
+  REFUSES(rkdiWTFwdCol_B53_JPEG2K_16s_C1R, "p s1 p s1 p s1 z =0");
+  REFUSES(rkdiWTInvCol_B53_JPEG2K_16s_C1R, "p s1 p s1 p s1 z =0");
+  REFUSES(rkdiWTFwdCol_B53_JPEG2K_32s_C1R, "p s1 p s1 p s1 z =0");
+  REFUSES(rkdiWTInvCol_B53_JPEG2K_32s_C1R, "p s1 p s1 p s1 z =0");
+  REFUSES(rkdiWTFwdCol_D97_JPEG2K_32f_C1R, "p s1 p s1 p s1 z =0");
+  REFUSES(rkdiWTInvCol_D97_JPEG2K_32f_C1R, "p s1 p s1 p s1 z =0");
+  REFUSES(rkdiWTFwd_B53_JPEG2K_16s_C1R, "p s1 p s1 z =0 =1 p");
+  REFUSES(rkdiWTFwd_B53_JPEG2K_16s_C1IR, "p s1 z =0 =1 p");
+  REFUSES(rkdiWTInv_B53_JPEG2K_16s_C1R, "p s1 p s1 z =0 =1 p");
+  REFUSES(rkdiWTInv_B53_JPEG2K_16s_C1IR, "p s1 z =0 =1 p");
+  REFUSES(rkdiWTFwd_B53_JPEG2K_32s_C1R, "p s1 p s1 z =0 =1 p");
+  REFUSES(rkdiWTFwd_B53_JPEG2K_32s_C1IR, "p s1 z =0 =1 p");
+  REFUSES(rkdiWTInv_B53_JPEG2K_32s_C1R, "p s1 p s1 z =0 =1 p");
+  REFUSES(rkdiWTInv_B53_JPEG2K_32s_C1IR, "p s1 z =0 =1 p");
+  REFUSES(rkdiWTFwd_D97_JPEG2K_16s_C1R, "p s1 p s1 z =0 =1 p");
+  REFUSES(rkdiWTFwd_D97_JPEG2K_16s_C1IR, "p s1 z =0 =1 p");
+  REFUSES(rkdiWTInv_D97_JPEG2K_16s_C1R, "p s1 p s1 z =0 =1 p");
+  REFUSES(rkdiWTInv_D97_JPEG2K_16s_C1IR, "p s1 z =0 =1 p");
+  REFUSES(rkdiWTFwd_D97_JPEG2K_32s_C1R, "p s1 p s1 z =0 =1 p");
+  REFUSES(rkdiWTFwd_D97_JPEG2K_32s_C1IR, "p s1 z =0 =1 p");
+  REFUSES(rkdiWTInv_D97_JPEG2K_32s_C1R, "p s1 p s1 z =0 =1 p");
+  REFUSES(rkdiWTInv_D97_JPEG2K_32s_C1IR, "p s1 z =0 =1 p");
+  REFUSES(rkdiWTFwdColLift_B53_JPEG2K_16s_C1, "p p p p p p n");
+  REFUSES(rkdiWTFwdColLift_B53_JPEG2K_32s_C1, "p p p p p p n");
+  REFUSES(rkdiWTFwdColLift_D97_JPEG2K_16s_C1, "p p P4 p p n");
+  REFUSES(rkdiWTFwdColLift_D97_JPEG2K_32s_C1, "p p P4 p p n");
+  REFUSES(rkdiWTFwdColLift_D97_JPEG2K_32f_C1, "p p P4 p p n");
+  REFUSES(rkdiWTInvColLift_B53_JPEG2K_16s_C1, "p p p p p p n");
+  REFUSES(rkdiWTInvColLift_B53_JPEG2K_32s_C1, "p p p p p p n");
+  REFUSES(rkdiWTInvColLift_D97_JPEG2K_16s_C1, "p p P4 p p n");
+  REFUSES(rkdiWTInvColLift_D97_JPEG2K_32s_C1, "p p P4 p p n");
+  REFUSES(rkdiWTInvColLift_D97_JPEG2K_32f_C1, "p p P4 p p n");
+}
+
 TEST(Arguments, Mcu) {
   REFUSES(rkdiRGBToYCbCr444LS_MCU_8u16s_C3P3R, "p r24 P3");
   REFUSES(rkdiRGBToYCbCr422LS_MCU_8u16s_C3P3R, "p r48 P3");

@@ -8,3 +8,4 @@
 #include "rkd/rkdjpeg_mcu.h"
 #include "rkd/rkdjpeg_pred.h"
 #include "rkd/rkdjpeg_sample.h"
+#include "rkd/rkdjpeg_wavelet.h"
