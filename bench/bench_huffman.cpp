@@ -155,7 +155,8 @@ class Coefficients {
   /// Whole MCUs of a component, block by block.
   std::vector<int16_t> blocks(int component, int* across, int* down) {
     const jpeg_component_info& info = d_.comp_info[component];
-    const int mcusAcross = int((d_.image_width + 15) / 16), mcusDown = int((d_.image_height + 15) / 16);
+    const int mcusAcross = int((d_.image_width + 15) / 16),
+              mcusDown = int((d_.image_height + 15) / 16);
     *across = mcusAcross * info.h_samp_factor;
     *down = mcusDown * info.v_samp_factor;
     std::vector<int16_t> all;
@@ -366,7 +367,10 @@ std::function<uint64_t()> timed(Work work) {
 
 void row(const char* what, double ours, double peer, double must, double aim) {
   std::printf("%-44s %8.1f %8.1f %7.2f   must %.2f aim %.2f  %s\n", what, ours, peer, ours / peer,
-              must, aim, ours / peer <= aim ? "aim" : ours / peer <= must ? "must" : "MISSED");
+              must, aim,
+              ours / peer <= aim    ? "aim"
+              : ours / peer <= must ? "must"
+                                    : "MISSED");
 }
 
 const std::vector<jpeg_scan_info> coarseScript = {
@@ -393,8 +397,8 @@ void measure(const Bytes& rgb, int width, int height, int quality) {
   std::printf("\nquality %d, 4:2:0: %.1f non-zero, %.1f bits a block\n", quality, nonZero / blocks,
               8 * ours.length / blocks);
 
-  const auto encode = fastest({timed([&] { encodeBaseline(ours); }),
-                               timed([&] { peer.write(nullptr); })});
+  const auto encode =
+      fastest({timed([&] { encodeBaseline(ours); }), timed([&] { peer.write(nullptr); })});
   row("encode, clocks a block", encode[0] / blocks, encode[1] / blocks, 0.8, 0.5);
   const auto decode = fastest({timed([&] { decodeBaseline(ours); }), timed([&] { read(file); })});
   row("decode", decode[0] / blocks, decode[1] / blocks, 0.7, 0.45);
@@ -421,9 +425,9 @@ void measure(const Bytes& rgb, int width, int height, int quality) {
   }
   std::printf("refinement of AC bit 0: %.1f bits a block\n", 8 * double(bytes) / blocks);
 
-  const auto refineEncode = fastest({timed([&] { encodeRefinement(ours, &refinement); }),
-                                     timed([&] { peer.write(&script); }),
-                                     timed([&] { peer.write(&coarseScript); })});
+  const auto refineEncode =
+      fastest({timed([&] { encodeRefinement(ours, &refinement); }),
+               timed([&] { peer.write(&script); }), timed([&] { peer.write(&coarseScript); })});
   row("encode with statistics", refineEncode[0] / blocks,
       (refineEncode[1] - refineEncode[2]) / blocks, 0.6, 0.25);
   const auto oursAlone = [&] {
@@ -443,8 +447,8 @@ int main(int argc, char** argv) {
   if (argc > 1) require(rkdInitCpu(std::atoi(argv[1])) == 0, "no such processor level here");
   const int width = 768, height = 512;
   const Bytes rgb = photo(width, height);
-  std::printf("Huffman coding, level %s; peer libjpeg (API %d) of this system\n",
-              rkdGetLevelName(), JPEG_LIB_VERSION);
+  std::printf("Huffman coding, level %s; peer libjpeg (API %d) of this system\n", rkdGetLevelName(),
+              JPEG_LIB_VERSION);
   std::printf("%-44s %8s %8s %7s\n", "", "ours", "peer", "ratio");
   for (const int quality : {75, 90}) measure(rgb, width, height, quality);
   return 0;

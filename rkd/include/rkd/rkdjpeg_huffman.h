@@ -6,9 +6,9 @@
 /// - **Blocks** are 64 coefficients in natural (row by row) order; zigzag stays inside.
 /// - **Position.** With a state object, `*position` counts BYTES of the stream, stuffed bytes and
 ///   all. For an encoder it is the place of the next byte: bytes are sent in eights (and what is
-///   stuffed into them), up to 64 bits wait in the state until a flush. For a decoder it is the next
-///   byte to be taken: the state holds as many whole bytes as 63 bits allow, read ahead, never past
-///   a marker. Only the direct coders, which have no state, count BITS.
+///   stuffed into them), up to 64 bits wait in the state until a flush. For a decoder it is the
+///   next byte to be taken: the state holds as many whole bytes as 63 bits allow, read ahead, never
+///   past a marker. Only the direct coders, which have no state, count BITS.
 /// - **Flush.** An encoder called with `flush != 0` codes nothing: it sends a pending end-of-band
 ///   run, fills the last byte with 1 bits and leaves the state as after Init, ready for a marker
 ///   and the next interval. Source, previous DC and specifications are not looked at and may be
