@@ -9,6 +9,7 @@ int main(int argc, char** argv) {
   std::printf("Clocks of the time-stamp counter a unit, minima in turns; level %s\n",
               rkdGetLevelName());
   bench::Table table(argc > 1 ? argv[1] : "");
+  bench::benchCodeBlock(table);
   bench::benchDct(table);
   table.summary();
   return table.allReached() ? 0 : 1;

@@ -54,6 +54,7 @@ class Table {
 };
 
 // The families, each in its bench_*.cpp.
+void benchCodeBlock(Table& table);
 void benchDct(Table& table);
 
 }  // namespace bench

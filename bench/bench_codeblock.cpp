@@ -1,0 +1,233 @@
+// Code blocks of JPEG 2000 beside OpenJPEG.
+//
+// The peer's block coder has no interface of its own. What is timed is its whole codec on a picture
+// without decomposition levels, whose samples are the coefficients: beside the blocks it sets up a
+// codec, copies samples and writes or reads one packet, a few clocks a coefficient.
+#include <openjpeg.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "benchkit.h"
+#include "ref_code2k.h"
+#include "rkd/rkdjpeg_codeblock.h"
+
+namespace bench {
+namespace {
+
+constexpr int kBlock = 64;
+constexpr int kAcross = 4;
+constexpr int kSide = kBlock * kAcross;
+
+void require(bool holds, const char* what) {
+  if (holds) return;
+  std::fprintf(stderr, "bench_codeblock: %s\n", what);
+  std::exit(1);
+}
+
+/// Two-sided exponential values whose width changes smoothly over the picture.
+std::vector<int32_t> coefficients(double scale) {
+  constexpr int cell = 8, corners = kSide / cell + 2;
+  std::mt19937 random(7);
+  std::normal_distribution<double> normal(0, 1.1);
+  std::exponential_distribution<double> magnitude(1);
+  std::vector<double> corner(size_t{corners} * corners);
+  for (double& c : corner) c = normal(random);
+  std::vector<int32_t> all(size_t{kSide} * kSide);
+  for (int y = 0; y < kSide; ++y) {
+    for (int x = 0; x < kSide; ++x) {
+      const double fx = double(x % cell) / cell, fy = double(y % cell) / cell;
+      const double* const c = &corner[size_t(y / cell) * corners + size_t(x / cell)];
+      const double activity = (c[0] * (1 - fx) + c[1] * fx) * (1 - fy) +
+                              (c[corners] * (1 - fx) + c[corners + 1] * fx) * fy;
+      const int value = int(std::min(scale * std::exp(activity) * magnitude(random), 32767.0));
+      all[size_t(y) * kSide + size_t(x)] = (random() & 1) != 0 ? -value : value;
+    }
+  }
+  return all;
+}
+
+// ---- the peer ----
+
+using Bytes = std::vector<uint8_t>;
+
+/// A stream over bytes in memory.
+struct Memory {
+  Bytes bytes;
+  size_t at = 0;
+};
+
+OPJ_SIZE_T readMemory(void* buffer, OPJ_SIZE_T count, void* user) {
+  auto& m = *static_cast<Memory*>(user);
+  const size_t n = std::min<size_t>(count, m.bytes.size() - m.at);
+  if (n == 0) return OPJ_SIZE_T(-1);
+  std::memcpy(buffer, m.bytes.data() + m.at, n);
+  m.at += n;
+  return n;
+}
+OPJ_SIZE_T writeMemory(void* buffer, OPJ_SIZE_T count, void* user) {
+  auto& m = *static_cast<Memory*>(user);
+  if (m.bytes.size() < m.at + count) m.bytes.resize(m.at + count);
+  std::memcpy(m.bytes.data() + m.at, buffer, count);
+  m.at += count;
+  return count;
+}
+OPJ_OFF_T skipMemory(OPJ_OFF_T count, void* user) {
+  static_cast<Memory*>(user)->at += size_t(count);
+  return count;
+}
+OPJ_BOOL seekMemory(OPJ_OFF_T to, void* user) {
+  static_cast<Memory*>(user)->at = size_t(to);
+  return OPJ_TRUE;
+}
+
+opj_stream_t* openMemory(Memory* memory, bool reading) {
+  opj_stream_t* const stream = opj_stream_create(1 << 20, reading ? OPJ_TRUE : OPJ_FALSE);
+  opj_stream_set_user_data(stream, memory, nullptr);
+  opj_stream_set_user_data_length(stream, memory->bytes.size());
+  opj_stream_set_read_function(stream, readMemory);
+  opj_stream_set_write_function(stream, writeMemory);
+  opj_stream_set_skip_function(stream, skipMemory);
+  opj_stream_set_seek_function(stream, seekMemory);
+  return stream;
+}
+
+Bytes peerEncode(const std::vector<int32_t>& data) {
+  opj_cparameters_t parameters;
+  opj_set_default_encoder_parameters(&parameters);
+  parameters.numresolution = 1;
+  parameters.cblockw_init = parameters.cblockh_init = kBlock;
+  parameters.tcp_numlayers = 1;
+  parameters.cp_disto_alloc = 1;
+  opj_image_cmptparm_t component{};
+  component.dx = component.dy = 1;
+  component.w = component.h = kSide;
+  component.prec = 16;
+  component.sgnd = 1;
+  opj_image_t* const image = opj_image_create(1, &component, OPJ_CLRSPC_GRAY);
+  image->x1 = image->y1 = kSide;
+  std::copy(data.begin(), data.end(), image->comps[0].data);
+  opj_codec_t* const codec = opj_create_compress(OPJ_CODEC_J2K);
+  Memory memory;
+  opj_stream_t* const stream = openMemory(&memory, false);
+  require(opj_setup_encoder(codec, &parameters, image) &&
+              opj_start_compress(codec, image, stream) && opj_encode(codec, stream) &&
+              opj_end_compress(codec, stream),
+          "the peer does not encode");
+  opj_stream_destroy(stream);
+  opj_destroy_codec(codec);
+  opj_image_destroy(image);
+  return memory.bytes;
+}
+
+std::vector<int32_t> peerDecode(const Bytes& bytes) {
+  opj_dparameters_t parameters;
+  opj_set_default_decoder_parameters(&parameters);
+  opj_codec_t* const codec = opj_create_decompress(OPJ_CODEC_J2K);
+  Memory memory{bytes};
+  opj_stream_t* const stream = openMemory(&memory, true);
+  opj_image_t* image = nullptr;
+  require(opj_setup_decoder(codec, &parameters) && opj_read_header(stream, codec, &image) &&
+              opj_decode(codec, stream, image) && opj_end_decompress(codec, stream),
+          "the peer does not decode");
+  const std::vector<int32_t> data(image->comps[0].data, image->comps[0].data + kSide * kSide);
+  opj_stream_destroy(stream);
+  opj_destroy_codec(codec);
+  opj_image_destroy(image);
+  return data;
+}
+
+// ---- ours ----
+
+/// A picture's blocks, coded and decoded one after the other in the same two states.
+class Picture {
+ public:
+  explicit Picture(double scale) : data(coefficients(scale)), decoded(data.size()) {
+    require(rkdiEncodeCodeBlockStateInitAlloc_JPEG2K(&m_encode) == 0 &&
+                rkdiDecodeCodeBlockStateInitAlloc_JPEG2K(&m_decode) == 0,
+            "no memory");
+    encode();
+    decode();
+    require(decoded == data, "a round trip changes coefficients");
+    peerBytes = peerEncode(data);
+    require(peerDecode(peerBytes) == data, "the peer's round trip changes coefficients");
+    ref::RkdiEncodeCodeBlockState counter;
+    forEachBlock([&](int at, Block&) {
+      ref::rkdiEncodeLoadCodeBlock_JPEG2K_32s_C1R(&data[size_t(at)], kStep, kSize, rkdBandLL, 0,
+                                                  rkdCodeBlockMaxPasses, &counter);
+      decisions += counter.decisions;
+    });
+  }
+  ~Picture() {
+    rkdiEncodeCodeBlockStateFree_JPEG2K(m_encode);
+    rkdiDecodeCodeBlockStateFree_JPEG2K(m_decode);
+  }
+  Picture(const Picture&) = delete;
+  Picture& operator=(const Picture&) = delete;
+
+  void encode() {
+    forEachBlock([&](int at, Block& b) {
+      RkdStatus status = rkdiEncodeLoadCodeBlock_JPEG2K_32s_C1R(
+          &data[size_t(at)], kStep, kSize, rkdBandLL, 0, rkdCodeBlockMaxPasses, m_encode);
+      status |= rkdiEncodeGetCodeBlockInfo_JPEG2K(&b.bitPlanes, &b.passes, m_encode);
+      b.bytes.resize(1 << 15);
+      b.length = 0;
+      status |= rkdiEncodeStoreBits_JPEG2K_1u(b.bytes.data(), int(b.bytes.size()), &b.length,
+                                              b.passes, m_encode);
+      require(status == 0, "a block cannot be encoded");
+    });
+  }
+  void decode() {
+    forEachBlock([&](int at, Block& b) {
+      require(rkdiDecodeCodeBlock_JPEG2K_1u32s_C1R(b.bytes.data(), b.length, &b.length, 1,
+                                                   &decoded[size_t(at)], kStep, kSize, rkdBandLL, 0,
+                                                   b.bitPlanes, b.passes, m_decode) == 0,
+              "a block cannot be decoded");
+    });
+  }
+
+  std::vector<int32_t> data, decoded;
+  Bytes peerBytes;
+  double decisions = 0;
+
+ private:
+  static constexpr RkdiSize kSize = {kBlock, kBlock};
+  static constexpr int kStep = kSide * int(sizeof(int32_t));
+  struct Block {
+    Bytes bytes;
+    int length = 0, bitPlanes = 0, passes = 0;
+  };
+
+  template <class Work>
+  void forEachBlock(Work work) {
+    for (int i = 0; i < kAcross * kAcross; ++i) {
+      work(i / kAcross * kBlock * kSide + i % kAcross * kBlock, m_blocks[i]);
+    }
+  }
+
+  Block m_blocks[kAcross * kAcross];
+  RkdiEncodeCodeBlockState* m_encode = nullptr;
+  RkdiDecodeCodeBlockState* m_decode = nullptr;
+};
+
+}  // namespace
+
+void benchCodeBlock(Table& table) {
+  const std::string peer = std::string("OpenJPEG ") + opj_version();
+  for (const auto& [kind, scale] : {std::pair{"lossless", 3.2}, std::pair{"lossy", 1.5}}) {
+    Picture picture(scale);
+    table.run({std::string("code-block encode, ") + kind, "decision", picture.decisions, 0.75, 0.45,
+               [&] { picture.encode(); }, peer, [&] { peerEncode(picture.data); }});
+    table.run({std::string("code-block decode, ") + kind, "decision", picture.decisions, 0.8, 0.6,
+               [&] { picture.decode(); }, peer, [&] { peerDecode(picture.peerBytes); }});
+  }
+}
+
+}  // namespace bench
