@@ -44,6 +44,9 @@ const Suite kSuites[] = {
     {"src/p_jsampl_ia", "px", {"TimjSample//RK_REG"}, 4},
     {"src/p_jsamplmcu_ia", "pxch", {"TimjSampleMCU//RK_REG"}, 7},
     {"src/p_jsamplrow_ia", "e", {"TimjSampleRow//RK_REG"}, 4},
+    {"src/p_jwt_ia", "px", {"TimjWT//RK_REG"}, 16},
+    {"src/p_jwtcollift_ia", "e", {"TimjWTColLift//RK_REG_Ibs", "TimjWTColLift//RK_REG"}, 10},
+    {"src/p_jwtrow_ia", "px", {"TimjWTRow//RK_REG"}, 16},
 };
 
 std::vector<rkTest*> suiteTests() {
