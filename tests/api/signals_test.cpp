@@ -34,12 +34,16 @@ int* volatile nowhere = nullptr;
 
 OWN_FAULT void writeNowhere() { *nowhere = 1; }
 
-OWN_FAULT void divideByZero() { asm volatile("idivl %0" : : "r"(zero), "a"(1), "d"(0)); }
+OWN_FAULT void divideByZero() {
+  int low = 1;
+  int high = 0;
+  asm volatile("idivl %2" : "+a"(low), "+d"(high) : "r"(zero));
+}
 
 OWN_FAULT void runIllegal() { asm volatile("ud2"); }
 
 OWN_FAULT int recurse(int depth) {
-  volatile char frame[4096];
+  volatile unsigned char frame[4096] = {};
   frame[depth % 4096] = 1;
   const int deeper = zero == 0 ? recurse(depth + 1) : 0;
   return deeper + frame[0];
@@ -51,7 +55,7 @@ void readBeyondFile() {
   std::FILE* const file = std::tmpfile();
   void* const page = mmap(nullptr, 4096, PROT_READ, MAP_SHARED, fileno(file), 0);
   std::fclose(file);
-  sink = *static_cast<volatile char*>(page);
+  sink = *static_cast<volatile unsigned char*>(page);
 }
 
 struct Fault {

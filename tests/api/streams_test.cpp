@@ -143,7 +143,7 @@ TEST_F(Files, LinesEndAtNewlinesAndTheLastNeedsNone) {
 }
 
 TEST_F(Files, WhatIsNoTextIsReadNoFurther) {
-  m_folder.make("wide.ini", std::string("a=1\n[\0T\0\n\0b=2\n", 15));
+  m_folder.make("wide.ini", std::string("a=1\n[\0T\0\n\0b=2\n", 14));
   m_folder.make("long.ini", std::string(i_stream::MAX_LINE + 1, 'x') + "\nb=2\n");
   for (const auto& [name, lines] : {std::pair{"wide.ini", 1}, {"long.ini", 0}}) {
     Console console;

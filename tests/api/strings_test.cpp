@@ -299,7 +299,7 @@ bool byKey(const Item& a, const Item& b) { return a.key < b.key; }
 
 template <class T>
 std::vector<T> values(const tzList<T>& list) {
-  const std::vector<T> forward(list.begin(), list.end());
+  std::vector<T> forward(list.begin(), list.end());
   std::vector<T> backward;
   for (auto it = list.end(); it != list.begin();) backward.push_back(*--it);
   std::reverse(backward.begin(), backward.end());

@@ -49,6 +49,7 @@ void parseAndApply(const std::string& line, const std::string& commandFile) {
   tzString(line).parse(typed, " ");
   for (const tzString& word : typed) words.push_back(word.str());
   std::vector<char*> argv;
+  argv.reserve(words.size());
   for (std::string& word : words) argv.push_back(word.data());
 
   Session session;
