@@ -59,7 +59,6 @@ double getMinAbsValue(rkType type);  ///< the smallest positive normal value: 1 
 /// `type`; calls nothing for rkUndef.
 template <typename F>
 void withPartType(rkType type, F&& f) {
-  // The branches differ in the type of the argument. NOLINTNEXTLINE(bugprone-branch-clone)
   switch (partType(type)) {
     // NOLINTNEXTLINE(bugprone-branch-clone): alike but for the type
     case rk8u:
