@@ -60,28 +60,32 @@ class Noise {
   std::array<float, 4093> value_;
 };
 
-/// A photograph's mixture: large shapes with edges, texture that comes and goes, a little grain.
+/// What photographs are like: every octave of detail has about the same energy, local contrast
+/// comes and goes, colours change slowly, and there is a little grain.
 Bytes photo(int width, int height) {
-  std::vector<Noise> octaves;
-  for (int i = 0; i < 7; ++i) octaves.emplace_back(100 + i, 256 >> i);
-  const Noise shapes(7, 90), where(8, 120), hue(9, 150);
+  std::vector<Noise> detail, reddish, bluish;
+  for (int i = 0; i < 8; ++i) detail.emplace_back(100 + i, 256 >> i);
+  for (int i = 0; i < 6; ++i) reddish.emplace_back(200 + i, 256 >> i);
+  for (int i = 0; i < 6; ++i) bluish.emplace_back(300 + i, 256 >> i);
+  const Noise broad(8, 150), narrow(9, 40);
   std::mt19937 random(10);
-  std::normal_distribution<float> grain(0, 2.8f);
+  std::normal_distribution<float> grain(0, 1.3f);
+  const auto sum = [](const std::vector<Noise>& octaves, int x, int y) {
+    float value = 0;
+    for (const Noise& octave : octaves) value += octave.at(x, y);
+    return value;
+  };
   Bytes rgb(size_t(width) * height * 3);
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
-      float v = 128 + (shapes.at(x, y) > 0.15f ? 45.f : -20.f);
-      const float texture = std::max(0.f, where.at(x, y) + 0.35f);
-      for (size_t i = 0; i < octaves.size(); ++i) {
-        const float weight = i < 4 ? 26.f / float(i + 1) : 75.f * texture / float(i - 2);
-        v += weight * octaves[i].at(x, y);
-      }
-      const float h = hue.at(x, y) * 30;
-      const float g = grain(random);
+      const float contrast = std::exp(1.1f * broad.at(x, y) + 0.8f * narrow.at(x, y));
+      const float v = 128 + 8 * contrast * sum(detail, x, y) + grain(random);
+      const float red = 4 * contrast * sum(reddish, x, y);
+      const float blue = 4 * contrast * sum(bluish, x, y);
       uint8_t* const pixel = &rgb[(size_t(y) * width + x) * 3];
-      pixel[0] = uint8_t(std::clamp(v + h + g, 0.f, 255.f));
-      pixel[1] = uint8_t(std::clamp(v + g, 0.f, 255.f));
-      pixel[2] = uint8_t(std::clamp(v - h * 0.8f + g, 0.f, 255.f));
+      pixel[0] = uint8_t(std::clamp(v + red, 0.f, 255.f));
+      pixel[1] = uint8_t(std::clamp(v - 0.5f * red - 0.3f * blue, 0.f, 255.f));
+      pixel[2] = uint8_t(std::clamp(v + blue, 0.f, 255.f));
     }
   }
   return rgb;

@@ -25,6 +25,7 @@
 
 // Every processor of the AVX2 level counts leading zeros in one step; Highway does not ask g++ for
 // it. (clang has no pragma that adds to a target; it gets by without.)
+#undef RKD_HAS_COEFFICIENT_LIST
 #undef RKD_PUSH_LZCNT
 #undef RKD_POP_LZCNT
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
@@ -157,6 +158,52 @@ HWY_INLINE void growMagnitudes(int16_t* block, uint64_t map, int al) {
   }
 }
 
+#if HWY_TARGET <= HWY_AVX3_DL
+#define RKD_HAS_COEFFICIENT_LIST 1
+
+/// AC coefficients as places in a table of small ones, the last coefficient first.
+struct CoefficientList {
+  static constexpr int room = 32;
+  alignas(64) uint16_t place[room];
+};
+
+struct ListLanes {
+  alignas(64) uint8_t position[64];  ///< of each map bit
+  alignas(64) uint16_t before[32];   ///< the lane of the coefficient before
+};
+inline constexpr ListLanes listLanes = [] {
+  ListLanes lanes{};
+  for (int n = 0; n < 64; ++n) lanes.position[n] = uint8_t(63 - n);
+  for (int n = 0; n < 32; ++n) lanes.before[n] = uint16_t((n + 1) % 32);
+  return lanes;
+}();
+
+/// Lists the `count` coefficients of a map of non-zero AC coefficients as run * 256 + value + 128,
+/// and `none` behind them. False if there are too many, or a run above 15 or a value that takes more
+/// than 8 bits.
+HWY_INLINE bool listCoefficients(const int16_t* block, uint64_t map, int count, uint16_t none,
+                                 CoefficientList* list) {
+  const ZigzagBlock z = loadZigzag(block);
+  // Behind the last one of the list there are zeros: the position of the DC, before the first AC.
+  const __m512i bits = _mm512_maskz_compress_epi8(map, _mm512_load_si512(listLanes.position));
+  // (The intrinsic for the lower half makes g++ 12 warn of a variable of its own.)
+  const __m512i position =
+      _mm512_cvtepu8_epi16((__m256i)__builtin_shufflevector(bits, bits, 0, 1, 2, 3));
+  const __m512i before = _mm512_permutexvar_epi16(_mm512_load_si512(listLanes.before), position);
+  const __m512i run = _mm512_sub_epi16(_mm512_sub_epi16(position, before), _mm512_set1_epi16(1));
+  const __m512i lane = _mm512_sub_epi16(_mm512_set1_epi16(63), position);
+  const __m512i value =
+      _mm512_add_epi16(_mm512_permutex2var_epi16(z.low, lane, z.high), _mm512_set1_epi16(128));
+  const auto used = __mmask32(_bzhi_u32(~0u, unsigned(count)));
+  const __mmask32 unlisted =
+      _mm512_mask_test_epi16_mask(used, value, _mm512_set1_epi16(int16_t(0xFF00))) |
+      _mm512_mask_test_epi16_mask(used, run, _mm512_set1_epi16(int16_t(0xFFF0)));
+  _mm512_store_si512(list->place, _mm512_mask_add_epi16(_mm512_set1_epi16(int16_t(none)), used,
+                                                        _mm512_slli_epi16(run, 8), value));
+  return count < CoefficientList::room && unlisted == 0;
+}
+
+#endif
 #else
 
 HWY_INLINE void growMagnitudes(int16_t* block, uint64_t map, int al) {

@@ -32,15 +32,16 @@ class BitWriter {
   BitWriter(uint64_t waiting, unsigned count, uint8_t* out, const uint8_t* end)
       : bits_(waiting), free_(64 - int(count)), out_(out), end_(end) {}
 
-  /// Appends the low `length` bits, 0..32, of a number that has no more.
+  /// Appends a number of bits, 0..63, that has no more. Their count is in the low six bits of
+  /// `length`: shifts look at no more.
   HWY_INLINE void put(uint64_t bits, unsigned length) {
-    free_ -= int(length);
+    free_ -= int(length & 63);
     if (HWY_LIKELY(free_ >= 0)) {
-      bits_ = bits_ << length | bits;
+      bits_ = bits_ << (length & 63) | bits;
       return;
     }
     const unsigned over = unsigned(-free_);
-    send(bits_ << (length - over) | bits >> over);
+    send(bits_ << ((length - over) & 63) | bits >> over);
     bits_ = bits;  // what has been sent stays above the waiting bits
     free_ += 64;
   }
@@ -148,10 +149,12 @@ class BitReader {
   const uint8_t* next() const { return next_; }
   bool isOverrun() const { return count_ < 0; }
 
-  /// Enough for one symbol with its value: 16 + 15 bits.
-  HWY_INLINE void need32() {
-    if (unsigned(count_) < 32) fill();
+  /// Takes more in unless `count` bits are there.
+  HWY_INLINE void need(int count) {
+    if (unsigned(count_) < unsigned(count)) fill();
   }
+  /// Enough for one symbol with its value: 16 + 15 bits.
+  HWY_INLINE void need32() { need(32); }
 
   /// Takes in whole bytes as 63 bits allow: as many as there are in front of a marker or the end.
   /// Not for an overrun reader.

@@ -12,20 +12,14 @@ RKD_PUSH_LZCNT
 namespace rkd::HWY_NAMESPACE {
 namespace {
 
-/// Writes one block; false if something has no code.
+/// Writes the coefficients of a map, which lacks the DC; false if something has no code.
 template <class Writer>
-HWY_INLINE bool putBlock(const int16_t* src, int previousDC, EncodeTable dc, EncodeTable ac,
-                         Writer& writer) {
-  // Without the DC, then without what has been coded: the next run of zeros is in front.
-  uint64_t map = nonZeroMap(src) << 1;
-  const Magnitude difference(src[0] - int16_t(previousDC));
-  const EncodeEntry dcEntry = dc[entryIndex(0, difference.size)];
-  uint64_t used = dcEntry.word;
+HWY_INLINE bool putCoefficients(const int16_t* src, uint64_t map, EncodeTable ac, Writer& writer) {
+  // Without what has been coded: the next run of zeros is in front.
+  map <<= 1;
+  uint64_t used = 0;
   uint32_t usedSmall = 0;
-  writer.put(dcEntry.code() | difference.bits, dcEntry.length());
-
-  unsigned k = 0;
-  while (map != 0) {
+  for (unsigned k = 0; map != 0;) {
     unsigned run = unsigned(mapFirst(map));
     map = map << run << 1;
     k += run + 1;
@@ -35,11 +29,11 @@ HWY_INLINE bool putBlock(const int16_t* src, int previousDC, EncodeTable dc, Enc
       writer.put(zeros.code(), zeros.length());
     }
     const int value = src[zigzag[k]];
-    const auto shifted = unsigned(value + EncodeSpecLayout::small);
-    if (HWY_LIKELY(shifted <= 2 * EncodeSpecLayout::small)) {
-      const uint32_t entry = ac.smallEntry(run, shifted);
+    const auto shifted = unsigned(value + 128);
+    if (HWY_LIKELY(shifted < 256)) {
+      const uint32_t entry = ac.smallEntry(run << 8 | shifted);
       usedSmall |= entry;
-      writer.put(entry >> 6, entry & 63);
+      writer.put(entry >> 6, entry);
     } else {
       const NonZeroMagnitude magnitude(value);
       const EncodeEntry entry = ac[entryIndex(run, magnitude.size)];
@@ -47,17 +41,80 @@ HWY_INLINE bool putBlock(const int16_t* src, int previousDC, EncodeTable dc, Enc
       writer.put(entry.code() | magnitude.bits, entry.length());
     }
   }
-  if (k != 63) {
-    const EncodeEntry end = ac[entryIndex(0, 0)];
-    used |= end.word;
-    writer.put(end.code(), end.length());
-  }
   return (used & EncodeEntry::missing) == 0 && (usedSmall & EncodeSpecLayout::missingSmall) == 0;
+}
+
+/// The same by way of a list, two coefficients at a time; false with *isListed unset if the level
+/// has none or the coefficients do not allow it.
+template <class Writer>
+HWY_INLINE bool putListed([[maybe_unused]] const int16_t* src, [[maybe_unused]] uint64_t map,
+                          [[maybe_unused]] EncodeTable ac, [[maybe_unused]] Writer& writer,
+                          bool* isListed) {
+#if RKD_HAS_COEFFICIENT_LIST
+  const int count = countBits(map);
+  CoefficientList list;
+  *isListed = listCoefficients(src, map, count, EncodeSpecLayout::nonePlace, &list);
+  if (HWY_UNLIKELY(!*isListed)) return false;
+  uint32_t used = 0;
+  for (int i = (count - 1) | 1; i > 0; i -= 2) {
+    const uint32_t first = ac.smallEntry(list.place[i]);
+    const uint32_t second = ac.smallEntry(list.place[i - 1]);
+    used |= first | second;
+    // The sum of two lengths stays within the six bits that are looked at.
+    writer.put(uint64_t{first >> 6} << (second & 63) | second >> 6, first + second);
+  }
+  return (used & EncodeSpecLayout::missingSmall) == 0;
+#else
+  *isListed = false;
+  return false;
+#endif
+}
+
+/// Writes a DC difference; false if it has no code.
+template <class Writer>
+HWY_INLINE bool putDCDifference(int difference, EncodeTable dc, Writer& writer) {
+  const auto shifted = unsigned(difference + 128);
+  if (HWY_LIKELY(shifted < 256)) {
+    const uint32_t entry = dc.smallEntry(shifted);
+    writer.put(entry >> 6, entry);
+    return (entry & EncodeSpecLayout::missingSmall) == 0;
+  }
+  const NonZeroMagnitude magnitude(difference);
+  const EncodeEntry entry = dc[entryIndex(0, magnitude.size)];
+  writer.put(entry.code() | magnitude.bits, entry.length());
+  return (entry.word & EncodeEntry::missing) == 0;
+}
+
+/// Writes one block; false if something has no code.
+template <class Writer>
+HWY_INLINE bool putBlock(const int16_t* src, int previousDC, EncodeTable dc, EncodeTable ac,
+                         Writer& writer) {
+  const uint64_t map = nonZeroMap(src) & mapBehind(0);
+  if (HWY_UNLIKELY(!putDCDifference(src[0] - int16_t(previousDC), dc, writer))) return false;
+  if (map != 0) {
+    bool isListed;
+    bool isCoded = putListed(src, map, ac, writer, &isListed);
+    if (HWY_UNLIKELY(!isListed)) isCoded = putCoefficients(src, map, ac, writer);
+    if (HWY_UNLIKELY(!isCoded)) return false;
+  }
+  if ((map & mapBit(63)) != 0) return true;
+  const uint32_t end = ac.smallEntry(EncodeSpecLayout::zeroPlace);
+  writer.put(end >> 6, end);
+  return (end & EncodeSpecLayout::missingSmall) == 0;
 }
 
 RkdStatus encodeBlock(const int16_t* src, uint8_t* stream, int length, int* position,
                       int* previousDC, const RkdiEncodeHuffmanSpec* dcSpec,
-                      const RkdiEncodeHuffmanSpec* acSpec, RkdiEncodeHuffmanState* state) {
+                      const RkdiEncodeHuffmanSpec* acSpec, RkdiEncodeHuffmanState* state,
+                      int flush) {
+  if (anyNull(stream, position, state)) return rkdStsNullPtrErr;
+  if (const RkdStatus status = checkStream(length, *position)) return status;
+  if (!isKind(state, Kind::encodeState)) return rkdStsContextErr;
+  if (HWY_UNLIKELY(flush != 0)) return flushBits(stream, length, position, state);
+  if (anyNull(src, previousDC, dcSpec, acSpec)) return rkdStsNullPtrErr;
+  if (!isKind(dcSpec, Kind::encodeSpec) || !isKind(acSpec, Kind::encodeSpec)) {
+    return rkdStsContextErr;
+  }
   StateWriter writer(stream, length, *position, state);
   if (HWY_UNLIKELY(!putBlock(src, *previousDC, EncodeTable(dcSpec), EncodeTable(acSpec), writer))) {
     return rkdStsCoefRangeErr;
@@ -122,6 +179,29 @@ RkdStatus encodeOne(int value, uint8_t* stream, int length, int* position,
   return writer.commit(stream, position, state);
 }
 
+/// Reads AC coefficients from `k` on symbol by symbol: `count` of them or up to the end of the
+/// block, which leaves k at 64.
+template <class Reader>
+HWY_INLINE RkdStatus takeSymbols(Reader& reader, int16_t* dst, DecodeTable ac, unsigned& k,
+                                 int count) {
+  for (; count > 0 && k < 64; --count) {
+    reader.need32();
+    const auto [entry, value] = nextSymbol(reader, ac);
+    if (HWY_UNLIKELY(entry.word == 0)) return codeStatus(reader);
+    k += entry.run();
+    if (HWY_UNLIKELY(k > 63)) {
+      if (entry.run() != DecodeEntry::ends) {
+        return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
+      }
+      k = 63;
+    } else {
+      dst[zigzag[k]] = int16_t(value);
+    }
+    ++k;
+  }
+  return rkdStsNoErr;
+}
+
 /// Reads the coefficients of one block. A caller's DC changes with the call's success only.
 template <class Reader>
 HWY_INLINE RkdStatus takeBlock(Reader& reader, int16_t* dst, int previousDC, DecodeTable dc,
@@ -135,22 +215,28 @@ HWY_INLINE RkdStatus takeBlock(Reader& reader, int16_t* dst, int previousDC, Dec
   }
   dst[0] = int16_t(previousDC + difference.value);
 
-  // Bits are taken in for four symbols at a time, which is nearly always enough: a check a symbol
-  // alone would be a guess each time whether it is.
+  // Bits taken in once are enough for several looks: no check each time whether they are. What was
+  // read ahead is nearly always enough for the first round.
+  constexpr int looks = 4;
   for (unsigned k = 1;;) {
-    if (HWY_LIKELY(!reader.isOverrun())) reader.fill();
-    HWY_UNROLL(4)
-    for (int i = 0; i < 4; ++i) {
-      reader.need32();
-      const Symbol symbol = nextSymbol(reader, ac);
-      k += symbol.entry.run();
-      if (HWY_UNLIKELY(k > 63)) {
-        if (symbol.entry.run() == DecodeEntry::ends) return rkdStsNoErr;
-        return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
+    reader.need(looks * DecodeSpecLayout::lookBits);
+    HWY_UNROLL(looks)
+    for (int i = 0; i < looks; ++i) {
+      const PairEntry pair = ac.lookForPair(reader.bits());
+      if (HWY_UNLIKELY(pair.word == 0)) {
+        if (const RkdStatus status = takeSymbols(reader, dst, ac, k, 1)) return status;
+        if (k == 64) return rkdStsNoErr;
+        break;
       }
-      if (HWY_UNLIKELY(symbol.entry.word == 0)) return codeStatus(reader);
-      dst[zigzag[k]] = int16_t(symbol.value);
-      if (++k == 64) return rkdStsNoErr;
+      const unsigned next = k + pair.advance();
+      // Beyond position 63, with or without the mark of an end: damaged data, or a block that is
+      // full before the second symbol, which then is not its own.
+      if (HWY_UNLIKELY((next & 64) != 0)) return takeSymbols(reader, dst, ac, k, 64);
+      dst[zigzagBounded[k + pair.firstPlace()]] = pair.firstValue();
+      dst[zigzagBounded[k + pair.secondPlace()]] = pair.secondValue();
+      reader.skip(unsigned(pair.word));
+      if (next > 63) return rkdStsNoErr;
+      k = next;
     }
   }
 }
@@ -158,6 +244,12 @@ HWY_INLINE RkdStatus takeBlock(Reader& reader, int16_t* dst, int previousDC, Dec
 RkdStatus decodeBlock(const uint8_t* stream, int length, int* position, int16_t* dst,
                       int* previousDC, int* marker, const RkdiDecodeHuffmanSpec* dcSpec,
                       const RkdiDecodeHuffmanSpec* acSpec, RkdiDecodeHuffmanState* state) {
+  if (anyNull(stream, position, dst, previousDC, dcSpec, acSpec, state)) return rkdStsNullPtrErr;
+  if (const RkdStatus status = checkStream(length, *position)) return status;
+  if (!isKind(state, Kind::decodeState) || !isKind(dcSpec, Kind::decodeSpec) ||
+      !isKind(acSpec, Kind::decodeSpec)) {
+    return rkdStsContextErr;
+  }
   StateReader reader(stream, length, *position, state);
   if (const RkdStatus status =
           takeBlock(reader, dst, *previousDC, DecodeTable(dcSpec), DecodeTable(acSpec))) {
@@ -230,16 +322,8 @@ RkdStatus rkdiEncodeHuffman8x8_JPEG_16s1u_C1(const int16_t* src, uint8_t* stream
                                              const RkdiEncodeHuffmanSpec* dcSpec,
                                              const RkdiEncodeHuffmanSpec* acSpec,
                                              RkdiEncodeHuffmanState* state, int flush) {
-  if (anyNull(stream, position, state)) return rkdStsNullPtrErr;
-  if (const RkdStatus status = checkStream(length, *position)) return status;
-  if (!isKind(state, Kind::encodeState)) return rkdStsContextErr;
-  if (flush != 0) return flushBits(stream, length, position, state);
-  if (anyNull(src, previousDC, dcSpec, acSpec)) return rkdStsNullPtrErr;
-  if (!isKind(dcSpec, Kind::encodeSpec) || !isKind(acSpec, Kind::encodeSpec)) {
-    return rkdStsContextErr;
-  }
-  return RKD_AT_LEVEL(encodeBlock)(src, stream, length, position, previousDC, dcSpec, acSpec,
-                                   state);
+  return RKD_AT_LEVEL(encodeBlock)(src, stream, length, position, previousDC, dcSpec, acSpec, state,
+                                   flush);
 }
 
 RkdStatus rkdiDecodeHuffman8x8_JPEG_1u16s_C1(const uint8_t* stream, int length, int* position,
@@ -247,12 +331,6 @@ RkdStatus rkdiDecodeHuffman8x8_JPEG_1u16s_C1(const uint8_t* stream, int length, 
                                              const RkdiDecodeHuffmanSpec* dcSpec,
                                              const RkdiDecodeHuffmanSpec* acSpec,
                                              RkdiDecodeHuffmanState* state) {
-  if (anyNull(stream, position, dst, previousDC, dcSpec, acSpec, state)) return rkdStsNullPtrErr;
-  if (const RkdStatus status = checkStream(length, *position)) return status;
-  if (!isKind(state, Kind::decodeState) || !isKind(dcSpec, Kind::decodeSpec) ||
-      !isKind(acSpec, Kind::decodeSpec)) {
-    return rkdStsContextErr;
-  }
   return RKD_AT_LEVEL(decodeBlock)(stream, length, position, dst, previousDC, marker, dcSpec,
                                    acSpec, state);
 }

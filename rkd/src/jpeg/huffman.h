@@ -41,6 +41,13 @@ inline constexpr std::array<uint8_t, 64> zigzag = {
     41, 34, 27, 20, 13, 6,  7,  14, 21, 28, 35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23,
     30, 37, 44, 51, 58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
 
+/// The same for positions that damaged data lead out of the block: they stay inside it.
+inline constexpr std::array<uint8_t, 96> zigzagBounded = [] {
+  std::array<uint8_t, 96> bounded{};
+  for (size_t k = 0; k < bounded.size(); ++k) bounded[k] = zigzag[k < 64 ? k : 63];
+  return bounded;
+}();
+
 /// Bits of a symbol's run (high) and size (low) halves.
 enum Symbol : int { endOfBlock = 0x00, zeroRun16 = 0xF0 };
 
@@ -75,15 +82,17 @@ struct EncodeSpecLayout {
   /// which refuses values out of range; the lossless category 16 has a row of its own.
   static constexpr int category16 = 17 * 16;
   static constexpr int entries = 18 * 16;
-  /// AC coefficients of magnitudes up to `small` behind up to 15 zeros have their symbol and value
-  /// bits together: by run, then value + small. Code in the high bits, length in the low six,
-  /// `missingSmall` where there is no code.
-  static constexpr int small = 63;
+  /// Values of -128 to 127 behind up to 15 zeros have their symbol and value bits together, in
+  /// place run * 256 + value + 128: code in the high bits, length in the low six, `missingSmall`
+  /// where there is no code. A value of zero without a run is the symbol 0: a DC that does not
+  /// change, or the end of a block. The last place holds nothing.
+  static constexpr int zeroPlace = 128;
+  static constexpr int nonePlace = 16 * 256;
   static constexpr uint32_t missingSmall = uint32_t{1} << 31;
   Kind kind;
   uint32_t reserved;
   uint64_t entry[entries];
-  uint32_t smallEntry[16][2 * (small + 1)];
+  uint32_t smallEntry[nonePlace + 1];
 };
 
 /// Index of the entry for a run of zeros and the size of the value behind it.
@@ -96,10 +105,8 @@ class EncodeTable {
   EncodeEntry operator[](unsigned index) const {
     return {load<uint64_t>(base_ + offsetof(EncodeSpecLayout, entry) + 8 * size_t{index})};
   }
-  /// For a run below 16 and a small value that `small` has been added to.
-  uint32_t smallEntry(unsigned run, unsigned shifted) const {
-    return load<uint32_t>(base_ + offsetof(EncodeSpecLayout, smallEntry) +
-                          sizeof(EncodeSpecLayout::smallEntry[0]) * run + 4 * size_t{shifted});
+  uint32_t smallEntry(unsigned place) const {
+    return load<uint32_t>(base_ + offsetof(EncodeSpecLayout, smallEntry) + 4 * size_t{place});
   }
 
  private:
@@ -148,11 +155,28 @@ struct DecodeEntry {
   }
 };
 
+/// Answer to the same look for the AC coefficients of a sequential block: up to two symbols whole.
+/// Low six bits: how many bits they take. `advance`: by how much they move the zigzag position, and
+/// `blockEnd` more if the last one ends the block. `place`, `value`: two coefficients, from the
+/// position before; where there is but one it is told twice, and where there is none it is a zero
+/// in the next place. All zero: the first symbol is not in the look whole, or not one of such a
+/// block.
+struct PairEntry {
+  static constexpr unsigned blockEnd = 128;
+  uint64_t word;
+  unsigned advance() const { return (word >> 8) & 0xFF; }
+  unsigned firstPlace() const { return (word >> 16) & 0xFF; }
+  unsigned secondPlace() const { return (word >> 24) & 0xFF; }
+  int16_t firstValue() const { return int16_t(word >> 32); }
+  int16_t secondValue() const { return int16_t(word >> 48); }
+};
+
 struct DecodeSpecLayout {
   static constexpr int lookBits = 10;
   Kind kind;
   uint32_t reserved;
   uint32_t look[1 << lookBits];
+  uint64_t pair[1 << lookBits];
   /// For codes longer than a look, by length: the first 16-bit window above all codes of up to that
   /// length, and what to add to the code to find its symbol.
   uint32_t limit[17];
@@ -168,6 +192,10 @@ class DecodeTable {
   DecodeEntry look(uint64_t bits) const {
     const uint64_t index = bits >> (64 - DecodeSpecLayout::lookBits);
     return {load<uint32_t>(base_ + offsetof(DecodeSpecLayout, look) + 4 * index)};
+  }
+  PairEntry lookForPair(uint64_t bits) const {
+    const uint64_t index = bits >> (64 - DecodeSpecLayout::lookBits);
+    return {load<uint64_t>(base_ + offsetof(DecodeSpecLayout, pair) + 8 * index)};
   }
   /// The entry of a code longer than a look; all zero if no code fits.
   DecodeEntry search(uint64_t bits) const;

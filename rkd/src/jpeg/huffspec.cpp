@@ -40,14 +40,13 @@ RkdStatus makeCodes(const uint8_t* bits, const uint8_t* values, CodeList* list) 
 
 /// The entries of one symbol for all its values that are small.
 void buildSmall(const Code& c, EncodeSpecLayout* spec) {
-  constexpr int small = EncodeSpecLayout::small;
   const unsigned size = c.symbol & 15;
-  if (size == 0 || 1 << (size - 1) > small) return;
-  uint32_t* const zero = spec->smallEntry[c.symbol >> 4] + small;
+  if (size == 0 || size > 8) return;
+  uint32_t* const zero = spec->smallEntry + 256 * (c.symbol >> 4) + 128;
   const uint32_t first = 1u << (size - 1);
-  for (uint32_t magnitude = first; magnitude < 2 * first; ++magnitude) {
-    const uint32_t length = c.length + size;
-    zero[magnitude] = (c.code << size | magnitude) << 6 | length;
+  const uint32_t length = c.length + size;
+  for (uint32_t magnitude = first; magnitude < 2 * first && magnitude <= 128; ++magnitude) {
+    if (magnitude < 128) zero[magnitude] = (c.code << size | magnitude) << 6 | length;
     zero[-int(magnitude)] = (c.code << size | (2 * first - 1 - magnitude)) << 6 | length;
   }
 }
@@ -56,9 +55,9 @@ void build(const CodeList& list, EncodeSpecLayout* spec) {
   spec->kind = Kind::encodeSpec;
   spec->reserved = 0;
   std::fill(std::begin(spec->entry), std::end(spec->entry), EncodeEntry::missing);
-  for (auto& row : spec->smallEntry) {
-    std::fill(std::begin(row), std::end(row), EncodeSpecLayout::missingSmall);
-  }
+  std::fill(std::begin(spec->smallEntry), std::end(spec->smallEntry),
+            EncodeSpecLayout::missingSmall);
+  spec->smallEntry[EncodeSpecLayout::nonePlace] = 0;
   for (int i = 0; i < list.count; ++i) {
     const Code& c = list.code[size_t(i)];
     const unsigned run = c.symbol >> 4;
@@ -66,6 +65,9 @@ void build(const CodeList& list, EncodeSpecLayout* spec) {
     spec->entry[entryIndex(run, size)] = uint64_t(c.length + size) << 32 | c.code << size;
     if (c.symbol == 16) {
       spec->entry[EncodeSpecLayout::category16] = uint64_t(c.length) << 32 | c.code;
+    }
+    if (c.symbol == 0) {
+      spec->smallEntry[EncodeSpecLayout::zeroPlace] = c.code << 6 | c.length;
     }
     buildSmall(c, spec);
   }
@@ -76,6 +78,37 @@ DecodeEntry makeEntry(unsigned codeLength, unsigned symbol) {
   const bool valueFollows = size != 0 || symbol == zeroRun16;
   const unsigned run = (valueFollows ? 0 : DecodeEntry::ends) + (symbol >> 4);
   return {(codeLength + size) | run << 8 | size << 16 | codeLength << 24};
+}
+
+/// What one look at `bits` tells of the AC coefficients that begin there.
+PairEntry makePair(const uint32_t* look, uint64_t bits) {
+  constexpr unsigned lookBits = DecodeSpecLayout::lookBits;
+  const auto isEnd = [](DecodeEntry e) { return e.run() == DecodeEntry::ends; };
+  const auto usable = [](DecodeEntry e, unsigned left) {
+    return e.word != 0 && e.length() <= left && e.run() <= DecodeEntry::ends;
+  };
+  const DecodeEntry first{look[bits >> (64 - lookBits)]};
+  if (!usable(first, lookBits)) return {0};
+  uint64_t length = first.length(), advance = PairEntry::blockEnd, place = 0, value = 0;
+  uint64_t place2 = 0, value2 = 0;
+  if (!isEnd(first)) {
+    place = place2 = first.run();
+    value = value2 = uint16_t(first.value(bits));
+    advance = place + 1;
+    const uint64_t rest = bits << length;
+    const DecodeEntry second{look[rest >> (64 - lookBits)]};
+    if (usable(second, unsigned(lookBits - length))) {
+      length += second.length();
+      if (isEnd(second)) {
+        advance += PairEntry::blockEnd;
+      } else {
+        place2 = advance + second.run();
+        value2 = uint16_t(second.value(rest));
+        advance = place2 + 1;
+      }
+    }
+  }
+  return {length | advance << 8 | place << 16 | place2 << 24 | value << 32 | value2 << 48};
 }
 
 void build(const CodeList& list, DecodeSpecLayout* spec) {
@@ -95,6 +128,12 @@ void build(const CodeList& list, DecodeSpecLayout* spec) {
       std::fill_n(first, 1u << (lookBits - length), makeEntry(length, c.symbol).word);
     }
     spec->limit[length] = above;
+  }
+  // A table of nothing but categories is one for differences: pairs would be work for nothing.
+  const auto isCategory = [](const Code& c) { return c.symbol <= 16; };
+  if (std::all_of(list.code.begin(), list.code.begin() + list.count, isCategory)) return;
+  for (uint64_t window = 0; window < 1u << lookBits; ++window) {
+    spec->pair[window] = makePair(spec->look, window << (64 - lookBits)).word;
   }
 }
 
