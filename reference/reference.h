@@ -6,4 +6,5 @@
 #include "ref_color.h"
 #include "ref_dct.h"
 #include "ref_huffman.h"
+#include "ref_tiff.h"
 #include "ref_wavelet.h"

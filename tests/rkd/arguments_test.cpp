@@ -325,6 +325,11 @@ TEST(Arguments, SampleRows) {
   REFUSES(rkdiSampleUpRowH2V2_Triangle_JPEG_8u_C1, "p p n p");
 }
 
+TEST(Arguments, TiffRows) {
+  REFUSES(rkdiSplitRow_TIFF_16u8u_C1, "p p n");
+  REFUSES(rkdiJoinRow_TIFF_8u16u_C1, "p p n");
+}
+
 TEST(Arguments, Transforms) {
   REFUSES(rkdiQuantFwdTableInit_JPEG_8u16u, "p p");
   REFUSES(rkdiQuantFwdTableInit_JPEG_16u, "p p");
