@@ -1,28 +1,26 @@
-// Huffman coding of blocks beside libjpeg, in one process on the same coefficients.
-//
-// The peer has no block-level interface: what is timed is jpeg_read_coefficients and
-// jpeg_write_coefficients on a picture in memory, so its figures hold the marker segments (a
-// few hundred bytes) and its walk over virtual arrays as well. A refinement scan is the difference
-// of two files, with and without it. Clocks are those of the time-stamp counter.
+// Huffman coding and lossless prediction. The peer has no block-level interface: its part is
+// jpeg_read_coefficients and jpeg_write_coefficients on the same picture in memory, with their
+// marker segments (a few hundred bytes), tables and walk over arrays; ours makes its tables within
+// the time as well. A refinement scan of the peer is the difference of two files, with and without.
 #include <cstddef>
 #include <cstdio>
 
 #include <jpeglib.h>
-#include <x86intrin.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
-#include <functional>
+#include <memory>
 #include <random>
 #include <vector>
 
-#include "rkd/rkdcore.h"
+#include "benchkit.h"
 #include "rkd/rkdjpeg_huffman.h"
+#include "rkd/rkdjpeg_pred.h"
 
+namespace bench {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
@@ -180,17 +178,17 @@ class Coefficients {
   jvirt_barray_ptr* arrays_;
 };
 
-void read(const Bytes& file) { Coefficients coefficients(file); }
+void readFile(const Bytes& file) { Coefficients coefficients(file); }
 
 // ---- ours ----
 
-struct Table {
+struct CodeLists {
   uint8_t bits[16];
   uint8_t values[256];
 };
 
 struct EncodeSpec {
-  explicit EncodeSpec(const Table& t) {
+  explicit EncodeSpec(const CodeLists& t) {
     require(rkdiEncodeHuffmanSpecInitAlloc_JPEG_8u(t.bits, t.values, &spec) == 0, "encoder table");
   }
   ~EncodeSpec() { rkdiEncodeHuffmanSpecFree_JPEG_8u(spec); }
@@ -199,7 +197,7 @@ struct EncodeSpec {
   RkdiEncodeHuffmanSpec* spec = nullptr;
 };
 struct DecodeSpec {
-  explicit DecodeSpec(const Table& t) {
+  explicit DecodeSpec(const CodeLists& t) {
     require(rkdiDecodeHuffmanSpecInitAlloc_JPEG_8u(t.bits, t.values, &spec) == 0, "decoder table");
   }
   ~DecodeSpec() { rkdiDecodeHuffmanSpecFree_JPEG_8u(spec); }
@@ -208,8 +206,8 @@ struct DecodeSpec {
   RkdiDecodeHuffmanSpec* spec = nullptr;
 };
 
-Table tableOf(const JHUFF_TBL* t) {
-  Table table;
+CodeLists listsOf(const JHUFF_TBL* t) {
+  CodeLists table;
   std::copy_n(t->bits + 1, 16, table.bits);
   std::copy_n(t->huffval, 256, table.values);
   return table;
@@ -220,12 +218,13 @@ struct Picture {
   explicit Picture(Coefficients& source) {
     for (int i = 0; i < 3; ++i) plane[i] = source.blocks(i, &across[i], &down[i]);
     for (int i = 0; i < 2; ++i) {
-      dc[i] = tableOf(source.info().dc_huff_tbl_ptrs[i]);
-      ac[i] = tableOf(source.info().ac_huff_tbl_ptrs[i]);
+      dc[i] = listsOf(source.info().dc_huff_tbl_ptrs[i]);
+      ac[i] = listsOf(source.info().ac_huff_tbl_ptrs[i]);
     }
     RkdStatus s = rkdiEncodeHuffmanStateInitAlloc_JPEG_8u(&encodeState);
     require(s == 0 && rkdiDecodeHuffmanStateInitAlloc_JPEG_8u(&decodeState) == 0, "states");
     stream.resize(plane[0].size() * 6);
+    direct.resize(plane[0].size() * 4);
   }
   ~Picture() {
     rkdiEncodeHuffmanStateFree_JPEG_8u(encodeState);
@@ -256,10 +255,10 @@ struct Picture {
 
   std::vector<int16_t> plane[3];
   int across[3], down[3];
-  Table dc[2], ac[2];
+  CodeLists dc[2], ac[2];
   RkdiEncodeHuffmanState* encodeState = nullptr;
   RkdiDecodeHuffmanState* decodeState = nullptr;
-  Bytes stream;
+  Bytes stream, direct;
   int length = 0;
 };
 
@@ -295,10 +294,35 @@ void decodeBaseline(Picture& p) {
   require(s == 0, "baseline decode");
 }
 
+/// The first component by the direct coders.
+void encodeDirect(Picture& p) {
+  const EncodeSpec dc(p.dc[0]), ac(p.ac[0]);
+  int previous = 0, position = 0;
+  RkdStatus s = rkdStsNoErr;
+  const int16_t* const end = p.plane[0].data() + p.plane[0].size();
+  for (const int16_t* b = p.plane[0].data(); b != end && s == 0; b += 64) {
+    s = rkdiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(b, p.direct.data(), int(p.direct.size()),
+                                                  &position, &previous, dc.spec, ac.spec);
+  }
+  require(s == 0, "direct encode");
+}
+
+void decodeDirect(Picture& p) {
+  const DecodeSpec dc(p.dc[0]), ac(p.ac[0]);
+  int previous = 0, position = 0;
+  RkdStatus s = rkdStsNoErr;
+  int16_t* const end = p.plane[0].data() + p.plane[0].size();
+  for (int16_t* b = p.plane[0].data(); b != end && s == 0; b += 64) {
+    s = rkdiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(p.direct.data(), int(p.direct.size()), &position,
+                                                  b, &previous, dc.spec, ac.spec);
+  }
+  require(s == 0, "direct decode");
+}
+
 /// AC refinement 1..63 from bit 1 to bit 0, a scan each component: statistics, table, stream.
 struct Refinement {
   Bytes stream[3];
-  Table table[3];
+  CodeLists table[3];
 };
 
 void encodeRefinement(Picture& p, Refinement* r) {
@@ -346,37 +370,6 @@ void decodeRefinement(std::vector<int16_t>* planes, const Refinement& r,
   }
 }
 
-// ---- measuring ----
-
-/// Clocks of the fastest of the runs of each contestant; they take turns, so that a disturbance
-/// meets both.
-std::vector<double> fastest(const std::vector<std::function<uint64_t()>>& contestants) {
-  std::vector<double> best(contestants.size(), 1e30);
-  for (int round = 0; round < 25; ++round) {
-    for (size_t i = 0; i < contestants.size(); ++i) {
-      best[i] = std::min(best[i], double(contestants[i]()));
-    }
-  }
-  return best;
-}
-
-template <class Work>
-std::function<uint64_t()> timed(Work work) {
-  return [work] {
-    const uint64_t start = __rdtsc();
-    work();
-    return uint64_t(__rdtsc() - start);
-  };
-}
-
-void row(const char* what, double ours, double peer, double must, double aim) {
-  std::printf("%-44s %8.1f %8.1f %7.2f   must %.2f aim %.2f  %s\n", what, ours, peer, ours / peer,
-              must, aim,
-              ours / peer <= aim    ? "aim"
-              : ours / peer <= must ? "must"
-                                    : "MISSED");
-}
-
 const std::vector<jpeg_scan_info> coarseScript = {
     {3, {0, 1, 2, 0}, 0, 0, 0, 0},
     {1, {0, 0, 0, 0}, 1, 63, 0, 1},
@@ -384,12 +377,17 @@ const std::vector<jpeg_scan_info> coarseScript = {
     {1, {2, 0, 0, 0}, 1, 63, 0, 1},
 };
 
-void measure(const Bytes& rgb, int width, int height, int quality) {
-  const Bytes file = compress(rgb, width, height, quality);
+// ---- the cases ----
+
+constexpr int kWidth = 768;
+constexpr int kHeight = 512;
+constexpr const char* kPeer = "libjpeg-turbo";
+
+void benchBlocks(bench::Table& table, const Bytes& rgb, int quality) {
+  const Bytes file = compress(rgb, kWidth, kHeight, quality);
   Coefficients peer(file);
   Picture ours(peer);
   const double blocks = ours.blocks();
-
   double nonZero = 0;
   for (const auto& plane : ours.plane) {
     nonZero += double(plane.size()) - double(std::count(plane.begin(), plane.end(), 0));
@@ -398,14 +396,18 @@ void measure(const Bytes& rgb, int width, int height, int quality) {
   const auto original = std::array{ours.plane[0], ours.plane[1], ours.plane[2]};
   decodeBaseline(ours);
   for (int i = 0; i < 3; ++i) require(ours.plane[i] == original[size_t(i)], "round trip");
-  std::printf("\nquality %d, 4:2:0: %.1f non-zero, %.1f bits a block\n", quality, nonZero / blocks,
-              8 * ours.length / blocks);
-
-  const auto encode =
-      fastest({timed([&] { encodeBaseline(ours); }), timed([&] { peer.write(nullptr); })});
-  row("encode, clocks a block", encode[0] / blocks, encode[1] / blocks, 0.8, 0.5);
-  const auto decode = fastest({timed([&] { decodeBaseline(ours); }), timed([&] { read(file); })});
-  row("decode", decode[0] / blocks, decode[1] / blocks, 0.7, 0.45);
+  std::printf("4:2:0 at quality %d: %.1f non-zero coefficients, %.1f bits a block\n", quality,
+              nonZero / blocks, 8 * ours.length / blocks);
+  const std::string at = " q" + std::to_string(quality);
+  table.run({"Huffman encode" + at, "block", blocks, 0.8, 0.5, [&] { encodeBaseline(ours); }, kPeer,
+             [&] { peer.write(nullptr); }, nullptr});
+  table.run({"Huffman decode" + at, "block", blocks, 0.7, 0.45, [&] { decodeBaseline(ours); },
+             kPeer, [&] { readFile(file); }, nullptr});
+  const double first = double(ours.plane[0].size()) / 64;
+  table.run({"Huffman direct encode" + at, "block", first, 0, 0, [&] { encodeDirect(ours); }, "",
+             nullptr, nullptr});
+  table.run({"Huffman direct decode" + at, "block", first, 0, 0, [&] { decodeDirect(ours); }, "",
+             nullptr, nullptr});
 
   auto script = coarseScript;
   for (int i = 0; i < 3; ++i) script.push_back({1, {i, 0, 0, 0}, 1, 63, 1, 0});
@@ -414,46 +416,150 @@ void measure(const Bytes& rgb, int width, int height, int quality) {
   Refinement refinement;
   encodeRefinement(ours, &refinement);
   std::vector<int16_t> start[3], work[3];
+  size_t bytes = 0;
   for (int i = 0; i < 3; ++i) {
     start[i] = ours.plane[i];
     for (size_t k = 0; k < start[i].size(); ++k) {
       if (k % 64 != 0) start[i][k] = int16_t(start[i][k] / 2 * 2);
     }
-    work[i] = start[i];
-  }
-  decodeRefinement(work, refinement, ours.decodeState);
-  size_t bytes = 0;
-  for (int i = 0; i < 3; ++i) {
-    require(work[i] == ours.plane[i], "refinement round trip");
     bytes += refinement.stream[i].size();
   }
-  std::printf("refinement of AC bit 0: %.1f bits a block\n", 8 * double(bytes) / blocks);
-
-  const auto refineEncode =
-      fastest({timed([&] { encodeRefinement(ours, &refinement); }),
-               timed([&] { peer.write(&script); }), timed([&] { peer.write(&coarseScript); })});
-  row("encode with statistics", refineEncode[0] / blocks,
-      (refineEncode[1] - refineEncode[2]) / blocks, 0.6, 0.25);
-  const auto oursAlone = [&] {
+  const auto decode = [&] {
     for (int i = 0; i < 3; ++i) work[i] = start[i];
-    const uint64_t begin = __rdtsc();
     decodeRefinement(work, refinement, ours.decodeState);
-    return uint64_t(__rdtsc() - begin);
   };
-  const auto refineDecode =
-      fastest({oursAlone, timed([&] { read(fine); }), timed([&] { read(coarse); })});
-  row("decode", refineDecode[0] / blocks, (refineDecode[1] - refineDecode[2]) / blocks, 0.6, 0.25);
+  decode();
+  for (int i = 0; i < 3; ++i) require(work[i] == ours.plane[i], "refinement round trip");
+  std::printf("refinement of the lowest AC bit: %.1f bits a block\n", 8 * double(bytes) / blocks);
+  table.run({"AC refinement, statistics and encode" + at, "block", blocks, 0.6, 0.25,
+             [&] { encodeRefinement(ours, &refinement); }, kPeer, [&] { peer.write(&script); },
+             [&] { peer.write(&coarseScript); }});
+  table.run({"AC refinement decode (and a copy)" + at, "block", blocks, 0.6, 0.25, decode, kPeer,
+             [&] { readFile(fine); }, [&] { readFile(coarse); }});
+}
+
+/// The lossless process on the samples of the picture: differences, symbols, and back.
+struct Lossless {
+  explicit Lossless(const Bytes& rgb) {
+    for (int p = 0; p < 3; ++p) {
+      for (size_t i = 0; i < size_t{kWidth} * kHeight; ++i)
+        sample[p].push_back(rgb[3 * i + size_t(p)]);
+      difference[p].resize(sample[p].size());
+      back[p].resize(sample[p].size());
+    }
+    predict(1);
+    int counts[256] = {};
+    int* const each[4] = {counts, counts, counts, counts};
+    for (int y = 0; y < kHeight; ++y) {
+      rkdiGetHuffmanStatisticsRow_JPEG_16s_P4(row(difference, y).data(), kWidth, each);
+    }
+    CodeLists lists;
+    rkdiEncodeHuffmanRawTableInit_JPEG_8u(counts, lists.bits, lists.values);
+    encoder = std::make_unique<EncodeSpec>(lists);
+    decoder = std::make_unique<DecodeSpec>(lists);
+    rkdiEncodeHuffmanStateInitAlloc_JPEG_8u(&encodeState);
+    rkdiDecodeHuffmanStateInitAlloc_JPEG_8u(&decodeState);
+    stream.resize(sample[0].size() * 8);
+    encode();
+  }
+  ~Lossless() {
+    rkdiEncodeHuffmanStateFree_JPEG_8u(encodeState);
+    rkdiDecodeHuffmanStateFree_JPEG_8u(decodeState);
+  }
+  Lossless(const Lossless&) = delete;
+  Lossless& operator=(const Lossless&) = delete;
+
+  using Planes = std::vector<int16_t>[3];
+  static std::array<int16_t*, 4> row(Planes& planes, int y) {
+    const size_t at = size_t(y) * kWidth;
+    return {planes[0].data() + at, planes[1].data() + at, planes[2].data() + at, nullptr};
+  }
+  void predict(int predictor) {
+    for (int y = 0; y < kHeight; ++y) {
+      for (int p = 0; p < 3; ++p) {
+        const int16_t* const src = row(sample, y)[size_t(p)];
+        int16_t* const dst = row(difference, y)[size_t(p)];
+        if (y == 0) {
+          rkdiDiffPredFirstRow_JPEG_16s_C1(src, dst, kWidth, 8, 0);
+        } else {
+          rkdiDiffPredRow_JPEG_16s_C1(src, src - kWidth, dst, kWidth, predictor);
+        }
+      }
+    }
+  }
+  void reconstruct(int predictor) {
+    for (int y = 0; y < kHeight; ++y) {
+      for (int p = 0; p < 3; ++p) {
+        const int16_t* const src = row(difference, y)[size_t(p)];
+        int16_t* const dst = row(back, y)[size_t(p)];
+        if (y == 0) {
+          rkdiReconstructPredFirstRow_JPEG_16s_C1(src, dst, kWidth, 8, 0);
+        } else {
+          rkdiReconstructPredRow_JPEG_16s_C1(src, dst - kWidth, dst, kWidth, predictor);
+        }
+      }
+    }
+  }
+  void encode() {
+    const RkdiEncodeHuffmanSpec* const specs[4] = {encoder->spec, encoder->spec, encoder->spec};
+    int position = 0;
+    RkdStatus s = rkdiEncodeHuffmanStateInit_JPEG_8u(encodeState);
+    for (int y = 0; y < kHeight && s == 0; ++y) {
+      s = rkdiEncodeHuffmanRow_JPEG_16s1u_P4C1(row(difference, y).data(), stream.data(),
+                                               int(stream.size()), &position, kWidth, specs,
+                                               encodeState, 0);
+    }
+    require(s == 0, "row encode");
+    rkdiEncodeHuffmanRow_JPEG_16s1u_P4C1(nullptr, stream.data(), int(stream.size()), &position,
+                                         kWidth, nullptr, encodeState, 1);
+    length = position;
+  }
+  void decode() {
+    const RkdiDecodeHuffmanSpec* const specs[4] = {decoder->spec, decoder->spec, decoder->spec};
+    int position = 0;
+    RkdStatus s = rkdiDecodeHuffmanStateInit_JPEG_8u(decodeState);
+    for (int y = 0; y < kHeight && s == 0; ++y) {
+      s = rkdiDecodeHuffmanRow_JPEG_1u16s_C1P4(stream.data(), length, &position,
+                                               row(back, y).data(), nullptr, kWidth, specs,
+                                               decodeState);
+    }
+    require(s == 0, "row decode");
+  }
+
+  Planes sample, difference, back;
+  std::unique_ptr<EncodeSpec> encoder;
+  std::unique_ptr<DecodeSpec> decoder;
+  RkdiEncodeHuffmanState* encodeState = nullptr;
+  RkdiDecodeHuffmanState* decodeState = nullptr;
+  Bytes stream;
+  int length = 0;
+};
+
+void benchLossless(bench::Table& table, const Bytes& rgb) {
+  Lossless ours(rgb);
+  const double samples = 3.0 * kWidth * kHeight;
+  const auto run = [&](const std::string& name, const std::function<void()>& function) {
+    table.run({name, "sample", samples, 0, 0, function, "", nullptr, nullptr});
+  };
+  run("Huffman row encode, 3 planes", [&] { ours.encode(); });
+  run("Huffman row decode, 3 planes", [&] { ours.decode(); });
+  for (const int predictor : {1, 2, 4, 5, 6, 7}) {
+    run("lossless differences, predictor " + std::to_string(predictor),
+        [&ours, predictor] { ours.predict(predictor); });
+    ours.predict(predictor);
+    run("lossless reconstruction, predictor " + std::to_string(predictor),
+        [&ours, predictor] { ours.reconstruct(predictor); });
+    require(std::equal(std::begin(ours.back), std::end(ours.back), std::begin(ours.sample)),
+            "lossless round trip");
+  }
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  if (argc > 1) require(rkdInitCpu(std::atoi(argv[1])) == 0, "no such processor level here");
-  const int width = 768, height = 512;
-  const Bytes rgb = photo(width, height);
-  std::printf("Huffman coding, level %s; peer libjpeg (API %d) of this system\n", rkdGetLevelName(),
-              JPEG_LIB_VERSION);
-  std::printf("%-44s %8s %8s %7s\n", "", "ours", "peer", "ratio");
-  for (const int quality : {75, 90}) measure(rgb, width, height, quality);
-  return 0;
+void benchHuffman(Table& table) {
+  const Bytes rgb = photo(kWidth, kHeight);
+  for (const int quality : {75, 90}) benchBlocks(table, rgb, quality);
+  benchLossless(table, rgb);
 }
+
+}  // namespace bench

@@ -44,7 +44,9 @@ void Table::run(const Case& c) {
   std::printf("%-44s", c.name.c_str());
   std::vector<Turn> pair = {{c.ours}};
   if (c.peer) pair.push_back({c.peer});
-  const std::vector<double> minima = minimaInTurns(pair);
+  if (c.peerWithout) pair.push_back({c.peerWithout});
+  std::vector<double> minima = minimaInTurns(pair);
+  if (c.peerWithout) minima[1] -= minima[2];
   std::printf(" %9.3f /%s", minima[0] / c.units, c.unit.c_str());
   if (c.peer) {
     const double ratio = minima[0] / minima[1];

@@ -21,6 +21,8 @@ struct Case {
   std::function<void()> ours;
   std::string peerName;  // "libjpeg-turbo 2.1.5"; empty: no peer in this program
   std::function<void()> peer;
+  // What the peer's function does beside the primitive: its clocks are taken away. May be empty.
+  std::function<void()> peerWithout = nullptr;
 };
 
 // A function and the level that is selected, untimed, before each of its turns.
@@ -56,5 +58,6 @@ class Table {
 // The families, each in its bench_*.cpp.
 void benchCodeBlock(Table& table);
 void benchDct(Table& table);
+void benchHuffman(Table& table);
 
 }  // namespace bench
