@@ -79,7 +79,7 @@ HWY_INLINE V16 pairSums(V8 v) {
 // first * a + second * b of bytes, for the lower and upper halves of every block; the weights are
 // small enough that no sum leaves 16 bits.
 HWY_INLINE void weightBytes(V8 a, V8 b, int first, int second, V16* lower, V16* upper) {
-#if HWY_TARGET == HWY_EMU128
+#if HWY_TARGET > HWY_SSSE3
   const V16 wa = hn::Set(D16(), static_cast<int16_t>(first));
   const V16 wb = hn::Set(D16(), static_cast<int16_t>(second));
   *lower = hn::Add(hn::Mul(lower16(a), wa), hn::Mul(lower16(b), wb));

@@ -102,7 +102,7 @@ HWY_INLINE void overRows(const Rows<S, D>& r, Row&& row) {
 
 // sum + a[2i] * b[2i] + a[2i+1] * b[2i+1] in 32 bits, wrapping.
 template <class V16, class V32>
-HWY_INLINE V32 addPairProducts(V32 sum, V16 a, V16 b) {
+RKD_BLOCK V32 addPairProducts(V32 sum, V16 a, V16 b) {
 #if HWY_TARGET <= HWY_AVX3_DL
   // In assembly because the compiler is not told that this level has the instruction; what it is
   // told of instead is a later form with the same name that not all of these processors have.
@@ -123,7 +123,7 @@ HWY_INLINE V32 addPairProducts(V32 sum, V16 a, V16 b) {
 
 // a[2i] * b[2i] + a[2i+1] * b[2i+1] in 32 bits, wrapping.
 template <class V16, class V32 = hn::Vec<hn::RepartitionToWide<hn::DFromV<V16>>>>
-HWY_INLINE V32 pairProducts(V16 a, V16 b) {
+RKD_BLOCK V32 pairProducts(V16 a, V16 b) {
   const hn::RepartitionToWide<hn::DFromV<V16>> d32;
 #if HWY_TARGET == HWY_EMU128
   return addPairProducts(hn::Zero(d32), a, b);
@@ -135,8 +135,8 @@ HWY_INLINE V32 pairProducts(V16 a, V16 b) {
 
 // magnitude with the sign of `signs`, where magnitude is 0 when that is.
 template <class V>
-HWY_INLINE V withSignOf(V magnitude, V signs) {
-#if HWY_TARGET != HWY_EMU128
+RKD_BLOCK V withSignOf(V magnitude, V signs) {
+#if HWY_TARGET <= HWY_SSSE3
   if constexpr (sizeof(V) == 16) return V{_mm_sign_epi16(magnitude.raw, signs.raw)};
 #endif
 #if HWY_TARGET <= HWY_AVX2
@@ -154,7 +154,7 @@ HWY_INLINE V withSignOf(V magnitude, V signs) {
 
 // The high 16 bits of the product of unsigned lanes.
 template <class V>
-HWY_INLINE V mulHighUnsigned(V a, V b) {
+RKD_BLOCK V mulHighUnsigned(V a, V b) {
   const hn::RebindToUnsigned<hn::DFromV<V>> du;
   return hn::BitCast(hn::DFromV<V>(), hn::MulHigh(hn::BitCast(du, a), hn::BitCast(du, b)));
 }
@@ -180,7 +180,7 @@ HWY_INLINE hn::Vec<D> loadEveryBlock(D d, const T* from) {
 
 // Signed words to unsigned bytes with saturation, within 128-bit blocks: [a b | a b].
 template <class V16, class V8 = hn::Vec<hn::Repartition<uint8_t, hn::DFromV<V16>>>>
-HWY_INLINE V8 narrowToBytes(V16 a, V16 b) {
+RKD_BLOCK V8 narrowToBytes(V16 a, V16 b) {
 #if HWY_TARGET != HWY_EMU128
   if constexpr (sizeof(V16) == 16) return V8{_mm_packus_epi16(a.raw, b.raw)};
 #endif

@@ -45,40 +45,40 @@ struct Block {
   V16 v[kVectors];
 };
 
-HWY_INLINE Block loadBlock(const int16_t* from) {
+RKD_BLOCK Block loadBlock(const int16_t* from) {
   Block b;
   for (int i = 0; i < kVectors; ++i) b.v[i] = hn::LoadU(D16(), from + 8 * W * i);
   return b;
 }
 
-HWY_INLINE void storeBlock(const Block& b, int16_t* to) {
+RKD_BLOCK void storeBlock(const Block& b, int16_t* to) {
   for (int i = 0; i < kVectors; ++i) hn::StoreU(b.v[i], D16(), to + 8 * W * i);
 }
 
-HWY_INLINE V16 loadEntries(const uint16_t* table, int i) {
+RKD_BLOCK V16 loadEntries(const uint16_t* table, int i) {
   const hn::RebindToUnsigned<D16> du;
   return hn::BitCast(D16(), hn::LoadU(du, table + 8 * W * i));
 }
 
 // ---- shuffles and factors ----
 
-HWY_INLINE V16 factors(const DctFactors::Lanes& lanes) {
+RKD_BLOCK V16 factors(const DctFactors::Lanes& lanes) {
   return hn::BitCast(D16(), hn::Load(D32(), lanes));
 }
 
 // Puts the eight words of every row into another order.
-HWY_INLINE V16 reorder(V16 rows, const DctFactors::Words& order) {
+RKD_BLOCK V16 reorder(V16 rows, const DctFactors::Words& order) {
   const D8 d8;
   return hn::BitCast(D16(), hn::TableLookupBytes(hn::BitCast(d8, rows), hn::Load(d8, order)));
 }
 
 // Pair i of each row, in all four lanes of its block.
 template <int i>
-HWY_INLINE V16 everyPair(V16 rows) {
+RKD_BLOCK V16 everyPair(V16 rows) {
   return hn::BitCast(D16(), hn::Broadcast<i>(hn::BitCast(D32(), rows)));
 }
 
-HWY_INLINE V16 narrow(V32 low, V32 high) { return hn::ReorderDemote2To(D16(), low, high); }
+RKD_BLOCK V16 narrow(V32 low, V32 high) { return hn::ReorderDemote2To(D16(), low, high); }
 
 // ---- the column pass ----
 //
@@ -93,28 +93,28 @@ struct EightRows {
 struct RowPair {
   V16 low, high;
 };
-HWY_INLINE RowPair pairRows(V16 a, V16 b) {
+RKD_BLOCK RowPair pairRows(V16 a, V16 b) {
   return {hn::InterleaveLower(D16(), a, b), hn::InterleaveUpper(D16(), a, b)};
 }
 
 struct RowSums {
   V32 low, high;
 };
-HWY_INLINE RowSums products(const RowPair& p, const DctFactors::Lanes& f) {
+RKD_BLOCK RowSums products(const RowPair& p, const DctFactors::Lanes& f) {
   return {pairProducts(p.low, factors(f)), pairProducts(p.high, factors(f))};
 }
-HWY_INLINE RowSums addProducts(const RowSums& sum, const RowPair& p, const DctFactors::Lanes& f) {
+RKD_BLOCK RowSums addProducts(const RowSums& sum, const RowPair& p, const DctFactors::Lanes& f) {
   return {addPairProducts(sum.low, p.low, factors(f)),
           addPairProducts(sum.high, p.high, factors(f))};
 }
-HWY_INLINE RowSums operator+(const RowSums& a, const RowSums& b) {
+RKD_BLOCK RowSums operator+(const RowSums& a, const RowSums& b) {
   return {hn::Add(a.low, b.low), hn::Add(a.high, b.high)};
 }
-HWY_INLINE RowSums operator-(const RowSums& a, const RowSums& b) {
+RKD_BLOCK RowSums operator-(const RowSums& a, const RowSums& b) {
   return {hn::Sub(a.low, b.low), hn::Sub(a.high, b.high)};
 }
 template <int kShift>
-HWY_INLINE V16 narrow(const RowSums& s) {
+RKD_BLOCK V16 narrow(const RowSums& s) {
   return narrow(hn::ShiftRight<kShift>(s.low), hn::ShiftRight<kShift>(s.high));
 }
 
@@ -138,7 +138,7 @@ using Forward16u = ForwardPrecision<2, 2048, true>;
 struct Mirrored {
   RowPair rows01, rows23;
 };
-HWY_INLINE Mirrored mirrorRows(const EightRows& r, bool even) {
+RKD_BLOCK Mirrored mirrorRows(const EightRows& r, bool even) {
   const auto both = [&](int i) HWY_ATTR {
     const V16 sum = hn::Add(r.row[i], r.row[7 - i]);
     const V16 difference = hn::Sub(r.row[i], r.row[7 - i]);
@@ -155,7 +155,7 @@ HWY_INLINE Mirrored mirrorRows(const EightRows& r, bool even) {
 // Frequencies u to u + W - 1 down the columns. Where the row pass makes up for it, the sums are cut
 // and not rounded.
 template <class P, int u>
-HWY_INLINE V16 forwardColumns(const Mirrored& m) {
+RKD_BLOCK V16 forwardColumns(const Mirrored& m) {
   constexpr int kShift = kFactorBits - P::kFraction;
   constexpr int kRounding = P::kTwelveBits ? 1 << (kShift - 1) : 0;
   constexpr int kLevel = u == 0 ? -8 * P::kLevel * cosine(0, 0) : 0;
@@ -173,7 +173,7 @@ HWY_INLINE V16 forwardColumns(const Mirrored& m) {
 }
 
 template <class P>
-HWY_INLINE Block forwardColumns(const EightRows& r) {
+RKD_BLOCK Block forwardColumns(const EightRows& r) {
   const Mirrored even = mirrorRows(r, true);
 #if HWY_TARGET <= HWY_AVX2
   return {{forwardColumns<P, 0>(even), forwardColumns<P, 2>(even), forwardColumns<P, 4>(even),
@@ -187,7 +187,7 @@ HWY_INLINE Block forwardColumns(const EightRows& r) {
 }
 
 // Frequencies 0 to 3 or 4 to 7 of rows without sums of their halves.
-HWY_INLINE V32 forwardDirect(V16 rows, const DctFactors::Lanes (&f)[4]) {
+RKD_BLOCK V32 forwardDirect(V16 rows, const DctFactors::Lanes (&f)[4]) {
   V32 sum = pairProducts(everyPair<0>(rows), factors(f[0]));
   sum = addPairProducts(sum, everyPair<1>(rows), factors(f[1]));
   sum = addPairProducts(sum, everyPair<2>(rows), factors(f[2]));
@@ -196,7 +196,7 @@ HWY_INLINE V32 forwardDirect(V16 rows, const DctFactors::Lanes (&f)[4]) {
 
 // Along the rows of one vector, to twice the coefficients: one bit more than wanted, cut below.
 template <class P>
-HWY_INLINE V16 forwardRows(V16 rows) {
+RKD_BLOCK V16 forwardRows(V16 rows) {
   constexpr int kShift = kFactorBits + P::kFraction - 1;
   if constexpr (P::kTwelveBits) {
     return narrow<kShift>(
@@ -220,21 +220,21 @@ HWY_INLINE V16 forwardRows(V16 rows) {
 
 // The transform with every coefficient doubled and a half bit for rounding.
 template <class P>
-HWY_INLINE Block forwardTransform(const EightRows& rows) {
+RKD_BLOCK Block forwardTransform(const EightRows& rows) {
   Block block = forwardColumns<P>(rows);
   for (V16& v : block.v) v = forwardRows<P>(v);
   return block;
 }
 
 // Rounded to coefficients, or to twice the coefficients.
-HWY_INLINE V16 rounded(V16 doubled) {
+RKD_BLOCK V16 rounded(V16 doubled) {
   return hn::ShiftRight<1>(hn::SaturatedAdd(doubled, hn::Set(D16(), 1)));
 }
-HWY_INLINE V16 roundedTwice(V16 doubled) {
+RKD_BLOCK V16 roundedTwice(V16 doubled) {
   return hn::And(hn::SaturatedAdd(doubled, hn::Set(D16(), 1)), hn::Set(D16(), -2));
 }
 
-HWY_INLINE EightRows loadSamples(const int16_t* from) {
+RKD_BLOCK EightRows loadSamples(const int16_t* from) {
   EightRows r;
   for (int i = 0; i < 8; ++i) r.row[i] = loadEveryBlock(D16(), from + 8 * i);
   return r;
@@ -258,16 +258,16 @@ using Inverse16u = InversePrecision<2, 2048>;
 
 // Row i of the coefficients, times their quantisers modulo 2^16 if there are any. A null table is
 // known to the compiler where it stands.
-HWY_INLINE V16 loadCoefficientRow(const int16_t* from, std::nullptr_t, int i) {
+RKD_BLOCK V16 loadCoefficientRow(const int16_t* from, std::nullptr_t, int i) {
   return loadEveryBlock(D16(), from + 8 * i);
 }
-HWY_INLINE V16 loadCoefficientRow(const int16_t* from, const uint16_t* table, int i) {
+RKD_BLOCK V16 loadCoefficientRow(const int16_t* from, const uint16_t* table, int i) {
   const hn::RebindToUnsigned<D16> du;
   return hn::Mul(loadEveryBlock(D16(), from + 8 * i),
                  hn::BitCast(D16(), loadEveryBlock(du, table + 8 * i)));
 }
 template <class Table>
-HWY_INLINE EightRows loadCoefficients(const int16_t* from, Table table) {
+RKD_BLOCK EightRows loadCoefficients(const int16_t* from, Table table) {
   EightRows r;
   for (int i = 0; i < 8; ++i) r.row[i] = loadCoefficientRow(from, table, i);
   return r;
@@ -279,7 +279,7 @@ struct ByParity {
 
 // Samples x to x + W - 1 down the columns, and 7 - x to 7 - x - W + 1, of the low kLow frequencies.
 template <class P, int kLow, int x>
-HWY_INLINE void inverseColumns(const ByParity& p, V16& near, V16& far) {
+RKD_BLOCK void inverseColumns(const ByParity& p, V16& near, V16& far) {
   const auto& f = kDct.inverseColumn[x];
   const V32 start = hn::Set(D32(), P::kRounding1);
   RowSums even = addProducts({start, start}, p.rows02, f[0]);
@@ -294,7 +294,7 @@ HWY_INLINE void inverseColumns(const ByParity& p, V16& near, V16& far) {
 
 // The rows of the second half come out in reverse order within each vector.
 template <class P, int kLow>
-HWY_INLINE Block inverseColumns(const EightRows& r) {
+RKD_BLOCK Block inverseColumns(const EightRows& r) {
   const ByParity p = {pairRows(r.row[0], r.row[2]), pairRows(r.row[4], r.row[6]),
                       pairRows(r.row[1], r.row[3]), pairRows(r.row[5], r.row[7])};
   Block b;
@@ -309,7 +309,7 @@ HWY_INLINE Block inverseColumns(const EightRows& r) {
 
 // Along the rows of one vector. The samples come out in the order 0 1 2 3 7 6 5 4.
 template <class P, int kLow>
-HWY_INLINE V16 inverseRows(V16 rows) {
+RKD_BLOCK V16 inverseRows(V16 rows) {
   const V16 parted = reorder(rows, kDct.toParity);
   const auto& f = kDct.inverseRow;
   V32 even = addPairProducts(hn::Set(D32(), P::kRounding2), everyPair<0>(parted), factors(f[0]));
@@ -324,19 +324,19 @@ HWY_INLINE V16 inverseRows(V16 rows) {
 
 // Rows in the order of inverseColumns, samples in that of inverseRows.
 template <class P, int kLow = 8>
-HWY_INLINE Block inverseTransform(const EightRows& coefficients) {
+RKD_BLOCK Block inverseTransform(const EightRows& coefficients) {
   Block block = inverseColumns<P, kLow>(coefficients);
   for (V16& v : block.v) v = inverseRows<P, kLow>(v);
   return block;
 }
 
 // The first coefficient, dequantised in the same way.
-HWY_INLINE int firstCoefficient(const int16_t* from, std::nullptr_t) {
+RKD_BLOCK int firstCoefficient(const int16_t* from, std::nullptr_t) {
   int16_t coefficient;
   std::memcpy(&coefficient, static_cast<const void*>(from), sizeof(coefficient));
   return coefficient;
 }
-HWY_INLINE int firstCoefficient(const int16_t* from, const uint16_t* table) {
+RKD_BLOCK int firstCoefficient(const int16_t* from, const uint16_t* table) {
   uint16_t quantiser;
   std::memcpy(&quantiser, static_cast<const void*>(table), sizeof(quantiser));
   return static_cast<int16_t>(firstCoefficient(from, nullptr) * quantiser);
@@ -344,14 +344,14 @@ HWY_INLINE int firstCoefficient(const int16_t* from, const uint16_t* table) {
 
 // What the inverse transform makes of a block with nothing but its first coefficient.
 template <class P>
-HWY_INLINE int flatSample(int coefficient) {
+RKD_BLOCK int flatSample(int coefficient) {
   const auto narrowed = [](int sum, int shift) { return std::clamp(sum >> shift, -32768, 32767); };
   const int column = narrowed(coefficient * cosine(0, 0) + P::kRounding1, P::kShift1);
   return narrowed(column * cosine(0, 0) + P::kRounding2, P::kShift2);
 }
 
 // Whether all coefficients but the first are zero.
-HWY_INLINE bool isFlat(const int16_t* coefficients) {
+RKD_BLOCK bool isFlat(const int16_t* coefficients) {
   const Block b = loadBlock(coefficients);
   V16 rest = hn::And(b.v[0], hn::Load(D16(), kDct.butFirst));
   for (int i = 1; i < kVectors; ++i) rest = hn::Or(rest, b.v[i]);
@@ -361,13 +361,13 @@ HWY_INLINE bool isFlat(const int16_t* coefficients) {
 // ---- quantisation ----
 
 // By the derived factors of a marked table, from twice the magnitudes; signs are those of `signs`.
-HWY_INLINE V16 quantiseDerived(V16 twice, V16 signs, const uint16_t* table, int i) {
+RKD_BLOCK V16 quantiseDerived(V16 twice, V16 signs, const uint16_t* table, int i) {
   const V16 scaled = mulHighUnsigned(twice, loadEntries(table + kReciprocals, i));
   return withSignOf(hn::MulFixedPoint15(scaled, loadEntries(table + kScales, i)), signs);
 }
 
 // Without derived values: a float quotient of integers below 2^24 is exact enough to cut.
-HWY_INLINE V16 quantiseByDivision(V16 x, const uint16_t* table, int i) {
+RKD_BLOCK V16 quantiseByDivision(V16 x, const uint16_t* table, int i) {
   const hn::Half<hn::RebindToUnsigned<D16>> duHalf;
   const hn::RebindToFloat<D32> df;
   const auto divide = [&](auto magnitude16, auto quantiser16) HWY_ATTR {
@@ -384,7 +384,7 @@ HWY_INLINE V16 quantiseByDivision(V16 x, const uint16_t* table, int i) {
   return withSignOf(hn::Combine(D16(), hn::DemoteTo(dHalf, high), hn::DemoteTo(dHalf, low)), x);
 }
 
-HWY_INLINE bool isAllOnes(const uint16_t* table) {
+RKD_BLOCK bool isAllOnes(const uint16_t* table) {
   V16 different = hn::Zero(D16());
   for (int i = 0; i < kVectors; ++i) {
     different = hn::Or(different, hn::Xor(loadEntries(table, i), hn::Set(D16(), 1)));
@@ -393,7 +393,7 @@ HWY_INLINE bool isAllOnes(const uint16_t* table) {
 }
 
 // Stores the quotients of a transform's coefficients, doubled as they are.
-HWY_INLINE void storeQuantised(const Block& b, const uint16_t* table, int16_t* to) {
+RKD_BLOCK void storeQuantised(const Block& b, const uint16_t* table, int16_t* to) {
   if (HWY_LIKELY(isMarked(table))) {
     for (int i = 0; i < kVectors; ++i) {
       const V16 twice = roundedTwice(b.v[i]);

@@ -23,7 +23,7 @@ void quantFwd8x8(const int16_t* src, int16_t* dst, const uint16_t* table) {
 }
 
 template <class Table>
-HWY_INLINE void inverse(const int16_t* src, int16_t* dst, Table table) {
+RKD_BLOCK void inverse(const int16_t* src, int16_t* dst, Table table) {
   if (isFlat(src)) {
     const int value = flatSample<Inverse10>(firstCoefficient(src, table));
     const V16 sample = hn::Set(D16(), static_cast<int16_t>(value));

@@ -14,7 +14,7 @@ namespace rkd::HWY_NAMESPACE {
 
 // ---- forward ----
 
-HWY_INLINE EightRows loadRows(const uint8_t* src, int step) {
+RKD_BLOCK EightRows loadRows(const uint8_t* src, int step) {
   const D8 d8;
   const hn::Repartition<uint64_t, D8> d64;
   EightRows r;
@@ -27,7 +27,7 @@ HWY_INLINE EightRows loadRows(const uint8_t* src, int step) {
   return r;
 }
 
-HWY_INLINE EightRows loadRows(const uint16_t* src, int step) {
+RKD_BLOCK EightRows loadRows(const uint16_t* src, int step) {
   const hn::RebindToUnsigned<D16> du;
   EightRows r;
   for (int i = 0; i < 8; ++i) {
@@ -52,7 +52,7 @@ void quantFwd8x8LS16u(const uint16_t* src, int step, int16_t* dst, const uint16_
 // ---- inverse to 8x8 samples ----
 
 // Rows as inverseTransform leaves them.
-HWY_INLINE void storeRows(const Block& b, uint8_t* dst, int step) {
+RKD_BLOCK void storeRows(const Block& b, uint8_t* dst, int step) {
   const D8 d8;
   for (int i = 0; i < kVectors; i += 2) {
     const auto order = hn::Load(d8, kDct.bytesFromInverse);
@@ -73,7 +73,7 @@ HWY_INLINE void storeRows(const Block& b, uint8_t* dst, int step) {
   }
 }
 
-HWY_INLINE void storeRows(const Block& b, uint16_t* dst, int step) {
+RKD_BLOCK void storeRows(const Block& b, uint16_t* dst, int step) {
   const hn::FixedTag<uint16_t, 8> d;
   const auto store = [&](auto samples, int y)
                          HWY_ATTR { hn::StoreU(hn::BitCast(d, samples), d, rowAt(dst, step, y)); };
@@ -92,14 +92,14 @@ HWY_INLINE void storeRows(const Block& b, uint16_t* dst, int step) {
 }
 
 template <class P>
-HWY_INLINE void storeFlat(int coefficient, uint8_t* dst, int step) {
+RKD_BLOCK void storeFlat(int coefficient, uint8_t* dst, int step) {
   const auto sample = static_cast<uint8_t>(std::clamp(flatSample<P>(coefficient), 0, 255));
   const uint64_t row = sample * 0x0101010101010101u;
   for (int y = 0; y < 8; ++y) std::memcpy(rowAt(dst, step, y), &row, sizeof(row));
 }
 
 template <class P>
-HWY_INLINE void storeFlat(int coefficient, uint16_t* dst, int step) {
+RKD_BLOCK void storeFlat(int coefficient, uint16_t* dst, int step) {
   const auto sample = static_cast<uint16_t>(std::clamp(flatSample<P>(coefficient), 0, 4095));
   const uint64_t half = sample * 0x0001000100010001u;
   const uint64_t row[2] = {half, half};
@@ -108,7 +108,7 @@ HWY_INLINE void storeFlat(int coefficient, uint16_t* dst, int step) {
 }
 
 template <class P, class T, class Table>
-HWY_INLINE void inverse(const int16_t* src, T* dst, int step, Table table) {
+RKD_BLOCK void inverse(const int16_t* src, T* dst, int step, Table table) {
   if (isFlat(src)) {
     storeFlat<P>(firstCoefficient(src, table), dst, step);
   } else {
@@ -157,17 +157,17 @@ using D32x4 = hn::FixedTag<int32_t, 4>;
 using V16x8 = hn::Vec<D16x8>;
 using V32x4 = hn::Vec<D32x4>;
 
-HWY_INLINE V16x8 fourFactors(const DctFactors::Lanes& lanes) {
+RKD_BLOCK V16x8 fourFactors(const DctFactors::Lanes& lanes) {
   return hn::BitCast(D16x8(), hn::Load(D32x4(), lanes));
 }
 
 template <int kShift>
-HWY_INLINE V16x8 narrowFour(V32x4 low, V32x4 high) {
+RKD_BLOCK V16x8 narrowFour(V32x4 low, V32x4 high) {
   return hn::ReorderDemote2To(D16x8(), hn::ShiftRight<kShift>(low), hn::ShiftRight<kShift>(high));
 }
 
 // Two rows of four to [a0 a1 b0 b1 a3 a2 b3 b2].
-HWY_INLINE V16x8 fourRows(V16x8 rows) {
+RKD_BLOCK V16x8 fourRows(V16x8 rows) {
   using P = Inverse8u;
   const hn::Repartition<uint8_t, D16x8> d8;
   const auto take = [&](const DctFactors::Words& order) HWY_ATTR {
