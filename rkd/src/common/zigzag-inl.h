@@ -179,8 +179,8 @@ inline constexpr ListLanes listLanes = [] {
 }();
 
 /// Lists the `count` coefficients of a map of non-zero AC coefficients as run * 256 + value + 128,
-/// and `none` behind them. False if there are too many, or a run above 15 or a value that takes more
-/// than 8 bits.
+/// and `none` behind them. False if there are too many, or a run above 15 or a value that takes
+/// more than 8 bits.
 HWY_INLINE bool listCoefficients(const int16_t* block, uint64_t map, int count, uint16_t none,
                                  CoefficientList* list) {
   const ZigzagBlock z = loadZigzag(block);
