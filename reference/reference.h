@@ -5,6 +5,7 @@
 #include "ref_code2k.h"
 #include "ref_color.h"
 #include "ref_dct.h"
+#include "ref_dxt.h"
 #include "ref_huffman.h"
 #include "ref_tiff.h"
 #include "ref_wavelet.h"

@@ -32,6 +32,7 @@ const Suite kSuites[] = {
     {"src/p_jdctquant_ia", "px", {"TimjDctQuant//RK_REG_X"}, 4},
     {"src/p_jdctquantls_ia", "px", {"TimjDctQuantLS//RK_REG_X"}, 9},
     {"src/p_jencode2k_ia", "px", {"TimjCode2K//RK_REG_X", "TimjCode2K//RK_REG_I_X"}, 4},
+    {"src/p_jencodedxt_ia", "px", {"TimjEncodeRGBA_DXT//RK_REG"}, 6},
     {"src/p_jhuffdir_ia", "px", {"TimjHuffDirect//RK_REG_X"}, 2},
     {"src/p_jhuffman_ia", "px", {"TimjHuffman//RK_REG_I_X"}, 4},
     {"src/p_jhuffprog_ia", "block", {"TimjHuffProg/"}, 11},

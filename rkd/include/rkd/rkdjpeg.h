@@ -8,5 +8,6 @@
 #include "rkd/rkdjpeg_mcu.h"
 #include "rkd/rkdjpeg_pred.h"
 #include "rkd/rkdjpeg_sample.h"
+#include "rkd/rkdjpeg_texture.h"
 #include "rkd/rkdjpeg_tiff.h"
 #include "rkd/rkdjpeg_wavelet.h"
