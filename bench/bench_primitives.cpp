@@ -11,6 +11,7 @@ int main(int argc, char** argv) {
   bench::Table table(argc > 1 ? argv[1] : "");
   bench::benchCodeBlock(table);
   bench::benchDct(table);
+  bench::benchWavelet(table);
   bench::benchHuffman(table);
   table.summary();
   return table.allReached() ? 0 : 1;

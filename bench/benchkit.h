@@ -59,5 +59,6 @@ class Table {
 void benchCodeBlock(Table& table);
 void benchDct(Table& table);
 void benchHuffman(Table& table);
+void benchWavelet(Table& table);
 
 }  // namespace bench

@@ -1,0 +1,605 @@
+// Wavelets and component transforms of JPEG 2000 beside OpenJPEG; then every one of these functions
+// by itself beside a copy of the same bytes.
+//
+// The peer's transforms have no interface of their own, but its static archive holds them. What
+// they read of the structures around them, a few numbers and pointers, is declared here by its
+// place in memory, which is that of release 2.5.0; results are compared before anything is timed.
+// Debian builds the archive without AVX2: the peer's vector paths are those of SSE2.
+#include <openjpeg.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <random>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "benchkit.h"
+#include "rkd/rkdcolor.h"
+#include "rkd/rkdjpeg_wavelet.h"
+
+namespace bench::peer {
+
+struct Resolution {
+  int32_t x0, y0, x1, y1;
+  uint8_t unused[176];
+};
+struct Component {
+  int32_t x0, y0, x1, y1;
+  uint32_t index, resolutions, wantedResolutions;
+  Resolution* resolution;
+  size_t unused;
+  void* data;
+  uint8_t unused2[64];
+};
+struct Tile {
+  uint8_t unused[0x40];
+  void* threads;
+  uint8_t unused2[0x10];
+  int32_t isWhole;
+  uint8_t unused3[0x40];
+};
+static_assert(sizeof(Resolution) == 0xC0);
+static_assert(offsetof(Component, resolutions) == 0x14 && offsetof(Component, resolution) == 0x20);
+static_assert(offsetof(Component, data) == 0x30 && offsetof(Tile, isWhole) == 0x58);
+
+extern "C" {
+void* opj_thread_pool_create(int threads);
+void opj_thread_pool_destroy(void* pool);
+int opj_dwt_encode(Tile* tile, Component* component);
+int opj_dwt_encode_real(Tile* tile, Component* component);
+int opj_dwt_decode(Tile* tile, Component* component, uint32_t resolutions);
+int opj_dwt_decode_real(Tile* tile, Component* component, uint32_t resolutions);
+void opj_mct_encode(int32_t* c0, int32_t* c1, int32_t* c2, size_t n);
+void opj_mct_decode(int32_t* c0, int32_t* c1, int32_t* c2, size_t n);
+void opj_mct_encode_real(float* c0, float* c1, float* c2, size_t n);
+void opj_mct_decode_real(float* c0, float* c1, float* c2, size_t n);
+}
+
+}  // namespace bench::peer
+
+namespace bench {
+namespace {
+
+constexpr int kSide = 1024;
+constexpr int kLevels = 5;
+constexpr size_t kSamples = size_t{kSide} * kSide;
+
+void require(bool holds, const char* what) {
+  if (holds) return;
+  std::fprintf(stderr, "bench_wavelet: %s\n", what);
+  std::exit(1);
+}
+
+/// Samples at an address that suits the peer's aligned accesses.
+template <class T>
+class Plane {
+ public:
+  explicit Plane(size_t count) : m_count(count) {
+    void* const memory = std::aligned_alloc(64, (count * sizeof(T) + 63) / 64 * 64);
+    require(memory != nullptr, "no memory");
+    m_data.reset(static_cast<T*>(memory));
+    std::fill_n(data(), count, T{});
+  }
+  T* data() const { return m_data.get(); }
+  size_t bytes() const { return m_count * sizeof(T); }
+  void copyFrom(const Plane& other) const { std::memcpy(data(), other.data(), bytes()); }
+
+ private:
+  struct Free {
+    void operator()(void* memory) const { std::free(memory); }
+  };
+  std::unique_ptr<T[], Free> m_data;
+  size_t m_count;
+};
+
+/// Waves and noise about zero, as level-shifted samples of a picture are.
+template <class T>
+void fillPicture(const Plane<T>& plane) {
+  std::mt19937 random(11);
+  for (size_t i = 0; i < plane.bytes() / sizeof(T); ++i) {
+    const double x = double(i % kSide), y = double(i / kSide);
+    const double wave = 50 * std::sin(x / 17) + 40 * std::cos(y / 23 + x / 91);
+    plane.data()[i] = T(std::lround(wave) + int(random() % 33) - 16);
+  }
+}
+
+/// The largest difference of two planes.
+template <class T>
+double distance(const Plane<T>& a, const Plane<T>& b) {
+  double most = 0;
+  for (size_t i = 0; i < a.bytes() / sizeof(T); ++i) {
+    most = std::max(most, std::abs(double(a.data()[i]) - double(b.data()[i])));
+  }
+  return most;
+}
+
+// ---- five levels ----
+
+/// The peer's transforms of a tile of kSide by kSide samples, in place.
+class PeerTransform {
+ public:
+  explicit PeerTransform(void* data) {
+    for (int r = 0; r <= kLevels; ++r)
+      m_resolution[r].x1 = m_resolution[r].y1 = kSide >> (kLevels - r);
+    m_component.x1 = m_component.y1 = kSide;
+    m_component.resolutions = m_component.wantedResolutions = kLevels + 1;
+    m_component.resolution = m_resolution;
+    m_component.data = data;
+    m_tile.threads = peer::opj_thread_pool_create(0);
+    m_tile.isWhole = 1;
+  }
+  ~PeerTransform() { peer::opj_thread_pool_destroy(m_tile.threads); }
+  PeerTransform(const PeerTransform&) = delete;
+  PeerTransform& operator=(const PeerTransform&) = delete;
+
+  void forward53() { require(peer::opj_dwt_encode(&m_tile, &m_component) != 0, kFails); }
+  void forward97() { require(peer::opj_dwt_encode_real(&m_tile, &m_component) != 0, kFails); }
+  void inverse53() {
+    require(peer::opj_dwt_decode(&m_tile, &m_component, kLevels + 1) != 0, kFails);
+  }
+  void inverse97() {
+    require(peer::opj_dwt_decode_real(&m_tile, &m_component, kLevels + 1) != 0, kFails);
+  }
+
+ private:
+  static constexpr const char* kFails = "the peer's transform fails";
+  peer::Resolution m_resolution[kLevels + 1] = {};
+  peer::Component m_component = {};
+  peer::Tile m_tile = {};
+};
+
+constexpr RkdiSize sideAt(int level) { return {kSide >> level, kSide >> level}; }
+
+/// Five levels of 5/3. The first one forward and the last one back are out of place, so that a
+/// repetition has the same samples to begin with; the others are in place, among the coefficients.
+template <class T>
+struct Five53 {
+  using Tile = RkdStatus (*)(const T*, int, T*, int, RkdiSize, int, int, void*);
+  using InPlace = RkdStatus (*)(T*, int, RkdiSize, int, int, void*);
+  Tile tileForward, tileInverse;
+  InPlace inPlaceForward, inPlaceInverse;
+  static constexpr int kStep = kSide * int(sizeof(T));
+  Plane<T> picture{kSamples}, coefficients{kSamples}, decoded{kSamples};
+  std::vector<uint8_t> buffer;
+
+  Five53(Tile f, InPlace fi, Tile i, InPlace ii)
+      : tileForward(f), tileInverse(i), inPlaceForward(fi), inPlaceInverse(ii) {
+    int bytes = 0;
+    rkdiWTGetBufSize_JPEG2K(sideAt(0), sizeof(T) == 2 ? rkd16s : rkd32s, &bytes);
+    buffer.resize(size_t(bytes));
+    fillPicture(picture);
+    forward();
+    inverse();
+    require(distance(picture, decoded) == 0, "5/3 does not come back");
+  }
+  void forward() {
+    tileForward(picture.data(), kStep, coefficients.data(), kStep, sideAt(0), 0, 0, buffer.data());
+    for (int level = 1; level < kLevels; ++level) {
+      inPlaceForward(coefficients.data(), kStep, sideAt(level), 0, 0, buffer.data());
+    }
+  }
+  void inverse() {
+    for (int level = kLevels; --level > 0;) {
+      inPlaceInverse(coefficients.data(), kStep, sideAt(level), 0, 0, buffer.data());
+    }
+    tileInverse(coefficients.data(), kStep, decoded.data(), kStep, sideAt(0), 0, 0, buffer.data());
+  }
+};
+
+/// Five levels of 9/7 in floating point, by columns and rows. A level's lows go into one half of a
+/// plane of their own; the coefficients lie as the peer's do.
+struct Five97 {
+  Plane<float> picture{kSamples}, coefficients{kSamples}, decoded{kSamples};
+  Plane<float> columns{kSamples}, lows{kSamples};
+
+  Five97() {
+    fillPicture(picture);
+    forward();
+    inverse();
+    require(distance(picture, decoded) < 0.01, "9/7 does not come back");
+  }
+
+  // Where the lows of a level are: the picture, a place between, at last among the coefficients.
+  float* lowsAt(int level) const {
+    if (level == kLevels) return coefficients.data();
+    return lows.data() + (level % 2 == 0 ? kSide / 2 : 0) + size_t{kSide / 2} * kSide;
+  }
+  static constexpr int kStep = kSide * int(sizeof(float));
+
+  void forward() {
+    for (int level = 0; level < kLevels; ++level) {
+      const RkdiSize size = sideAt(level);
+      const int half = size.width / 2;
+      float* const high = columns.data() + size_t(half) * kSide;
+      rkdiWTFwdCol_D97_JPEG2K_32f_C1R(level == 0 ? picture.data() : lowsAt(level), kStep,
+                                      columns.data(), kStep, high, kStep, size, rkdWTFirstLow);
+      float* const to = coefficients.data();
+      rkdiWTFwdRow_D97_JPEG2K_32f_C1R(columns.data(), kStep, lowsAt(level + 1), kStep, to + half,
+                                      kStep, {size.width, half}, rkdWTFirstLow);
+      float* const below = to + size_t(half) * kSide;
+      rkdiWTFwdRow_D97_JPEG2K_32f_C1R(high, kStep, below, kStep, below + half, kStep,
+                                      {size.width, half}, rkdWTFirstLow);
+    }
+  }
+  void inverse() {
+    for (int level = kLevels; level-- > 0;) {
+      const RkdiSize size = sideAt(level);
+      const int half = size.width / 2;
+      float* const high = columns.data() + size_t(half) * kSide;
+      const float* const from = coefficients.data();
+      rkdiWTInvRow_D97_JPEG2K_32f_C1R(lowsAt(level + 1), kStep, from + half, kStep, columns.data(),
+                                      kStep, {size.width, half}, rkdWTFirstLow);
+      const float* const below = from + size_t(half) * kSide;
+      rkdiWTInvRow_D97_JPEG2K_32f_C1R(below, kStep, below + half, kStep, high, kStep,
+                                      {size.width, half}, rkdWTFirstLow);
+      rkdiWTInvCol_D97_JPEG2K_32f_C1R(columns.data(), kStep, high, kStep,
+                                      level == 0 ? decoded.data() : lowsAt(level), kStep, size,
+                                      rkdWTFirstLow);
+    }
+  }
+};
+
+/// Two of a kind, forward and inverse, with the ratios asked for.
+struct Asked {
+  double must, aim;
+};
+
+/// The peer works in place: its samples are put back before each turn, and that time is taken off.
+template <class T, class Ours, class Work>
+void againstPeer(Table& table, const std::string& name, Asked asked, Ours ours,
+                 const Plane<T>& from, const Plane<T>& work, Work peerWork) {
+  table.run({name, "sample", double(kSamples), asked.must, asked.aim, ours,
+             std::string("OpenJPEG ") + opj_version(),
+             [&from, &work, peerWork] {
+               work.copyFrom(from);
+               peerWork();
+             },
+             [&from, &work] { work.copyFrom(from); }});
+}
+
+#define FIVE_53(kind)                                                    \
+  rkdiWTFwd_B53_JPEG2K_##kind##_C1R, rkdiWTFwd_B53_JPEG2K_##kind##_C1IR, \
+      rkdiWTInv_B53_JPEG2K_##kind##_C1R, rkdiWTInv_B53_JPEG2K_##kind##_C1IR
+
+void benchFiveLevels53(Table& table) {
+  Five53<int32_t> wide(FIVE_53(32s));
+  Five53<int16_t> narrow(FIVE_53(16s));
+  Plane<int32_t> work(kSamples), coefficients(kSamples);
+  PeerTransform peer(work.data());
+  wide.forward();
+  coefficients.copyFrom(wide.coefficients);
+  work.copyFrom(wide.picture);
+  peer.forward53();
+  require(distance(work, coefficients) == 0, "5/3 differs from the peer's");
+  peer.inverse53();
+  require(distance(work, wide.picture) == 0, "the peer's 5/3 does not come back");
+
+  const auto peerForward = [&] { peer.forward53(); };
+  const auto peerInverse = [&] { peer.inverse53(); };
+  againstPeer(
+      table, "wavelet 5/3 32s forward, 5 levels", {.3, .15}, [&] { wide.forward(); }, wide.picture,
+      work, peerForward);
+  againstPeer(
+      table, "wavelet 5/3 32s inverse, 5 levels", {.6, .33}, [&] { wide.inverse(); }, coefficients,
+      work, peerInverse);
+  againstPeer(
+      table, "wavelet 5/3 16s forward, 5 levels", {.15, .08}, [&] { narrow.forward(); },
+      wide.picture, work, peerForward);
+  againstPeer(
+      table, "wavelet 5/3 16s inverse, 5 levels", {.3, .17}, [&] { narrow.inverse(); },
+      coefficients, work, peerInverse);
+}
+
+/// On the way back the peer wants highs of half the size, once for either direction.
+void halveHighs(const Plane<float>& coefficients) {
+  for (int level = 1; level <= kLevels; ++level) {
+    const int half = kSide >> level;
+    for (int y = 0; y < 2 * half; ++y) {
+      float* const row = coefficients.data() + size_t(y) * kSide;
+      for (int x = 0; x < 2 * half; ++x) row[x] *= (x < half ? 1 : .5F) * (y < half ? 1 : .5F);
+    }
+  }
+}
+
+void benchFiveLevels97(Table& table) {
+  Five97 ours;
+  Plane<float> work(kSamples), coefficients(kSamples);
+  PeerTransform peer(work.data());
+  work.copyFrom(ours.picture);
+  peer.forward97();
+  require(distance(work, ours.coefficients) < 0.01, "9/7 differs from the peer's");
+  coefficients.copyFrom(work);
+  halveHighs(coefficients);
+  work.copyFrom(coefficients);
+  peer.inverse97();
+  require(distance(work, ours.picture) < 0.01, "the peer's 9/7 does not come back");
+
+  againstPeer(
+      table, "wavelet 9/7 32f forward, 5 levels", {.3, .17}, [&] { ours.forward(); }, ours.picture,
+      work, [&] { peer.forward97(); });
+  againstPeer(
+      table, "wavelet 9/7 32f inverse, 5 levels", {.3, .17}, [&] { ours.inverse(); }, coefficients,
+      work, [&] { peer.inverse97(); });
+}
+
+// ---- component transforms, in place ----
+
+// Three planes of 32-bit samples that fit the second-level cache.
+constexpr RkdiSize kPart = {256, 64};
+constexpr size_t kPartPixels = size_t{256} * 64;
+constexpr int kRepeat = 8;
+
+template <class T>
+struct Three {
+  Plane<T> plane[3] = {Plane<T>(kPartPixels), Plane<T>(kPartPixels), Plane<T>(kPartPixels)};
+  T* data[3] = {plane[0].data(), plane[1].data(), plane[2].data()};
+  static constexpr int kStep = kPart.width * int(sizeof(T));
+};
+
+template <class Body>
+std::function<void()> repeated(Body body) {
+  return [body] {
+    for (int i = 0; i < kRepeat; ++i) body();
+  };
+}
+
+/// Where samples are of the peer's kind, ours and its agree on a picture.
+template <class T, class P, class Way>
+void requireSameComponents(Way way, void (*peerWay)(P*, P*, P*, size_t)) {
+  if constexpr (std::is_same_v<T, P>) {
+    Three<T> ours, theirs;
+    for (int p = 0; p < 3; ++p) {
+      fillPicture(ours.plane[p]);
+      for (size_t i = 0; i < kPartPixels; ++i) ours.data[p][i] *= T(p + 1);
+      theirs.plane[p].copyFrom(ours.plane[p]);
+    }
+    way(ours.data, Three<T>::kStep, kPart);
+    peerWay(theirs.data[0], theirs.data[1], theirs.data[2], kPartPixels);
+    for (int p = 0; p < 3; ++p) {
+      require(distance(ours.plane[p], theirs.plane[p]) < .01, "components differ from the peer's");
+    }
+  }
+}
+
+/// Samples are zero, and stay it in place however often: floating point neither decays nor grows.
+template <class T, class P, class Way>
+void benchComponents(Table& table, const char* name, Asked asked, Way forward, Way inverse,
+                     void (*peerForward)(P*, P*, P*, size_t),
+                     void (*peerInverse)(P*, P*, P*, size_t)) {
+  Three<T> ours;
+  Three<P> theirs;
+  const std::string peer = std::string("OpenJPEG ") + opj_version();
+  requireSameComponents<T>(forward, peerForward);
+  requireSameComponents<T>(inverse, peerInverse);
+  for (const bool isForward : {true, false}) {
+    const Way way = isForward ? forward : inverse;
+    const auto peerWay = isForward ? peerForward : peerInverse;
+    table.run({std::string(name) + (isForward ? " forward" : " inverse"), "px",
+               double(kPartPixels) * kRepeat, asked.must, asked.aim,
+               repeated([&ours, way] { way(ours.data, Three<T>::kStep, kPart); }), peer,
+               repeated([&theirs, peerWay] {
+                 peerWay(theirs.data[0], theirs.data[1], theirs.data[2], kPartPixels);
+               })});
+  }
+}
+
+// ---- every function by itself ----
+
+/// A function's line beside a copy of the samples. No ratio is asked for: a copy has no arithmetic.
+template <class T>
+class ByItself {
+ public:
+  explicit ByItself(Table& table) : m_table(table) {}
+
+  using Forward = RkdStatus (*)(const T*, int, T*, int, T*, int, RkdiSize, int);
+  using Inverse = RkdStatus (*)(const T*, int, const T*, int, T*, int, RkdiSize, int);
+  /// The high band follows the low one in memory, by rows or by columns.
+  void bands(const char* name, Forward function, bool byRows) {
+    T* const high = m_b.data() + highAt(byRows);
+    line(name, [=, this] {
+      function(m_a.data(), kStep, m_b.data(), kStep, high, kStep, kPart, rkdWTFirstLow);
+    });
+  }
+  void bands(const char* name, Inverse function, bool byRows) {
+    const T* const high = m_a.data() + highAt(byRows);
+    line(name, [=, this] {
+      function(m_a.data(), kStep, high, kStep, m_b.data(), kStep, kPart, rkdWTFirstLow);
+    });
+  }
+
+  using Tile = RkdStatus (*)(const T*, int, T*, int, RkdiSize, int, int, void*);
+  using TileInPlace = RkdStatus (*)(T*, int, RkdiSize, int, int, void*);
+  void tile(const char* name, Tile function) {
+    line(name, [=, this] {
+      function(m_a.data(), kStep, m_b.data(), kStep, kPart, 0, 0, m_buffer.data());
+    });
+  }
+  void tile(const char* name, TileInPlace function) {
+    line(name, [=, this] { function(m_a.data(), kStep, kPart, 0, 0, m_buffer.data()); });
+  }
+
+  /// Every call takes two rows further on and gives two.
+  using Step53 = RkdStatus (*)(const T*, const T*, const T*, const T*, T*, T*, int);
+  using Step97 = RkdStatus (*)(const T*, const T*, T* const*, T*, T*, int);
+  void step(const char* name, Step53 function) {
+    line(name, [=, this] {
+      for (int y = 0; y + 2 < kPart.height; y += 2) {
+        function(row(m_a, y), row(m_a, y + 1), row(m_a, y + 2), row(m_b, y), row(m_b, y + 1),
+                 row(m_b, y + 2), kPart.width);
+      }
+    });
+  }
+  void step(const char* name, Step97 function) {
+    line(name, [=, this] {
+      T* const state[4] = {row(m_buffer, 0), row(m_buffer, 1), row(m_buffer, 2), row(m_buffer, 3)};
+      for (int y = 0; y < kPart.height; y += 2) {
+        function(row(m_a, y), row(m_a, y + 1), state, row(m_b, y), row(m_b, y + 1), kPart.width);
+      }
+    });
+  }
+
+ private:
+  static constexpr int kStep = kPart.width * int(sizeof(T));
+  static size_t highAt(bool byRows) { return byRows ? kPart.width / 2 : kPartPixels / 2; }
+  static T* row(const Plane<T>& plane, int y) { return plane.data() + y * kPart.width; }
+
+  template <class Body>
+  void line(const char* name, Body body) {
+    m_table.run({name, "sample", double(kPartPixels) * kRepeat, 0, 0, repeated(body), "copy",
+                 repeated([this] { m_b.copyFrom(m_a); })});
+  }
+
+  Table& m_table;
+  // Samples are zero, so that those in place neither decay nor grow.
+  Plane<T> m_a{kPartPixels}, m_b{kPartPixels}, m_buffer{2 * kPartPixels};
+};
+
+// Compiled for the level that runs on this machine.
+__attribute__((noinline, target_clones("arch=icelake-server", "avx2", "default"))) void plainUpdate(
+    uint32_t* a, uint32_t* b, uint32_t* c, size_t n) {
+  for (size_t i = 0; i < n; ++i) {
+    ++a[i];
+    ++b[i];
+    ++c[i];
+  }
+}
+
+/// Component transforms beside plain loops over the same bytes. Those that hardly do more than move
+/// memory are held to them.
+template <class T>
+class Components {
+ public:
+  explicit Components(Table& table) : m_table(table) {}
+
+  void line(const char* name, RkdStatus (*function)(T* const*, int, RkdiSize)) {
+    run(
+        name, [=, this] { function(m_three.data, kStep, kPart); },
+        [this] {
+          const auto words = [this](int p) { return reinterpret_cast<uint32_t*>(m_plain.data[p]); };
+          plainUpdate(words(0), words(1), words(2), kPartPixels * sizeof(T) / sizeof(uint32_t));
+        });
+  }
+  void line(const char* name, RkdStatus (*function)(const T*, int, T* const*, int, RkdiSize)) {
+    run(
+        name, [=, this] { function(m_pixels.data(), 3 * kStep, m_three.data, kStep, kPart); },
+        [this] { m_copy.copyFrom(m_pixels); });
+  }
+  void line(const char* name, RkdStatus (*function)(const T* const*, int, T*, int, RkdiSize)) {
+    run(
+        name, [=, this] { function(m_three.data, kStep, m_pixels.data(), 3 * kStep, kPart); },
+        [this] { m_pixels.copyFrom(m_copy); });
+  }
+
+ private:
+  static constexpr int kStep = Three<T>::kStep;
+
+  template <class Ours, class Plain>
+  void run(const std::string& name, Ours ours, Plain plain) {
+    // Fixed-point ICT multiplies to twice the width.
+    const bool moves = std::is_floating_point_v<T> || name.starts_with("RCT");
+    m_table.run({name, "px", double(kPartPixels) * kRepeat, moves ? 1.5 : 0, moves ? 1.1 : 0,
+                 repeated(ours), "plain loop", repeated(plain)});
+  }
+
+  Table& m_table;
+  Three<T> m_three, m_plain;
+  Plane<T> m_pixels{3 * kPartPixels}, m_copy{3 * kPartPixels};
+};
+
+#define LINE(object, way, name, ...) object.way(#name, rkdi##name __VA_OPT__(, ) __VA_ARGS__)
+
+void benchByThemselves(Table& table) {
+  ByItself<int16_t> narrow(table);
+  ByItself<int32_t> wide(table);
+  ByItself<float> floating(table);
+  LINE(narrow, tile, WTFwd_B53_JPEG2K_16s_C1R);
+  LINE(narrow, tile, WTFwd_B53_JPEG2K_16s_C1IR);
+  LINE(narrow, tile, WTInv_B53_JPEG2K_16s_C1R);
+  LINE(narrow, tile, WTInv_B53_JPEG2K_16s_C1IR);
+  LINE(wide, tile, WTFwd_B53_JPEG2K_32s_C1R);
+  LINE(wide, tile, WTFwd_B53_JPEG2K_32s_C1IR);
+  LINE(wide, tile, WTInv_B53_JPEG2K_32s_C1R);
+  LINE(wide, tile, WTInv_B53_JPEG2K_32s_C1IR);
+  LINE(narrow, tile, WTFwd_D97_JPEG2K_16s_C1R);
+  LINE(narrow, tile, WTFwd_D97_JPEG2K_16s_C1IR);
+  LINE(narrow, tile, WTInv_D97_JPEG2K_16s_C1R);
+  LINE(narrow, tile, WTInv_D97_JPEG2K_16s_C1IR);
+  LINE(wide, tile, WTFwd_D97_JPEG2K_32s_C1R);
+  LINE(wide, tile, WTFwd_D97_JPEG2K_32s_C1IR);
+  LINE(wide, tile, WTInv_D97_JPEG2K_32s_C1R);
+  LINE(wide, tile, WTInv_D97_JPEG2K_32s_C1IR);
+  LINE(narrow, bands, WTFwdRow_B53_JPEG2K_16s_C1R, true);
+  LINE(narrow, bands, WTInvRow_B53_JPEG2K_16s_C1R, true);
+  LINE(narrow, bands, WTFwdCol_B53_JPEG2K_16s_C1R, false);
+  LINE(narrow, bands, WTInvCol_B53_JPEG2K_16s_C1R, false);
+  LINE(wide, bands, WTFwdRow_B53_JPEG2K_32s_C1R, true);
+  LINE(wide, bands, WTInvRow_B53_JPEG2K_32s_C1R, true);
+  LINE(wide, bands, WTFwdCol_B53_JPEG2K_32s_C1R, false);
+  LINE(wide, bands, WTInvCol_B53_JPEG2K_32s_C1R, false);
+  LINE(narrow, bands, WTFwdRow_D97_JPEG2K_16s_C1R, true);
+  LINE(narrow, bands, WTInvRow_D97_JPEG2K_16s_C1R, true);
+  LINE(wide, bands, WTFwdRow_D97_JPEG2K_32s_C1R, true);
+  LINE(wide, bands, WTInvRow_D97_JPEG2K_32s_C1R, true);
+  LINE(floating, bands, WTFwdRow_D97_JPEG2K_32f_C1R, true);
+  LINE(floating, bands, WTInvRow_D97_JPEG2K_32f_C1R, true);
+  LINE(floating, bands, WTFwdCol_D97_JPEG2K_32f_C1R, false);
+  LINE(floating, bands, WTInvCol_D97_JPEG2K_32f_C1R, false);
+  LINE(narrow, step, WTFwdColLift_B53_JPEG2K_16s_C1);
+  LINE(narrow, step, WTInvColLift_B53_JPEG2K_16s_C1);
+  LINE(wide, step, WTFwdColLift_B53_JPEG2K_32s_C1);
+  LINE(wide, step, WTInvColLift_B53_JPEG2K_32s_C1);
+  LINE(narrow, step, WTFwdColLift_D97_JPEG2K_16s_C1);
+  LINE(narrow, step, WTInvColLift_D97_JPEG2K_16s_C1);
+  LINE(wide, step, WTFwdColLift_D97_JPEG2K_32s_C1);
+  LINE(wide, step, WTInvColLift_D97_JPEG2K_32s_C1);
+  LINE(floating, step, WTFwdColLift_D97_JPEG2K_32f_C1);
+  LINE(floating, step, WTInvColLift_D97_JPEG2K_32f_C1);
+
+  Components<int16_t> narrowPlanes(table);
+  Components<int32_t> widePlanes(table);
+  Components<float> floatingPlanes(table);
+  LINE(narrowPlanes, line, RCTFwd_JPEG2K_16s_P3IR);
+  LINE(narrowPlanes, line, RCTInv_JPEG2K_16s_P3IR);
+  LINE(narrowPlanes, line, RCTFwd_JPEG2K_16s_C3P3R);
+  LINE(narrowPlanes, line, RCTInv_JPEG2K_16s_P3C3R);
+  LINE(widePlanes, line, RCTFwd_JPEG2K_32s_P3IR);
+  LINE(widePlanes, line, RCTInv_JPEG2K_32s_P3IR);
+  LINE(widePlanes, line, RCTFwd_JPEG2K_32s_C3P3R);
+  LINE(widePlanes, line, RCTInv_JPEG2K_32s_P3C3R);
+  LINE(narrowPlanes, line, ICTFwd_JPEG2K_16s_P3IR);
+  LINE(narrowPlanes, line, ICTInv_JPEG2K_16s_P3IR);
+  LINE(widePlanes, line, ICTFwd_JPEG2K_32s_P3IR);
+  LINE(widePlanes, line, ICTInv_JPEG2K_32s_P3IR);
+  LINE(floatingPlanes, line, ICTFwd_JPEG2K_32f_P3IR);
+  LINE(floatingPlanes, line, ICTInv_JPEG2K_32f_P3IR);
+  LINE(floatingPlanes, line, ICTFwd_JPEG2K_32f_C3P3R);
+  LINE(floatingPlanes, line, ICTInv_JPEG2K_32f_P3C3R);
+}
+
+}  // namespace
+
+void benchWavelet(Table& table) {
+  benchFiveLevels53(table);
+  benchFiveLevels97(table);
+  constexpr Asked wide = {1.05, 1}, narrow = {.5, .45};
+  using namespace peer;
+  benchComponents<int32_t>(table, "RCT 32s", wide, rkdiRCTFwd_JPEG2K_32s_P3IR,
+                           rkdiRCTInv_JPEG2K_32s_P3IR, opj_mct_encode, opj_mct_decode);
+  benchComponents<float>(table, "ICT 32f", wide, rkdiICTFwd_JPEG2K_32f_P3IR,
+                         rkdiICTInv_JPEG2K_32f_P3IR, opj_mct_encode_real, opj_mct_decode_real);
+  benchComponents<int16_t>(table, "RCT 16s", narrow, rkdiRCTFwd_JPEG2K_16s_P3IR,
+                           rkdiRCTInv_JPEG2K_16s_P3IR, opj_mct_encode, opj_mct_decode);
+  benchComponents<int16_t>(table, "ICT 16s", narrow, rkdiICTFwd_JPEG2K_16s_P3IR,
+                           rkdiICTInv_JPEG2K_16s_P3IR, opj_mct_encode_real, opj_mct_decode_real);
+  benchByThemselves(table);
+}
+
+}  // namespace bench
