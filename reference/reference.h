@@ -7,5 +7,6 @@
 #include "ref_dct.h"
 #include "ref_dxt.h"
 #include "ref_huffman.h"
+#include "ref_pct.h"
 #include "ref_tiff.h"
 #include "ref_wavelet.h"

@@ -330,6 +330,17 @@ TEST(Arguments, TiffRows) {
   REFUSES(rkdiJoinRow_TIFF_8u16u_C1, "p p n");
 }
 
+TEST(Arguments, CoreTransform) {
+  REFUSES(rkdiPCTFwd_HDP_32s_C1IR, "p s1 z");
+  REFUSES(rkdiPCTInv_HDP_32s_C1IR, "p s1 z");
+  REFUSES(rkdiPCTFwd16x16_HDP_32s_C1IR, "p r16");
+  REFUSES(rkdiPCTInv16x16_HDP_32s_C1IR, "p r16");
+  REFUSES(rkdiPCTFwd8x16_HDP_32s_C1IR, "p r8");
+  REFUSES(rkdiPCTInv8x16_HDP_32s_C1IR, "p r8");
+  REFUSES(rkdiPCTFwd8x8_HDP_32s_C1IR, "p r8");
+  REFUSES(rkdiPCTInv8x8_HDP_32s_C1IR, "p r8");
+}
+
 TEST(Arguments, Transforms) {
   REFUSES(rkdiQuantFwdTableInit_JPEG_8u16u, "p p");
   REFUSES(rkdiQuantFwdTableInit_JPEG_16u, "p p");

@@ -50,6 +50,7 @@ const Suite kSuites[] = {
     {"src/p_jwt_ia", "px", {"TimjWT//RK_REG"}, 16},
     {"src/p_jwtcollift_ia", "e", {"TimjWTColLift//RK_REG_Ibs", "TimjWTColLift//RK_REG"}, 10},
     {"src/p_jwtrow_ia", "px", {"TimjWTRow//RK_REG"}, 16},
+    {"src/p_jxrpct_vb", "px", {"Tim_PCT//RK_REG"}, 8},
 };
 
 std::vector<rkTest*> suiteTests() {

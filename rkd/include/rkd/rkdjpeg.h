@@ -4,6 +4,7 @@
 
 #include "rkd/rkdjpeg_codeblock.h"
 #include "rkd/rkdjpeg_dct.h"
+#include "rkd/rkdjpeg_hdp.h"
 #include "rkd/rkdjpeg_huffman.h"
 #include "rkd/rkdjpeg_mcu.h"
 #include "rkd/rkdjpeg_pred.h"
