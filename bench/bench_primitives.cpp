@@ -13,6 +13,7 @@ int main(int argc, char** argv) {
   bench::benchDct(table);
   bench::benchWavelet(table);
   bench::benchHuffman(table);
+  bench::benchPct(table);
   table.summary();
   return table.allReached() ? 0 : 1;
 }

@@ -59,6 +59,7 @@ class Table {
 void benchCodeBlock(Table& table);
 void benchDct(Table& table);
 void benchHuffman(Table& table);
+void benchPct(Table& table);
 void benchWavelet(Table& table);
 
 }  // namespace bench

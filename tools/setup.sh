@@ -1,4 +1,6 @@
-# Sourced by measure and check: makes sure that what the build needs is installed.
+#!/usr/bin/env bash
+# Sourced by measure and check: makes sure that what the build needs is installed. Run by itself, as
+# in `tools/setup.sh build bench`, it installs what the tasks named need.
 # tazmet_setup PACKAGE...: installs the missing Debian packages with apt when the user may, else
 # prints the line to type and exits with 2.
 
@@ -41,11 +43,24 @@ tazmet_build_packages=(g++ cmake ninja-build libhwy-dev)
 tazmet_check_packages=(git libgtest-dev libgmock-dev clang-format libjpeg-turbo-progs
   libjpeg62-turbo-dev binutils libopenjp2-tools)
 
+# What the side-by-side benchmarks need on top of the build: the peers.
+tazmet_bench_packages=(pkg-config libjpeg62-turbo-dev libopenjp2-7-dev libjxr-dev)
+
 # Ubuntu names one of them differently.
 if [[ -r /etc/os-release ]] && grep -q '^ID=ubuntu' /etc/os-release; then
-  for i in "${!tazmet_check_packages[@]}"; do
-    if [[ ${tazmet_check_packages[i]} == libjpeg62-turbo-dev ]]; then
-      tazmet_check_packages[i]=libjpeg-turbo8-dev
-    fi
+  tazmet_check_packages=("${tazmet_check_packages[@]/#libjpeg62-turbo-dev/libjpeg-turbo8-dev}")
+  tazmet_bench_packages=("${tazmet_bench_packages[@]/#libjpeg62-turbo-dev/libjpeg-turbo8-dev}")
+fi
+
+# Run instead of sourced: installs what the named tasks need, of build, check and bench.
+if [[ ${BASH_SOURCE[0]} == "$0" ]]; then
+  set -euo pipefail
+  for task in "$@"; do
+    case $task in
+      build) tazmet_setup "${tazmet_build_packages[@]}" ;;
+      check) tazmet_setup "${tazmet_check_packages[@]}" ;;
+      bench) tazmet_setup "${tazmet_bench_packages[@]}" ;;
+      *) echo "setup.sh: no task $task; there are build, check and bench" >&2 && exit 2 ;;
+    esac
   done
 fi
