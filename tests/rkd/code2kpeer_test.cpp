@@ -1,21 +1,14 @@
 // Our code blocks, wrapped in a codestream of one tile and one block, through another decoder.
-#include <sys/wait.h>
-
 #include <bit>
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "blockkit.h"
+#include "peerkit.h"
 
 using namespace blockkit;
 using rkdkit::Random;
 using rkdkit::sz;
 
 namespace {
-
-namespace fs = std::filesystem;
 
 /// Marker segments, big-endian.
 class Stream {
@@ -126,36 +119,20 @@ Bytes codestream(const Coded& coded, int passes, const Shape& shape, int precisi
   return s.bytes();
 }
 
-class CodeBlockPeer : public testing::Test {
+class CodeBlockPeer : public peerkit::PeerTest {
  protected:
-  void SetUp() override {
-    std::string name = (fs::temp_directory_path() / "tazmet.XXXXXX").string();
-    ASSERT_NE(nullptr, mkdtemp(name.data()));
-    m_folder = name;
-  }
-  void TearDown() override { fs::remove_all(m_folder); }
+  CodeBlockPeer() : PeerTest("opj_decompress") {}
 
   /// The samples that opj_decompress makes of a codestream.
   Coefficients decompress(const Bytes& stream) const {
-    const fs::path in = m_folder / "block.j2k";
-    const fs::path out = m_folder / "block.rawl";
-    fs::remove(out);
-    std::ofstream(in, std::ios::binary)
-        .write(reinterpret_cast<const char*>(stream.data()), std::streamsize(stream.size()));
-    const std::string command = "opj_decompress -i " + in.string() + " -o " + out.string() + " > " +
-                                (m_folder / "log").string() + " 2>&1";
-    const int code = std::system(command.c_str());
-    EXPECT_TRUE(WIFEXITED(code) && WEXITSTATUS(code) == 0) << command;
-    std::ifstream file(out, std::ios::binary);
-    const Bytes raw{std::istreambuf_iterator<char>(file), {}};
+    write("block.j2k", stream);
+    const Bytes raw = made("-i " + file("block.j2k") + " -o " + file("block.rawl"), "block.rawl");
     Coefficients samples;
     for (size_t i = 0; i + 1 < raw.size(); i += 2) {
       samples.push_back(int16_t(raw[i] | raw[i + 1] << 8));
     }
     return samples;
   }
-
-  fs::path m_folder;
 };
 
 TEST_F(CodeBlockPeer, DecodesOurBlocksOfEveryStyleAsWeDo) {
