@@ -10,7 +10,9 @@ int main(int argc, char** argv) {
               rkdGetLevelName());
   bench::Table table(argc > 1 ? argv[1] : "");
   bench::benchCodeBlock(table);
+  bench::benchColor(table);
   bench::benchDct(table);
+  bench::benchSample(table);
   bench::benchWavelet(table);
   bench::benchHuffman(table);
   bench::benchPct(table);

@@ -57,8 +57,10 @@ class Table {
 
 // The families, each in its bench_*.cpp.
 void benchCodeBlock(Table& table);
+void benchColor(Table& table);
 void benchDct(Table& table);
 void benchHuffman(Table& table);
+void benchSample(Table& table);
 void benchPct(Table& table);
 void benchWavelet(Table& table);
 
