@@ -1,0 +1,135 @@
+// The built program with another build of one of its libraries, as docs/another-library.md tells.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "harnesskit.h"
+
+using harnesskit::Outcome;
+using harnesskit::runProgram;
+using harnesskit::TempFolder;
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+const std::string PROGRAM = std::string(TAZMET_BIN_DIR) + "/tazmet";
+
+// The functions that the other library has, the last with a fault, and one that it lacks, that
+// comes before them and has the same work as the first.
+const std::string GREY = "rkdiRGBToY_JPEG_8u_C3C1R";
+const std::string PLANES = "rkdiRGBToYCbCr_JPEG_8u_C3P3R";
+const std::string FAULTY = "rkdiYCbCrToRGB_JPEG_8u_P3C3R";
+const std::string LACKED = "rkdiBGRToY_JPEG_8u_C3C1R";
+
+// Empty folder: the bundled libraries.
+Outcome run(const TempFolder& folder, const std::string& libraries, const Words& keys) {
+  Words words = {"LD_LIBRARY_PATH=" + libraries, PROGRAM};
+  words.insert(words.end(), keys.begin(), keys.end());
+  return runProgram("/usr/bin/env", words, folder.path());
+}
+
+Words measuring(const TempFolder& folder, const Words& functions, const Words& more = {}) {
+  Words keys = {"-B", "-dImageSize=64x48", "-r", "-l", folder.path()};
+  for (const std::string& function : functions) keys.push_back("-f=" + function);
+  keys.insert(keys.end(), more.begin(), more.end());
+  return keys;
+}
+
+struct Row {
+  double clocks;
+  std::string result;
+};
+
+// The result table's rows by function name.
+std::map<std::string, Row> table(const TempFolder& folder) {
+  std::map<std::string, Row> rows;
+  std::istringstream text(folder.read("tazmet.csv"));
+  for (std::string line; std::getline(text, line);) {
+    std::istringstream in(line);
+    Words cells;
+    for (std::string cell; std::getline(in, cell, ',');) cells.push_back(cell);
+    if (cells.size() != 9 || cells[3] != "Timing") continue;
+    rows[cells[0] + "_" + cells[1] + "_" + cells[2]] = {std::strtod(cells[5].c_str(), nullptr),
+                                                        cells[8]};
+  }
+  return rows;
+}
+
+}  // namespace
+
+TEST(OtherLibrary, IsLoadedFromTheSearchPathAndTold) {
+  const TempFolder folder;
+  const std::string told = "Library  : librkdcolor.so.1, 0.1.0 (another), 2020-02-02 ";
+  EXPECT_FALSE(run(folder, "", measuring(folder, {GREY})).shows(told));
+  const Outcome other = run(folder, TAZMET_OTHER_LIBRARY_DIR, measuring(folder, {GREY}));
+  EXPECT_EQ(1u, other.lines(told).size()) << other.console;
+
+  // The lists of functions are those of the libraries that are loaded.
+  EXPECT_TRUE(run(folder, "", {"-e+", "-f" + LACKED}).shows("\t" + LACKED + "\tyes\n"));
+  const Outcome listed = run(folder, TAZMET_OTHER_LIBRARY_DIR, {"-e+"});
+  EXPECT_TRUE(listed.shows("\t" + GREY + "\tyes\n")) << listed.console;
+  EXPECT_FALSE(listed.shows("\t" + LACKED + "\tyes\n"));
+}
+
+TEST(OtherLibrary, SlowerFunctionsTakeMoreClocks) {
+  const TempFolder folder;
+  ASSERT_EQ(0, run(folder, "", measuring(folder, {GREY, PLANES})).exitCode);
+  const auto bundled = table(folder);
+  ASSERT_EQ(0, run(folder, TAZMET_OTHER_LIBRARY_DIR, measuring(folder, {GREY, PLANES})).exitCode);
+  const auto other = table(folder);
+  ASSERT_EQ(2u, bundled.size());
+  ASSERT_EQ(2u, other.size());
+  for (const auto& [name, row] : bundled) {
+    EXPECT_GT(row.clocks, 0) << name;
+    EXPECT_GT(other.at(name).clocks, 10 * row.clocks) << name;
+  }
+}
+
+TEST(OtherLibrary, FunctionsItLacksAreSkippedAndTheRunGoesOn) {
+  const TempFolder folder;
+  const Outcome outcome = run(folder, TAZMET_OTHER_LIBRARY_DIR,
+                              measuring(folder, {LACKED, GREY, "rkdiICTFwd_JPEG2K_32s_P3IR"}));
+  EXPECT_EQ(0, outcome.exitCode) << outcome.console;
+  EXPECT_EQ(2u, outcome.lines("the library lacks the function").size()) << outcome.console;
+  EXPECT_EQ(1u, outcome.lines(" " + GREY + "  ImageSize=64x48").size()) << outcome.console;
+  EXPECT_TRUE(outcome.shows("Number of tests: 3 ")) << outcome.console;
+  EXPECT_EQ(1u, table(folder).size()) << folder.read("tazmet.csv");
+}
+
+TEST(OtherLibrary, PreloadedFunctionsReplaceOnlyThemselves) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "the sanitizer's own library wants to be the first";
+#endif
+  const TempFolder folder;
+  Words words = measuring(folder, {LACKED, GREY});
+  words.insert(words.begin(), {std::string("LD_PRELOAD=") + TAZMET_OTHER_FUNCTIONS, PROGRAM});
+  EXPECT_EQ(0, runProgram("/usr/bin/env", words, folder.path()).exitCode);
+  auto rows = table(folder);
+  EXPECT_GT(rows[LACKED].clocks, 0) << folder.read("tazmet.csv");
+  EXPECT_GT(rows[GREY].clocks, 10 * rows[LACKED].clocks);
+}
+
+TEST(OtherLibrary, ComparisonCatchesItsFault) {
+  const TempFolder folder;
+  for (const char* key : {"-V", "-VONLY"}) {
+    const Outcome outcome =
+        run(folder, TAZMET_OTHER_LIBRARY_DIR, measuring(folder, {GREY, PLANES, FAULTY}, {key}));
+    EXPECT_EQ(1, outcome.exitCode) << outcome.console;
+    EXPECT_EQ(1u, outcome.lines("-- FUNCFAIL: " + FAULTY).size()) << outcome.console;
+    auto rows = table(folder);
+    EXPECT_EQ("FUNCFAIL", rows[FAULTY].result) << folder.read("tazmet.csv");
+    EXPECT_EQ(0, rows[FAULTY].clocks);
+    for (const std::string& right : {GREY, PLANES}) {
+      EXPECT_TRUE(rows[right].result == "OK" || rows[right].result == "ACCURWRN")
+          << folder.read("tazmet.csv");
+    }
+  }
+  // Without it the wrong function is timed like any other.
+  EXPECT_EQ(0, run(folder, TAZMET_OTHER_LIBRARY_DIR, measuring(folder, {FAULTY})).exitCode);
+}
