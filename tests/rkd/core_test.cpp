@@ -134,26 +134,56 @@ TEST(Memory, BlocksAreAlignedAndHugeOnesRefused) {
   rkdFree(nullptr);
 }
 
-TEST(CopyAndSet, RowsAndRegionsOfAnyAlignment) {
+template <class T, int C>
+void expectCopies(RkdStatus (*copy)(const T*, int, T*, int, RkdiSize)) {
   Random random;
   for (const Place place : places()) {
-    Canvas<int32_t> src(sz(13, 4), 1, place);
+    Canvas<T> src(sz(13, 4), C, place), dst(sz(13, 4), C, {place.offset ^ 5, 3});
     src.fillLimitsAndRandom(random);
-    Canvas<int32_t> dst(sz(13, 4), 1, {place.offset ^ 5, 3});
-    EXPECT_EQ(rkdiCopy_32s_C1R(src.data(), src.step(), dst.data(), dst.step(), src.size()), 0);
-    EXPECT_TRUE(dst.sameAs(src) && dst.marginIntact());
-    EXPECT_EQ(rkdiSet_32s_C1R(-7, dst.data(), dst.step(), dst.size()), 0);
-    src.fill([] { return -7; });
-    EXPECT_TRUE(dst.sameAs(src) && dst.marginIntact());
-
-    Canvas<int16_t> row(sz(29, 1), 1, place);
-    Canvas<int16_t> copy(sz(29, 1), 1, {place.offset ^ 9, 0});
-    row.fillLimitsAndRandom(random);
-    EXPECT_EQ(rkdsCopy_16s(row.data(), copy.data(), 29), 0);
-    EXPECT_TRUE(copy.sameAs(row) && copy.marginIntact());
-    EXPECT_EQ(rkdsZero_16s(copy.data(), 29), 0);
-    EXPECT_TRUE(copy.sameAs(row.fill([] { return 0; })) && copy.marginIntact());
+    EXPECT_EQ(copy(src.data(), src.step(), dst.data(), dst.step(), src.size()), 0);
+    ASSERT_TRUE(dst.sameAs(src) && dst.marginIntact());
   }
+}
+
+template <class T>
+void expectSets(RkdStatus (*set)(T, T*, int, RkdiSize)) {
+  const T value = static_cast<T>(0x81726354);  // every byte another
+  for (const Place place : places()) {
+    Canvas<T> dst(sz(13, 4), 1, place), want(sz(13, 4));
+    want.fill([&] { return value; });
+    EXPECT_EQ(set(value, dst.data(), dst.step(), dst.size()), 0);
+    ASSERT_TRUE(dst.sameAs(want) && dst.marginIntact());
+  }
+}
+
+template <class T>
+void expectRows(RkdStatus (*copy)(const T*, T*, int), RkdStatus (*set)(T, T*, int),
+                RkdStatus (*zero)(T*, int)) {
+  Random random;
+  const T value = static_cast<T>(0x81726354);
+  for (const Place place : places()) {
+    Canvas<T> src(sz(29, 1), 1, place), dst(sz(29, 1), 1, {place.offset ^ 9, 0});
+    src.fillLimitsAndRandom(random);
+    EXPECT_EQ(copy(src.data(), dst.data(), 29), 0);
+    ASSERT_TRUE(dst.sameAs(src) && dst.marginIntact());
+    EXPECT_EQ(set(value, dst.data(), 29), 0);
+    ASSERT_TRUE(dst.sameAs(src.fill([&] { return value; })) && dst.marginIntact());
+    EXPECT_EQ(zero(dst.data(), 29), 0);
+    ASSERT_TRUE(dst.sameAs(src.fill([] { return 0; })) && dst.marginIntact());
+  }
+}
+
+TEST(CopyAndSet, RowsAndRegionsOfAnyAlignment) {
+  expectCopies<uint8_t, 1>(rkdiCopy_8u_C1R);
+  expectCopies<uint8_t, 3>(rkdiCopy_8u_C3R);
+  expectCopies<int16_t, 1>(rkdiCopy_16s_C1R);
+  expectCopies<int32_t, 1>(rkdiCopy_32s_C1R);
+  expectSets<uint8_t>(rkdiSet_8u_C1R);
+  expectSets<int16_t>(rkdiSet_16s_C1R);
+  expectSets<int32_t>(rkdiSet_32s_C1R);
+  expectRows<uint8_t>(rkdsCopy_8u, rkdsSet_8u, rkdsZero_8u);
+  expectRows<int16_t>(rkdsCopy_16s, rkdsSet_16s, rkdsZero_16s);
+  expectRows<int32_t>(rkdsCopy_32s, rkdsSet_32s, rkdsZero_32s);
 }
 
 }  // namespace

@@ -103,27 +103,88 @@ TEST(DctRows, ForwardIsWithinOneOfTheReference) {
   });
 }
 
-TEST(DctRows, InverseIsWithinOneOfTheReference) {
+// An inverse to NxN samples that looks at the low KxK coefficients.
+template <class T>
+struct InverseCase {
+  Inverse<T> function, reference;
+  int N, K;
+};
+constexpr InverseCase<uint8_t> kBytes[] = {
+    {rkdiDCTQuantInv8x8LS_JPEG_16s8u_C1R, ref::rkdiDCTQuantInv8x8LS_JPEG_16s8u_C1R, 8, 8},
+    {rkdiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R, ref::rkdiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R, 8, 4},
+    {rkdiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R, ref::rkdiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R, 8, 2},
+    {rkdiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R, ref::rkdiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R, 8, 1},
+    {rkdiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R, ref::rkdiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R, 4, 4},
+    {rkdiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R, ref::rkdiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R, 2, 2},
+    {[](const int16_t* src, uint8_t* dst, int step, const uint16_t*) {
+       return rkdiDCT8x8InvLS_JPEG_16s8u_C1R(src, dst, step);
+     },
+     [](const int16_t* src, uint8_t* dst, int step, const uint16_t*) {
+       return ref::rkdiDCT8x8InvLS_JPEG_16s8u_C1R(src, dst, step);
+     },
+     8, 8}};
+constexpr InverseCase<uint16_t> kTwelveBits[] = {
+    {rkdiDCTQuantInv8x8LS_JPEG_16s16u_C1R, ref::rkdiDCTQuantInv8x8LS_JPEG_16s16u_C1R, 8, 8}};
+
+TEST(DctRows, InversesAreWithinOneAndLookAtTheirCoefficientsOnly) {
   forEachLevel([] {
-    expectInverse<uint8_t>(rkdiDCTQuantInv8x8LS_JPEG_16s8u_C1R,
-                           ref::rkdiDCTQuantInv8x8LS_JPEG_16s8u_C1R, 8, 8);
-    expectInverse<uint16_t>(rkdiDCTQuantInv8x8LS_JPEG_16s16u_C1R,
-                            ref::rkdiDCTQuantInv8x8LS_JPEG_16s16u_C1R, 8, 8);
+    for (const auto& c : kBytes) expectInverse(c.function, c.reference, c.N, c.K);
+    for (const auto& c : kTwelveBits) expectInverse(c.function, c.reference, c.N, c.K);
   });
 }
 
-TEST(DctRows, ReducedInversesAreWithinOneAndLookAtTheirCoefficientsOnly) {
-  forEachLevel([] {
-    expectInverse<uint8_t>(rkdiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R,
-                           ref::rkdiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R, 8, 4);
-    expectInverse<uint8_t>(rkdiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R,
-                           ref::rkdiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R, 8, 2);
-    expectInverse<uint8_t>(rkdiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R,
-                           ref::rkdiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R, 8, 1);
-    expectInverse<uint8_t>(rkdiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R,
-                           ref::rkdiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R, 4, 4);
-    expectInverse<uint8_t>(rkdiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R,
-                           ref::rkdiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R, 2, 2);
+template <class T>
+void expectEveryWave(const InverseCase<T>& c) {
+  const Tables ones(1, 1);
+  for (int k = 1; k < 64; ++k) {
+    if (k / 8 >= c.K || k % 8 >= c.K) continue;
+    for (const int value : {-700, 700}) {
+      for (const int first : {0, 200}) {
+        int16_t block[64] = {};
+        block[0] = static_cast<int16_t>(first);
+        block[k] = static_cast<int16_t>(value);
+        Canvas<T> got(sz(c.N, c.N)), want(sz(c.N, c.N));
+        ASSERT_EQ(c.function(block, got.data(), got.step(), ones.plain), rkdStsNoErr);
+        c.reference(block, want.data(), want.step(), ones.plain);
+        ASSERT_TRUE(got.sameAs(want, 1)) << "coefficient " << k << " of " << c.K << 'x' << c.K;
+      }
+    }
+  }
+}
+
+// Blocks of one wave: short cuts for blocks with few coefficients must see each of the others.
+TEST(DctRows, OneCoefficientBesideTheFirstIsNeverOverlooked) {
+  forEachLevel([&] {
+    for (const auto& c : kBytes) expectEveryWave(c);
+    for (const auto& c : kTwelveBits) expectEveryWave(c);
+  });
+}
+
+template <class T>
+void expectLimits(const InverseCase<T>& c) {
+  const Tables ones(1, 1);
+  constexpr int middle = (kLargest<T> + 1) / 2;
+  for (const bool isFlat : {true, false}) {
+    for (const int far : {1, 2, 3, middle / 2}) {  // samples beyond the limit
+      for (const bool isHigh : {false, true}) {
+        int16_t block[64] = {};
+        block[0] = static_cast<int16_t>(8 * (isHigh ? middle - 1 + far : -middle - far));
+        // A wave too small to bring a sample back inside.
+        if (!isFlat && c.K > 1) block[1] = static_cast<int16_t>(far == 1 ? 2 : 4);
+        Canvas<T> got(sz(c.N, c.N)), want(sz(c.N, c.N));
+        want.fill([&] { return isHigh ? kLargest<T> : 0; });
+        ASSERT_EQ(c.function(block, got.data(), got.step(), ones.plain), rkdStsNoErr);
+        ASSERT_TRUE(got.sameAs(want)) << far << " beyond";
+      }
+    }
+  }
+}
+
+// What the transform has beyond the ends of the samples' range stays at the ends, by one or by far.
+TEST(DctRows, SamplesBeyondTheirRangeAreItsEnds) {
+  forEachLevel([&] {
+    for (const auto& c : kBytes) expectLimits(c);
+    for (const auto& c : kTwelveBits) expectLimits(c);
   });
 }
 

@@ -26,7 +26,8 @@ using Forward = RkdStatus (*)(const T*, int, T*, int, T*, int, RkdiSize, int);
 template <class T>
 using Inverse = RkdStatus (*)(const T*, int, const T*, int, T*, int, RkdiSize, int);
 
-/// The two bands of an image; of a band without samples one that must not be touched.
+/// The two bands of an image, with a step of its own each; of a band without samples one that must
+/// not be touched.
 template <class T>
 struct BandPair {
   RkdiSize lowSize, highSize;
@@ -37,7 +38,7 @@ struct BandPair {
             size, byRows,
             (byRows ? size.width : size.height) - lows(byRows ? size.width : size.height, phase))),
         low(atLeastOne(lowSize), 1, place),
-        high(atLeastOne(highSize), 1, place) {}
+        high(atLeastOne(highSize), 1, {place.offset ^ 9, place.padding + 2}) {}
   static RkdiSize half(RkdiSize size, bool byRows, int count) {
     return byRows ? sz(count, size.height) : sz(size.width, count);
   }
@@ -58,7 +59,8 @@ void expectForward(const char* name, Forward<T> function, Forward<T> reference, 
   const Place place = {static_cast<int>(random.bits() % 64), static_cast<int>(random.bits() % 9)};
   Canvas<T> src(size, 1, place);
   src.fillLimitsAndRandom(random, kRange<T>.low, kRange<T>.high);
-  BandPair<T> got(size, phase, byRows, place), want(size, phase, byRows);
+  BandPair<T> got(size, phase, byRows, {place.offset ^ 5, place.padding + 1});
+  BandPair<T> want(size, phase, byRows);
   ASSERT_EQ(0, reference(src.data(), src.step(), want.low.data(), want.low.step(), want.high.data(),
                          want.high.step(), size, phase));
   ASSERT_EQ(0, function(src.data(), src.step(), got.low.data(), got.low.step(), got.high.data(),
@@ -73,7 +75,7 @@ void expectInverse(const char* name, Inverse<T> function, Inverse<T> reference, 
   BandPair<T> src(size, phase, byRows, place);
   src.low.fillLimitsAndRandom(random, kRange<T>.low, kRange<T>.high);
   src.high.fillLimitsAndRandom(random, kRange<T>.low, kRange<T>.high);
-  Canvas<T> got(size, 1, place), want(size);
+  Canvas<T> got(size, 1, {place.offset ^ 5, place.padding + 5}), want(size);
   ASSERT_EQ(0, reference(src.low.data(), src.low.step(), src.high.data(), src.high.step(),
                          want.data(), want.step(), size, phase));
   ASSERT_EQ(0, function(src.low.data(), src.low.step(), src.high.data(), src.high.step(),
@@ -155,12 +157,13 @@ template <class T>
 void expectTile(const char* name, TileFunction<T> function, InPlaceFunction<T> inPlace,
                 TileFunction<T> reference) {
   Random random;
-  for (const RkdiSize size : {sz(1, 1), sz(1, 2), sz(2, 1), sz(5, 1), sz(1, 9), sz(2, 2), sz(3, 5),
-                              sz(8, 4), sz(17, 6), sz(33, 7), sz(64, 16), sz(70, 33)}) {
+  for (const RkdiSize size :
+       {sz(1, 1), sz(1, 2), sz(2, 1), sz(5, 1), sz(1, 9), sz(2, 2), sz(3, 5), sz(8, 4), sz(17, 6),
+        sz(33, 7), sz(64, 16), sz(70, 33), sz(2100, 3)}) {  // the last one's lines in stretches
     for (int phases = 0; phases < 4; ++phases) {
       const int phaseX = phases % 2, phaseY = phases / 2;
       const Place place = {static_cast<int>(random.bits() % 64), 6};
-      Canvas<T> src(size, 1, place), got(size, 1, place), want(size);
+      Canvas<T> src(size, 1, place), got(size, 1, {place.offset ^ 5, 10}), want(size);
       src.fillLimitsAndRandom(random);
       auto buffer = bufferFor<T>(size);
       ASSERT_EQ(0, reference(src.data(), src.step(), want.data(), want.step(), size, phaseX, phaseY,
