@@ -201,6 +201,30 @@ TEST(Quantisation, IsExactForEveryQuantiserAndCoefficient) {
   });
 }
 
+// A table may differ from all ones in any single entry.
+TEST(Quantisation, LooksAtEveryEntry) {
+  forEachLevel([] {
+    for (int k = 0; k < 64; ++k) {
+      Table table;
+      std::fill(table.entry, table.entry + 64, uint16_t{1});
+      table.entry[k] = 7;
+      const Table marked = built(table);
+      for (const Table* t : std::array<const Table*, 2>{&table, &marked}) {
+        int16_t block[64], want[64];
+        std::fill(block, block + 64, int16_t{100});
+        std::fill(want, want + 64, int16_t{100});
+        want[k] = 14;
+        rkdiQuantFwd8x8_JPEG_16s_C1I(block, t->entry);
+        ASSERT_TRUE(std::equal(block, block + 64, want)) << "entry " << k;
+        std::fill(block, block + 64, int16_t{-3});
+        rkdiQuantInv8x8_JPEG_16s_C1I(block, t->entry);
+        EXPECT_EQ(std::count(block, block + 64, -3), 63);
+        EXPECT_EQ(block[k], -21);
+      }
+    }
+  });
+}
+
 TEST(Quantisation, TablesAreRefusedWhole) {
   uint16_t quantiser[64];
   std::fill(quantiser, quantiser + 64, uint16_t{9});
@@ -412,6 +436,17 @@ TEST(Dct, OneStepEqualsTwo) {
       rkdiQuantInv8x8_JPEG_16s_C1I(two, table.entry);
       rkdiDCT8x8Inv_JPEG_16s_C1I(two);
       ASSERT_TRUE(std::equal(block, block + 64, two)) << "inverse, block " << b;
+    }
+    // Blocks of the first coefficient alone, whose product may wrap around.
+    Random random;
+    for (int b = 0; b < 200; ++b) {
+      Table wild;
+      for (uint16_t& entry : wild.entry) entry = static_cast<uint16_t>(random.bits() >> 16);
+      int16_t block[64] = {static_cast<int16_t>(random.bits() >> 16)}, one[64];
+      rkdiDCTQuantInv8x8_JPEG_16s_C1(block, one, wild.entry);
+      rkdiQuantInv8x8_JPEG_16s_C1I(block, wild.entry);
+      rkdiDCT8x8Inv_JPEG_16s_C1I(block);
+      ASSERT_TRUE(std::equal(block, block + 64, one)) << "first coefficient alone, block " << b;
     }
   });
 }

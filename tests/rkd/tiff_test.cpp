@@ -43,7 +43,9 @@ Bytes pack(const Bytes& row) {
   const int room = mostPacked(static_cast<int>(row.size()));
   Bytes packed = repeated(room + 1, 0xA5);
   int position = 0;
-  EXPECT_EQ(rkdStsNoErr, rkdiPackBitsRow_TIFF_8u_C1(row.data(), static_cast<int>(row.size()),
+  // What stands behind the row would lengthen its last run and must not count.
+  const Bytes image = joined({row, repeated(64, row.back())});
+  EXPECT_EQ(rkdStsNoErr, rkdiPackBitsRow_TIFF_8u_C1(image.data(), static_cast<int>(row.size()),
                                                     packed.data(), room, &position));
   EXPECT_EQ(0xA5, packed[room]);
   packed.resize(static_cast<size_t>(position));
@@ -266,6 +268,15 @@ TEST(SplitRows, HaveUpperBytesFirstAndComeBackAtEveryLevel) {
       ASSERT_TRUE(back.sameAs(samples) && back.marginIntact() && split.marginIntact()) << length;
     }
   });
+}
+
+TEST(SplitRows, TooLongToCountTheirBytesAreRefused) {
+  uint16_t samples[2] = {1, 2};
+  uint8_t bytes[4] = {1, 2, 3, 4};
+  for (const int length : {1 << 30, 2147483647}) {
+    EXPECT_EQ(rkdStsSizeErr, rkdiSplitRow_TIFF_16u8u_C1(samples, bytes, length));
+    EXPECT_EQ(rkdStsSizeErr, rkdiJoinRow_TIFF_8u16u_C1(bytes, samples, length));
+  }
 }
 
 }  // namespace
