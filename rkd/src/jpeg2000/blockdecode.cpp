@@ -1,5 +1,7 @@
 // Decoding of code blocks, whole or pass by pass: the same passes one after the other.
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstring>
 
 #include "common/args.h"
@@ -9,121 +11,237 @@
 namespace rkd::j2k {
 namespace {
 
+/// Four rows of a column, a stripe's share of it: who is significant, and negative, in six rows of
+/// three columns, row by row. The four own coefficients are bits 4, 7, 10 and 13, and shifted right
+/// by 3 * r a word begins with the neighbourhood of coefficient r. Two words, because zero coding
+/// need not wait for signs.
+struct Column {
+  uint32_t significant, negative;
+};
+
 /// Everything but the bytes that decoding goes on from.
 struct DecodeState {
   static constexpr uint32_t mark = 0x4A324B44;
   uint32_t kind;
   bool loaded;
   RkdStatus damage;  ///< what a pass met that no encoder sends
-  Block block;       ///< without flags, whose place the state's address tells
+  Block block;
   int style, bitPlanes, passes, done;
   int length;                             ///< bytes of all segments
   int segmentEnd[rkdCodeBlockMaxPasses];  ///< of the segment that each pass lies in
   MqDecoder mq;
   RawReader raw;
   int position;  ///< of the segment being read
-  MqContexts contexts;
-  alignas(lineSize) Flags flags[maxFlags];
+  MqWords contexts;
+  Map significant[maxWords];
+  Map visited[maxWords];  ///< in this plane's significance pass
+  Map refined[maxWords];  ///< in a plane before
+  alignas(lineSize) Column column[maxFlags];
   uint32_t sample[maxSamples];  ///< magnitude, with the sign in the high bit, four to a column
 };
 
-/// What both kinds of coder do with a decision. Samples hold the middle of what is still possible.
-class Samples {
- public:
-  Samples(uint32_t* samples, int plane) : samples_(samples), plane_(plane) {}
-  void becomes(int sample, uint32_t negative) {
-    samples_[sample] = (uint32_t{3} << plane_ >> 1) | negative << 31;
-  }
-  void refine(int sample, uint32_t bit) {
-    const uint32_t step = uint32_t{1} << plane_;  // set so far: it was the middle
-    samples_[sample] = (samples_[sample] ^ (bit ^ 1) << plane_) | step >> 1;
-  }
-
- private:
-  uint32_t* samples_;
-  int plane_;
-};
+// ---- decisions: a coder decodes one a call, zero coding or whatever the context says ----
 
 class MqCoder {
  public:
-  MqCoder(const DecodeState& state, uint32_t* samples, int plane)
-      : mq_(state.mq), contexts_(state.contexts), samples_(samples, plane) {}
+  explicit MqCoder(const DecodeState& state) : mq_(state.mq), contexts_(state.contexts) {}
 
-  [[gnu::always_inline]] bool significant(unsigned context, int) { return decode(context) != 0; }
-  [[gnu::always_inline]] Flags sign(unsigned context, int sample) {
-    const unsigned negative = decode(context) ^ (context & 1);
-    samples_.becomes(sample, negative);
-    return negative;
+  [[gnu::always_inline]] unsigned decide(unsigned context) {
+    return mq_.decode(&contexts_.word[context >> 1]);
   }
-  [[gnu::always_inline]] void refine(unsigned context, int sample) {
-    samples_.refine(sample, decode(context));
+  [[gnu::always_inline]] unsigned sign(unsigned context) { return decide(context) ^ (context & 1); }
+  [[gnu::always_inline]] unsigned uniform(int bits) {
+    unsigned value = 0;
+    while (bits-- > 0) value = 2 * value + decide(2 * contextUniform);
+    return value;
   }
-  [[gnu::always_inline]] int run(int) {
-    if (decode(2 * contextRun) == 0) return 4;
-    const unsigned high = decode(2 * contextUniform);
-    return int(2 * high + decode(2 * contextUniform));
-  }
-  bool segmentationSymbol() {
-    unsigned symbol = 0;
-    for (int i = 0; i < 4; ++i) symbol = 2 * symbol + decode(2 * contextUniform);
-    return symbol == 10;
-  }
-
   void keep(DecodeState* state) const {
     state->mq = mq_;
     state->contexts = contexts_;
   }
 
  private:
-  [[gnu::always_inline]] unsigned decode(unsigned context) {
-    return mq_.decode(&contexts_.entry[context >> 1]);
-  }
-
   MqDecoder mq_;
-  MqContexts contexts_;
-  Samples samples_;
+  MqWords contexts_;
 };
 
 class RawCoder {
  public:
-  RawCoder(const DecodeState& state, uint32_t* samples, int plane)
-      : raw_(state.raw), samples_(samples, plane) {}
+  explicit RawCoder(const DecodeState& state) : raw_(state.raw) {}
 
-  bool significant(unsigned, int) { return raw_.take() != 0; }
-  Flags sign(unsigned, int sample) {
-    const unsigned negative = raw_.take();
-    samples_.becomes(sample, negative);
-    return negative;
-  }
-  void refine(unsigned, int sample) { samples_.refine(sample, raw_.take()); }
-
+  unsigned decide(unsigned) { return raw_.take(); }
+  unsigned sign(unsigned) { return raw_.take(); }
   void keep(DecodeState* state) const { state->raw = raw_; }
 
  private:
   RawReader raw_;
-  Samples samples_;
+};
+
+// ---- the passes: each visits the bits of its words in order ----
+
+/// What a coefficient tells the column of four at a distance of so many stripes.
+struct Reach {
+  int stripes;
+  unsigned shift;
+  uint32_t mask, causalMask;
+};
+constexpr std::array<Reach, 4> reaches = {
+    {{-1, 15, 1, 0}, {-1, 0, 0, 0}, {-1, 0, 0, 0}, {1, 0, 1, 1}}};
+
+/// Neighbours behind a coefficient in the order of coding, by its row; as seen from its bit.
+constexpr std::array<Map, 4> laterNeighbours = {0x32, 0x3A, 0x3A, 0x18};
+
+/// One coefficient and its surroundings. There are no branches on its row: nobody could foresee
+/// them.
+class Place {
+ public:
+  Place(Column* at, unsigned row, const Block& block) : at_(at), row_(row), block_(block) {}
+
+  unsigned zeroContext() const { return block_.zeroContext[at_->significant >> 3 * row_ & window]; }
+  unsigned signContext() const {
+    return signContexts[(at_->significant >> (3 * row_ + 1) & 0x55) |
+                        (at_->negative >> 3 * row_ & 0xAA)];
+  }
+  [[gnu::always_inline]] void setSignificant() const {
+    const uint32_t mark = uint32_t{1} << 3 * row_;
+    at_[-1].significant |= mark << 5;
+    at_[0].significant |= mark << 4;
+    at_[1].significant |= mark << 3;
+    const uint32_t far = mask() << reaches[row_].shift;
+    reached()[-1].significant |= far << 2;
+    reached()[0].significant |= far << 1;
+    reached()[1].significant |= far;
+  }
+  /// Signs are looked at by the next in a row and in a column only.
+  [[gnu::always_inline]] void setNegative(uint32_t negative) const {
+    const uint32_t mark = negative << 3 * row_;
+    at_[-1].negative |= mark << 5;
+    at_[0].negative |= mark << 4;
+    at_[1].negative |= mark << 3;
+    reached()->negative |= (mask() & negative) << reaches[row_].shift << 1;
+  }
+
+ private:
+  Column* reached() const { return at_ + reaches[row_].stripes * block_.pitch(); }
+  uint32_t mask() const { return block_.causal ? reaches[row_].causalMask : reaches[row_].mask; }
+  Column* at_;
+  unsigned row_;
+  const Block& block_;
 };
 
 template <class Coder>
-void codeBits(DecodeState* state, const Block& block, PassKind kind, int plane) {
-  Coder coder(*state, state->sample, plane);
+[[gnu::always_inline]] inline void becomeSignificant(const Place& place, unsigned context,
+                                                     int plane, Coder& coder, uint32_t* sample) {
+  place.setSignificant();
+  const uint32_t negative = coder.sign(context);
+  place.setNegative(negative);
+  *sample = (uint32_t{3} << plane >> 1) | negative << 31;
+}
+
+/// Coefficients that are not significant but have a neighbour that is.
+template <class Coder>
+[[gnu::noinline]] void significancePass(DecodeState* state, int plane) {
+  const Block block = state->block;
+  Coder coder(*state);
+  forEachWord(
+      block, [&](const Word& at) __attribute__((always_inline)) {
+        Map significant = state->significant[at.map];
+        const Map open = at.inside & ~significant;
+        Map todo = neighbours8(block, &state->significant[at.map]) & open;
+        Map visited = todo;
+        while (todo != 0) {
+          const unsigned bit = unsigned(std::countr_zero(todo));
+          todo &= todo - 1;
+          const Place place(&state->column[at.column + int(bit / 4)], bit % 4, block);
+          const unsigned signContext = place.signContext();  // early, or it would be waited for
+          if (coder.decide(place.zeroContext()) == 0) continue;
+          significant |= Map{1} << bit;
+          const Map more = laterNeighbours[bit % 4] << bit & open;
+          todo |= more;
+          visited |= more;
+          becomeSignificant(place, signContext, plane, coder, &state->sample[at.sample + int(bit)]);
+        }
+        state->significant[at.map] = significant;
+        state->visited[at.map] = visited;
+      });
+  coder.keep(state);
+}
+
+/// Coefficients that were significant before this plane. Samples hold the middle of what is still
+/// possible.
+template <class Coder>
+[[gnu::noinline]] void refinementPass(DecodeState* state, int plane) {
+  const Block block = state->block;
+  const uint32_t step = uint32_t{1} << plane;
+  Coder coder(*state);
+  forEachWord(
+      block, [&](const Word& at) __attribute__((always_inline)) {
+        const Map all = state->significant[at.map] & ~state->visited[at.map];
+        const Map refined = state->refined[at.map];
+        const Map near = neighbours8(block, &state->significant[at.map]) & ~refined;
+        state->refined[at.map] = refined | all;
+        for (Map todo = all; todo != 0; todo &= todo - 1) {
+          const unsigned bit = unsigned(std::countr_zero(todo));
+          const unsigned context =
+              contextRefine + unsigned(near >> bit & 1) + 2 * unsigned(refined >> bit & 1);
+          uint32_t* const sample = &state->sample[at.sample + int(bit)];
+          *sample = (*sample ^ (coder.decide(2 * context) ^ 1) << plane) | step >> 1;
+        }
+      });
+  coder.keep(state);
+}
+
+/// All others, whole columns at once where nothing is significant around them. False when the mark
+/// behind them is missing.
+[[gnu::noinline]] bool cleanupPass(DecodeState* state, int plane) {
+  const Block block = state->block;
+  MqCoder coder(*state);
+  forEachWord(
+      block, [&](const Word& at) __attribute__((always_inline)) {
+        Map significant = state->significant[at.map];
+        Map todo = at.inside & ~significant & ~state->visited[at.map];
+        state->visited[at.map] = 0;
+        const Map busy = significant | neighbours8(block, &state->significant[at.map]) | ~at.inside;
+        Map quiet = ~(busy | busy >> 1 | busy >> 2 | busy >> 3) & topRows;  // whole columns
+        while (todo != 0) {
+          unsigned bit = unsigned(std::countr_zero(todo));
+          Column* const column = &state->column[at.column + int(bit / 4)];
+          if ((quiet >> bit & 1) != 0) {
+            if (coder.decide(2 * contextRun) == 0) {
+              todo &= ~(Map{15} << bit);
+              continue;
+            }
+            const unsigned row = coder.uniform(2);
+            todo &= ~(((Map{2} << row) - 1) << bit);
+            bit += row;
+          } else {
+            todo &= todo - 1;
+            const Place place(column, bit % 4, block);
+            if (coder.decide(place.zeroContext()) == 0) continue;
+          }
+          significant |= Map{1} << bit;
+          quiet &= ~(Map{16} << (bit & ~3u));
+          const Place place(column, bit % 4, block);
+          becomeSignificant(place, place.signContext(), plane, coder,
+                            &state->sample[at.sample + int(bit)]);
+        }
+        state->significant[at.map] = significant;
+      });
+  const bool marked = (state->style & rkdCodeBlockSegSym) == 0 || coder.uniform(4) == 10;
+  coder.keep(state);
+  return marked;
+}
+
+template <class Coder>
+void codeBits(DecodeState* state, PassKind kind, int plane) {
   if (kind == PassKind::significance) {
-    significancePass(block, coder);
+    significancePass<Coder>(state, plane);
   } else {
-    refinementPass(block, coder);
+    refinementPass<Coder>(state, plane);
   }
-  coder.keep(state);
 }
 
-RkdStatus cleanUp(DecodeState* state, const Block& block, int plane) {
-  MqCoder coder(*state, state->sample, plane);
-  cleanupPass(block, coder);
-  const bool marked = (state->style & rkdCodeBlockSegSym) == 0 || coder.segmentationSymbol();
-  coder.keep(state);
-  return marked ? rkdStsNoErr : rkdStsDataErr;
-}
-
-RkdStatus decodePass(DecodeState* state, const Block& block, const uint8_t* src) {
+RkdStatus decodePass(DecodeState* state, const uint8_t* src) {
   const int k = state->done;
   const bool raw = isRaw(k, state->style);
   if (k == 0 || endsSegment(k - 1, state->style)) {
@@ -139,11 +257,11 @@ RkdStatus decodePass(DecodeState* state, const Block& block, const uint8_t* src)
   const int plane = state->bitPlanes - 1 - passPlane(k);
   RkdStatus status = rkdStsNoErr;
   if (kind == PassKind::cleanup) {
-    status = cleanUp(state, block, plane);
+    if (!cleanupPass(state, plane)) status = rkdStsDataErr;
   } else if (raw) {
-    codeBits<RawCoder>(state, block, kind, plane);
+    codeBits<RawCoder>(state, kind, plane);
   } else {
-    codeBits<MqCoder>(state, block, kind, plane);
+    codeBits<MqCoder>(state, kind, plane);
   }
   if ((state->style & rkdCodeBlockReset) != 0) state->contexts.reset();
   ++state->done;
@@ -158,11 +276,9 @@ RkdStatus checkBytes(const uint8_t* src, int length) {
 RkdStatus decodePasses(DecodeState* state, const uint8_t* src, int passes) {
   const uint8_t none = 0;
   if (src == nullptr) src = &none;
-  Block block = state->block;
-  block.flags = state->flags;
   const int last = std::min(state->passes, state->done + passes);
   while (state->done < last && state->damage == rkdStsNoErr) {
-    state->damage = decodePass(state, block, src);
+    state->damage = decodePass(state, src);
   }
   return state->damage;
 }
@@ -206,7 +322,10 @@ RkdStatus start(int length, const int* lengths, int segments, RkdiSize size, int
   inside->length = length;
   if (!placeSegments(lengths, segments, length, inside)) return rkdStsBadArgErr;
   inside->contexts.reset();
-  std::memset(inside->flags, 0, size_t(inside->block.flagCount()) * sizeof(Flags));
+  for (Map* const map : {inside->significant, inside->visited, inside->refined}) {
+    std::memset(map, 0, size_t(inside->block.mapWords()) * sizeof(Map));
+  }
+  std::memset(inside->column, 0, size_t(inside->block.flagCount()) * sizeof(Column));
   std::memset(inside->sample, 0, size_t(inside->block.columns()) * 4 * sizeof(uint32_t));
   inside->loaded = true;
   return rkdStsNoErr;

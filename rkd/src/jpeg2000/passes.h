@@ -107,6 +107,16 @@ inline unsigned refineContext(Flags at) {
   return 2 * ((at >> flagRefined & 1) != 0 ? contextRefine + 2 : first);
 }
 
+// ---- maps of a block ----
+//
+// A map has a bit for every coefficient: a word for sixteen columns of a stripe, column by column,
+// so that the bits of a word are in the order of coding.
+using Map = uint64_t;
+inline constexpr Map topRows = 0x1111111111111111;
+inline constexpr int wordColumns = 16;
+/// Words of a map with an empty stripe above and below, and an empty word at both ends of stripes.
+inline constexpr int maxWords = 2 * 258 + 1;
+
 // ---- a block and its flags ----
 
 struct Block {
@@ -118,6 +128,9 @@ struct Block {
   int stripes() const { return (height + 3) / 4; }
   int columns() const { return stripes() * width; }
   int pitch() const { return width + 2; }
+  int words() const { return (width + wordColumns - 1) / wordColumns; }
+  int mapPitch() const { return words() + 1; }
+  int mapWords() const { return (stripes() + 2) * mapPitch() + 1; }
   int flagCount() const { return (stripes() + 2) * pitch(); }
   /// First column's word of a stripe.
   Flags* stripe(int index) const { return flags + (index + 1) * pitch() + 1; }
@@ -141,6 +154,47 @@ inline RkdStatus checkCodeBlock(RkdiSize size, int band, int style) {
 inline Block blockOf(RkdiSize size, int band, int style, Flags* flags) {
   return {size.width, size.height, (style & rkdCodeBlockCausal) != 0,
           zeroContexts[size_t(band)].data(), flags};
+}
+
+/// A word of the block's maps.
+struct Word {
+  int map;     ///< its place in the maps
+  int column;  ///< place of its first column among those of all stripes, a margin of one around
+  int sample;  ///< its first coefficient, four to a column
+  Map inside;  ///< bits that stand for a coefficient
+};
+
+template <class Work>
+[[gnu::always_inline]] inline void forEachWord(const Block& block, Work work) {
+  const int words = block.words();
+  for (int s = 0; s < block.stripes(); ++s) {
+    const int rows = block.height - 4 * s;
+    const Map inRows = rows >= 4 ? ~Map{0} : topRows * ((Map{1} << rows) - 1);
+    for (int w = 0; w < words; ++w) {
+      const int left = wordColumns * w;
+      const int columns = block.width - left;
+      const Map inColumns = columns >= wordColumns ? ~Map{0} : (Map{1} << 4 * columns) - 1;
+      work(Word{(s + 1) * block.mapPitch() + 1 + w, (s + 1) * block.pitch() + 1 + left,
+                4 * (s * block.width + left), inRows & inColumns});
+    }
+  }
+}
+
+/// Coefficients with one of the map's above or below.
+inline Map verticalNeighbours(const Map* at, int pitch, bool causal) {
+  const Map below = causal ? 0 : at[pitch] & topRows;
+  return (at[0] << 1 & ~topRows) | (at[-pitch] >> 3 & topRows) | (at[0] >> 1 & ~(topRows << 3)) |
+         below << 3;
+}
+
+/// Coefficients with one of the map's among their eight neighbours.
+inline Map neighbours8(const Block& block, const Map* at) {
+  const int pitch = block.mapPitch();
+  const Map vertical = verticalNeighbours(at, pitch, block.causal);
+  const Map columns = vertical | at[0];
+  const Map left = at[-1] | verticalNeighbours(at - 1, pitch, block.causal);
+  const Map right = at[1] | verticalNeighbours(at + 1, pitch, block.causal);
+  return vertical | columns << 4 | columns >> 4 | left >> 60 | right << 60;
 }
 
 /// Tells a coefficient's neighbours that it has become significant.
