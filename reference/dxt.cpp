@@ -2,7 +2,9 @@
 /// Texture blocks, pixel by pixel.
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstdlib>
+#include <vector>
 
 #include "ref_dxt.h"
 
@@ -66,6 +68,82 @@ void decodeAlpha5(const uint8_t* block, Pixel* out) {
 
 // ---- encoding ----
 
+struct Block {
+  Pixel pixel[16];
+  bool counts[16];
+  int count;
+  bool three;
+  int last() const { return three ? 2 : 3; }  // the level of the upper end
+};
+
+// A direction in colour space, its components scaled to a sum of 127.
+struct Axis {
+  int weight[3];
+  explicit Axis(const int (&direction)[3]) {
+    int sum = 0;
+    for (const int d : direction) sum += std::abs(d);
+    const float scale = 127.0f / static_cast<float>(std::max(sum, 1));
+    for (int c = 0; c < 3; ++c) {
+      weight[c] = static_cast<int>(static_cast<float>(direction[c]) * scale);
+    }
+  }
+  template <class T>
+  int along(const T& colour) const {
+    return weight[0] * colour[0] + weight[1] * colour[1] + weight[2] * colour[2];
+  }
+};
+
+// What least squares need: sums over the colours that count, their levels 0.. and products.
+struct Sums {
+  int p[3] = {}, x[3] = {};  // of a channel, and of level times channel
+  int s = 0, q = 0;          // of levels and their squares
+};
+
+// The direction in which the block's colours differ most.
+Axis mainAxis(const Block& b) {
+  int sum[3] = {}, product[3][3] = {}, covariance[3][3];
+  for (int i = 0; i < 16; ++i) {
+    for (int c = 0; c < 3 && b.counts[i]; ++c) {
+      sum[c] += b.pixel[i][c];
+      for (int k = 0; k < 3; ++k) product[c][k] += b.pixel[i][c] * b.pixel[i][k];
+    }
+  }
+  int widest = 0;
+  for (int c = 0; c < 3; ++c) {
+    for (int k = 0; k < 3; ++k) covariance[c][k] = b.count * product[c][k] - sum[c] * sum[k];
+    if (covariance[c][c] > covariance[widest][widest]) widest = c;
+  }
+  return Axis(covariance[widest]);
+}
+
+// Levels between the ends of what lies on the main axis, drawn in by a sixteenth of the distance.
+Sums firstLevels(const Block& b) {
+  const Axis axis = mainAxis(b);
+  int low = INT_MAX, high = INT_MIN;
+  for (int i = 0; i < 16; ++i) {
+    if (!b.counts[i]) continue;
+    low = std::min(low, axis.along(b.pixel[i]));
+    high = std::max(high, axis.along(b.pixel[i]));
+  }
+  // 5/24, 1/2 and 19/24 of four levels, 9/32 and 23/32 of three, in 65536ths.
+  const std::vector<int> steps =
+      b.three ? std::vector{18432, 47104} : std::vector{13653, 32768, 51883};
+  Sums sums;
+  for (int i = 0; i < 16; ++i) {
+    if (!b.counts[i]) continue;
+    int level = 0;
+    for (const int step : steps)
+      level += axis.along(b.pixel[i]) > low + ((high - low) * step >> 16);
+    sums.s += level;
+    sums.q += level * level;
+    for (int c = 0; c < 3; ++c) {
+      sums.p[c] += b.pixel[i][c];
+      sums.x[c] += level * b.pixel[i][c];
+    }
+  }
+  return sums;
+}
+
 // Ends, in either order, whose level next to the upper one is nearest to v.
 void nearestPair(int c, int v, bool three, int& upper, int& lower) {
   std::array<int, 4> best{256};  // error, distance and the ends themselves
@@ -80,101 +158,78 @@ void nearestPair(int c, int v, bool three, int& upper, int& lower) {
   lower = best[3];
 }
 
-// Nearest of `last` + 1 levels, 0 at `from`; halves downwards.
-int level(const Pixel& p, const Colour& from, const Colour& to, int last) {
-  int along = 0, length = 0;
-  for (int c = 0; c < 3; ++c) {
-    const int axis = to.c[c] - from.c[c];
-    along += (p[c] - from.c[c]) * axis;
-    length += axis * axis;
-  }
-  int l = 0;
-  while (l < last && 2 * last * along > (2 * l + 1) * length) ++l;
-  return l;
+// The error that two widened ends leave in a channel, times last squared, less a constant.
+int errorOf(const Block& b, const Sums& sums, int c, int upper, int lower) {
+  const int last = b.last(), step = upper - lower;
+  return b.count * last * last * lower * lower + 2 * last * sums.s * lower * step +
+         sums.q * step * step - 2 * last * last * sums.p[c] * lower - 2 * last * sums.x[c] * step;
 }
 
-struct Block {
-  Pixel pixel[16];
-  bool counts[16];
-  int count;
-  bool three;
-};
-
-void boxDiagonal(const Block& b, Colour& upper, Colour& lower) {
-  for (int c = 0; c < 3; ++c) {
-    lower.c[c] = b.count ? 255 : 0;
-    upper.c[c] = 0;
-    for (int i = 0; i < 16; ++i) {
-      if (!b.counts[i]) continue;
-      lower.c[c] = std::min<int>(lower.c[c], b.pixel[i][c]);
-      upper.c[c] = std::max<int>(upper.c[c], b.pixel[i][c]);
+// Of the steps of 5 (6) bits around the ends that fit best, the two that fit best together.
+void bestSteps(const Block& b, const Sums& sums, int c, int& upper, int& lower) {
+  const int d = b.count * sums.q - sums.s * sums.s;
+  const int low = sums.q * sums.p[c] - sums.s * sums.x[c];
+  const int high = low + b.last() * (b.count * sums.x[c] - sums.s * sums.p[c]);
+  const float scale = static_cast<float>(top(c)) / static_cast<float>(255 * d);
+  const auto stepBelow = [&](int v) {
+    return static_cast<int>(static_cast<float>(std::clamp(v, 0, 255 * d)) * scale);
+  };
+  int least = INT_MAX;
+  for (int u = stepBelow(high); u <= std::min(stepBelow(high) + 1, top(c)); ++u) {
+    for (int l = stepBelow(low); l <= std::min(stepBelow(low) + 1, top(c)); ++l) {
+      const int error = errorOf(b, sums, c, widen(c, u), widen(c, l));
+      if (error >= least) continue;
+      least = error;
+      upper = u;
+      lower = l;
     }
-  }
-  int widest = 1;
-  for (const int c : {0, 2}) {
-    if (upper.c[c] - lower.c[c] > upper.c[widest] - lower.c[widest]) widest = c;
-  }
-  for (int c = 0; c < 3; ++c) {
-    int sum = 0, sumWidest = 0, products = 0;
-    for (int i = 0; i < 16; ++i) {
-      if (!b.counts[i]) continue;
-      sum += b.pixel[i][c];
-      sumWidest += b.pixel[i][widest];
-      products += b.pixel[i][c] * b.pixel[i][widest];
-    }
-    if (b.count * products < sum * sumWidest) std::swap(upper.c[c], lower.c[c]);
   }
 }
 
 // The ends in 5, 6, 5 bits, and whether all colours are on the level next to the upper one.
 bool fitEnds(const Block& b, Colour& upper, Colour& lower) {
-  const int last = b.three ? 2 : 3;
-  int s = 0, q = 0, p[3] = {}, x[3] = {};
-  for (int i = 0; i < 16; ++i) {
-    if (!b.counts[i]) continue;
-    const int l = level(b.pixel[i], lower, upper, last);
-    s += l;
-    q += l * l;
-    for (int c = 0; c < 3; ++c) {
-      p[c] += b.pixel[i][c];
-      x[c] += l * b.pixel[i][c];
-    }
-  }
-  const int d = b.count * q - s * s;
+  const Sums sums = firstLevels(b);
+  const bool shared = b.count * sums.q == sums.s * sums.s;
   for (int c = 0; c < 3; ++c) {
-    if (d == 0) {
-      nearestPair(c, (upper.c[c] + lower.c[c] + 1) / 2, b.three, upper.c[c], lower.c[c]);
-      continue;
+    if (shared) {
+      const int mean = b.count ? (2 * sums.p[c] + b.count) / (2 * b.count) : 0;
+      nearestPair(c, mean, b.three, upper.c[c], lower.c[c]);
+    } else {
+      bestSteps(b, sums, c, upper.c[c], lower.c[c]);
     }
-    const int low = q * p[c] - s * x[c];
-    const int high = low + last * (b.count * x[c] - s * p[c]);
-    const auto quantised = [&](int v) {
-      return (2 * top(c) * std::clamp(v, 0, 255 * d) + 255 * d) / (510 * d);
-    };
-    lower.c[c] = quantised(low);
-    upper.c[c] = quantised(high);
   }
-  return d == 0;
+  return shared;
 }
 
-void encodeColour(Block& b, uint8_t* out) {
+void encodeColour(const Block& b, uint8_t* out) {
   Colour e0, e1;
-  boxDiagonal(b, e0, e1);
   const bool shared = fitEnds(b, e0, e1);
   const bool swapped = b.three ? pack(e0) > pack(e1) : pack(e0) < pack(e1);
   if (swapped) std::swap(e0, e1);
-  const int last = b.three ? 2 : 3;
+  const int ends = pack(e0) | pack(e1) << 16;
+  // From one end to the other.
   const Colour w0 = widen(e0), w1 = widen(e1);
+  std::array<Colour, 4> palette = {w1, w1, w0, w0};
+  int direction[3];
+  for (int c = 0; c < 3; ++c) {
+    direction[c] = w0.c[c] - w1.c[c];
+    const int sum = w0.c[c] + w1.c[c];
+    palette[1].c[c] = b.three ? sum / 2 : (sum + w1.c[c]) / 3;
+    palette[2].c[c] = b.three ? sum / 2 : (sum + w0.c[c]) / 3;
+  }
+  const Axis axis(direction);
+  const auto beyond = [&](const Pixel& p, int l) {  // nearer to level l + 1 than to l
+    return axis.along(p) > (axis.along(palette[l].c) + axis.along(palette[l + 1].c)) >> 1;
+  };
   uint32_t bits = 0;
   for (int i = 0; i < 16; ++i) {
-    const int l = level(b.pixel[i], w1, w0, last);
-    unsigned index = l == last ? 0u : l == 0 ? 1u : l == last - 1 ? 2u : 3u;
-    if (shared) index = swapped && !b.three ? 3u : 2u;
+    const Pixel& p = b.pixel[i];
+    int index = beyond(p, 2) ? 0 : beyond(p, b.three ? 0 : 1) ? 2 : beyond(p, 0) ? 3 : 1;
+    if (shared) index = swapped && !b.three ? 3 : 2;
     if (pack(e0) == pack(e1)) index = 0;
     if (!b.counts[i]) index = 3;
-    bits |= index << (2 * i);
+    bits |= static_cast<uint32_t>(index) << (2 * i);
   }
-  const uint32_t ends = static_cast<uint32_t>(pack(e0) | pack(e1) << 16);
   for (int i = 0; i < 4; ++i) {
     out[i] = static_cast<uint8_t>(ends >> (8 * i));
     out[4 + i] = static_cast<uint8_t>(bits >> (8 * i));
@@ -194,11 +249,13 @@ void encodeAlpha5(const Block& b, uint8_t* out) {
     low = std::min<int>(low, p[3]);
     high = std::max<int>(high, p[3]);
   }
+  const int range = high - low;
+  // With it division finds the nearest level, those between the ends being truncated.
+  const int bias = range < 8 ? range - 1 : range / 2 + 2;
   uint64_t bits = 0;
-  for (int i = 0; i < 16; ++i) {
-    int l = 0;
-    while (l < 7 && 14 * (b.pixel[i][3] - low) > (2 * l + 1) * (high - low)) ++l;
-    const int code = high == low || l == 7 ? 0 : l == 0 ? 1 : 8 - l;
+  for (int i = 0; i < 16 && range > 0; ++i) {
+    const int level = (7 * (b.pixel[i][3] - low) + bias) / range;
+    const int code = level == 7 ? 0 : level == 0 ? 1 : 8 - level;
     bits |= static_cast<uint64_t>(code) << (3 * i);
   }
   out[0] = static_cast<uint8_t>(high);

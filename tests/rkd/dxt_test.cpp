@@ -246,6 +246,29 @@ TEST(Texture, BlocksOfOneColourGetTheNearestThatThereIs) {
   }
 }
 
+TEST(Texture, AlphasTakeTheNearestLevelBetweenTheirEnds) {
+  const Format& f = formatOf(5);
+  for (int range = 0; range < 256; ++range) {
+    const int low = (255 - range) / 2;
+    for (int first = 0; first <= range; first += 14) {
+      uint8_t pixels[64] = {}, block[16], got[64];
+      for (int i = 0; i < 16; ++i) {
+        const int above = i == 0 ? 0 : i == 15 ? range : std::min(range, first + i - 1);
+        pixels[4 * i + 3] = static_cast<uint8_t>(low + above);
+      }
+      ASSERT_EQ(0, f.encode(pixels, 16, block, 16, sz(4, 4)));
+      ASSERT_EQ(0, f.decode(block, 16, got, 16, sz(4, 4)));
+      for (int i = 0; i < 16; ++i) {
+        int least = 255;
+        for (int k = 0; k < 8; ++k) {
+          least = std::min(least, std::abs(low + k * range / 7 - pixels[4 * i + 3]));
+        }
+        EXPECT_EQ(least, std::abs(got[4 * i + 3] - pixels[4 * i + 3])) << "range " << range;
+      }
+    }
+  }
+}
+
 TEST(Texture, EveryLevelEqualsTheReference) {
   forEachLevel([] {
     Random random;

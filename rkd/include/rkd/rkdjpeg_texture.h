@@ -7,22 +7,23 @@
 /// black. DXT3 puts 4 bits of alpha a pixel in front, DXT5 two alphas and 3 bits a pixel. DXT3 and
 /// DXT5 never have three colours, whatever the order of c0 and c1.
 ///
-/// The encoders follow one rule in integers, so that results are the same bits at every level:
-/// 1. Box of the block's colours. In DXT1 pixels with alpha below 128 are transparent and count in
-///    no step; a block that has any uses three colours and index 3 for exactly these pixels.
-/// 2. Of the widest channel (the first of G, R, B) and each other one the sign of the covariance
-///    picks the box diagonal.
-/// 3. Every colour is put on the nearest of the diagonal's 4 (or 3) levels, halves downwards, and
-///    the line that fits colours to levels by least squares gives new ends, clamped to 0..255 and
-///    rounded to 5, 6, 5 bits, halves upwards. Colours that share one level keep the nearest mean:
-///    each channel of the box's middle (halves up) takes two ends, in either order, whose level
-///    next to the upper end is nearest; of these the closest together, then the one with the
-///    smallest upper and then lower end.
-/// 4. The ends are ordered c0 >= c1 (three colours: c0 <= c1), and every colour takes the nearest
-///    level between the widened ends, halves towards c1; colours that shared a level stay on that
-///    next to the upper end. Equal ends take index 0.
-/// 5. DXT3 rounds alpha to multiples of 17. DXT5 takes the largest and the smallest alpha as ends,
-///    and the nearest of the 8 levels, halves downwards.
+/// The encoders follow one rule, so that results are the same bits at every level:
+/// 1. In DXT1 pixels with alpha below 128 are transparent and count in no step; a block that has any
+///    uses three colours and index 3 for exactly these pixels.
+/// 2. The colours' axis are the covariances of the channel that varies most (the first of R, G, B)
+///    with each channel, scaled so that the magnitudes sum up to 127 and cut to integers.
+/// 3. On the axis colours get levels, 0 to 3 (to 2), by thresholds between the smallest and the
+///    largest: at 5/24, 1/2 and 19/24 of the way, or at 9/32 and 23/32, in 65536ths.
+/// 4. Least squares tell which ends fit these levels. Of the steps of 5, 6, 5 bits below and above
+///    either end, the pair with the smallest squared error is taken, channel by channel. Colours
+///    that share one level get their mean (halves up): each channel takes two ends, in either
+///    order, whose level next to the upper end is nearest; of these the closest together, then the
+///    one with the smallest upper and then lower end.
+/// 5. The ends are ordered c0 >= c1 (three colours: c0 <= c1), and every colour takes the level that
+///    is nearest along the line between the widened ends, scaled like the axis, halves towards c1;
+///    colours that shared a level stay on that next to the upper end. Equal ends take index 0.
+/// 6. DXT3 rounds alpha to multiples of 17. DXT5 takes the largest and the smallest alpha as ends,
+///    and the nearest of the 8 levels.
 #ifndef RKD_RKDJPEG_TEXTURE_H_
 #define RKD_RKDJPEG_TEXTURE_H_
 
