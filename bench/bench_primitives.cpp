@@ -16,6 +16,7 @@ int main(int argc, char** argv) {
   bench::benchWavelet(table);
   bench::benchHuffman(table);
   bench::benchPct(table);
+  bench::benchTiff(table);
   table.summary();
   return table.allReached() ? 0 : 1;
 }

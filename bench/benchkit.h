@@ -62,6 +62,7 @@ void benchDct(Table& table);
 void benchHuffman(Table& table);
 void benchSample(Table& table);
 void benchPct(Table& table);
+void benchTiff(Table& table);
 void benchWavelet(Table& table);
 
 }  // namespace bench

@@ -74,7 +74,7 @@ Unpacked unpackBy(Function function, const Bytes& packed, int rowLength) {
   int read = 0, written = 0;
   const RkdStatus status = function(exact.data(), static_cast<int>(exact.size()), &read, row.data(),
                                     rowLength, &written);
-  EXPECT_EQ(repeated(rowLength + 64 - written, 0xA5), Bytes(row.begin() + written, row.end()))
+  EXPECT_EQ(repeated(64, 0xA5), Bytes(row.begin() + rowLength, row.end()))
       << "written behind the row";
   row.resize(static_cast<size_t>(written));
   return {status, read, row};

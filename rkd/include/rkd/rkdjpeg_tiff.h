@@ -30,7 +30,8 @@ extern "C" {
 /// @return rkdStsNoErr; rkdStsNullPtrErr, rkdStsSizeErr, rkdStsBadArgErr (a position outside its
 ///         buffer) with nothing changed; rkdStsDstFullErr: packing has written the packets that
 ///         have room, unpacking met a packet that goes beyond the row; rkdStsSrcEndErr: the source
-///         ended inside a packet or before the row was full, whose other bytes are untouched
+///         ended inside a packet or before the row was full, and what its bytes from *written on
+///         hold is unspecified
 /// @see TIFF 6.0, section 9
 /// @{
 RKD_API RkdStatus rkdiPackBitsRow_TIFF_8u_C1(const uint8_t* src, int srcLen, uint8_t* dst,
@@ -43,8 +44,7 @@ RKD_API RkdStatus rkdiUnpackBitsRow_TIFF_8u_C1(const uint8_t* src, int srcLen, i
 /// All upper bytes of a row, then all lower ones, whatever the byte order of the machine: it is the
 /// order that packs well. Joining undoes splitting.
 /// @param src,dst  `length` 16-bit samples on one side, 2 * length bytes on the other; they must
-/// not
-///                 overlap
+///                 not overlap
 /// @param length   16-BIT SAMPLES, 1..2^30 - 1
 /// @return rkdStsNoErr; rkdStsNullPtrErr, rkdStsSizeErr with dst untouched
 /// @{

@@ -142,6 +142,33 @@ struct Reader {
   int left() const { return length - position; }
 };
 
+// Unpacks packets to dst, which has room for `room` bytes, in chunks that may go beyond a packet,
+// as long as source and room have whole chunks for it. Returns the bytes that the packets stand
+// for.
+int unpackInChunks(Reader& in, uint8_t* dst, int room) {
+  constexpr int chunk = 32;
+  int x = 0;
+  while (in.left() > 1) {
+    const uint8_t* const src = in.src + in.position;
+    const int header = static_cast<int8_t>(src[0]);
+    const int count = header < 0 ? 1 - header : 1 + header;
+    const int chunked = (count + chunk - 1) / chunk * chunk;
+    if (header == -128 || chunked > room - x) break;
+    uint8_t* const to = dst + x;
+    if (header < 0) {
+      const uint8_t value = src[1];  // stores could change it, for all that the compiler knows
+      for (int i = 0; i < chunked; i += chunk) std::memset(to + i, value, chunk);
+      in.position += 2;
+    } else {
+      if (1 + chunked > in.left()) break;
+      for (int i = 0; i < chunked; i += chunk) std::memcpy(to + i, src + 1 + i, chunk);
+      in.position += 1 + count;
+    }
+    x += count;
+  }
+  return x;
+}
+
 // Unpacks one packet to dst, which has room for `room` > 0 bytes; *count: the bytes written.
 RkdStatus unpackPacket(Reader& in, uint8_t* dst, int room, int* count) {
   const int header = static_cast<int8_t>(in.src[in.position++]);
@@ -196,7 +223,9 @@ RkdStatus rkdiUnpackBitsRow_TIFF_8u_C1(const uint8_t* src, int srcLen, int* srcP
   Reader in{src, srcLen, *srcPos};
   RkdStatus status = rkdStsNoErr;
   int x = 0;
-  while (x < dstLen && status == rkdStsNoErr) {
+  while (status == rkdStsNoErr) {
+    x += unpackInChunks(in, dst + x, dstLen - x);
+    if (x == dstLen) break;
     int count = 0;
     status = in.left() > 0 ? unpackPacket(in, dst + x, dstLen - x, &count) : rkdStsSrcEndErr;
     x += count;
