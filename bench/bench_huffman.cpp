@@ -9,14 +9,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
-#include <random>
 #include <vector>
 
 #include "benchkit.h"
+#include "photo.h"
 #include "rkd/rkdjpeg_huffman.h"
 #include "rkd/rkdjpeg_pred.h"
 
@@ -29,64 +28,6 @@ void require(bool holds, const char* what) {
   if (holds) return;
   std::fprintf(stderr, "bench_huffman: %s\n", what);
   std::exit(1);
-}
-
-// ---- the picture ----
-
-/// Smooth noise of a cell size, by cubic blending of random corner values.
-class Noise {
- public:
-  Noise(unsigned seed, int cell) : cell_(cell), random_(seed) {
-    for (auto& v : value_) v = std::uniform_real_distribution<float>(-1, 1)(random_);
-  }
-  float at(int x, int y) const {
-    const int cx = x / cell_, cy = y / cell_;
-    const auto blend = [](float t) { return t * t * (3 - 2 * t); };
-    const float fx = blend(float(x % cell_) / float(cell_));
-    const float fy = blend(float(y % cell_) / float(cell_));
-    const float top = corner(cx, cy) * (1 - fx) + corner(cx + 1, cy) * fx;
-    const float bottom = corner(cx, cy + 1) * (1 - fx) + corner(cx + 1, cy + 1) * fx;
-    return top * (1 - fy) + bottom * fy;
-  }
-
- private:
-  float corner(int x, int y) const {
-    return value_[size_t(unsigned(x * 73856093) ^ unsigned(y * 19349663)) % value_.size()];
-  }
-  int cell_;
-  std::mt19937 random_;
-  std::array<float, 4093> value_;
-};
-
-/// What photographs are like: every octave of detail has about the same energy, local contrast
-/// comes and goes, colours change slowly, and there is a little grain.
-Bytes photo(int width, int height) {
-  std::vector<Noise> detail, reddish, bluish;
-  for (int i = 0; i < 8; ++i) detail.emplace_back(100 + i, 256 >> i);
-  for (int i = 0; i < 6; ++i) reddish.emplace_back(200 + i, 256 >> i);
-  for (int i = 0; i < 6; ++i) bluish.emplace_back(300 + i, 256 >> i);
-  const Noise broad(8, 150), narrow(9, 40);
-  std::mt19937 random(10);
-  std::normal_distribution<float> grain(0, 1.3f);
-  const auto sum = [](const std::vector<Noise>& octaves, int x, int y) {
-    float value = 0;
-    for (const Noise& octave : octaves) value += octave.at(x, y);
-    return value;
-  };
-  Bytes rgb(size_t(width) * height * 3);
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      const float contrast = std::exp(1.1f * broad.at(x, y) + 0.8f * narrow.at(x, y));
-      const float v = 128 + 8 * contrast * sum(detail, x, y) + grain(random);
-      const float red = 4 * contrast * sum(reddish, x, y);
-      const float blue = 4 * contrast * sum(bluish, x, y);
-      uint8_t* const pixel = &rgb[(size_t(y) * width + x) * 3];
-      pixel[0] = uint8_t(std::clamp(v + red, 0.f, 255.f));
-      pixel[1] = uint8_t(std::clamp(v - 0.5f * red - 0.3f * blue, 0.f, 255.f));
-      pixel[2] = uint8_t(std::clamp(v + blue, 0.f, 255.f));
-    }
-  }
-  return rgb;
 }
 
 // ---- the peer ----
@@ -558,7 +499,7 @@ void benchLossless(bench::Table& table, const Bytes& rgb) {
 }  // namespace
 
 void benchHuffman(Table& table) {
-  const Bytes rgb = photo(kWidth, kHeight);
+  const Bytes rgb = testpicture::photo(kWidth, kHeight);
   for (const int quality : {75, 90}) benchBlocks(table, rgb, quality);
   benchLossless(table, rgb);
 }

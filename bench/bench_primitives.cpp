@@ -17,6 +17,7 @@ int main(int argc, char** argv) {
   bench::benchHuffman(table);
   bench::benchPct(table);
   bench::benchTiff(table);
+  bench::benchTexture(table);
   table.summary();
   return table.allReached() ? 0 : 1;
 }

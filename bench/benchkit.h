@@ -63,6 +63,7 @@ void benchHuffman(Table& table);
 void benchSample(Table& table);
 void benchPct(Table& table);
 void benchTiff(Table& table);
+void benchTexture(Table& table);
 void benchWavelet(Table& table);
 
 }  // namespace bench
