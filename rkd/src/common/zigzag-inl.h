@@ -161,46 +161,69 @@ HWY_INLINE void growMagnitudes(int16_t* block, uint64_t map, int al) {
 #if HWY_TARGET <= HWY_AVX3_DL
 #define RKD_HAS_COEFFICIENT_LIST 1
 
-/// AC coefficients as places in a table of small ones, the last coefficient first.
+/// The AC coefficients of a block as places in a table of small ones, in order: in the high byte by
+/// how many positions behind the one before, in the low byte the value + 128.
 struct CoefficientList {
   static constexpr int room = 32;
-  alignas(64) uint16_t place[room];
+  alignas(16) uint16_t place[room];  ///< behind the last one like a value of 0 in its position
+  int count;
+  bool isFull;  ///< whether the last position is taken
 };
 
 struct ListLanes {
-  alignas(64) uint8_t position[64];  ///< of each map bit
-  alignas(64) uint16_t before[32];   ///< the lane of the coefficient before
+  alignas(64) uint8_t coefficient[64];  ///< zigzag order of two vectors packed to bytes
+  alignas(64) uint8_t position[64];
+  alignas(32) uint8_t before[32];  ///< the lane of the coefficient before
 };
 inline constexpr ListLanes listLanes = [] {
   ListLanes lanes{};
-  for (int n = 0; n < 64; ++n) lanes.position[n] = uint8_t(63 - n);
-  for (int n = 0; n < 32; ++n) lanes.before[n] = uint16_t((n + 1) % 32);
+  for (int n = 0; n < 64; ++n) {
+    // Packing takes eight coefficients of either vector in turns.
+    const int natural = huff::zigzag[size_t(n)];
+    lanes.coefficient[n] = uint8_t(natural % 32 / 8 * 16 + natural / 32 * 8 + natural % 8);
+    lanes.position[n] = uint8_t(n);
+  }
+  for (int n = 1; n < 32; ++n) lanes.before[n] = uint8_t(n - 1);
   return lanes;
 }();
 
-/// Lists the `count` coefficients of a map of non-zero AC coefficients as run * 256 + value + 128,
-/// and `none` behind them. False if there are too many, or a run above 15 or a value that takes
-/// more than 8 bits.
-HWY_INLINE bool listCoefficients(const int16_t* block, uint64_t map, int count, uint16_t none,
-                                 CoefficientList* list) {
-  const ZigzagBlock z = loadZigzag(block);
-  // Behind the last one of the list there are zeros: the position of the DC, before the first AC.
-  const __m512i bits = _mm512_maskz_compress_epi8(map, _mm512_load_si512(listLanes.position));
-  // (The intrinsic for the lower half makes g++ 12 warn of a variable of its own.)
-  const __m512i position =
-      _mm512_cvtepu8_epi16((__m256i)__builtin_shufflevector(bits, bits, 0, 1, 2, 3));
-  const __m512i before = _mm512_permutexvar_epi16(_mm512_load_si512(listLanes.before), position);
-  const __m512i run = _mm512_sub_epi16(_mm512_sub_epi16(position, before), _mm512_set1_epi16(1));
-  const __m512i lane = _mm512_sub_epi16(_mm512_set1_epi16(63), position);
-  const __m512i value =
-      _mm512_add_epi16(_mm512_permutex2var_epi16(z.low, lane, z.high), _mm512_set1_epi16(128));
-  const auto used = __mmask32(_bzhi_u32(~0u, unsigned(count)));
-  const __mmask32 unlisted =
-      _mm512_mask_test_epi16_mask(used, value, _mm512_set1_epi16(int16_t(0xFF00))) |
-      _mm512_mask_test_epi16_mask(used, run, _mm512_set1_epi16(int16_t(0xFFF0)));
-  _mm512_store_si512(list->place, _mm512_mask_add_epi16(_mm512_set1_epi16(int16_t(none)), used,
-                                                        _mm512_slli_epi16(run, 8), value));
-  return count < CoefficientList::room && unlisted == 0;
+// (The intrinsics for halves, and for permutations without a mask, make g++ 12 warn of a variable
+// of its own.)
+HWY_INLINE __m256i lowerHalf(__m512i v) {
+  return (__m256i)__builtin_shufflevector(v, v, 0, 1, 2, 3);
+}
+
+/// False if there are too many coefficients, more than 15 zeros in front of one, or a value that
+/// takes more than 7 bits.
+HWY_INLINE bool listCoefficients(const int16_t* block, CoefficientList* list) {
+  const auto isAC = ~__mmask64{1};
+  const __m512i packed =
+      _mm512_packs_epi16(_mm512_loadu_si512(block), _mm512_loadu_si512(block + 32));
+  const __m512i z = _mm512_maskz_permutexvar_epi8(~__mmask64{0},
+                                                  _mm512_load_si512(listLanes.coefficient), packed);
+  const __mmask64 map = _mm512_mask_test_epi8_mask(isAC, z, z);
+  const __mmask64 wide =
+      _mm512_mask_cmpge_epu8_mask(isAC, _mm512_abs_epi8(z), _mm512_set1_epi8(127));
+  const __m256i position =
+      lowerHalf(_mm512_maskz_compress_epi8(map, _mm512_load_si512(listLanes.position)));
+  const __m256i value = _mm256_xor_si256(lowerHalf(_mm512_maskz_compress_epi8(map, z)),
+                                         _mm256_set1_epi8(int8_t(0x80)));
+  // In front of the first one there is the DC; zeros behind the last one stay zeros.
+  const __m256i before = _mm256_maskz_permutexvar_epi8(
+      ~__mmask32{1}, _mm256_load_si256(reinterpret_cast<const __m256i*>(listLanes.before)),
+      position);
+  const __m256i distance = _mm256_subs_epu8(position, before);
+  const __mmask32 far = _mm256_cmpgt_epu8_mask(distance, _mm256_set1_epi8(16));
+  const __m256i low = _mm256_unpacklo_epi8(value, distance);
+  const __m256i high = _mm256_unpackhi_epi8(value, distance);
+  auto* const to = reinterpret_cast<__m128i*>(list->place);
+  _mm_storeu_si128(to, _mm256_castsi256_si128(low));
+  _mm_storeu_si128(to + 1, _mm256_castsi256_si128(high));
+  _mm_storeu_si128(to + 2, _mm256_extracti128_si256(low, 1));
+  _mm_storeu_si128(to + 3, _mm256_extracti128_si256(high, 1));
+  list->count = countBits(map);
+  list->isFull = (map >> 63) != 0;
+  return list->count <= CoefficientList::room - 2 && (wide | far) == 0;
 }
 
 #endif

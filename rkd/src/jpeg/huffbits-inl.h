@@ -66,14 +66,15 @@ class BitWriter {
     if (HWY_LIKELY(end_ - out_ >= 8 && !(isStuffed && hasFF(word)))) {
       storeBits(out_, word);
       out_ += 8;
-    } else {
-      sendSlowly(word);
+      return;
     }
-  }
-  void sendSlowly(uint64_t word) {
+    // Nothing out of line takes the writer's address: its members can stay in registers.
     uint8_t* const behind = isStuffed ? putStuffed(word, 8, out_, end_) : nullptr;
-    isFull_ = isFull_ || behind == nullptr;
-    if (behind != nullptr) out_ = behind;
+    if (behind != nullptr) {
+      out_ = behind;
+    } else {
+      isFull_ = true;
+    }
   }
 
   uint64_t bits_;  // at the low end

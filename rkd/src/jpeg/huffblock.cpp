@@ -29,9 +29,8 @@ HWY_INLINE bool putCoefficients(const int16_t* src, uint64_t map, EncodeTable ac
       writer.put(zeros.code(), zeros.length());
     }
     const int value = src[zigzag[k]];
-    const auto shifted = unsigned(value + 128);
-    if (HWY_LIKELY(shifted < 256)) {
-      const uint32_t entry = ac.smallEntry(run << 8 | shifted);
+    if (HWY_LIKELY(isSmall(value))) {
+      const uint32_t entry = ac.smallEntry(smallPlace(run, value));
       usedSmall |= entry;
       writer.put(entry >> 6, entry);
     } else {
@@ -44,38 +43,11 @@ HWY_INLINE bool putCoefficients(const int16_t* src, uint64_t map, EncodeTable ac
   return (used & EncodeEntry::missing) == 0 && (usedSmall & EncodeSpecLayout::missingSmall) == 0;
 }
 
-/// The same by way of a list, two coefficients at a time; false with *isListed unset if the level
-/// has none or the coefficients do not allow it.
-template <class Writer>
-HWY_INLINE bool putListed([[maybe_unused]] const int16_t* src, [[maybe_unused]] uint64_t map,
-                          [[maybe_unused]] EncodeTable ac, [[maybe_unused]] Writer& writer,
-                          bool* isListed) {
-#if RKD_HAS_COEFFICIENT_LIST
-  const int count = countBits(map);
-  CoefficientList list;
-  *isListed = listCoefficients(src, map, count, EncodeSpecLayout::nonePlace, &list);
-  if (HWY_UNLIKELY(!*isListed)) return false;
-  uint32_t used = 0;
-  for (int i = (count - 1) | 1; i > 0; i -= 2) {
-    const uint32_t first = ac.smallEntry(list.place[i]);
-    const uint32_t second = ac.smallEntry(list.place[i - 1]);
-    used |= first | second;
-    // The sum of two lengths stays within the six bits that are looked at.
-    writer.put(uint64_t{first >> 6} << (second & 63) | second >> 6, first + second);
-  }
-  return (used & EncodeSpecLayout::missingSmall) == 0;
-#else
-  *isListed = false;
-  return false;
-#endif
-}
-
 /// Writes a DC difference; false if it has no code.
 template <class Writer>
 HWY_INLINE bool putDCDifference(int difference, EncodeTable dc, Writer& writer) {
-  const auto shifted = unsigned(difference + 128);
-  if (HWY_LIKELY(shifted < 256)) {
-    const uint32_t entry = dc.smallEntry(shifted);
+  if (HWY_LIKELY(isSmall(difference))) {
+    const uint32_t entry = dc.smallEntry(smallPlace(0, difference));
     writer.put(entry >> 6, entry);
     return (entry & EncodeSpecLayout::missingSmall) == 0;
   }
@@ -85,20 +57,43 @@ HWY_INLINE bool putDCDifference(int difference, EncodeTable dc, Writer& writer) 
   return (entry.word & EncodeEntry::missing) == 0;
 }
 
+#if RKD_HAS_COEFFICIENT_LIST
+/// Writes a block whose values are all small, two at a time: the sum of two lengths stays within
+/// the six bits that are looked at.
+template <class Writer>
+HWY_INLINE bool putListed(int difference, CoefficientList& list, EncodeTable dc, EncodeTable ac,
+                          Writer& writer) {
+  const int places = list.count + 1 - int(list.isFull);  // with the end of the block
+  list.place[places] = EncodeSpecLayout::nonePlace;
+  uint32_t used = 0;
+  const auto putTwo = [&](uint32_t first, uint32_t second) HWY_ATTR {
+    used |= first | second;
+    writer.put(uint64_t{first >> 6} << (second & 63) | second >> 6, first + second);
+  };
+  putTwo(dc.smallEntry(smallPlace(0, difference)), ac.smallEntry(list.place[0]));
+  for (int at = 1; at < places; at += 2) {
+    putTwo(ac.smallEntry(list.place[at]), ac.smallEntry(list.place[at + 1]));
+  }
+  return (used & EncodeSpecLayout::missingSmall) == 0;
+}
+#endif
+
 /// Writes one block; false if something has no code.
 template <class Writer>
 HWY_INLINE bool putBlock(const int16_t* src, int previousDC, EncodeTable dc, EncodeTable ac,
                          Writer& writer) {
-  const uint64_t map = nonZeroMap(src) & mapBehind(0);
-  if (HWY_UNLIKELY(!putDCDifference(src[0] - int16_t(previousDC), dc, writer))) return false;
-  if (map != 0) {
-    bool isListed;
-    bool isCoded = putListed(src, map, ac, writer, &isListed);
-    if (HWY_UNLIKELY(!isListed)) isCoded = putCoefficients(src, map, ac, writer);
-    if (HWY_UNLIKELY(!isCoded)) return false;
+  const int difference = src[0] - int16_t(previousDC);
+#if RKD_HAS_COEFFICIENT_LIST
+  CoefficientList list;
+  if (HWY_LIKELY(listCoefficients(src, &list) && isSmall(difference))) {
+    return putListed(difference, list, dc, ac, writer);
   }
+#endif
+  const uint64_t map = nonZeroMap(src) & mapBehind(0);
+  if (HWY_UNLIKELY(!putDCDifference(difference, dc, writer))) return false;
+  if (map != 0 && HWY_UNLIKELY(!putCoefficients(src, map, ac, writer))) return false;
   if ((map & mapBit(63)) != 0) return true;
-  const uint32_t end = ac.smallEntry(EncodeSpecLayout::zeroPlace);
+  const uint32_t end = ac.smallEntry(EncodeSpecLayout::endPlace);
   writer.put(end >> 6, end);
   return (end & EncodeSpecLayout::missingSmall) == 0;
 }

@@ -82,18 +82,26 @@ struct EncodeSpecLayout {
   /// which refuses values out of range; the lossless category 16 has a row of its own.
   static constexpr int category16 = 17 * 16;
   static constexpr int entries = 18 * 16;
-  /// Values of -128 to 127 behind up to 15 zeros have their symbol and value bits together, in
-  /// place run * 256 + value + 128: code in the high bits, length in the low six, `missingSmall`
-  /// where there is no code. A value of zero without a run is the symbol 0: a DC that does not
-  /// change, or the end of a block. The last place holds nothing.
-  static constexpr int zeroPlace = 128;
-  static constexpr int nonePlace = 16 * 256;
+  /// Values of -128 to 127 behind up to 15 zeros have their symbol and value bits together: code in
+  /// the high bits, length in the low six, `missingSmall` where there is no code. Their place is
+  /// (zeros + 1) * 256 + value + 128. A value of zero without zeros in front is the symbol 0: a DC
+  /// that does not change. The end of a block is a zero in the row before, and what follows is
+  /// nothing.
+  static constexpr int endPlace = 128;
+  static constexpr int nonePlace = 129;
   static constexpr uint32_t missingSmall = uint32_t{1} << 31;
   Kind kind;
   uint32_t reserved;
   uint64_t entry[entries];
-  uint32_t smallEntry[nonePlace + 1];
+  uint32_t smallEntry[17 * 256];
 };
+
+inline bool isSmall(int value) { return unsigned(value + 128) < 256; }
+
+/// Place of a small value behind a run of zeros.
+inline size_t smallPlace(unsigned run, int value) {
+  return size_t{run << 8 | unsigned(value + 128)} + 256;
+}
 
 /// Index of the entry for a run of zeros and the size of the value behind it.
 inline unsigned entryIndex(unsigned run, unsigned size) { return size * 16 + run; }
@@ -105,8 +113,8 @@ class EncodeTable {
   EncodeEntry operator[](unsigned index) const {
     return {load<uint64_t>(base_ + offsetof(EncodeSpecLayout, entry) + 8 * size_t{index})};
   }
-  uint32_t smallEntry(unsigned place) const {
-    return load<uint32_t>(base_ + offsetof(EncodeSpecLayout, smallEntry) + 4 * size_t{place});
+  uint32_t smallEntry(size_t place) const {
+    return load<uint32_t>(base_ + offsetof(EncodeSpecLayout, smallEntry) + 4 * place);
   }
 
  private:

@@ -42,7 +42,7 @@ RkdStatus makeCodes(const uint8_t* bits, const uint8_t* values, CodeList* list) 
 void buildSmall(const Code& c, EncodeSpecLayout* spec) {
   const unsigned size = c.symbol & 15;
   if (size == 0 || size > 8) return;
-  uint32_t* const zero = spec->smallEntry + 256 * (c.symbol >> 4) + 128;
+  uint32_t* const zero = spec->smallEntry + smallPlace(c.symbol >> 4, 0);
   const uint32_t first = 1u << (size - 1);
   const uint32_t length = c.length + size;
   for (uint32_t magnitude = first; magnitude < 2 * first && magnitude <= 128; ++magnitude) {
@@ -67,7 +67,8 @@ void build(const CodeList& list, EncodeSpecLayout* spec) {
       spec->entry[EncodeSpecLayout::category16] = uint64_t(c.length) << 32 | c.code;
     }
     if (c.symbol == 0) {
-      spec->smallEntry[EncodeSpecLayout::zeroPlace] = c.code << 6 | c.length;
+      spec->smallEntry[EncodeSpecLayout::endPlace] = c.code << 6 | c.length;
+      spec->smallEntry[smallPlace(0, 0)] = c.code << 6 | c.length;
     }
     buildSmall(c, spec);
   }

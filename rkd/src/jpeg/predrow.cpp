@@ -41,6 +41,10 @@ HWY_INLINE V predict(V a, V b, V c) {
   if constexpr (Predictor == 7) return halfSum(a, b);
 }
 
+/// Rows are read one element beside each other, so that every vector of 64 bytes would lie across
+/// two cache lines: at most 32 bytes, of which every other does.
+using RowTag = hn::CappedTag<uint16_t, 16>;
+
 /// Differences 1..width-1 of a row. A row without one above is its own, as predictor 1 does not
 /// look at it.
 template <int Predictor>
@@ -50,7 +54,7 @@ void diffRow(const uint16_t* src, const uint16_t* above, uint16_t* dst, int widt
                                                hn::LoadU(d, above + x - 1));
     hn::StoreU(hn::Sub(hn::LoadU(d, src + x), prediction), d, dst + x);
   };
-  const hn::ScalableTag<uint16_t> d;
+  const RowTag d;
   const int lanes = int(hn::Lanes(d));
   int x = 1;
   for (; x + lanes <= width; x += lanes) run(d, x);
@@ -113,7 +117,7 @@ void reconstructRow(const uint16_t* src, const uint16_t* above, uint16_t* dst, i
     }
   } else {
     const uint16_t* const base = Predictor == 2 ? above : above - 1;
-    const hn::ScalableTag<uint16_t> d;
+    const RowTag d;
     const int lanes = int(hn::Lanes(d));
     int x = 1;
     for (; x + lanes <= width; x += lanes) {
