@@ -116,4 +116,44 @@ TEST_F(SuitePattern, NegativeStatusFailsAndPositiveWarns) {
   EXPECT_TRUE(warned.shows("FUNCWRN")) << warned.console;
 }
 
+TEST_F(SuitePattern, CallsTimedWithTheirDataMeetThemAsTheyWereMade) {
+  for (const char* method : {"Auto", "Manual"}) {
+    const Outcome outcome = run(std::string("-fFakeCode -fFakeInPlace -SU -dMethod=") + method);
+    EXPECT_EQ(0, outcome.exitCode) << outcome.console;
+    EXPECT_EQ("0 5", outcome.notes) << method << ": calls with a stale state, first element";
+    EXPECT_EQ(2u, outcome.lines("Length=").size()) << outcome.console;
+    EXPECT_EQ(3u, outcome.lines(" clocks/e ").size()) << outcome.console;
+  }
+  const Outcome without = run("-fFakeCopy -SU");
+  EXPECT_EQ(0, without.exitCode);
+  EXPECT_TRUE(without.shows("no call function to measure with its data set-up (-SU)"));
+  EXPECT_TRUE(without.shows("UNDEFINED")) << without.console;
+}
+
+TEST_F(SuitePattern, ACallThatFailsWithItsDataEndsItsOwnTestOnly) {
+  FakeControl control;
+  control.status = -6;
+  control.crash = true;
+  // In alphabetical order: one that crashes, one that is fine, one that fails.
+  const Outcome failed = run("-fFakeCrash -fFakeInPlace -fFakeWrong -SU", control);
+  EXPECT_EQ(1, failed.exitCode);
+  EXPECT_TRUE(failed.shows("-- EXCPTFAIL: rkdiFakeCrash_JPEG_8u_C1 - exception: SIGSEGV"))
+      << failed.console;
+  EXPECT_EQ(1u, failed.lines("--RKD ERROR. status = -6 in rkdiFakeWrong_JPEG_16s_C1: ").size());
+  EXPECT_TRUE(failed.shows("-- FUNCFAIL: rkdiFakeWrong_JPEG_16s_C1 - ")) << failed.console;
+  const auto figures = failed.lines(" clocks/e ");
+  ASSERT_EQ(1u, figures.size()) << failed.console;
+  EXPECT_NE(std::string::npos, figures[0].find("rkdiFakeInPlace_JPEG_16s_C1I "));
+  EXPECT_TRUE(failed.shows(".Successes      : 1")) << failed.console;
+  EXPECT_TRUE(failed.shows("...Fails        : 2")) << failed.console;
+  EXPECT_TRUE(failed.shows(".....-EXCPTFAIL : 1")) << failed.console;
+
+  control.status = 2;
+  const Outcome warned = run("-fFakeWrong -SU", control);
+  EXPECT_EQ(0, warned.exitCode);
+  EXPECT_TRUE(warned.shows("--RKD WARNING. status = 2 in ")) << warned.console;
+  EXPECT_EQ(1u, warned.lines(" clocks/e ").size()) << warned.console;
+  EXPECT_TRUE(warned.shows("FUNCWRN")) << warned.console;
+}
+
 }  // namespace
