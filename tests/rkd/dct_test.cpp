@@ -204,6 +204,7 @@ TEST(Quantisation, IsExactForEveryQuantiserAndCoefficient) {
 // A table may differ from all ones in any single entry.
 TEST(Quantisation, LooksAtEveryEntry) {
   forEachLevel([] {
+    BlockSource source(-512, 511);
     for (int k = 0; k < 64; ++k) {
       Table table;
       std::fill(table.entry, table.entry + 64, uint16_t{1});
@@ -220,6 +221,13 @@ TEST(Quantisation, LooksAtEveryEntry) {
         rkdiQuantInv8x8_JPEG_16s_C1I(block, t->entry);
         EXPECT_EQ(std::count(block, block + 64, -3), 63);
         EXPECT_EQ(block[k], -21);
+        // The same table behind a transform.
+        int16_t samples[64], one[64];
+        source.next(samples);
+        rkdiDCTQuantFwd8x8_JPEG_16s_C1(samples, one, t->entry);
+        rkdiDCT8x8Fwd_JPEG_16s_C1(samples, block);
+        rkdiQuantFwd8x8_JPEG_16s_C1I(block, t->entry);
+        ASSERT_TRUE(std::equal(block, block + 64, one)) << "entry " << k;
       }
     }
   });

@@ -63,8 +63,7 @@ class Bias {
 };
 
 template <class T>
-void expectForward(Forward<T> function, Forward<T> reference) {
-  const Tables tables(1);
+void expectForward(Forward<T> function, Forward<T> reference, const Tables& tables) {
   Bias bias;
   Random random;
   for (const Place place : places()) {
@@ -80,7 +79,7 @@ void expectForward(Forward<T> function, Forward<T> reference) {
       bias.add(got, want);
     }
   }
-  EXPECT_LT(std::abs(bias.mean()), 0.002);
+  EXPECT_LT(std::abs(bias.mean()), 0.015);
 }
 
 // N samples a row from blocks of real samples, of which the low KxK coefficients are kept.
@@ -118,12 +117,15 @@ void expectInverse(Inverse<T> function, Inverse<T> reference, int N, int K) {
   EXPECT_LT(std::abs(bias.mean()), 0.25);
 }
 
+// Quantisers of all sizes, and ones, which hide nothing of the transform.
 TEST(DctRows, ForwardIsWithinOneOfTheReference) {
   forEachLevel([] {
-    expectForward<uint8_t>(rkdiDCTQuantFwd8x8LS_JPEG_8u16s_C1R,
-                           ref::rkdiDCTQuantFwd8x8LS_JPEG_8u16s_C1R);
-    expectForward<uint16_t>(rkdiDCTQuantFwd8x8LS_JPEG_16u16s_C1R,
-                            ref::rkdiDCTQuantFwd8x8LS_JPEG_16u16s_C1R);
+    for (const Tables& tables : {Tables(1), Tables(1, 1)}) {
+      expectForward<uint8_t>(rkdiDCTQuantFwd8x8LS_JPEG_8u16s_C1R,
+                             ref::rkdiDCTQuantFwd8x8LS_JPEG_8u16s_C1R, tables);
+      expectForward<uint16_t>(rkdiDCTQuantFwd8x8LS_JPEG_16u16s_C1R,
+                              ref::rkdiDCTQuantFwd8x8LS_JPEG_16u16s_C1R, tables);
+    }
   });
 }
 
