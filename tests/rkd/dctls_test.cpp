@@ -129,6 +129,45 @@ TEST(DctRows, ForwardIsWithinOneOfTheReference) {
   });
 }
 
+// Before quantisation; samples that put the most into one coefficient among them.
+template <class T>
+void expectExact(Forward<T> function, double meanSquare) {
+  const Tables ones(1, 1);
+  constexpr int middle = (kLargest<T> + 1) / 2;
+  Random random;
+  double worst = 0, squares = 0;
+  constexpr int kBlocks = 4096;
+  for (int b = 0; b < kBlocks; ++b) {
+    Canvas<T> samples(sz(8, 8));
+    fillSamples(samples, random, b % 4);
+    if (b % 4 == 3) {  // the signs of one wave
+      double wave[64] = {};
+      wave[b / 4 % 64] = 1000;
+      ref::dctInverse(wave, wave);
+      for (int i = 0; i < 64; ++i) samples.set(i % 8, i / 8, wave[i] > 0 ? kLargest<T> : 0);
+    }
+    double exact[64];
+    for (int i = 0; i < 64; ++i) exact[i] = samples.at(i % 8, i / 8) - middle;
+    ref::dctForward(exact, exact);
+    int16_t got[64];
+    ASSERT_EQ(function(samples.data(), samples.step(), got, ones.plain), rkdStsNoErr);
+    for (int i = 0; i < 64; ++i) {
+      const double error = got[i] - exact[i];
+      worst = std::max(worst, std::abs(error));
+      squares += error * error;
+    }
+  }
+  EXPECT_LE(worst, 1 + 1e-9);  // the 1e-9 for the doubles
+  EXPECT_LE(squares / (64.0 * kBlocks), meanSquare);
+}
+
+TEST(DctRows, ForwardIsWithinOneOfTheExactTransform) {
+  forEachLevel([] {
+    expectExact<uint8_t>(rkdiDCTQuantFwd8x8LS_JPEG_8u16s_C1R, 0.05);
+    expectExact<uint16_t>(rkdiDCTQuantFwd8x8LS_JPEG_16u16s_C1R, 0.06);
+  });
+}
+
 // An inverse to NxN samples that looks at the low KxK coefficients.
 template <class T>
 struct InverseCase {
