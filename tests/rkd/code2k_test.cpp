@@ -138,12 +138,12 @@ const std::vector<RkdiSize> largeSizes = {sz(64, 64),  sz(4, 1024), sz(1024, 4),
                                           sz(1024, 1), sz(31, 63),  sz(819, 5)};
 
 /// Every style with every size, and every pair with bands, data and where to stop.
-void everyStyle(const std::vector<RkdiSize>& sizes, int styleStep) {
+void everyStyle(const std::vector<RkdiSize>& sizes, int firstStyle, int styleStep) {
   Random random;
   Trial trial;
   int turn = 0;
   for (const RkdiSize size : sizes) {
-    for (int style = 0; style < 64; style += styleStep) {
+    for (int style = firstStyle; style < 64; style += styleStep) {
       const int first = turn++;
       for (int i = 0; i < (exhaustive() ? 4 * int(Fill::kinds) : 1); ++i) {
         const int band = (first + i) % 4;
@@ -159,10 +159,14 @@ void everyStyle(const std::vector<RkdiSize>& sizes, int styleStep) {
   }
 }
 
-TEST(CodeBlockStyles, SmallBlocksEqualThePlainVersion) { everyStyle(smallSizes, 1); }
+TEST(CodeBlockStyles, SmallBlocksEqualThePlainVersionAtEveryLevel) {
+  rkdkit::forEachLevel([] { everyStyle(smallSizes, 0, 1); });
+}
 
-TEST(CodeBlockStyles, LargeBlocksEqualThePlainVersion) {
-  everyStyle(largeSizes, exhaustive() ? 1 : 9);
+TEST(CodeBlockStyles, LargeBlocksEqualThePlainVersionAtEveryLevel) {
+  int first = 0;  // levels share the styles
+  rkdkit::forEachLevel(
+      [&] { everyStyle(largeSizes, exhaustive() ? 0 : first++, exhaustive() ? 1 : 19); });
 }
 
 TEST(CodeBlockMemory, RowsAndStatesMayLieAnywhere) {

@@ -5,11 +5,69 @@
 #include <cstring>
 
 #include "common/args.h"
+#include "jpeg2000/mq.h"
 #include "jpeg2000/passes.h"
 #include "jpeg2000/state.h"
 
 namespace rkd::j2k {
 namespace {
+
+// ---- contexts ----
+
+/// Label of a zero-coding context, times two, by band and neighbourhood.
+constexpr std::array<std::array<uint8_t, 512>, 4> zeroContexts = [] {
+  std::array<std::array<uint8_t, 512>, 4> contexts{};
+  const auto label = [](int band, int h, int v, int d) {
+    if (band == rkdBandHH) {
+      const int cross = h + v > 2 ? 2 : h + v;
+      if (d >= 3) return 8;
+      if (d == 2) return cross > 0 ? 7 : 6;
+      return 3 * d + cross;
+    }
+    if (band == rkdBandHL) {
+      const int t = h;
+      h = v;
+      v = t;
+    }
+    if (h == 2) return 8;
+    if (h == 1) return v > 0 ? 7 : d > 0 ? 6 : 5;
+    if (v > 0) return 2 + v;
+    return d > 2 ? 2 : d;
+  };
+  for (int band = 0; band < 4; ++band) {
+    for (int w = 0; w < 512; ++w) {
+      const auto is = [w](int bit) { return w >> bit & 1; };
+      contexts[size_t(band)][size_t(w)] =
+          uint8_t(2 * label(band, is(3) + is(5), is(1) + is(7), is(0) + is(2) + is(6) + is(8)));
+    }
+  }
+  return contexts;
+}();
+
+/// Label of a sign context, times two, plus the expected sign: by upper, left, right and lower
+/// neighbour, two bits each, significant and negative.
+constexpr std::array<uint8_t, 256> signContexts = [] {
+  std::array<uint8_t, 256> contexts{};
+  const auto limited = [](int sum) { return sum > 1 ? 1 : sum < -1 ? -1 : sum; };
+  for (int i = 0; i < 256; ++i) {
+    const auto sign = [i](int neighbour) {
+      const int bits = i >> 2 * neighbour & 3;
+      return (bits & 1) == 0 ? 0 : bits == 1 ? 1 : -1;
+    };
+    int h = limited(sign(1) + sign(2));
+    int v = limited(sign(0) + sign(3));
+    const bool flip = h < 0 || (h == 0 && v < 0);
+    if (flip) {
+      h = -h;
+      v = -v;
+    }
+    const int label = int(contextSign) + (h == 0 ? v : 3 + v);
+    contexts[size_t(i)] = uint8_t(2 * label + int(flip));
+  }
+  return contexts;
+}();
+
+// ---- the state ----
 
 /// Four rows of a column, a stripe's share of it: who is significant, and negative, in six rows of
 /// three columns, row by row. The four own coefficients are bits 4, 7, 10 and 13, and shifted right
@@ -32,11 +90,11 @@ struct DecodeState {
   MqDecoder mq;
   RawReader raw;
   int position;  ///< of the segment being read
-  MqWords contexts;
-  Map significant[maxWords];
-  Map visited[maxWords];  ///< in this plane's significance pass
-  Map refined[maxWords];  ///< in a plane before
-  alignas(lineSize) Column column[maxFlags];
+  MqContexts contexts;
+  Map significant[maxMapWords];
+  Map visited[maxMapWords];  ///< in this plane's significance pass
+  Map refined[maxMapWords];  ///< in a plane before
+  alignas(lineSize) Column column[maxMarginColumns];
   uint32_t sample[maxSamples];  ///< magnitude, with the sign in the high bit, four to a column
 };
 
@@ -62,7 +120,7 @@ class MqCoder {
 
  private:
   MqDecoder mq_;
-  MqWords contexts_;
+  MqContexts contexts_;
 };
 
 class RawCoder {
@@ -97,7 +155,9 @@ class Place {
  public:
   Place(Column* at, unsigned row, const Block& block) : at_(at), row_(row), block_(block) {}
 
-  unsigned zeroContext() const { return block_.zeroContext[at_->significant >> 3 * row_ & window]; }
+  unsigned zeroContext(const uint8_t* contexts) const {
+    return contexts[at_->significant >> 3 * row_ & 0x1FF];
+  }
   unsigned signContext() const {
     return signContexts[(at_->significant >> (3 * row_ + 1) & 0x55) |
                         (at_->negative >> 3 * row_ & 0xAA)];
@@ -142,28 +202,28 @@ template <class Coder>
 template <class Coder>
 [[gnu::noinline]] void significancePass(DecodeState* state, int plane) {
   const Block block = state->block;
+  const uint8_t* const contexts = zeroContexts[size_t(block.band)].data();
   Coder coder(*state);
-  forEachWord(
-      block, [&](const Word& at) __attribute__((always_inline)) {
-        Map significant = state->significant[at.map];
-        const Map open = at.inside & ~significant;
-        Map todo = neighbours8(block, &state->significant[at.map]) & open;
-        Map visited = todo;
-        while (todo != 0) {
-          const unsigned bit = unsigned(std::countr_zero(todo));
-          todo &= todo - 1;
-          const Place place(&state->column[at.column + int(bit / 4)], bit % 4, block);
-          const unsigned signContext = place.signContext();  // early, or it would be waited for
-          if (coder.decide(place.zeroContext()) == 0) continue;
-          significant |= Map{1} << bit;
-          const Map more = laterNeighbours[bit % 4] << bit & open;
-          todo |= more;
-          visited |= more;
-          becomeSignificant(place, signContext, plane, coder, &state->sample[at.sample + int(bit)]);
-        }
-        state->significant[at.map] = significant;
-        state->visited[at.map] = visited;
-      });
+  for (Words at(block); at.more(); at.next()) {
+    Map significant = state->significant[at.map];
+    const Map open = at.inside & ~significant;
+    Map todo = neighbours8(block, &state->significant[at.map]) & open;
+    Map visited = todo;
+    while (todo != 0) {
+      const unsigned bit = unsigned(std::countr_zero(todo));
+      todo &= todo - 1;
+      const Place place(&state->column[at.column + int(bit / 4)], bit % 4, block);
+      const unsigned signContext = place.signContext();  // early, or it would be waited for
+      if (coder.decide(place.zeroContext(contexts)) == 0) continue;
+      significant |= Map{1} << bit;
+      const Map more = laterNeighbours[bit % 4] << bit & open;
+      todo |= more;
+      visited |= more;
+      becomeSignificant(place, signContext, plane, coder, &state->sample[at.sample + int(bit)]);
+    }
+    state->significant[at.map] = significant;
+    state->visited[at.map] = visited;
+  }
   coder.keep(state);
 }
 
@@ -174,20 +234,19 @@ template <class Coder>
   const Block block = state->block;
   const uint32_t step = uint32_t{1} << plane;
   Coder coder(*state);
-  forEachWord(
-      block, [&](const Word& at) __attribute__((always_inline)) {
-        const Map all = state->significant[at.map] & ~state->visited[at.map];
-        const Map refined = state->refined[at.map];
-        const Map near = neighbours8(block, &state->significant[at.map]) & ~refined;
-        state->refined[at.map] = refined | all;
-        for (Map todo = all; todo != 0; todo &= todo - 1) {
-          const unsigned bit = unsigned(std::countr_zero(todo));
-          const unsigned context =
-              contextRefine + unsigned(near >> bit & 1) + 2 * unsigned(refined >> bit & 1);
-          uint32_t* const sample = &state->sample[at.sample + int(bit)];
-          *sample = (*sample ^ (coder.decide(2 * context) ^ 1) << plane) | step >> 1;
-        }
-      });
+  for (Words at(block); at.more(); at.next()) {
+    const Map all = state->significant[at.map] & ~state->visited[at.map];
+    const Map refined = state->refined[at.map];
+    const Map near = neighbours8(block, &state->significant[at.map]) & ~refined;
+    state->refined[at.map] = refined | all;
+    for (Map todo = all; todo != 0; todo &= todo - 1) {
+      const unsigned bit = unsigned(std::countr_zero(todo));
+      const unsigned context =
+          contextRefine + unsigned(near >> bit & 1) + 2 * unsigned(refined >> bit & 1);
+      uint32_t* const sample = &state->sample[at.sample + int(bit)];
+      *sample = (*sample ^ (coder.decide(2 * context) ^ 1) << plane) | step >> 1;
+    }
+  }
   coder.keep(state);
 }
 
@@ -195,38 +254,38 @@ template <class Coder>
 /// behind them is missing.
 [[gnu::noinline]] bool cleanupPass(DecodeState* state, int plane) {
   const Block block = state->block;
+  const uint8_t* const contexts = zeroContexts[size_t(block.band)].data();
   MqCoder coder(*state);
-  forEachWord(
-      block, [&](const Word& at) __attribute__((always_inline)) {
-        Map significant = state->significant[at.map];
-        Map todo = at.inside & ~significant & ~state->visited[at.map];
-        state->visited[at.map] = 0;
-        const Map busy = significant | neighbours8(block, &state->significant[at.map]) | ~at.inside;
-        Map quiet = ~(busy | busy >> 1 | busy >> 2 | busy >> 3) & topRows;  // whole columns
-        while (todo != 0) {
-          unsigned bit = unsigned(std::countr_zero(todo));
-          Column* const column = &state->column[at.column + int(bit / 4)];
-          if ((quiet >> bit & 1) != 0) {
-            if (coder.decide(2 * contextRun) == 0) {
-              todo &= ~(Map{15} << bit);
-              continue;
-            }
-            const unsigned row = coder.uniform(2);
-            todo &= ~(((Map{2} << row) - 1) << bit);
-            bit += row;
-          } else {
-            todo &= todo - 1;
-            const Place place(column, bit % 4, block);
-            if (coder.decide(place.zeroContext()) == 0) continue;
-          }
-          significant |= Map{1} << bit;
-          quiet &= ~(Map{16} << (bit & ~3u));
-          const Place place(column, bit % 4, block);
-          becomeSignificant(place, place.signContext(), plane, coder,
-                            &state->sample[at.sample + int(bit)]);
+  for (Words at(block); at.more(); at.next()) {
+    Map significant = state->significant[at.map];
+    Map todo = at.inside & ~significant & ~state->visited[at.map];
+    state->visited[at.map] = 0;
+    const Map busy = significant | neighbours8(block, &state->significant[at.map]) | ~at.inside;
+    Map quiet = ~(busy | busy >> 1 | busy >> 2 | busy >> 3) & topRows;  // whole columns
+    while (todo != 0) {
+      unsigned bit = unsigned(std::countr_zero(todo));
+      Column* const column = &state->column[at.column + int(bit / 4)];
+      if ((quiet >> bit & 1) != 0) {
+        if (coder.decide(2 * contextRun) == 0) {
+          todo &= ~(Map{15} << bit);
+          continue;
         }
-        state->significant[at.map] = significant;
-      });
+        const unsigned row = coder.uniform(2);
+        todo &= ~(((Map{2} << row) - 1) << bit);
+        bit += row;
+      } else {
+        todo &= todo - 1;
+        const Place place(column, bit % 4, block);
+        if (coder.decide(place.zeroContext(contexts)) == 0) continue;
+      }
+      significant |= Map{1} << bit;
+      quiet &= ~(Map{16} << (bit & ~3u));
+      const Place place(column, bit % 4, block);
+      becomeSignificant(place, place.signContext(), plane, coder,
+                        &state->sample[at.sample + int(bit)]);
+    }
+    state->significant[at.map] = significant;
+  }
   const bool marked = (state->style & rkdCodeBlockSegSym) == 0 || coder.uniform(4) == 10;
   coder.keep(state);
   return marked;
@@ -314,7 +373,7 @@ RkdStatus start(int length, const int* lengths, int segments, RkdiSize size, int
   DecodeState* const inside = insideOf<DecodeState>(state);
   inside->loaded = false;
   inside->damage = rkdStsNoErr;
-  inside->block = blockOf(size, band, style, nullptr);
+  inside->block = blockOf(size, band, style);
   inside->style = style;
   inside->bitPlanes = bitPlanes;
   inside->passes = passes;
@@ -325,7 +384,7 @@ RkdStatus start(int length, const int* lengths, int segments, RkdiSize size, int
   for (Map* const map : {inside->significant, inside->visited, inside->refined}) {
     std::memset(map, 0, size_t(inside->block.mapWords()) * sizeof(Map));
   }
-  std::memset(inside->column, 0, size_t(inside->block.flagCount()) * sizeof(Column));
+  std::memset(inside->column, 0, size_t(inside->block.marginColumns()) * sizeof(Column));
   std::memset(inside->sample, 0, size_t(inside->block.columns()) * 4 * sizeof(uint32_t));
   inside->loaded = true;
   return rkdStsNoErr;

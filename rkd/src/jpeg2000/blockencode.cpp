@@ -1,119 +1,23 @@
-// Encoding of code blocks. A pass is made in two steps: a walk over the bit plane writes down the
-// decisions with their contexts, and one loop sends them. So the walk's branches and the coder's
-// long chain of dependent steps do not wait for one another.
+// Encoding of code blocks. A pass is made in two steps: its decisions are written down with their
+// contexts, and one loop sends them.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "jpeg2000/blockencode.cpp"
+#include "hwy/foreach_target.h"
+#include "hwy/highway.h"
+
 #include <algorithm>
 #include <cstring>
 
 #include "common/args.h"
-#include "jpeg2000/passes.h"
+#include "common/levels.h"
+#include "jpeg2000/encodestate.h"
+#include "jpeg2000/mq.h"
+#include "jpeg2000/recorder-inl.h"
 #include "jpeg2000/state.h"
 
-namespace rkd::j2k {
+HWY_BEFORE_NAMESPACE();
+namespace rkd::HWY_NAMESPACE {
 namespace {
-
-/// Ample: adaptive coding expands no block beyond 1.3 bits a decision, and a coefficient has one
-/// decision a plane and one for its sign. The coder stops at the end all the same.
-constexpr int maxBytes = 40 * 1024;
-/// Most in a pass: a column of four has up to ten, a coefficient alone up to two.
-constexpr int maxSymbols = 10 * 1024 + 64;
-
-struct Pass {
-  double distortion;
-  int length;
-  bool terminated;
-};
-
-struct EncodeState {
-  static constexpr uint32_t mark = 0x4A324B45;
-  uint32_t kind;
-  bool loaded;
-  int bitPlanes, passes;
-  Pass pass[rkdCodeBlockMaxPasses];
-  alignas(lineSize) Flags flags[maxFlags];
-  uint32_t sample[maxSamples];  ///< magnitude, with the sign in the high bit, four to a column
-  uint8_t symbol[maxSymbols];
-  uint8_t before;  ///< what the first byte's carry would go to
-  uint8_t bytes[maxBytes];
-};
-
-constexpr uint32_t signBit = 0x80000000u;
-
-/// By how much the squared error falls, summed without rounding: it is linear in the magnitudes.
-class Distortion {
- public:
-  void significant(uint32_t magnitude) {
-    becoming_ += magnitude;
-    ++becomingCount_;
-  }
-  /// @param low  the magnitude's bits from the plane down
-  void refined(uint32_t low, int plane) {
-    const int64_t fromMiddle = int64_t{low} - (int64_t{1} << plane);
-    refined_ += fromMiddle < 0 ? -fromMiddle : fromMiddle;
-    ++refinedCount_;
-  }
-  /// With s = 2^plane, x the magnitude, d its distance from the middle of what was known:
-  /// x^2 - (x - 1.5 s)^2, and d^2 - (d - s / 2)^2. At plane 0 nothing is left of x^2 and d^2.
-  double sum(int plane) const {
-    if (plane == 0) return double(becoming_ + refined_);
-    const double step = double(int64_t{1} << plane);
-    return step * (3 * double(becoming_) + double(refined_)) -
-           step * step * (2.25 * becomingCount_ + 0.25 * refinedCount_);
-  }
-
- private:
-  int64_t becoming_ = 0, refined_ = 0;
-  int becomingCount_ = 0, refinedCount_ = 0;
-};
-
-/// Writes down the decisions of one pass.
-class Recorder {
- public:
-  Recorder(const uint32_t* samples, uint8_t* out, int plane, bool raw)
-      : samples_(samples), out_(out), plane_(plane), flip_(raw ? 0 : 1) {}
-
-  bool significant(unsigned context, int sample) {
-    const unsigned bit = samples_[sample] >> plane_ & 1;
-    put(context | bit);
-    return bit != 0;
-  }
-  Flags sign(unsigned context, int sample) {
-    const uint32_t value = samples_[sample];
-    const unsigned negative = value >> 31;
-    put((context & ~1u) | (negative ^ (context & flip_)));
-    distortion_.significant(value & ~signBit);
-    return negative;
-  }
-  void refine(unsigned context, int sample) {
-    const uint32_t low = samples_[sample] & ((uint32_t{2} << plane_) - 1);
-    put(context | low >> plane_);
-    distortion_.refined(low, plane_);
-  }
-  int run(int sample) {
-    unsigned bits = 0;
-    for (int r = 0; r < 4; ++r) bits |= (samples_[sample + r] >> plane_ & 1) << r;
-    put(2 * contextRun | unsigned(bits != 0));
-    if (bits == 0) return 4;
-    const int row = std::countr_zero(bits);
-    put(2 * contextUniform | unsigned(row >> 1));
-    put(2 * contextUniform | unsigned(row & 1));
-    return row;
-  }
-  void segmentationSymbol() {
-    for (const unsigned bit : {1u, 0u, 1u, 0u}) put(2 * contextUniform | bit);
-  }
-
-  const uint8_t* end() const { return out_; }
-  double distortion() const { return distortion_.sum(plane_); }
-
- private:
-  void put(unsigned symbol) { *out_++ = uint8_t(symbol); }
-
-  const uint32_t* samples_;
-  uint8_t* out_;
-  int plane_;
-  unsigned flip_;
-  Distortion distortion_;
-};
 
 /// Puts the coefficients into columns of four, the last stripe filled up with zeros. Returns all
 /// magnitudes or-ed, or signBit when one has no magnitude of 31 bits.
@@ -137,6 +41,43 @@ uint32_t loadSamples(const int32_t* src, int srcStep, RkdiSize size, uint32_t* s
   return all;
 }
 
+/// The topmost bits of sixty-four samples << shift.
+HWY_INLINE Map topBits(const uint32_t* samples, int shift) {
+#if HWY_TARGET == HWY_EMU128
+  Map bits = 0;
+  for (int i = 0; i < 64; ++i) bits |= Map{samples[i] << shift >> 31} << i;
+  return bits;
+#else
+  const hn::CappedTag<int32_t, 16> d;
+  const hn::RebindToUnsigned<decltype(d)> du;
+  Map bits = 0;
+  for (size_t i = 0; i < 64; i += hn::Lanes(d)) {
+    const auto shifted = hn::BitCast(d, hn::ShiftLeftSame(hn::LoadU(du, samples + i), shift));
+    uint8_t mask[2] = {0, 0};
+    hn::StoreMaskBits(d, hn::Lt(shifted, hn::Zero(d)), mask);
+    bits |= Map(mask[0] | mask[1] << 8) << i;
+  }
+  return bits;
+#endif
+}
+
+/// Makes maps of the samples.
+void splitPlanes(const Block& block, const uint32_t* samples, int planes, Coefficients* c) {
+  for (Words at(block); at.more(); at.next()) {
+    c->negative[at.map] = topBits(samples + at.sample, 0) & at.inside;
+    Map* const magnitude = &c->magnitude[at.index * planes];
+    for (int p = 0; p < planes; ++p) {
+      magnitude[p] = topBits(samples + at.sample, 31 - p) & at.inside;
+    }
+  }
+}
+
+/// A function of its own, so that nothing else takes its registers.
+HWY_NOINLINE void send(const uint8_t* symbol, const uint8_t* end, MqContexts* contexts,
+                       MqEncoder* mq) {
+  mq->encode(symbol, end, contexts);
+}
+
 class BlockEncoder {
  public:
   BlockEncoder(EncodeState* state, const Block& block, int style)
@@ -146,7 +87,11 @@ class BlockEncoder {
     const int planes = state_->bitPlanes;
     state_->before = 0;
     state_->passes = planes == 0 ? 0 : std::min(maxPasses, 3 * planes - 2);
-    std::memset(state_->flags, 0, size_t(block_.flagCount()) * sizeof(Flags));
+    Coefficients& c = state_->coefficients;
+    for (Map* const map : {c.negative, c.significant, c.visited, c.refined}) {
+      std::memset(map, 0, size_t(block_.mapWords()) * sizeof(Map));
+    }
+    if (planes > 0) splitPlanes(block_, state_->sample, planes, &c);
     contexts_.reset();
     for (int k = 0; k < state_->passes; ++k) {
       codePass(k, planes - 1 - passPlane(k));
@@ -164,7 +109,7 @@ class BlockEncoder {
       for (const uint8_t* s = state_->symbol; s != symbolEnd_; ++s) raw_.put(*s & 1);
       rawNeeded_[k - firstPass_] = raw_.needed();
     } else {
-      mq_.encode(state_->symbol, symbolEnd_, &contexts_);
+      send(state_->symbol, symbolEnd_, &contexts_, &mq_);
       marks_[k - firstPass_] = mq_.mark();
     }
     if ((style_ & rkdCodeBlockReset) != 0) contexts_.reset();
@@ -173,16 +118,16 @@ class BlockEncoder {
   }
 
   void record(PassKind kind, int plane, bool raw, Pass* pass) {
-    Recorder recorder(state_->sample, state_->symbol, plane, raw);
+    Recorder recorder(block_, &state_->coefficients, state_->bitPlanes, plane, raw, state_->symbol);
     switch (kind) {
       case PassKind::significance:
-        significancePass(block_, recorder);
+        recorder.significance();
         break;
       case PassKind::refinement:
-        refinementPass(block_, recorder);
+        recorder.refinement();
         break;
       case PassKind::cleanup:
-        cleanupPass(block_, recorder);
+        recorder.cleanup();
         if ((style_ & rkdCodeBlockSegSym) != 0) recorder.segmentationSymbol();
         break;
     }
@@ -230,13 +175,32 @@ class BlockEncoder {
   const uint8_t* rawNeeded_[rkdCodeBlockMaxPasses];
 };
 
+RkdStatus encode(const int32_t* src, int srcStep, RkdiSize size, int band, int style, int maxPasses,
+                 EncodeState* state) {
+  const uint32_t magnitudes = loadSamples(src, srcStep, size, state->sample);
+  if ((magnitudes & signBit) != 0) return rkdStsCoefRangeErr;
+  state->bitPlanes = 32 - std::countl_zero(magnitudes);
+  return BlockEncoder(state, blockOf(size, band, style), style).run(maxPasses);
+}
+
+}  // namespace
+}  // namespace rkd::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace rkd {
+HWY_EXPORT(encode);
+namespace j2k {
+namespace {
+
 RkdStatus checkLoaded(const RkdiEncodeCodeBlockState* state) {
   if (const RkdStatus status = checkObject<EncodeState>(state)) return status;
   return insideOf<EncodeState>(state)->loaded ? rkdStsNoErr : rkdStsContextErr;
 }
 
 }  // namespace
-}  // namespace rkd::j2k
+}  // namespace j2k
+}  // namespace rkd
 
 using namespace rkd;
 using namespace rkd::j2k;
@@ -274,11 +238,7 @@ RkdStatus rkdiEncodeLoadCodeBlock_JPEG2K_32s_C1R(const int32_t* src, int srcStep
   if (const RkdStatus status = checkObject<EncodeState>(state)) return status;
   EncodeState* const inside = insideOf<EncodeState>(state);
   inside->loaded = false;
-  const uint32_t magnitudes = loadSamples(src, srcStep, size, inside->sample);
-  if ((magnitudes & signBit) != 0) return rkdStsCoefRangeErr;
-  inside->bitPlanes = 32 - std::countl_zero(magnitudes);
-  const Block block = blockOf(size, band, style, inside->flags);
-  const RkdStatus status = BlockEncoder(inside, block, style).run(maxPasses);
+  const RkdStatus status = RKD_AT_LEVEL(encode)(src, srcStep, size, band, style, maxPasses, inside);
   inside->loaded = status == rkdStsNoErr;
   return status;
 }
@@ -319,3 +279,4 @@ RkdStatus rkdiEncodeStoreBits_JPEG2K_1u(uint8_t* stream, int length, int* positi
   *position += bytes;
   return rkdStsNoErr;
 }
+#endif

@@ -5,9 +5,9 @@
 #pragma once
 
 #include <array>
-#include <bit>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 namespace rkd::j2k {
 
@@ -20,17 +20,16 @@ enum Context : unsigned {
   contextCount = 19
 };
 
-/// A state of the probability estimation together with the sense of the more probable symbol.
-struct MqEntry {
-  uint32_t qe;      ///< estimate in the high half
-  uint8_t mps;      ///< the more probable symbol
-  uint8_t nextMps;  ///< entry after it, when it made the interval too small
-  uint8_t nextLps;  ///< entry after the other
-  uint8_t shift;    ///< what brings an interval of the estimate's size back to its range
-};
+/// A state of the probability estimation together with the more probable symbol, whole, so that one
+/// access to a context tells everything: the estimate in the top 16 bits, and in the two lowest
+/// bytes the numbers of the entries that follow the less and the more probable symbol. The latter's
+/// lowest bit is the more probable symbol itself, which a renormalisation behind it does not
+/// change.
+using MqWord = uint64_t;
+inline constexpr unsigned mqTop = 48;
 
 /// Entry 2 * i + mps belongs to state i of the standard's table.
-inline constexpr std::array<MqEntry, 94> mqEntries = [] {
+inline constexpr std::array<MqWord, 94> mqWords = [] {
   struct Row {
     uint16_t qe;
     uint8_t nextMps, nextLps, exchange;
@@ -49,35 +48,28 @@ inline constexpr std::array<MqEntry, 94> mqEntries = [] {
       {0x0049, 41, 38, 0}, {0x0025, 42, 39, 0}, {0x0015, 43, 40, 0}, {0x0009, 44, 41, 0},
       {0x0005, 45, 42, 0}, {0x0001, 45, 43, 0}, {0x5601, 46, 46, 0},
   }};
-  std::array<MqEntry, 94> entries{};
+  std::array<MqWord, 94> words{};
   for (unsigned i = 0; i < rows.size(); ++i) {
     for (unsigned mps = 0; mps < 2; ++mps) {
       const Row& row = rows[i];
-      entries[2 * i + mps] = {uint32_t(row.qe) << 16, uint8_t(mps), uint8_t(2 * row.nextMps + mps),
-                              uint8_t(2 * row.nextLps + (mps ^ row.exchange)),
-                              uint8_t(std::countl_zero(row.qe))};
+      const unsigned nextMps = 2 * row.nextMps + mps;
+      const unsigned nextLps = 2 * row.nextLps + (mps ^ row.exchange);
+      words[2 * i + mps] = MqWord{row.qe} << mqTop | nextLps << 8 | nextMps;
     }
   }
-  return entries;
+  return words;
 }();
 
 /// The entry of every context.
 struct MqContexts {
-  std::array<uint8_t, contextCount> entry;
+  std::array<MqWord, contextCount> word;
   void reset() {
-    entry.fill(0);
-    entry[0] = 2 * 4;
-    entry[contextRun] = 2 * 3;
-    entry[contextUniform] = 2 * 46;
+    word.fill(mqWords[0]);
+    word[0] = mqWords[2 * 4];
+    word[contextRun] = mqWords[2 * 3];
+    word[contextUniform] = mqWords[2 * 46];
   }
 };
-
-/// What is left of the interval's renormalisation: the registers hold it in their high halves.
-inline unsigned mqShift(bool lower, const MqEntry& entry, uint32_t interval) {
-  // The lower part has the size of the estimate. Of the upper part at least a quarter is left.
-  const unsigned upper = unsigned(interval < 0x80000000u) + unsigned(interval < 0x40000000u);
-  return lower ? entry.shift : upper;
-}
 
 /// Where an encoder stood at the end of a pass: enough to tell later how many bytes the pass needs.
 struct MqMark {
@@ -93,48 +85,49 @@ class MqEncoder {
   /// `last` is the byte before the first one: not 0xFF, and never changed.
   void start(uint8_t* last, uint8_t* limit) {
     code_ = 0;
-    interval_ = 0x8000;
+    interval_ = uint64_t{1} << 63;
     count_ = 12;
     last_ = last;
     limit_ = limit;
   }
 
   /// Symbols are the label of their context, times two, plus the decision.
-  void encode(const uint8_t* symbol, const uint8_t* end, MqContexts* contexts) {
-    uint32_t code = code_;
-    uint32_t interval = interval_ << 16;
+  [[gnu::always_inline]] void encode(const uint8_t* symbol, const uint8_t* end,
+                                     MqContexts* contexts) {
+    uint64_t code = code_;
+    uint64_t interval = interval_;
     int count = count_;
     for (; symbol != end; ++symbol) {
-      uint8_t& at = contexts->entry[*symbol >> 1];
-      const unsigned index = at;
-      const MqEntry& entry = mqEntries[index];
-      const bool lps = ((*symbol ^ index) & 1) != 0;
-      const uint32_t rest = interval - entry.qe;
-      const bool lower = lps != (rest < entry.qe);
-      const unsigned next = rest < 0x80000000u ? entry.nextMps : index;
-      at = uint8_t(lps ? entry.nextLps : next);
-      code += lower ? 0 : entry.qe >> 16;
-      interval = lower ? entry.qe : rest;
-      int shift = int(mqShift(lower, entry, rest));
-      interval <<= shift;
-      while (shift >= count) [[unlikely]] {
+      MqWord* const context = &contexts->word[*symbol >> 1];
+      const uint64_t part = choose(interval, *symbol, context);
+      const uint64_t add = part & 0xFFFF;
+      code += add;
+      int shift = __builtin_clzll(part);
+      interval = (part ^ add) << shift;
+      count -= shift;
+      if (count <= 0) [[unlikely]] {
+        count += shift;
+        do {
           code <<= count;
           shift -= count;
           count = byteOut(&code);
-        }
+        } while (shift >= count);
+        count -= shift;
+      }
       code <<= shift;
-      count -= shift;
     }
     code_ = code;
-    interval_ = interval >> 16;
+    interval_ = interval;
     count_ = count;
   }
 
-  MqMark mark() const { return {code_, interval_, count_, last_, *last_}; }
+  MqMark mark() const {
+    return {uint32_t(code_), uint32_t(interval_ >> mqTop), count_, last_, *last_};
+  }
 
   /// Ends the segment; returns the place behind its last byte.
   uint8_t* flush() {
-    const uint32_t above = code_ + interval_;
+    const uint64_t above = code_ + (interval_ >> mqTop);
     code_ |= 0xFFFF;
     if (code_ >= above) code_ -= 0x8000;
     for (int i = 0; i < 2; ++i) {
@@ -158,21 +151,62 @@ class MqEncoder {
   bool overflowed() const { return last_ + 1 >= limit_; }
 
  private:
-  int byteOut(uint32_t* code) {
-    uint32_t c = *code;
-    bool stuffed = *last_ == 0xFF;
-    if (!stuffed && (c & 0x8000000) != 0) {
-      c &= 0x7FFFFFF;
-      stuffed = ++*last_ == 0xFF;
+  /// The part of the interval that stands for the symbol, in its low half what to add to the code
+  /// for it; the context is updated. As in decoding, conditional moves do what would be half of the
+  /// time the wrong branch. That the symbol is known beforehand is made use of: the less probable
+  /// one gets the smaller part, and which is the smaller one is asked last.
+  [[gnu::always_inline]] static uint64_t choose(uint64_t interval, unsigned symbol,
+                                                MqWord* context) {
+    const MqWord word = *context;
+    const uint64_t estimate = word >> mqTop;
+    const uint64_t qe = estimate << mqTop;
+    const uint64_t rest = interval - qe + estimate;
+    const MqWord nextLps = mqWords[uint8_t(word >> 8)];
+    MqWord next = mqWords[uint8_t(word)];
+    uint64_t part = rest, other = qe;
+    const uint64_t lps = symbol ^ word;  // bit 0
+#if defined(__x86_64__)
+    asm("testb $1, %b[lps]\n\t"
+        "cmovne %[qe], %[part]\n\t"
+        "cmovne %[rest], %[other]\n\t"
+        "cmovne %[nextLps], %[next]\n\t"
+        "cmp %[qe], %[rest]\n\t"
+        "cmovb %[other], %[part]\n\t"
+        "test %[part], %[part]\n\t"
+        "cmovs %[word], %[next]"
+        : [part] "+&r"(part), [other] "+&r"(other), [next] "+&r"(next)
+        : [lps] "r"(lps), [qe] "r"(qe), [rest] "r"(rest), [nextLps] "r"(nextLps), [word] "r"(word)
+        : "cc");
+#else
+    if ((lps & 1) != 0) {
+      std::swap(part, other);
+      next = nextLps;
     }
-    const unsigned at = stuffed ? 20 : 19;
-    if (last_ + 1 < limit_) ++last_;
-    *last_ = uint8_t(c >> at);
-    *code = c & ((1u << at) - 1);
-    return stuffed ? 7 : 8;
+    if (rest < qe) part = other;
+    if (int64_t(part) < 0) next = word;
+#endif
+    *context = next;
+    return part;
   }
 
-  uint32_t code_, interval_;
+  [[gnu::always_inline]] int byteOut(uint64_t* code) {
+    // A carry goes to the last byte, unless it is 0xFF: then its place is the next byte's first
+    // bit.
+    const uint64_t c = *code;
+    const uint8_t before = *last_;
+    const unsigned carry = unsigned(c >> 27 & 1) & unsigned(before != 0xFF);
+    const unsigned raised = before + carry;
+    *last_ = uint8_t(raised);
+    const bool stuffed = raised == 0xFF;
+    const unsigned at = 19 + unsigned(stuffed);
+    last_ += last_ + 1 < limit_ ? 1 : 0;
+    const uint64_t rest = c - (uint64_t(carry) << 27);
+    *last_ = uint8_t(rest >> at);
+    *code = rest & ((uint64_t{1} << at) - 1);
+    return 8 - int(stuffed);
+  }
+
+  uint64_t code_, interval_;  ///< the interval in the top of its register, as in a decoder
   int count_;
   uint8_t* last_;
   uint8_t* limit_;
@@ -217,29 +251,6 @@ inline const uint8_t* mqNeeded(const MqMark& mark, const uint8_t* first, const u
   }
   return needed < first ? first : needed;
 }
-
-/// The contexts of a decoder hold whole entries, so that one access tells everything. From the top:
-/// 16 bits of estimate, the more probable symbol at bit 16, and in the two lowest bytes the numbers
-/// of the entries that follow the less and the more probable symbol.
-using MqWord = uint64_t;
-inline constexpr unsigned mqTop = 48;
-inline constexpr std::array<MqWord, 94> mqWords = [] {
-  std::array<MqWord, 94> words{};
-  for (size_t i = 0; i < words.size(); ++i) {
-    const MqEntry& e = mqEntries[i];
-    words[i] = MqWord{e.qe} << 32 | MqWord{e.mps} << 16 | MqWord{e.nextLps} << 8 | e.nextMps;
-  }
-  return words;
-}();
-
-struct MqWords {
-  std::array<MqWord, contextCount> word;
-  void reset() {
-    MqContexts start;
-    start.reset();
-    for (size_t i = 0; i < word.size(); ++i) word[i] = mqWords[start.entry[i]];
-  }
-};
 
 /// Decodes one segment. Copies of it in local variables stay in registers.
 ///
@@ -328,7 +339,7 @@ class MqDecoder {
     if (lower != exchanged) choice->next = nextLps;
     if (int64_t(choice->interval) < 0) choice->next = word;
 #endif
-    return unsigned(word >> 16 & 1) ^ unsigned(exchanged) ^ unsigned(lower);
+    return unsigned(word & 1) ^ unsigned(exchanged) ^ unsigned(lower);
   }
 
   /// What to add below the registers: at least one byte, at most six.
