@@ -24,7 +24,7 @@ target_compile_options(tazmet_options INTERFACE -ffp-contract=off)
 
 if(TAZMET_SANITIZE)
   # Samples may lie at any address by contract (the harness misaligns them on purpose), and x86 reads
-  # them there; so alignment is not checked.
+  # them there; so alignment is checked in the plain versions alone.
   add_compile_options(-fsanitize=address,undefined -fno-sanitize=alignment -fno-sanitize-recover=undefined
     -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)

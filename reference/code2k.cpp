@@ -3,9 +3,9 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
 #include "mqcoder.h"
+#include "samples.h"
 
 namespace ref {
 namespace {
@@ -333,8 +333,7 @@ RkdStatus rkdiEncodeLoadCodeBlock_JPEG2K_32s_C1R(const int32_t* src, int srcStep
   state->bitPlanes = 0;
   for (int y = 0; y < size.height; ++y) {
     for (int x = 0; x < size.width; ++x) {
-      int32_t value;
-      std::memcpy(&value, reinterpret_cast<const char*>(src) + ptrdiff_t(y) * srcStep + 4 * x, 4);
+      const int32_t value = row(src, srcStep, y)[x];
       if (value == INT32_MIN) return rkdStsCoefRangeErr;
       const size_t i = size_t(y) * size.width + x;
       state->model.magnitude[i] = uint32_t(std::abs(value));
@@ -423,8 +422,7 @@ RkdStatus rkdiDecodeCBProgrGet_JPEG2K_32s_C1R(int32_t* dst, int dstStep,
   const CodeBlockModel& m = state->model;
   for (int y = 0; y < m.height; ++y) {
     for (int x = 0; x < m.width; ++x) {
-      const int32_t value = coefficient(m, size_t(y) * m.width + x);
-      std::memcpy(reinterpret_cast<char*>(dst) + ptrdiff_t(y) * dstStep + 4 * x, &value, 4);
+      row(dst, dstStep, y)[x] = coefficient(m, size_t(y) * m.width + x);
     }
   }
   return rkdStsNoErr;

@@ -15,13 +15,13 @@ template <class T>
 struct Planar {
   T* const* planes;
   int step;
-  T& at(int x, int y, int c) const { return row(planes[c], step, y)[x]; }
+  Sample<T> at(int x, int y, int c) const { return row(planes[c], step, y)[x]; }
 };
 template <class T>
 struct Interleaved {
   T* data;
   int step;
-  T& at(int x, int y, int c) const { return row(data, step, y)[3 * x + c]; }
+  Sample<T> at(int x, int y, int c) const { return row(data, step, y)[3 * x + c]; }
 };
 /// @}
 

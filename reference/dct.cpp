@@ -2,26 +2,15 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstring>
 #include <numbers>
 
 #include "ref_dct.h"
+#include "samples.h"
 
 namespace ref {
 namespace {
 
-// Samples may lie at any address, hence copies instead of plain element access.
-template <class T>
-T get(const T* from, ptrdiff_t bytes) {
-  T value;
-  std::memcpy(&value, reinterpret_cast<const char*>(from) + bytes, sizeof(T));
-  return value;
-}
-
-template <class T>
-void put(T* to, ptrdiff_t bytes, T value) {
-  std::memcpy(reinterpret_cast<char*>(to) + bytes, &value, sizeof(T));
-}
+using Table = Samples<const uint16_t>;
 
 // Row-major matrix of an N-point transform: C(u) * sqrt(2 / N) * cos((2x + 1) u pi / 2N).
 template <int N>
@@ -65,51 +54,49 @@ int nearest(double value, int low, int high) {
 
 // Samples with a step, less `shift`, to 64 coefficients divided by their quantisers (1 without).
 template <class T>
-RkdStatus forward(const T* src, int srcStep, int shift, int16_t* dst, const uint16_t* table) {
+RkdStatus forward(const T* src, int srcStep, int shift, Samples<int16_t> dst, Table table) {
   double block[64];
   for (int i = 0; i < 64; ++i) {
-    block[i] = get(src, ptrdiff_t{srcStep} * (i / 8) + (i % 8) * ptrdiff_t{sizeof(T)}) - shift;
+    block[i] = row(src, srcStep, i / 8)[i % 8] - shift;
   }
   dctForward(block, block);
   for (int i = 0; i < 64; ++i) {
-    const int quantiser = table == nullptr ? 1 : get(table, 2 * i);
-    put(dst, 2 * i, static_cast<int16_t>(nearest(block[i] / quantiser, INT16_MIN, INT16_MAX)));
+    const int quantiser = table ? table[i] : uint16_t{1};
+    dst[i] = static_cast<int16_t>(nearest(block[i] / quantiser, INT16_MIN, INT16_MAX));
   }
   return rkdStsNoErr;
 }
 
 // The low KxK coefficients, dequantised modulo 2^16, to NxN samples plus `shift`, clamped.
 template <int N, class T>
-RkdStatus inverse(const int16_t* src, int K, T* dst, int dstStep, int shift, int low, int high,
-                  const uint16_t* table) {
+RkdStatus inverse(Samples<const int16_t> src, int K, T* dst, int dstStep, int shift, int low,
+                  int high, Table table) {
   double block[N * N] = {};
   for (int v = 0; v < K; ++v) {
     for (int u = 0; u < K; ++u) {
       const int i = v * 8 + u;
-      const int quantiser = table == nullptr ? 1 : get(table, 2 * i);
+      const int quantiser = table ? table[i] : uint16_t{1};
       // A constant block keeps its value: the DC of N points is N times the mean.
-      block[v * N + u] = static_cast<int16_t>(get(src, 2 * i) * quantiser) * (N / 8.0);
+      block[v * N + u] = static_cast<int16_t>(src[i] * quantiser) * (N / 8.0);
     }
   }
   transform<N>(block, block, false);
   for (int i = 0; i < N * N; ++i) {
-    put(dst, ptrdiff_t{dstStep} * (i / N) + (i % N) * ptrdiff_t{sizeof(T)},
-        static_cast<T>(nearest(block[i] + shift, low, high)));
+    row(dst, dstStep, i / N)[i % N] = static_cast<T>(nearest(block[i] + shift, low, high));
   }
   return rkdStsNoErr;
 }
 
 template <int N = 8>
-RkdStatus inverse8u(const int16_t* src, int K, uint8_t* dst, int dstStep, const uint16_t* table) {
+RkdStatus inverse8u(Samples<const int16_t> src, int K, uint8_t* dst, int dstStep, Table table) {
   return inverse<N>(src, K, dst, dstStep, 128, 0, 255, table);
 }
 
 template <class T>
-RkdStatus copyTable(const T* quantisers, uint16_t* table) {
-  uint16_t made[64];
-  std::copy(quantisers, quantisers + 64, made);
-  std::fill(table, table + 256, uint16_t{0});
-  std::copy(made, made + 64, table);
+RkdStatus copyTable(Samples<const T> quantisers, Samples<uint16_t> table) {
+  uint16_t made[256] = {};
+  for (int i = 0; i < 64; ++i) made[i] = quantisers[i];
+  for (int i = 0; i < 256; ++i) table[i] = made[i];
   return rkdStsNoErr;
 }
 
@@ -121,24 +108,24 @@ void dctForward(const double* src, double* dst) { transform<8>(src, dst, true); 
 void dctInverse(const double* src, double* dst) { transform<8>(src, dst, false); }
 
 RkdStatus rkdiQuantFwdTableInit_JPEG_8u16u(const uint8_t* quantisers, uint16_t* table) {
-  return copyTable(quantisers, table);
+  return copyTable<uint8_t>(quantisers, table);
 }
 RkdStatus rkdiQuantFwdTableInit_JPEG_16u(const uint16_t* quantisers, uint16_t* table) {
-  return copyTable(quantisers, table);
+  return copyTable<uint16_t>(quantisers, table);
 }
 RkdStatus rkdiQuantInvTableInit_JPEG_8u16u(const uint8_t* quantisers, uint16_t* table) {
-  return copyTable(quantisers, table);
+  return copyTable<uint8_t>(quantisers, table);
 }
 RkdStatus rkdiQuantInvTableInit_JPEG_16u(const uint16_t* quantisers, uint16_t* table) {
-  return copyTable(quantisers, table);
+  return copyTable<uint16_t>(quantisers, table);
 }
 
 RkdStatus rkdiAdd128_JPEG_16s8u_C1R(const int16_t* src, int srcStep, uint8_t* dst, int dstStep,
                                     RkdiSize size) {
   for (int y = 0; y < size.height; ++y) {
     for (int x = 0; x < size.width; ++x) {
-      const int sample = get(src, ptrdiff_t{srcStep} * y + 2 * x) + 128;
-      put(dst, ptrdiff_t{dstStep} * y + x, static_cast<uint8_t>(std::clamp(sample, 0, 255)));
+      const int sample = row(src, srcStep, y)[x] + 128;
+      row(dst, dstStep, y)[x] = static_cast<uint8_t>(std::clamp(sample, 0, 255));
     }
   }
   return rkdStsNoErr;
@@ -148,25 +135,26 @@ RkdStatus rkdiSub128_JPEG_8u16s_C1R(const uint8_t* src, int srcStep, int16_t* ds
                                     RkdiSize size) {
   for (int y = 0; y < size.height; ++y) {
     for (int x = 0; x < size.width; ++x) {
-      const int sample = get(src, ptrdiff_t{srcStep} * y + x) - 128;
-      put(dst, ptrdiff_t{dstStep} * y + 2 * x, static_cast<int16_t>(sample));
+      row(dst, dstStep, y)[x] = static_cast<int16_t>(row(src, srcStep, y)[x] - 128);
     }
   }
   return rkdStsNoErr;
 }
 
 RkdStatus rkdiQuantFwd8x8_JPEG_16s_C1I(int16_t* srcDst, const uint16_t* table) {
+  const Samples block(srcDst);
+  const Table quantisers(table);
   for (int i = 0; i < 64; ++i) {
-    const double quotient = double(get(srcDst, 2 * i)) / get(table, 2 * i);
-    put(srcDst, 2 * i, static_cast<int16_t>(nearest(quotient, INT16_MIN, INT16_MAX)));
+    const double quotient = double(block[i]) / quantisers[i];
+    block[i] = static_cast<int16_t>(nearest(quotient, INT16_MIN, INT16_MAX));
   }
   return rkdStsNoErr;
 }
 
 RkdStatus rkdiQuantInv8x8_JPEG_16s_C1I(int16_t* srcDst, const uint16_t* table) {
-  for (int i = 0; i < 64; ++i) {
-    put(srcDst, 2 * i, static_cast<int16_t>(get(srcDst, 2 * i) * get(table, 2 * i)));
-  }
+  const Samples block(srcDst);
+  const Table quantisers(table);
+  for (int i = 0; i < 64; ++i) block[i] = static_cast<int16_t>(block[i] * quantisers[i]);
   return rkdStsNoErr;
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "ref_huffman.h"
+#include "samples.h"
 
 namespace ref::huff {
 
@@ -42,17 +43,19 @@ inline void append(Bits* out, uint32_t value, int count) {
   for (int i = count - 1; i >= 0; --i) out->push_back(uint8_t(value >> i & 1));
 }
 
+inline void count(Samples<int> statistics, int symbol) {
+  const Sample<int> of = statistics[symbol];
+  of = of + 1;
+}
+
 /// Where symbols go: into bits by a table, or into counts.
 class Output {
  public:
   explicit Output(const RkdiEncodeHuffmanSpec* spec) : spec_(spec) {}
-  explicit Output(int* statistics) : statistics_(statistics) {}
+  explicit Output(Samples<int> statistics) : statistics_(statistics) {}
 
   void symbol(int s) {
-    if (statistics_ != nullptr) {
-      ++statistics_[s];
-      return;
-    }
+    if (statistics_) return count(statistics_, s);
     if (spec_->length[s] == 0) throw Fault{rkdStsCoefRangeErr};
     append(&bits, spec_->code[s], spec_->length[s]);
   }
@@ -77,7 +80,7 @@ class Output {
 
  private:
   const RkdiEncodeHuffmanSpec* spec_ = nullptr;
-  int* statistics_ = nullptr;
+  Samples<int> statistics_ = nullptr;
 };
 
 /// Writes the first `count` bits, whole bytes with stuffing.

@@ -8,7 +8,7 @@ namespace {
 using namespace huff;
 
 /// The AC coefficients of a sequential block (F.1.2.2).
-void putAC(const int16_t* src, Output* out) {
+void putAC(Samples<const int16_t> src, Output* out) {
   int run = 0;
   for (int k = 1; k < 64; ++k) {
     const int value = src[zigzag[k]];
@@ -23,7 +23,7 @@ void putAC(const int16_t* src, Output* out) {
   if (run > 0) out->symbol(0);
 }
 
-Bits blockBits(const int16_t* src, int previousDC, const RkdiEncodeHuffmanSpec* dcSpec,
+Bits blockBits(Samples<const int16_t> src, int previousDC, const RkdiEncodeHuffmanSpec* dcSpec,
                const RkdiEncodeHuffmanSpec* acSpec) {
   Output dc(dcSpec), ac(acSpec);
   dc.valueSymbol(0, src[0] - previousDC);
@@ -32,10 +32,10 @@ Bits blockBits(const int16_t* src, int previousDC, const RkdiEncodeHuffmanSpec* 
   return dc.bits;
 }
 
-void takeBlock(Input* in, int16_t* dst, int* previousDC, const RkdiDecodeHuffmanSpec* dcSpec,
-               const RkdiDecodeHuffmanSpec* acSpec) {
+void takeBlock(Input* in, Samples<int16_t> dst, int* previousDC,
+               const RkdiDecodeHuffmanSpec* dcSpec, const RkdiDecodeHuffmanSpec* acSpec) {
   const int difference = in->dcDifference(dcSpec);
-  std::fill(dst, dst + 64, int16_t{0});
+  for (int i = 0; i < 64; ++i) dst[i] = 0;
   dst[0] = int16_t(*previousDC + difference);
   for (int k = 1; k < 64; ++k) {
     const int s = in->symbol(acSpec);
@@ -98,7 +98,7 @@ RkdStatus rkdiEncodeHuffmanRawTableInit_JPEG_8u(const int* statistics, uint8_t* 
   int codesize[257] = {}, others[257];
   bool empty = true;
   for (int v = 0; v < 256; ++v) {
-    freq[v] = std::max(statistics[v], 0);
+    freq[v] = std::max<int>(samples(statistics)[v], 0);
     empty = empty && freq[v] == 0;
   }
   if (empty) freq[0] = 1;
@@ -158,7 +158,7 @@ RkdStatus rkdiEncodeHuffman8x8_JPEG_16s1u_C1(const int16_t* src, uint8_t* stream
   return guarded([&] {
     if (flush != 0) return finish({}, stream, length, position, state);
     send(blockBits(src, *previousDC, dcSpec, acSpec), stream, length, position, state);
-    *previousDC = src[0];
+    *previousDC = samples(src)[0];
   });
 }
 
@@ -189,7 +189,7 @@ RkdStatus rkdiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(const int16_t* src, uint8_t*
       stream[at >> 3] = uint8_t((stream[at >> 3] & ~mask) | (bits[i] != 0 ? mask : 0));
     }
     *position = end;
-    *previousDC = src[0];
+    *previousDC = samples(src)[0];
   });
 }
 
@@ -211,7 +211,7 @@ RkdStatus rkdiEncodeHuffmanOne_JPEG_16s1u_C1(const int16_t* src, uint8_t* stream
   return guarded([&] {
     if (flush != 0) return finish({}, stream, length, position, state);
     Output out(spec);
-    out.lossless(*src);
+    out.lossless(samples(src)[0]);
     send(out.bits, stream, length, position, state);
   });
 }
@@ -222,7 +222,7 @@ RkdStatus rkdiDecodeHuffmanOne_JPEG_1u16s_C1(const uint8_t* stream, int length, 
                                              RkdiDecodeHuffmanState* state) {
   return guarded([&] {
     Input in(stream, length, *position, *state);
-    *dst = int16_t(in.lossless(spec));
+    samples(dst)[0] = int16_t(in.lossless(spec));
     in.commit(position, marker, state);
   });
 }
@@ -237,7 +237,7 @@ RkdStatus rkdiEncodeHuffmanRow_JPEG_16s1u_P4C1(const int16_t* const src[4], uint
     for (int x = 0; x < width; ++x) {
       for (int p = 0; p < 4 && src[p] != nullptr; ++p) {
         Output out(spec[p]);
-        out.lossless(src[p][x]);
+        out.lossless(samples(src[p])[x]);
         bits.insert(bits.end(), out.bits.begin(), out.bits.end());
       }
     }
@@ -252,7 +252,9 @@ RkdStatus rkdiDecodeHuffmanRow_JPEG_1u16s_C1P4(const uint8_t* stream, int length
   return guarded([&] {
     Input in(stream, length, *position, *state);
     for (int x = 0; x < width; ++x) {
-      for (int p = 0; p < 4 && dst[p] != nullptr; ++p) dst[p][x] = int16_t(in.lossless(spec[p]));
+      for (int p = 0; p < 4 && dst[p] != nullptr; ++p) {
+        samples(dst[p])[x] = int16_t(in.lossless(spec[p]));
+      }
     }
     in.commit(position, marker, state);
   });
@@ -262,16 +264,16 @@ RkdStatus rkdiGetHuffmanStatistics8x8_JPEG_16s_C1(const int16_t* src, int* dcSta
                                                   int* acStatistics, int* previousDC) {
   return guarded([&] {
     Output dc(dcStatistics), ac(acStatistics);
-    dc.valueSymbol(0, src[0] - *previousDC);
+    dc.valueSymbol(0, samples(src)[0] - *previousDC);
     putAC(src, &ac);
-    *previousDC = src[0];
+    *previousDC = samples(src)[0];
   });
 }
 
 RkdStatus rkdiGetHuffmanStatisticsRow_JPEG_16s_P4(const int16_t* const src[4], int width,
                                                   int* const statistics[4]) {
   for (int p = 0; p < 4 && src[p] != nullptr; ++p) {
-    for (int x = 0; x < width; ++x) ++statistics[p][category(src[p][x])];
+    for (int x = 0; x < width; ++x) count(statistics[p], category(samples(src[p])[x]));
   }
   return rkdStsNoErr;
 }

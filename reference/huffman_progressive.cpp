@@ -22,7 +22,7 @@ void growRun(RkdiEncodeHuffmanState* state, Output* out) {
   if (state->endOfBand == 32767 || state->correctionCount > 937) endRun(state, out);
 }
 
-void acFirst(const int16_t* src, int ss, int se, int al, RkdiEncodeHuffmanState* state,
+void acFirst(Samples<const int16_t> src, int ss, int se, int al, RkdiEncodeHuffmanState* state,
              Output* out) {
   int run = 0;
   for (int k = ss; k <= se; ++k) {
@@ -40,7 +40,7 @@ void acFirst(const int16_t* src, int ss, int se, int al, RkdiEncodeHuffmanState*
   if (run > 0) growRun(state, out);
 }
 
-void acRefine(const int16_t* src, int ss, int se, int al, RkdiEncodeHuffmanState* state,
+void acRefine(Samples<const int16_t> src, int ss, int se, int al, RkdiEncodeHuffmanState* state,
               Output* out) {
   int lastNew = 0;
   for (int k = ss; k <= se; ++k) {
@@ -78,7 +78,7 @@ void acRefine(const int16_t* src, int ss, int se, int al, RkdiEncodeHuffmanState
   growRun(state, out);
 }
 
-using BandCoder = void (*)(const int16_t*, int, int, int, RkdiEncodeHuffmanState*, Output*);
+using BandCoder = void (*)(Samples<const int16_t>, int, int, int, RkdiEncodeHuffmanState*, Output*);
 
 RkdStatus encodeBand(BandCoder coder, const int16_t* src, uint8_t* stream, int length,
                      int* position, int ss, int se, int al, const RkdiEncodeHuffmanSpec* spec,
@@ -116,8 +116,9 @@ RkdStatus countBand(BandCoder coder, const int16_t* src, int* statistics, int ss
 RkdStatus rkdiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(const int16_t* src, int* statistics,
                                                           int* previousDC, int al) {
   return guarded([&] {
-    Output(statistics).valueSymbol(0, (src[0] >> al) - *previousDC);
-    *previousDC = src[0] >> al;
+    const int dc = samples(src)[0] >> al;
+    Output(statistics).valueSymbol(0, dc - *previousDC);
+    *previousDC = dc;
   });
 }
 
@@ -141,10 +142,11 @@ RkdStatus rkdiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(const int16_t* src, uint8_t
                                                      RkdiEncodeHuffmanState* state, int flush) {
   return guarded([&] {
     if (flush != 0) return finish({}, stream, length, position, state);
+    const int dc = samples(src)[0] >> al;
     Output out(dcSpec);
-    out.valueSymbol(0, (src[0] >> al) - *previousDC);
+    out.valueSymbol(0, dc - *previousDC);
     send(out.bits, stream, length, position, state);
-    *previousDC = src[0] >> al;
+    *previousDC = dc;
   });
 }
 
@@ -153,7 +155,7 @@ RkdStatus rkdiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(const int16_t* src, uint8_
                                                       RkdiEncodeHuffmanState* state, int flush) {
   return guarded([&] {
     if (flush != 0) return finish({}, stream, length, position, state);
-    send({uint8_t(src[0] >> al & 1)}, stream, length, position, state);
+    send({uint8_t(samples(src)[0] >> al & 1)}, stream, length, position, state);
   });
 }
 
@@ -181,7 +183,7 @@ RkdStatus rkdiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(const uint8_t* stream, int 
     const int dc = int16_t(*previousDC + in.dcDifference(dcSpec));
     in.commit(position, marker, state);
     *previousDC = dc;
-    dst[0] = int16_t(dc * (1 << al));
+    samples(dst)[0] = int16_t(dc * (1 << al));
   });
 }
 
@@ -192,7 +194,8 @@ RkdStatus rkdiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(const uint8_t* stream, int
     Input in(stream, length, *position, *state);
     const int bit = in.bit();
     in.commit(position, marker, state);
-    dst[0] = int16_t(dst[0] | bit << al);
+    const auto dc = samples(dst)[0];
+    dc = int16_t(dc | bit << al);
   });
 }
 
@@ -216,7 +219,7 @@ RkdStatus rkdiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(const uint8_t* stream, int 
       }
       k += run;
       if (k > se) throw Fault{rkdStsDataErr};
-      dst[zigzag[k]] = int16_t(value * (1 << al));
+      samples(dst)[zigzag[k]] = int16_t(value * (1 << al));
     }
     in.commit(position, marker, state);
   });
@@ -229,9 +232,10 @@ RkdStatus rkdiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(const uint8_t* stream, int
                                                       RkdiDecodeHuffmanState* state) {
   return guarded([&] {
     Input in(stream, length, *position, *state);
-    const auto correct = [&](int16_t* coefficient) {
+    const Samples block(dst);
+    const auto correct = [&](Sample<int16_t> coefficient) {
       if (in.bit() != 0)
-        *coefficient = int16_t(*coefficient + (*coefficient < 0 ? -1 : 1) * (1 << al));
+        coefficient = int16_t(coefficient + (coefficient < 0 ? -1 : 1) * (1 << al));
     };
     int k = ss;
     while (in.endOfBand() == 0 && k <= se) {
@@ -242,22 +246,22 @@ RkdStatus rkdiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(const uint8_t* stream, int
         in.endOfBand() = (1 << run) + in.bits(run);
         break;
       }
-      const auto isZero = [&](int i) { return dst[i] == 0; };
+      const auto isZero = [&](int i) { return block[i] == 0; };
       const auto left = std::count_if(zigzag + k, zigzag + se + 1, isZero);
       if ((s & 15) > 1 || left <= run) throw Fault{rkdStsDataErr};
       for (;; ++k) {
-        if (dst[zigzag[k]] != 0) {
-          correct(&dst[zigzag[k]]);
+        if (block[zigzag[k]] != 0) {
+          correct(block[zigzag[k]]);
         } else if (run-- == 0) {
           break;
         }
       }
-      dst[zigzag[k++]] = int16_t(value * (1 << al));
+      block[zigzag[k++]] = int16_t(value * (1 << al));
     }
     if (in.endOfBand() > 0) {
       --in.endOfBand();
       for (; k <= se; ++k) {
-        if (dst[zigzag[k]] != 0) correct(&dst[zigzag[k]]);
+        if (block[zigzag[k]] != 0) correct(block[zigzag[k]]);
       }
     }
     in.commit(position, marker, state);

@@ -21,6 +21,14 @@ using S411 = Shape<2, 2>;
 /// Up to four 8-bit channels of one pixel, in the order of the planes.
 using Channels = std::array<int, 4>;
 
+/// @name A channel among the level-shifted samples of a plane
+/// @{
+int get(Samples<const int16_t> plane, int at) { return clamp8(plane[at] + 128); }
+void put(Samples<int16_t> plane, int at, int channel) {
+  plane[at] = static_cast<int16_t>(channel - 128);
+}
+/// @}
+
 /// The box average of a reduced plane at (cx, cy), from the pixels that `channel` tells.
 template <class S, class Channel>
 int average(int cx, int cy, Channel channel) {
@@ -41,30 +49,30 @@ RkdStatus toBlocks(int16_t* const dst[], int planes, Pixel pixel) {
   for (int y = 0; y < S::kHeight; ++y) {
     for (int x = 0; x < S::kWidth; ++x) {
       const Channels c = pixel(x, y);
-      dst[0][S::full(x, y)] = static_cast<int16_t>(c[0] - 128);
-      if (planes == 4) dst[3][S::full(x, y)] = static_cast<int16_t>(c[3] - 128);
+      put(dst[0], S::full(x, y), c[0]);
+      if (planes == 4) put(dst[3], S::full(x, y), c[3]);
     }
   }
   for (int p = 1; p <= 2; ++p) {
     for (int cy = 0; cy < 8; ++cy) {
       for (int cx = 0; cx < 8; ++cx) {
         const int mean = average<S>(cx, cy, [&](int x, int y) { return pixel(x, y)[p]; });
-        dst[p][cy * 8 + cx] = static_cast<int16_t>(mean - 128);
+        put(dst[p], cy * 8 + cx, mean);
       }
     }
   }
   return rkdStsNoErr;
 }
 
-/// put(x, y, channels) takes the level-shifted, clamped channels of every pixel.
+/// putPixel(x, y, channels) takes the level-shifted, clamped channels of every pixel.
 template <class S, class Put>
-RkdStatus fromBlocks(const int16_t* const src[], int planes, Put put) {
+RkdStatus fromBlocks(const int16_t* const src[], int planes, Put putPixel) {
   for (int y = 0; y < S::kHeight; ++y) {
     for (int x = 0; x < S::kWidth; ++x) {
-      put(x, y,
-          Channels{clamp8(src[0][S::full(x, y)] + 128), clamp8(src[1][S::reduced(x, y)] + 128),
-                   clamp8(src[2][S::reduced(x, y)] + 128),
-                   planes == 4 ? clamp8(src[3][S::full(x, y)] + 128) : 0});
+      putPixel(
+          x, y,
+          Channels{get(src[0], S::full(x, y)), get(src[1], S::reduced(x, y)),
+                   get(src[2], S::reduced(x, y)), planes == 4 ? get(src[3], S::full(x, y)) : 0});
     }
   }
   return rkdStsNoErr;
@@ -174,8 +182,8 @@ RkdStatus rkdiSplit422LS_MCU_8u16s_C2P3R(const uint8_t* src, int srcStep, int16_
   for (int y = 0; y < 8; ++y) {
     const uint8_t* s = row(src, srcStep, y);
     for (int x = 0; x < 16; ++x) {
-      dst[0][S422::full(x, y)] = static_cast<int16_t>(s[2 * x] - 128);
-      dst[1 + x % 2][S422::reduced(x, y)] = static_cast<int16_t>(s[2 * x + 1] - 128);
+      put(dst[0], S422::full(x, y), s[2 * x]);
+      put(dst[1 + x % 2], S422::reduced(x, y), s[2 * x + 1]);
     }
   }
   return rkdStsNoErr;
@@ -185,8 +193,8 @@ RkdStatus rkdiJoin422LS_MCU_16s8u_P3C2R(const int16_t* const src[3], uint8_t* ds
   for (int y = 0; y < 8; ++y) {
     uint8_t* d = row(dst, dstStep, y);
     for (int x = 0; x < 16; ++x) {
-      d[2 * x] = static_cast<uint8_t>(clamp8(src[0][S422::full(x, y)] + 128));
-      d[2 * x + 1] = static_cast<uint8_t>(clamp8(src[1 + x % 2][S422::reduced(x, y)] + 128));
+      d[2 * x] = static_cast<uint8_t>(get(src[0], S422::full(x, y)));
+      d[2 * x + 1] = static_cast<uint8_t>(get(src[1 + x % 2], S422::reduced(x, y)));
     }
   }
   return rkdStsNoErr;

@@ -1,8 +1,8 @@
 // Photo core transform by ITU-T T.832, D.4 and 9.9.7: block by block, step by step.
 #include <utility>
 
-#include "pixels.h"
 #include "ref_pct.h"
+#include "samples.h"
 
 namespace ref {
 namespace {
@@ -134,9 +134,9 @@ struct Grid {
   int step;
   int pitch;
 
-  int32_t* at(int x, int y) const { return row(data, step, pitch * y) + pitch * x; }
-  Int get(int x, int y) const { return Int::of(*at(x, y)); }
-  void put(int x, int y, Int v) const { *at(x, y) = v.value(); }
+  Sample<int32_t> at(int x, int y) const { return row(data, step, pitch * y)[pitch * x]; }
+  Int get(int x, int y) const { return Int::of(at(x, y)); }
+  void put(int x, int y, Int v) const { at(x, y) = v.value(); }
 };
 
 /// The 4x4 transform of the block whose first sample is (x0, y0).

@@ -6,15 +6,9 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace ref {
+#include "samples.h"
 
-/// Row y of an image whose rows are `step` bytes apart.
-template <class T>
-T* row(T* base, int step, int y) {
-  const auto address = reinterpret_cast<std::uintptr_t>(base) +
-                       static_cast<std::uintptr_t>(static_cast<std::intptr_t>(step) * y);
-  return reinterpret_cast<T*>(address);
-}
+namespace ref {
 
 inline int clamp8(int v) { return std::clamp(v, 0, 255); }
 
@@ -71,14 +65,14 @@ template <int GreenBits, bool BlueFirst>
 struct PackedPixel {
   using Sample = uint16_t;
   static int widen(int v, int bits) { return v << (8 - bits) | v >> (2 * bits - 8); }
-  static Rgb get(const uint16_t* row, int x) {
+  static Rgb get(Samples<const uint16_t> row, int x) {
     const int v = row[x];
     const int top = widen(v >> (5 + GreenBits) & 31, 5);
     const int green = widen(v >> 5 & ((1 << GreenBits) - 1), GreenBits);
     const int low = widen(v & 31, 5);
     return BlueFirst ? Rgb{low, green, top} : Rgb{top, green, low};
   }
-  static void put(uint16_t* row, int x, Rgb p) {
+  static void put(Samples<uint16_t> row, int x, Rgb p) {
     const int top = BlueFirst ? p.b : p.r, low = BlueFirst ? p.r : p.b;
     row[x] = static_cast<uint16_t>((top >> 3) << (5 + GreenBits) | (p.g >> (8 - GreenBits)) << 5 |
                                    low >> 3);

@@ -1,11 +1,15 @@
 // Lossless predictors by table H.1 of ITU-T T.81.
 #include "ref_huffman.h"
+#include "samples.h"
 
 namespace ref {
 namespace {
 
-/// Samples as the unsigned numbers that they stand for.
-int sample(int16_t stored) { return uint16_t(stored); }
+/// A row's samples as the unsigned numbers that they stand for.
+struct Row {
+  Samples<const int16_t> stored;
+  int operator[](int x) const { return uint16_t(stored[x]); }
+};
 
 int prediction(int predictor, int a, int b, int c) {
   switch (predictor) {
@@ -30,41 +34,46 @@ int prediction(int predictor, int a, int b, int c) {
 
 RkdStatus rkdiDiffPredFirstRow_JPEG_16s_C1(const int16_t* src, int16_t* dst, int width,
                                            int precision, int pointTransform) {
+  const Row row{src};
   int left = 1 << (precision - pointTransform - 1);
   for (int x = 0; x < width; ++x) {
-    dst[x] = int16_t(sample(src[x]) - left);
-    left = sample(src[x]);
+    const int sample = row[x];
+    samples(dst)[x] = int16_t(sample - left);
+    left = sample;
   }
   return rkdStsNoErr;
 }
 
 RkdStatus rkdiReconstructPredFirstRow_JPEG_16s_C1(const int16_t* src, int16_t* dst, int width,
                                                   int precision, int pointTransform) {
+  const Row differences{src}, restored{dst};
   int left = 1 << (precision - pointTransform - 1);
   for (int x = 0; x < width; ++x) {
-    dst[x] = int16_t(left + src[x]);
-    left = sample(dst[x]);
+    samples(dst)[x] = int16_t(left + differences[x]);
+    left = restored[x];
   }
   return rkdStsNoErr;
 }
 
 RkdStatus rkdiDiffPredRow_JPEG_16s_C1(const int16_t* src, const int16_t* previousRow, int16_t* dst,
                                       int width, int predictor) {
-  dst[0] = int16_t(sample(src[0]) - sample(previousRow[0]));
+  const Row row{src}, above{previousRow};
+  const Samples differences(dst);
+  differences[0] = int16_t(row[0] - above[0]);
   for (int x = 1; x < width; ++x) {
-    dst[x] =
-        int16_t(sample(src[x]) - prediction(predictor, sample(src[x - 1]), sample(previousRow[x]),
-                                            sample(previousRow[x - 1])));
+    const int predicted = prediction(predictor, row[x - 1], above[x], above[x - 1]);
+    differences[x] = int16_t(row[x] - predicted);
   }
   return rkdStsNoErr;
 }
 
 RkdStatus rkdiReconstructPredRow_JPEG_16s_C1(const int16_t* src, const int16_t* previousRow,
                                              int16_t* dst, int width, int predictor) {
-  dst[0] = int16_t(sample(previousRow[0]) + src[0]);
+  const Row differences{src}, above{previousRow}, restored{dst};
+  samples(dst)[0] = int16_t(above[0] + differences[0]);
   for (int x = 1; x < width; ++x) {
-    dst[x] = int16_t(src[x] + prediction(predictor, sample(dst[x - 1]), sample(previousRow[x]),
-                                         sample(previousRow[x - 1])));
+    const int predicted = prediction(predictor, restored[x - 1], above[x], above[x - 1]);
+    samples(dst)[x] = int16_t(differences[x] + predicted);
   }
   return rkdStsNoErr;
 }

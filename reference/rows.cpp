@@ -2,6 +2,7 @@
 #include <vector>
 
 #include "ref_tiff.h"
+#include "samples.h"
 
 namespace ref {
 namespace {
@@ -67,15 +68,16 @@ RkdStatus rkdiUnpackBitsRow_TIFF_8u_C1(const uint8_t* src, int srcLen, int* srcP
 
 RkdStatus rkdiSplitRow_TIFF_16u8u_C1(const uint16_t* src, uint8_t* dst, int length) {
   for (int x = 0; x < length; ++x) {
-    dst[x] = static_cast<uint8_t>(src[x] / 256);
-    dst[length + x] = static_cast<uint8_t>(src[x] % 256);
+    const int sample = samples(src)[x];
+    dst[x] = static_cast<uint8_t>(sample / 256);
+    dst[length + x] = static_cast<uint8_t>(sample % 256);
   }
   return rkdStsNoErr;
 }
 
 RkdStatus rkdiJoinRow_TIFF_8u16u_C1(const uint8_t* src, uint16_t* dst, int length) {
   for (int x = 0; x < length; ++x) {
-    dst[x] = static_cast<uint16_t>(256 * src[x] + src[length + x]);
+    samples(dst)[x] = static_cast<uint16_t>(256 * src[x] + src[length + x]);
   }
   return rkdStsNoErr;
 }

@@ -130,12 +130,12 @@ RkdStatus rowsForward(const T* src, int srcStep, T* low, int lowStep, T* high, i
                       RkdiSize size, int phase) {
   const int n = size.width, split = lows(n, phase);
   for (int y = 0; y < size.height; ++y) {
-    const T* const from = row(src, srcStep, y);
-    std::vector<Work<T>> x(from, from + n);
+    std::vector<Work<T>> x(n);
+    for (int i = 0; i < n; ++i) x[i] = row(src, srcStep, y)[i];
     forward<Kernel>(x, phase);
     for (int i = 0; i < n; ++i) {
       const int to = parted(i, n, phase);
-      T& out = to < split ? row(low, lowStep, y)[to] : row(high, highStep, y)[to - split];
+      Sample<T> out = to < split ? row(low, lowStep, y)[to] : row(high, highStep, y)[to - split];
       out = static_cast<T>(x[i]);
     }
   }
@@ -168,7 +168,7 @@ RkdStatus colsForward(const T* src, int srcStep, T* low, int lowStep, T* high, i
     forward<Kernel>(x, phase);
     for (int i = 0; i < n; ++i) {
       const int to = parted(i, n, phase);
-      T& out = to < split ? row(low, lowStep, to)[c] : row(high, highStep, to - split)[c];
+      Sample<T> out = to < split ? row(low, lowStep, to)[c] : row(high, highStep, to - split)[c];
       out = static_cast<T>(x[i]);
     }
   }
@@ -197,7 +197,7 @@ RkdStatus tileForward(const T* src, int srcStep, T* dst, int dstStep, RkdiSize s
                       int phaseY) {
   std::vector<T> between(static_cast<size_t>(size.width) * size.height);
   const int step = size.width * static_cast<int>(sizeof(T));
-  T* const high = row(between.data(), step, lows(size.height, phaseY));
+  T* const high = between.data() + static_cast<ptrdiff_t>(size.width) * lows(size.height, phaseY);
   colsForward<Kernel>(src, srcStep, between.data(), step, high, step, size, phaseY);
   return rowsForward<Kernel, T>(between.data(), step, dst, dstStep, dst + lows(size.width, phaseX),
                                 dstStep, size, phaseX);
@@ -210,33 +210,38 @@ RkdStatus tileInverse(const T* src, int srcStep, T* dst, int dstStep, RkdiSize s
   const int step = size.width * static_cast<int>(sizeof(T));
   rowsInverse<Kernel>(src, srcStep, src + lows(size.width, phaseX), srcStep, between.data(), step,
                       size, phaseX);
-  const T* const high = row(between.data(), step, lows(size.height, phaseY));
+  const T* const high =
+      between.data() + static_cast<ptrdiff_t>(size.width) * lows(size.height, phaseY);
   return colsInverse<Kernel, T>(between.data(), step, high, step, dst, dstStep, size, phaseY);
 }
 
 template <class T>
-RkdStatus step53Forward(const T* even0, const T* odd, const T* even1, const T* high0, T* low,
-                        T* high, int width) {
+using In = Samples<const T>;
+
+template <class T>
+RkdStatus step53Forward(In<T> even0, In<T> odd, In<T> even1, In<T> high0, Samples<T> low,
+                        Samples<T> high, int width) {
   for (int x = 0; x < width; ++x) {
-    high[x] = B53::lift(0, false, odd[x], even0[x], even1[x]);
-    low[x] = B53::lift(1, false, even0[x], high0[x], high[x]);
+    high[x] = B53::lift<T>(0, false, odd[x], even0[x], even1[x]);
+    low[x] = B53::lift<T>(1, false, even0[x], high0[x], high[x]);
   }
   return 0;
 }
 
 template <class T>
-RkdStatus step53Inverse(const T* low, const T* high0, const T* high1, const T* even0, T* odd,
-                        T* even1, int width) {
+RkdStatus step53Inverse(In<T> low, In<T> high0, In<T> high1, In<T> even0, Samples<T> odd,
+                        Samples<T> even1, int width) {
   for (int x = 0; x < width; ++x) {
-    even1[x] = B53::lift(1, true, low[x], high0[x], high1[x]);
-    odd[x] = B53::lift(0, true, high0[x], even0[x], even1[x]);
+    even1[x] = B53::lift<T>(1, true, low[x], high0[x], high1[x]);
+    odd[x] = B53::lift<T>(0, true, high0[x], even0[x], even1[x]);
   }
   return 0;
 }
 
 /// Four steps, each on what the step before gives now and gave in the call before.
 template <bool inverse, class T>
-RkdStatus step97(const T* first, const T* second, T* const* state, T* out0, T* out1, int width) {
+RkdStatus step97(In<T> first, In<T> second, T* const* state, Samples<T> out0, Samples<T> out1,
+                 int width) {
   for (int x = 0; x < width; ++x) {
     Work<T> now = first[x], next = second[x];
     if (inverse) {
@@ -245,15 +250,15 @@ RkdStatus step97(const T* first, const T* second, T* const* state, T* out0, T* o
     }
     Work<T> made[4] = {next};
     for (int i = 0; i < 4; ++i) {
-      const Work<T> own = i == 0 ? now : Work<T>(state[i - 1][x]);
+      const Work<T> own = i == 0 ? now : Work<T>(samples(state[i - 1])[x]);
       const Work<T> lifted =
-          D97::lift(inverse ? 3 - i : i, inverse, own, Work<T>(state[i][x]), made[i]);
+          D97::lift(inverse ? 3 - i : i, inverse, own, Work<T>(samples(state[i])[x]), made[i]);
       if (i < 3)
         made[i + 1] = lifted;
       else
         now = lifted;
     }
-    for (int i = 0; i < 4; ++i) state[i][x] = static_cast<T>(made[i]);
+    for (int i = 0; i < 4; ++i) samples(state[i])[x] = static_cast<T>(made[i]);
     out0[x] = static_cast<T>(inverse ? now : D97::scale(false, now));
     out1[x] = static_cast<T>(inverse ? made[3] : D97::scale(true, made[3]));
   }
@@ -282,11 +287,11 @@ RkdStatus step97(const T* first, const T* second, T* const* state, T* out0, T* o
   }
 #define REF_STEP_53(Name, function, T)                                                          \
   RkdStatus Name(const T* a, const T* b, const T* c, const T* d, T* out0, T* out1, int width) { \
-    return function(a, b, c, d, out0, out1, width);                                             \
+    return function<T>(a, b, c, d, out0, out1, width);                                          \
   }
 #define REF_STEP_97(Name, inverse, T)                                                      \
   RkdStatus Name(const T* a, const T* b, T* const state[4], T* out0, T* out1, int width) { \
-    return step97<inverse>(a, b, state, out0, out1, width);                                \
+    return step97<inverse, T>(a, b, state, out0, out1, width);                             \
   }
 
 REF_FORWARD(rkdiWTFwdRow_B53_JPEG2K_16s_C1R, rowsForward<B53>, int16_t)

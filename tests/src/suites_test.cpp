@@ -98,12 +98,14 @@ class SuiteRuns : public testing::Test {
   harnesskit::TempFolder m_folder;
 };
 
-TEST_F(SuiteRuns, EveryFunctionAgreesWithItsPlainVersion) {
-  const Outcome outcome = run("-VONLY");
-  EXPECT_EQ(0, outcome.exitCode) << outcome.console;
-  EXPECT_TRUE(outcome.lines("is not supported").empty())
-      << "skipped by the comparison: " << outcome.lines("is not supported").front();
-  EXPECT_TRUE(outcome.lines("FUNCFAIL").empty()) << outcome.lines("FUNCFAIL").front();
+TEST_F(SuiteRuns, EveryFunctionAgreesWithItsPlainVersionAlsoOnMisalignedData) {
+  for (const char* keys : {"-VONLY", "-VONLY -dVectorAlign=3"}) {
+    const Outcome outcome = run(keys);
+    EXPECT_EQ(0, outcome.exitCode) << outcome.console;
+    EXPECT_TRUE(outcome.lines("is not supported").empty())
+        << "skipped by the comparison: " << outcome.lines("is not supported").front();
+    EXPECT_TRUE(outcome.lines("FUNCFAIL").empty()) << outcome.lines("FUNCFAIL").front();
+  }
 }
 
 TEST_F(SuiteRuns, EveryFunctionIsTimedWithoutFailureOrDuplicateLine) {
