@@ -59,22 +59,28 @@ HWY_INLINE V widen(V v) {
 
 // Vectors within whose 128-bit blocks 32-bit lanes are transposed have the blocks of a group in
 // another order: lane 4 * b + i holds number i * kGroup / 4 + b.
-inline constexpr std::array<int32_t, kGroup> kInOrder = [] {
-  std::array<int32_t, kGroup> lanes{};
-  for (int n = 0; n < kGroup; ++n) lanes[n] = 4 * (n % (kGroup / 4)) + n / (kGroup / 4);
-  return lanes;
+using Order = std::array<int32_t, kGroup>;
+inline constexpr Order kTransposed = [] {
+  Order from{};
+  for (int n = 0; n < kGroup; ++n) from[n] = n % 4 * (kGroup / 4) + n / 4;
+  return from;
 }();
-inline constexpr std::array<int32_t, kGroup> kTransposed = [] {
-  std::array<int32_t, kGroup> lanes{};
-  for (int n = 0; n < kGroup; ++n) lanes[kInOrder[n]] = n;
-  return lanes;
+// From there to where interleaving within 128-bit blocks gives the first half of the group in its
+// order, and the second.
+inline constexpr Order kInterleavable = [] {
+  Order from{};
+  for (int n = 0; n < kGroup; ++n) {
+    const int number = n / 4 * 2 + n % 2 + (n % 4 < 2 ? 0 : kGroup / 2);
+    from[n] = 4 * (number % (kGroup / 4)) + number / (kGroup / 4);
+  }
+  return from;
 }();
-HWY_INLINE V32 reorder(V32 v, const std::array<int32_t, kGroup>& lanes) {
+HWY_INLINE V32 reorder(V32 v, const Order& from) {
   if constexpr (kGroup == 4) {
-    static_cast<void>(lanes);
+    static_cast<void>(from);
     return v;
   } else {
-    return hn::TableLookupLanes(v, hn::SetTableIndices(D32(), lanes.data()));
+    return hn::TableLookupLanes(v, hn::SetTableIndices(D32(), from.data()));
   }
 }
 
@@ -90,6 +96,37 @@ HWY_INLINE void transpose4x4(V32& v0, V32& v1, V32& v2, V32& v3) {
   v1 = hn::BitCast(d, hn::InterleaveUpper(d64, a0, b0));
   v2 = hn::BitCast(d, hn::InterleaveLower(d64, a1, b1));
   v3 = hn::BitCast(d, hn::InterleaveUpper(d64, a1, b1));
+}
+
+// The words of a group's blocks in the transposed order; in memory a block's words lie together.
+template <int kWords>
+HWY_INLINE void loadWords(const uint8_t* from, V32* word) {
+  const hn::Repartition<uint8_t, D32> d8;
+  for (int i = 0; i < kWords; ++i) {
+    word[i] = hn::BitCast(D32(), hn::LoadU(d8, from + 4 * kGroup * i));
+  }
+  if constexpr (kWords == 4) {
+    transpose4x4(word[0], word[1], word[2], word[3]);
+  } else {
+    const V32 first = hn::ConcatEven(D32(), word[1], word[0]);
+    const V32 second = hn::ConcatOdd(D32(), word[1], word[0]);
+    word[0] = reorder(first, kTransposed);
+    word[1] = reorder(second, kTransposed);
+  }
+}
+template <int kWords>
+HWY_INLINE void storeWords(V32* word, uint8_t* to) {
+  const hn::Repartition<uint8_t, D32> d8;
+  if constexpr (kWords == 4) {
+    transpose4x4(word[0], word[1], word[2], word[3]);
+  } else {
+    const V32 first = reorder(word[0], kInterleavable), second = reorder(word[1], kInterleavable);
+    word[0] = hn::InterleaveLower(D32(), first, second);
+    word[1] = hn::InterleaveUpper(D32(), first, second);
+  }
+  for (int i = 0; i < kWords; ++i) {
+    hn::StoreU(hn::BitCast(d8, word[i]), d8, to + 4 * kGroup * i);
+  }
 }
 
 }  // namespace rkd::HWY_NAMESPACE

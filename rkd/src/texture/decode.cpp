@@ -204,17 +204,10 @@ HWY_INLINE void storeQuarter(V32 palette, V32 indices, V32 alphaPalette, uint8_t
 
 // `from` and `to` hold a group's blocks, and a row of its pixels every `step` bytes.
 template <int Format>
-HWY_INLINE void decodeGroup(const uint32_t* from, uint8_t* to, ptrdiff_t step) {
-  const DU32 du;
-  hn::Vec<DU32> in[4];
+HWY_INLINE void decodeGroup(const uint8_t* from, uint8_t* to, ptrdiff_t step) {
   constexpr int kWords = blockBytes(Format) / 4;
-  if constexpr (Format == 1) {
-    hn::LoadInterleaved2(du, from, in[0], in[1]);
-  } else {
-    hn::LoadInterleaved4(du, from, in[0], in[1], in[2], in[3]);
-  }
   V32 word[kWords];
-  for (int i = 0; i < kWords; ++i) word[i] = reorder(hn::BitCast(D32(), in[i]), kTransposed);
+  loadWords<kWords>(from, word);
   Palettes colours, alphas{};
   paletteOf<Format == 1>(word[kWords - 2], colours);
   if constexpr (Format == 3) {
@@ -236,18 +229,17 @@ template <int Format>
 HWY_INLINE void decode(const Rows<uint8_t, uint8_t>& r) {
   constexpr int kBytes = blockBytes(Format);
   const int blocks = r.size.width / 4;
-  HWY_ALIGN uint8_t pixels[4 * 16 * kGroup];
-  HWY_ALIGN uint32_t coded[kBytes / 4 * kGroup] = {};
+  // The last group of a row may be a part of one.
+  HWY_ALIGN uint8_t pixels[4 * 16 * kGroup], coded[kBytes * kGroup] = {};
   for (int y = 0; y < r.size.height; y += 4) {
     for (int x = 0; x < blocks; x += kGroup) {
       const int n = std::min(kGroup, blocks - x);
-      std::memcpy(coded, r.srcRow(y / 4) + kBytes * x, kBytes * n);
-      if (n == kGroup) {
-        decodeGroup<Format>(coded, r.dstRow(y) + 16 * x, r.dstStep);
-        continue;
-      }
-      decodeGroup<Format>(coded, pixels, 16 * kGroup);
-      for (int i = 0; i < 4; ++i) {
+      const bool part = n < kGroup;
+      const uint8_t* from = r.srcRow(y / 4) + kBytes * x;
+      uint8_t* to = r.dstRow(y) + 16 * x;
+      if (part) std::memcpy(coded, from, kBytes * n);
+      decodeGroup<Format>(part ? coded : from, part ? pixels : to, part ? 16 * kGroup : r.dstStep);
+      for (int i = 0; i < 4 && part; ++i) {
         std::memcpy(r.dstRow(y + i) + 16 * x, pixels + 16 * kGroup * i, 16 * n);
       }
     }

@@ -10,42 +10,8 @@
 #include "hwy/highway.h"
 #include "rkd/rkdjpeg_texture.h"
 #include "texture/blocks-inl.h"
+#include "texture/solid.h"
 #include "texture/texture.h"
-
-#ifndef RKD_TEXTURE_SOLID_
-#define RKD_TEXTURE_SOLID_
-namespace rkd {
-// For every value the two ends, upper << 8 | lower, whose level next to the upper one is nearest.
-struct SolidTable {
-  int32_t ends[256];
-};
-constexpr SolidTable solidTable(int bits, bool three) {
-  SolidTable table{};
-  int cost[256] = {};
-  for (int v = 0; v < 256; ++v) cost[v] = 1 << 30;
-  for (int upper = 0; upper < 1 << bits; ++upper) {
-    for (int lower = 0; lower < 1 << bits; ++lower) {
-      const int a = upper << (8 - bits) | upper >> (2 * bits - 8);
-      const int b = lower << (8 - bits) | lower >> (2 * bits - 8);
-      const int mixed = three ? (a + b) / 2 : (2 * a + b) / 3;
-      const int apart = upper < lower ? lower - upper : upper - lower;
-      const int first = mixed < 4 ? 0 : mixed - 4, past = mixed > 251 ? 256 : mixed + 5;
-      for (int v = first; v < past; ++v) {
-        const int error = mixed < v ? v - mixed : mixed - v;
-        const int c = ((error * 64 + apart) * 64 + upper) * 64 + lower;
-        if (c >= cost[v]) continue;
-        cost[v] = c;
-        table.ends[v] = upper << 8 | lower;
-      }
-    }
-  }
-  return table;
-}
-// Four colours, then three.
-inline constexpr SolidTable kSolid5[2] = {solidTable(5, false), solidTable(5, true)};
-inline constexpr SolidTable kSolid6[2] = {solidTable(6, false), solidTable(6, true)};
-}  // namespace rkd
-#endif
 
 HWY_BEFORE_NAMESPACE();
 namespace rkd::HWY_NAMESPACE {
@@ -192,7 +158,7 @@ struct Levels {
   V32 x[3];  // and of level times channel
 };
 
-// Between the two levels' places along the axis: thresholds in both halves of a lane.
+// Where one level ends along an axis and the next begins, in both halves of a lane.
 struct Thresholds {
   V16 t[3];
   HWY_INLINE V16 countBelow(V16 n, V16 along) const {
@@ -201,7 +167,7 @@ struct Thresholds {
   }
 };
 
-// So many 65536ths of the way from `low` to `high`, which may be more than 32767 apart.
+// So many 65536ths of a range above `low`.
 HWY_INLINE V16 part(V16 low, V16 range, V16 of) { return hn::Add(low, mulHighUnsigned(range, of)); }
 
 // 5/24, 1/2 and 19/24 of four levels, 9/32 and 23/32 of three: the levels' ends are drawn in by a
@@ -226,10 +192,11 @@ RKD_BLOCK void firstLevels(const Group& g, const Axis& axis, Levels& levels) {
   for (int i = 0; i < 8; ++i) {
     along[i] = axis.along(g.rg[i], g.ba[i]);
     // Along the axis pixels that do not count are at 0.
-    low =
-        hn::Min(low, kOpaque ? along[i] : hn::Or(along[i], hn::AndNot(g.counts[i], all16(32767))));
-    high = hn::Max(high,
-                   kOpaque ? along[i] : hn::Or(along[i], hn::AndNot(g.counts[i], all16(-32768))));
+    const auto unless = [&](int limit) HWY_ATTR {
+      return kOpaque ? along[i] : hn::Or(along[i], hn::AndNot(g.counts[i], all16(limit)));
+    };
+    low = hn::Min(low, unless(32767));
+    high = hn::Max(high, unless(-32768));
   }
   low = hn::Min(low, hn::Reverse2(D16(), low));
   high = hn::Max(high, hn::Reverse2(D16(), high));
@@ -277,8 +244,9 @@ class EndSearch {
       const V32 inside = hn::Min(hn::Max(v, all(0)), m_top);
       return hn::ConvertTo(D32(), hn::Mul(hn::ConvertTo(df, inside), scale));
     };
-    const V32 u[2] = {stepBelow(high), hn::Min(hn::Add(stepBelow(high), all(1)), all(kTop))};
-    const V32 l[2] = {stepBelow(low), hn::Min(hn::Add(stepBelow(low), all(1)), all(kTop))};
+    V32 u[2] = {stepBelow(high)}, l[2] = {stepBelow(low)};
+    u[1] = hn::Min(hn::Add(u[0], all(1)), all(kTop));
+    l[1] = hn::Min(hn::Add(l[0], all(1)), all(kTop));
     const V32 p2 = timesLast<kOpaque>(m_g, timesLast<kOpaque>(m_g, hn::Add(p, p)));
     const V32 x2 = timesLast<kOpaque>(m_g, hn::Add(x, x));
     V32 least{};
@@ -312,7 +280,7 @@ class EndSearch {
     const V32 mean = hn::ConvertTo(
         D32(), hn::Div(hn::ConvertTo(df, sum), hn::ConvertTo(df, hn::Max(twice, all(1)))));
     const V32 index = kOpaque ? mean : hn::Add(mean, hn::And(m_g.three, all(256)));
-    const int32_t* table = C == 1 ? kSolid6[0].ends : kSolid5[0].ends;
+    const int32_t* table = C == 1 ? kSolid6.ends : kSolid5.ends;
     const V32 solid = hn::GatherIndex(D32(), table, index);
     upper = choose(shared(), hn::ShiftRight<8>(solid), upper);
     lower = choose(shared(), hn::And(solid, all(255)), lower);
@@ -531,7 +499,7 @@ RKD_BLOCK void loadRows(const uint8_t* row, const uint8_t* rowBelow, int y, Grou
 
 // `from` and `to` hold a row of pixels of a group every `step` bytes, and the group's blocks.
 template <int Format>
-HWY_INLINE void encodeGroup(const uint8_t* from, ptrdiff_t step, uint32_t* to) {
+HWY_INLINE void encodeGroup(const uint8_t* from, ptrdiff_t step, uint8_t* to) {
   Group g;
   for (int y = 0; y < 2; ++y) loadRows(from + step * y, from + step * (y + 2), y, g);
   V32 word[4];
@@ -547,36 +515,26 @@ HWY_INLINE void encodeGroup(const uint8_t* from, ptrdiff_t step, uint32_t* to) {
     Format == 3 ? encodeAlpha3(g, word) : encodeAlpha5(g, word);
     encodeColours<true>(g, word + 2);
   }
-  const DU32 du;
-  hn::Vec<DU32> out[4];
-  constexpr int kWords = blockBytes(Format) / 4;
-  for (int i = 0; i < kWords; ++i) out[i] = hn::BitCast(du, reorder(word[i], kInOrder));
-  if constexpr (Format == 1) {
-    hn::StoreInterleaved2(out[0], out[1], du, to);
-  } else {
-    hn::StoreInterleaved4(out[0], out[1], out[2], out[3], du, to);
-  }
+  storeWords<blockBytes(Format) / 4>(word, to);
 }
 
 template <int Format>
 HWY_INLINE void encode(const Rows<uint8_t, uint8_t>& r) {
   constexpr int kBytes = blockBytes(Format);
   const int blocks = r.size.width / 4;
-  HWY_ALIGN uint8_t pixels[4 * 16 * kGroup] = {};
-  HWY_ALIGN uint32_t coded[kBytes / 4 * kGroup];
+  // The last group of a row may be a part of one.
+  HWY_ALIGN uint8_t pixels[4 * 16 * kGroup] = {}, coded[kBytes * kGroup];
   for (int y = 0; y < r.size.height; y += 4) {
     for (int x = 0; x < blocks; x += kGroup) {
       const int n = std::min(kGroup, blocks - x);
+      const bool part = n < kGroup;
       const uint8_t* from = r.srcRow(y) + 16 * x;
-      if (n == kGroup) {
-        encodeGroup<Format>(from, r.srcStep, coded);
-      } else {
-        for (int i = 0; i < 4; ++i) {
-          std::memcpy(pixels + 16 * kGroup * i, r.srcRow(y + i) + 16 * x, 16 * n);
-        }
-        encodeGroup<Format>(pixels, 16 * kGroup, coded);
+      uint8_t* to = r.dstRow(y / 4) + kBytes * x;
+      for (int i = 0; i < 4 && part; ++i) {
+        std::memcpy(pixels + 16 * kGroup * i, r.srcRow(y + i) + 16 * x, 16 * n);
       }
-      std::memcpy(r.dstRow(y / 4) + kBytes * x, coded, kBytes * n);
+      encodeGroup<Format>(part ? pixels : from, part ? 16 * kGroup : r.srcStep, part ? coded : to);
+      if (part) std::memcpy(to, coded, kBytes * n);
     }
   }
 }
