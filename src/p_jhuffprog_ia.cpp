@@ -153,7 +153,7 @@ class TimjHuffProg : public rkTest {
     decoded.init(rk16s);
     pristine.init(rk16s);
     statistics.init(rk32s);
-    if (!coefs.create(g_imageSize.value(), g_huffPicture.value()) ||
+    if (!coefs.create(rkUpperRows(g_imageSize.value()), g_huffPicture.value()) ||
         !stream.createBitVector(2 * coefs.total()) ||
         !decoded.createVector(coefs.total(), rkModeZero) ||
         !pristine.createVector(coefs.total(), rkModeZero) ||

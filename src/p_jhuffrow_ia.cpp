@@ -66,7 +66,7 @@ class TimjHuffmanRow : public rkTest {
 
   bool initData() override {
     tool().setLoopFactor(-3);
-    if (!picture.create(g_imageSize.value(), g_huffPicture.value())) return false;
+    if (!picture.create(rkUpperRows(g_imageSize.value()), g_huffPicture.value())) return false;
     size = picture.image().imageSize();
     const int total = size.width * size.height;
     if (!stream.createBitVector(4 * kPlanes * total) ||

@@ -3,6 +3,7 @@
 /// What the Huffman suites share: pictures as coefficients, the standard's tables, and coders, one
 /// set for each binding.
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -47,6 +48,11 @@ class rkHuffCoefs {
   rkImage m_image;
   rkVector m_coefs;
 };
+
+/// The upper part of a picture, for functions whose clocks an element do not depend on its height:
+/// on a noisy machine these suites repeat a performance up to 16384 times, which whole pictures
+/// would turn into minutes.
+inline RkdiSize rkUpperRows(RkdiSize size) { return {size.width, std::min(size.height, 64)}; }
 
 /// Tells at level INFO what an encoded stream takes.
 void rkPrintStreamInfo(int bytes, int pixels);
