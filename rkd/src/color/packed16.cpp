@@ -14,14 +14,14 @@ namespace rkd::HWY_NAMESPACE {
 using ToPlanes = Region<uint16_t, 1, uint8_t, 3>;
 using FromPlanes = Region<uint8_t, 3, uint16_t, 1>;
 
-void rgb555ToYcc(const ToPlanes& r) { convert<Rgb555, ToYcc, Planar<3>>(r); }
-void bgr555ToYcc(const ToPlanes& r) { convert<Bgr555, ToYcc, Planar<3>>(r); }
-void rgb565ToYcc(const ToPlanes& r) { convert<Rgb565, ToYcc, Planar<3>>(r); }
-void bgr565ToYcc(const ToPlanes& r) { convert<Bgr565, ToYcc, Planar<3>>(r); }
-void yccToRgb555(const FromPlanes& r) { convert<Planar<3>, ToRgb, Rgb555>(r); }
-void yccToBgr555(const FromPlanes& r) { convert<Planar<3>, ToRgb, Bgr555>(r); }
-void yccToRgb565(const FromPlanes& r) { convert<Planar<3>, ToRgb, Rgb565>(r); }
-void yccToBgr565(const FromPlanes& r) { convert<Planar<3>, ToRgb, Bgr565>(r); }
+void rgb555ToYcc(const ToPlanes& r) { convert<Rgb555, ToYcc, YccPlanes<3>>(r); }
+void bgr555ToYcc(const ToPlanes& r) { convert<Bgr555, ToYcc, YccPlanes<3>>(r); }
+void rgb565ToYcc(const ToPlanes& r) { convert<Rgb565, ToYcc, YccPlanes<3>>(r); }
+void bgr565ToYcc(const ToPlanes& r) { convert<Bgr565, ToYcc, YccPlanes<3>>(r); }
+void yccToRgb555(const FromPlanes& r) { convert<YccPlanes<3>, ToRgb, Rgb555>(r); }
+void yccToBgr555(const FromPlanes& r) { convert<YccPlanes<3>, ToRgb, Bgr555>(r); }
+void yccToRgb565(const FromPlanes& r) { convert<YccPlanes<3>, ToRgb, Rgb565>(r); }
+void yccToBgr565(const FromPlanes& r) { convert<YccPlanes<3>, ToRgb, Bgr565>(r); }
 
 }  // namespace rkd::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

@@ -19,20 +19,20 @@ using Pixels4to4 = Region<uint8_t, 1, uint8_t, 4>;
 using Planes4to1 = Region<uint8_t, 4, uint8_t, 1>;
 using Planes4to4 = Region<uint8_t, 4, uint8_t, 4>;
 
-void rgbToYPlanes(const Planes3to1& r) { convert<Planar<3>, ToLuma, Interleaved<1>>(r); }
-void rgbToY(const Bytes3to1& r) { convert<Interleaved<3>, ToLuma, Interleaved<1>>(r); }
-void bgrToY(const Bytes3to1& r) { convert<Bgr, ToLuma, Interleaved<1>>(r); }
-void rgbToYccPlanes(const Planes3to3& r) { convert<Planar<3>, ToYcc, Planar<3>>(r); }
-void rgbToYcc(const Pixels3to3& r) { convert<Interleaved<3>, ToYcc, Planar<3>>(r); }
-void bgrToYcc(const Pixels3to3& r) { convert<Bgr, ToYcc, Planar<3>>(r); }
-void yccToRgbPlanes(const Planes3to3& r) { convert<Planar<3>, ToRgb, Planar<3>>(r); }
-void yccToRgb(const Planes3to1& r) { convert<Planar<3>, ToRgb, Interleaved<3>>(r); }
-void yccToBgr(const Planes3to1& r) { convert<Planar<3>, ToRgb, Bgr>(r); }
-void yuyvToRgb(const Bytes3to1& r) { convert<Yuyv, ToRgb, Interleaved<3>>(r); }
-void cmykToYcckPlanes(const Planes4to4& r) { convert<Planar<4>, CmykToYcck, Planar<4>>(r); }
-void cmykToYcck(const Pixels4to4& r) { convert<Interleaved<4>, CmykToYcck, Planar<4>>(r); }
-void ycckToCmykPlanes(const Planes4to4& r) { convert<Planar<4>, YcckToCmyk, Planar<4>>(r); }
-void ycckToCmyk(const Planes4to1& r) { convert<Planar<4>, YcckToCmyk, Interleaved<4>>(r); }
+void rgbToYPlanes(const Planes3to1& r) { convert<RgbPlanes<3>, ToLuma, YccPlanes<1>>(r); }
+void rgbToY(const Bytes3to1& r) { convert<Rgb, ToLuma, YccPlanes<1>>(r); }
+void bgrToY(const Bytes3to1& r) { convert<Bgr, ToLuma, YccPlanes<1>>(r); }
+void rgbToYccPlanes(const Planes3to3& r) { convert<RgbPlanes<3>, ToYcc, YccPlanes<3>>(r); }
+void rgbToYcc(const Pixels3to3& r) { convert<Rgb, ToYcc, YccPlanes<3>>(r); }
+void bgrToYcc(const Pixels3to3& r) { convert<Bgr, ToYcc, YccPlanes<3>>(r); }
+void yccToRgbPlanes(const Planes3to3& r) { convert<YccPlanes<3>, ToRgb, RgbPlanes<3>>(r); }
+void yccToRgb(const Planes3to1& r) { convert<YccPlanes<3>, ToRgb, Rgb>(r); }
+void yccToBgr(const Planes3to1& r) { convert<YccPlanes<3>, ToRgb, Bgr>(r); }
+void yuyvToRgb(const Bytes3to1& r) { convert<Yuyv, ToRgb, Rgb>(r); }
+void cmykToYcckPlanes(const Planes4to4& r) { convert<RgbPlanes<4>, ToYcc, YccPlanes<4>>(r); }
+void cmykToYcck(const Pixels4to4& r) { convert<Cmyk, ToYcc, YccPlanes<4>>(r); }
+void ycckToCmykPlanes(const Planes4to4& r) { convert<YccPlanes<4>, ToRgb, RgbPlanes<4>>(r); }
+void ycckToCmyk(const Planes4to1& r) { convert<YccPlanes<4>, ToRgb, Cmyk>(r); }
 
 }  // namespace rkd::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

@@ -22,24 +22,24 @@ namespace rkd::HWY_NAMESPACE {
     fromBlocks<S, Format, Operation, P>(src, dst, step);                \
   }
 
-FORWARD(rgbToYcc444, Shape444, Interleaved<3>, ToYcc, 3)
-FORWARD(rgbToYcc422, Shape422, Interleaved<3>, ToYcc, 3)
-FORWARD(rgbToYcc411, Shape411, Interleaved<3>, ToYcc, 3)
+FORWARD(rgbToYcc444, Shape444, Rgb, ToYcc, 3)
+FORWARD(rgbToYcc422, Shape422, Rgb, ToYcc, 3)
+FORWARD(rgbToYcc411, Shape411, Rgb, ToYcc, 3)
 FORWARD(bgrToYcc444, Shape444, Bgr, ToYcc, 3)
 FORWARD(bgrToYcc422, Shape422, Bgr, ToYcc, 3)
 FORWARD(bgrToYcc411, Shape411, Bgr, ToYcc, 3)
-FORWARD(cmykToYcck444, Shape444, Interleaved<4>, CmykToYcck, 4)
-FORWARD(cmykToYcck422, Shape422, Interleaved<4>, CmykToYcck, 4)
-FORWARD(cmykToYcck411, Shape411, Interleaved<4>, CmykToYcck, 4)
-INVERSE(ycc444ToRgb, Shape444, Interleaved<3>, ToRgb, 3)
-INVERSE(ycc422ToRgb, Shape422, Interleaved<3>, ToRgb, 3)
-INVERSE(ycc411ToRgb, Shape411, Interleaved<3>, ToRgb, 3)
+FORWARD(cmykToYcck444, Shape444, Cmyk, ToYcc, 4)
+FORWARD(cmykToYcck422, Shape422, Cmyk, ToYcc, 4)
+FORWARD(cmykToYcck411, Shape411, Cmyk, ToYcc, 4)
+INVERSE(ycc444ToRgb, Shape444, Rgb, ToRgb, 3)
+INVERSE(ycc422ToRgb, Shape422, Rgb, ToRgb, 3)
+INVERSE(ycc411ToRgb, Shape411, Rgb, ToRgb, 3)
 INVERSE(ycc444ToBgr, Shape444, Bgr, ToRgb, 3)
 INVERSE(ycc422ToBgr, Shape422, Bgr, ToRgb, 3)
 INVERSE(ycc411ToBgr, Shape411, Bgr, ToRgb, 3)
-INVERSE(ycck444ToCmyk, Shape444, Interleaved<4>, YcckToCmyk, 4)
-INVERSE(ycck422ToCmyk, Shape422, Interleaved<4>, YcckToCmyk, 4)
-INVERSE(ycck411ToCmyk, Shape411, Interleaved<4>, YcckToCmyk, 4)
+INVERSE(ycck444ToCmyk, Shape444, Cmyk, ToRgb, 4)
+INVERSE(ycck422ToCmyk, Shape422, Cmyk, ToRgb, 4)
+INVERSE(ycck411ToCmyk, Shape411, Cmyk, ToRgb, 4)
 
 #undef FORWARD
 #undef INVERSE

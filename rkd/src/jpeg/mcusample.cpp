@@ -22,43 +22,51 @@ namespace rkd::HWY_NAMESPACE {
     fromBlocks<S, Format, Operation, P>(src, dst, step);                \
   }
 
-FORWARD(sampleDown444, Shape444, Interleaved<3>, NoConversion, 3)
-FORWARD(sampleDown422, Shape422, Interleaved<3>, NoConversion, 3)
-FORWARD(sampleDown411, Shape411, Interleaved<3>, NoConversion, 3)
-INVERSE(sampleUp444, Shape444, Interleaved<3>, NoConversion, 3)
-INVERSE(sampleUp422, Shape422, Interleaved<3>, NoConversion, 3)
-INVERSE(sampleUp411, Shape411, Interleaved<3>, NoConversion, 3)
+FORWARD(sampleDown444, Shape444, Rgb, NoConversion, 3)
+FORWARD(sampleDown422, Shape422, Rgb, NoConversion, 3)
+FORWARD(sampleDown411, Shape411, Rgb, NoConversion, 3)
+INVERSE(sampleUp444, Shape444, Rgb, NoConversion, 3)
+INVERSE(sampleUp422, Shape422, Rgb, NoConversion, 3)
+INVERSE(sampleUp411, Shape411, Rgb, NoConversion, 3)
 
 #undef FORWARD
 #undef INVERSE
 
 // Y Cb Y Cr pixels: Cb and Cr have their half width already.
 void split422(const uint8_t* src, int step, int16_t* const* dst) {
-  const hn::Repartition<uint16_t, D8> du16;
-  for (int row = 0; row < 8; row += Shape422::kTileRows) {
-    V8 c[2];
-    loadRows<Shape422, Interleaved<2>>(src, step, row, c);
-    storeFull<Shape422>(c[0], dst[0], row);
-    const auto pairs = hn::BitCast(du16, c[1]);
-    const auto cb = hn::BitCast(D16(), hn::And(pairs, hn::Set(du16, 255)));
-    const auto cr = hn::BitCast(D16(), hn::ShiftRight<8>(pairs));
-    hn::StoreU(shiftDown(cb), D16(), dst[1] + row * 8);
-    hn::StoreU(shiftDown(cr), D16(), dst[2] + row * 8);
+  const D16 d16;
+  for (int row = 0; row < 8; row += Shape422::kRowsAtOnce) {
+    V16 half[2];
+    loadWords(mcuPlace<Shape422, Yuyv>(src, step, row), half);
+    Words y;
+    V32 chroma[2];  // bytes Y Cb Y Cr
+    for (int h = 0; h < 2; ++h) {
+      y.half[h] = shiftDown(hn::And(half[h], hn::Set(d16, 255)));
+      chroma[h] = hn::BitCast(D32(), half[h]);
+    }
+    storeFull<Shape422>(y, dst[0], row);
+    const V32 byte = hn::Set(D32(), 255);
+    const V16 cb = pack16(hn::And(hn::ShiftRight<8>(chroma[0]), byte),
+                          hn::And(hn::ShiftRight<8>(chroma[1]), byte));
+    const V16 cr = pack16(hn::And(hn::ShiftRight<24>(chroma[0]), byte),
+                          hn::And(hn::ShiftRight<24>(chroma[1]), byte));
+    hn::StoreU(shiftDown(cb), d16, dst[1] + row * 8);
+    hn::StoreU(shiftDown(cr), d16, dst[2] + row * 8);
   }
 }
 
 void join422(const int16_t* const* src, uint8_t* dst, int step) {
+  const D8 d8;
   const D16 d16;
-  for (int row = 0; row < 8; row += Shape422::kTileRows) {
-    const V16 cb = shiftUp(hn::LoadU(d16, src[1] + row * 8));
-    const V16 cr = shiftUp(hn::LoadU(d16, src[2] + row * 8));
-    const V8 clamped = pack8(cb, cr);
-    V8 c[2];
-    c[0] = loadFull<Shape422>(src[0], row);
-    c[1] = hn::InterleaveLower(
-        D8(), clamped,
-        hn::BitCast(D8(), hn::ShiftRightBytes<8>(hn::Repartition<uint8_t, D8>(), clamped)));
-    storeRows<Shape422, Interleaved<2>>(c, dst, step, row);
+  const V8 centre = hn::Set(d8, 128);
+  for (int row = 0; row < 8; row += Shape422::kRowsAtOnce) {
+    const V8 y = bytesOf(shiftUp(loadFull<Shape422>(src[0], row)));
+    const V16 pairs =
+        signedBytePairs(hn::LoadU(d16, src[1] + row * 8), hn::LoadU(d16, src[2] + row * 8));
+    const V8 chroma = hn::Xor(hn::BitCast(d8, pairs), centre);
+    const V16 half[2] = {hn::BitCast(d16, hn::InterleaveLower(d8, y, chroma)),
+                         hn::BitCast(d16, hn::InterleaveUpper(d8, y, chroma))};
+    storeWords(half, mcuPlace<Shape422, Yuyv>(dst, step, row));
   }
 }
 

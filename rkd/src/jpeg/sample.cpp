@@ -6,10 +6,38 @@
 #include "common/bytes-inl.h"
 #include "common/levels.h"
 #include "hwy/highway.h"
+#include "jpeg/sample.h"
 #include "rkd/rkdjpeg_sample.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace rkd::HWY_NAMESPACE {
+
+// ---- rows shorter than a vector ----
+
+// The first n samples of a row, 0 < n; the lanes behind them repeat the last one.
+HWY_INLINE V8 loadPadded(const uint8_t* from, size_t n) {
+  const D8 d8;
+  if (n >= kTile) return hn::LoadU(d8, from);
+  const V8 last = hn::Set(d8, from[n - 1]);
+#if HWY_TARGET <= HWY_AVX3
+  return V8{_mm512_mask_loadu_epi8(last.raw, (uint64_t{1} << n) - 1, from)};
+#else
+  HWY_ALIGN uint8_t buffer[kTile];
+  hn::Store(last, d8, buffer);
+  std::memcpy(buffer, from, n);
+  return hn::Load(d8, buffer);
+#endif
+}
+
+HWY_INLINE void storeFirst(V8 v, uint8_t* to, size_t n) {
+  if (n >= kTile) {
+    hn::StoreU(v, D8(), to);
+  } else {
+    store(v, D8(), to, Part{n});
+  }
+}
+
+// ---- box ----
 
 // One output of a row of boxes; `second` is the row below, or the row itself for H2V1.
 template <int kRows>
@@ -24,91 +52,194 @@ HWY_INLINE uint8_t boxAt(const uint8_t* first, const uint8_t* second, size_t wid
   }
 }
 
+template <int kRows>
+HWY_INLINE V16 boxMeans(V8 first, V8 second) {
+  V16 sum = hn::Add(pairSums(first), pairOf(kRows == 1 ? 0 : 1, kRows == 1 ? 1 : 2));
+  if constexpr (kRows == 2) sum = hn::Add(sum, pairSums(second));
+  return hn::ShiftRight<kRows>(sum);
+}
+
+template <int kRows>
+HWY_INLINE void boxTile(const uint8_t* first, const uint8_t* second, uint8_t* dst) {
+  const D8 d8;
+  const V16 low = boxMeans<kRows>(hn::LoadU(d8, first), hn::LoadU(d8, second));
+  const V16 high = boxMeans<kRows>(hn::LoadU(d8, first + kTile), hn::LoadU(d8, second + kTile));
+  hn::StoreU(packInOrder(low, high), d8, dst);
+}
+
+// Up to kTile outputs. A last sample that stands alone counts twice, as it is repeated.
+template <int kRows>
+HWY_INLINE void boxShortRow(const uint8_t* first, const uint8_t* second, size_t width,
+                            uint8_t* dst) {
+  const V16 low = boxMeans<kRows>(loadPadded(first, width), loadPadded(second, width));
+  V16 high = low;
+  if (width > kTile) {
+    high = boxMeans<kRows>(loadPadded(first + kTile, width - kTile),
+                           loadPadded(second + kTile, width - kTile));
+  }
+  storeFirst(packInOrder(low, high), dst, (width + 1) / 2);
+}
+
 // Averages kRows rows of `width` samples into (width + 1) / 2.
 template <int kRows>
 void boxRow(const uint8_t* first, const uint8_t* second, size_t width, uint8_t* dst) {
-  const D8 d8;
-  const V16 bias = pairOf(kRows == 1 ? 0 : 1, kRows == 1 ? 1 : 2);
-  const auto mean = [&](size_t x) HWY_ATTR {
-    V16 sum = hn::Add(pairSums(hn::LoadU(d8, first + x)), bias);
-    if constexpr (kRows == 2) sum = hn::Add(sum, pairSums(hn::LoadU(d8, second + x)));
-    return hn::ShiftRight<kRows>(sum);
-  };
-  size_t i = 0;
-  const auto put = [&](size_t at) HWY_ATTR {
-    hn::StoreU(packInOrder(mean(2 * at), mean(2 * at + kTile)), d8, dst + at);
-  };
   const size_t pairs = width / 2;
-  if (pairs >= kTile) {
-    for (; i + kTile <= pairs; i += kTile) put(i);
-    // Some samples once more; the bias alternates from even outputs.
-    const size_t last = (pairs - kTile) & ~size_t{1};
-    if (i < pairs) put(last);
-    i = last + kTile;
+  if (pairs < kTile) return boxShortRow<kRows>(first, second, width, dst);
+  const auto put = [&](size_t at)
+                       HWY_ATTR { boxTile<kRows>(first + 2 * at, second + 2 * at, dst + at); };
+  size_t i = 0;
+  for (; i + kTile <= pairs; i += kTile) put(i);
+  // Some samples once more; the bias alternates from even outputs.
+  const size_t last = (pairs - kTile) & ~size_t{1};
+  if (i < pairs) put(last);
+  for (i = last + kTile; i < (width + 1) / 2; ++i) {
+    dst[i] = boxAt<kRows>(first, second, width, i);
   }
-  for (; i < (width + 1) / 2; ++i) dst[i] = boxAt<kRows>(first, second, width, i);
 }
 
-// ---- triangle ----
+// ---- triangle along the row: every sample and the next on either side, 3 to 1 ----
 
-// Up-sampling of one row, or (kRows 2) of the vertical sums 3 near + far of two rows. The weighted
-// sum of a sample and its neighbour is rounded by kLeft or kRight, and shifted.
-template <int kR, int kShift, int kLeft, int kRight>
-struct Triangle {
-  static constexpr int kRows = kR;
-  const uint8_t* near;
-  const uint8_t* far;
+// v one block (16 bytes) up, or down, with the nearest block of `edge` moving in.
+HWY_INLINE V8 blocksUp(V8 v, V8 edge) {
+#if HWY_TARGET <= HWY_AVX3
+  return V8{_mm512_alignr_epi64(v.raw, edge.raw, 6)};
+#elif HWY_TARGET == HWY_AVX2
+  return hn::ConcatLowerUpper(D8(), v, edge);
+#else
+  static_cast<void>(v);
+  return edge;
+#endif
+}
+HWY_INLINE V8 blocksDown(V8 v, V8 edge) {
+#if HWY_TARGET <= HWY_AVX3
+  return V8{_mm512_alignr_epi64(edge.raw, v.raw, 2)};
+#elif HWY_TARGET == HWY_AVX2
+  return hn::ConcatLowerUpper(D8(), edge, v);
+#else
+  static_cast<void>(v);
+  return edge;
+#endif
+}
 
-  HWY_INLINE int at(size_t i) const { return kRows == 1 ? near[i] : 3 * near[i] + far[i]; }
+// (3 * a + b + 1) >> 2 and (3 * a + b + 2) >> 2 in bytes: the mean of a and the mean of both, one
+// rounded up and one down.
+HWY_INLINE V8 mean3to1Down(V8 a, V8 b) {
+  return hn::Not(hn::AverageRound(hn::Not(a), hn::Not(hn::AverageRound(a, b))));
+}
+HWY_INLINE V8 mean3to1Up(V8 a, V8 b) {
+  return hn::AverageRound(a, hn::Not(hn::AverageRound(hn::Not(a), hn::Not(b))));
+}
 
-  // Output 2 * i, or 2 * i + 1.
-  HWY_INLINE uint8_t output(size_t i, size_t width, bool right) const {
-    const bool edge = right ? i + 1 == width : i == 0;
-    const int side = edge ? at(i) : at(right ? i + 1 : i - 1);
-    return static_cast<uint8_t>((3 * at(i) + side + (right ? kRight : kLeft)) >> kShift);
-  }
+// The kTile samples of a row from i on, fewer of a shorter row, with their neighbours: at the edge
+// the sample itself.
+struct Samples {
+  V8 here, before, after;
 
-  static HWY_INLINE V8 round(V16 low, V16 high, int bias) {
-    const V16 v = hn::Set(D16(), static_cast<int16_t>(bias));
-    return pack8(hn::ShiftRight<kShift>(hn::Add(low, v)), hn::ShiftRight<kShift>(hn::Add(high, v)));
-  }
-  // The outputs on one side of the tile at i, whose neighbours on that side stand at `side`.
-  HWY_INLINE V8 outputs(size_t i, size_t side, int bias) const {
+  HWY_INLINE Samples(const uint8_t* row, size_t i, size_t width) {
     const D8 d8;
-    V16 low, high, sideLow, sideHigh;
-    if constexpr (kRows == 1) {
-      weightBytes(hn::LoadU(d8, near + i), hn::LoadU(d8, near + side), 3, 1, &low, &high);
-      return round(low, high, bias);
-    } else {
-      weightBytes(hn::LoadU(d8, near + i), hn::LoadU(d8, far + i), 9, 3, &low, &high);
-      weightBytes(hn::LoadU(d8, near + side), hn::LoadU(d8, far + side), 3, 1, &sideLow, &sideHigh);
-      return round(hn::Add(low, sideLow), hn::Add(high, sideHigh), bias);
-    }
-  }
-  // Both outputs of a tile of samples that have both neighbours.
-  HWY_INLINE void tile(size_t i, uint8_t* dst) const {
-    const V8 sides[2] = {outputs(i, i - 1, kLeft), outputs(i, i + 1, kRight)};
-    storePixels<2>(sides, dst + 2 * i);
+    const bool isFirst = i == 0, isLast = i + kTile >= width;
+    here = width < kTile ? loadPadded(row, width) : hn::LoadU(d8, row + i);
+    before = isFirst ? hn::CombineShiftRightBytes<15>(d8, here, blocksUp(here, hn::Set(d8, row[0])))
+                     : hn::LoadU(d8, row + i - 1);
+    after = isLast ? hn::CombineShiftRightBytes<1>(
+                         d8, blocksDown(here, hn::Set(d8, row[width - 1])), here)
+                   : hn::LoadU(d8, row + i + 1);
   }
 };
-using Triangle1 = Triangle<1, 2, 1, 2>;
-using Triangle2 = Triangle<2, 4, 8, 7>;
 
-// `width` samples into the first `outputs` of 2 * width, one less at the most.
-template <class T>
-void triangleRow(const T& row, size_t width, uint8_t* dst, size_t outputs) {
-  size_t i = 1;
-  if (width >= kTile + 2) {
-    for (; i + kTile < width; i += kTile) row.tile(i, dst);
-    row.tile(width - 1 - kTile, dst);  // some samples once more
-    i = width - 1;
+// Calls body(i) for tiles that cover a row; the last one takes some samples once more.
+template <class Body>
+HWY_INLINE void overTiles(size_t width, Body&& body) {
+  if (width < kTile) return body(0);
+  for (size_t i = 0; i + kTile < width; i += kTile) body(i);
+  body(width - kTile);
+}
+
+// The outputs of the tile at i, of which the row has `outputs` in all.
+HWY_INLINE void storeOutputs(const V8* v, size_t i, uint8_t* dst, size_t outputs) {
+  const D8 d8;
+  uint8_t* to = dst + 2 * i;
+  const size_t n = outputs - 2 * i;
+  if (n >= 2 * kTile) {
+    hn::StoreU(v[0], d8, to);
+    hn::StoreU(v[1], d8, to + kTile);
+  } else {
+    storeFirst(v[0], to, n);
+    if (n > kTile) storeFirst(v[1], to + kTile, n - kTile);
   }
-  const auto put = [&](size_t at) {
-    dst[2 * at] = row.output(at, width, false);
-    if (2 * at + 1 < outputs) dst[2 * at + 1] = row.output(at, width, true);
-  };
-  put(0);
-  for (; i < width; ++i) put(i);
+}
+
+HWY_INLINE void triangleRowH2V1(const uint8_t* row, size_t width, uint8_t* dst, size_t outputs) {
+  overTiles(width, [&](size_t i) HWY_ATTR {
+    const Samples s(row, i, width);
+    V8 out[2];
+    interleave(mean3to1Down(s.here, s.before), mean3to1Up(s.here, s.after), out);
+    storeOutputs(out, i, dst, outputs);
+  });
+}
+
+// ---- triangle in both directions ----
+
+// A tile of a row, weighted along the row: sums 3 * sample + neighbour for the outputs on the left
+// and on the right of every sample.
+struct RowSums {
+  V16 left[2], right[2];
+
+  HWY_INLINE RowSums(const uint8_t* row, size_t i, size_t width) {
+    const Samples s(row, i, width);
+    const V8 weights = bytePair(3, 1);
+    V8 pairs[2];
+    joinBytes(s.here, s.before, pairs);
+    for (int h = 0; h < 2; ++h) left[h] = byteProducts(pairs[h], weights);
+    joinBytes(s.here, s.after, pairs);
+    for (int h = 0; h < 2; ++h) right[h] = byteProducts(pairs[h], weights);
+  }
+};
+
+// Three times the sums of the near row, the right ones with their rounding.
+struct NearSums {
+  V16 left[2], right[2];
+
+  HWY_INLINE explicit NearSums(const RowSums& s) {
+    const V16 rounding = hn::Set(D16(), 7);
+    for (int h = 0; h < 2; ++h) {
+      left[h] = hn::Add(hn::Add(s.left[h], s.left[h]), s.left[h]);
+      right[h] = hn::Add(hn::Add(s.right[h], s.right[h]), hn::Add(s.right[h], rounding));
+    }
+  }
+  HWY_INLINE void outputs(const RowSums& far, V8* out) const {
+    const D8 d8;
+    for (int h = 0; h < 2; ++h) {
+      // (.. + 8) >> 4 in the lower byte, .. >> 4 in the upper one.
+      const V16 l = roundedProduct(hn::Add(left[h], far.left[h]), hn::Set(D16(), 2048));
+      const V16 r = hn::ShiftLeft<4>(hn::Add(right[h], far.right[h]));
+      out[h] = hn::OddEven(hn::BitCast(d8, r), hn::BitCast(d8, l));
+    }
+    orderPairs(out);
+  }
+};
+
+// Rows that a strip of one tile's width goes down before the next strip follows: few enough for
+// their pages, enough to make little of the two rows that are weighted again.
+constexpr int kBand = 32;
+
+// Output rows from 2 * y on.
+HWY_INLINE void triangleBand(const SampleImages& io, int y, size_t i) {
+  const size_t width = io.srcWidth(), outputs = io.dstWidth();
+  RowSums above(io.srcRow(y - 1), i, width), here(io.srcRow(y), i, width);
+  for (const int end = HWY_MIN(y + kBand, io.srcSize.height); y < end; ++y) {
+    const RowSums below(io.srcRow(y + 1), i, width);
+    const NearSums near(here);
+    V8 out[2];
+    near.outputs(above, out);
+    storeOutputs(out, i, io.dstRow(2 * y), outputs);
+    if (2 * y + 1 < io.dstSize.height) {
+      near.outputs(below, out);
+      storeOutputs(out, i, io.dstRow(2 * y + 1), outputs);
+    }
+    above = here;
+    here = below;
+  }
 }
 
 // ---- kernels ----
@@ -119,12 +250,36 @@ void downRowH2V1(const uint8_t* src, size_t width, uint8_t* dst) {
 void downRowH2V2(const uint8_t* src1, const uint8_t* src2, size_t width, uint8_t* dst) {
   boxRow<2>(src1, src2, width, dst);
 }
-void upRowH2V1(const uint8_t* src, size_t width, uint8_t* dst, size_t outputs) {
-  triangleRow(Triangle1{src, src}, width, dst, outputs);
+void upRowH2V1(const uint8_t* src, size_t width, uint8_t* dst) {
+  triangleRowH2V1(src, width, dst, 2 * width);
 }
-void upRowH2V2(const uint8_t* near, const uint8_t* far, size_t width, uint8_t* dst,
-               size_t outputs) {
-  triangleRow(Triangle2{near, far}, width, dst, outputs);
+void upRowH2V2(const uint8_t* near, const uint8_t* far, size_t width, uint8_t* dst) {
+  overTiles(width, [&](size_t i) HWY_ATTR {
+    V8 out[2];
+    NearSums(RowSums(near, i, width)).outputs(RowSums(far, i, width), out);
+    storeOutputs(out, i, dst, 2 * width);
+  });
+}
+
+void downH2V1(const SampleImages& io) {
+  for (int y = 0; y < io.dstSize.height; ++y) {
+    boxRow<1>(io.srcRow(y), io.srcRow(y), io.srcWidth(), io.dstRow(y));
+  }
+}
+void downH2V2(const SampleImages& io) {
+  for (int y = 0; y < io.dstSize.height; ++y) {
+    boxRow<2>(io.srcRow(2 * y), io.srcRow(2 * y + 1), io.srcWidth(), io.dstRow(y));
+  }
+}
+void upH2V1(const SampleImages& io) {
+  for (int y = 0; y < io.dstSize.height; ++y) {
+    triangleRowH2V1(io.srcRow(y), io.srcWidth(), io.dstRow(y), io.dstWidth());
+  }
+}
+void upH2V2(const SampleImages& io) {
+  for (int y = 0; y < io.srcSize.height; y += kBand) {
+    overTiles(io.srcWidth(), [&](size_t i) HWY_ATTR { triangleBand(io, y, i); });
+  }
 }
 
 }  // namespace rkd::HWY_NAMESPACE
@@ -136,32 +291,22 @@ HWY_EXPORT(downRowH2V1);
 HWY_EXPORT(downRowH2V2);
 HWY_EXPORT(upRowH2V1);
 HWY_EXPORT(upRowH2V2);
+HWY_EXPORT(downH2V1);
+HWY_EXPORT(downH2V2);
+HWY_EXPORT(upH2V1);
+HWY_EXPORT(upH2V2);
 
 namespace {
 
-// Both images' operands of an image function.
-struct Images {
-  const uint8_t* src;
-  int srcStep;
-  RkdiSize srcSize;
-  uint8_t* dst;
-  int dstStep;
-  RkdiSize dstSize;
-
-  RkdStatus check(bool sizesMatch) const {
-    return firstOf(checkPointers(src, dst), checkSize(srcSize), checkSize(dstSize),
-                   sizesMatch ? rkdStsNoErr : rkdStsSizeErr,
-                   checkStep<uint8_t>(srcStep, srcSize.width),
-                   checkStep<uint8_t>(dstStep, dstSize.width));
-  }
-  const uint8_t* srcRow(int y) const {
-    return rowAt(src, srcStep, y < 0 ? 0 : y < srcSize.height ? y : srcSize.height - 1);
-  }
-  uint8_t* dstRow(int y) const { return rowAt(dst, dstStep, y); }
-};
-
 // Whether `whole` samples and `half` as many belong together.
 bool isHalf(int whole, int half) { return half == whole / 2 + whole % 2; }
+
+template <class Kernel>
+RkdStatus runImages(Kernel kernel, const SampleImages& io, bool sizesMatch) {
+  if (const RkdStatus status = io.check(sizesMatch)) return status;
+  kernel(io);
+  return rkdStsNoErr;
+}
 
 }  // namespace
 }  // namespace rkd
@@ -187,8 +332,7 @@ RkdStatus rkdiSampleDownRowH2V2_Box_JPEG_8u_C1(const uint8_t* src1, const uint8_
 RkdStatus rkdiSampleUpRowH2V1_Triangle_JPEG_8u_C1(const uint8_t* src, int srcWidth, uint8_t* dst) {
   if (const RkdStatus status = firstOf(checkPointers(src, dst), checkLength(srcWidth)))
     return status;
-  const auto width = static_cast<size_t>(srcWidth);
-  RKD_AT_LEVEL(upRowH2V1)(src, width, dst, 2 * width);
+  RKD_AT_LEVEL(upRowH2V1)(src, static_cast<size_t>(srcWidth), dst);
   return rkdStsNoErr;
 }
 
@@ -197,68 +341,31 @@ RkdStatus rkdiSampleUpRowH2V2_Triangle_JPEG_8u_C1(const uint8_t* src1, const uin
   if (const RkdStatus status = firstOf(checkPointers(src1, src2, dst), checkLength(srcWidth))) {
     return status;
   }
-  const auto width = static_cast<size_t>(srcWidth);
-  RKD_AT_LEVEL(upRowH2V2)(src1, src2, width, dst, 2 * width);
+  RKD_AT_LEVEL(upRowH2V2)(src1, src2, static_cast<size_t>(srcWidth), dst);
   return rkdStsNoErr;
 }
 
 RkdStatus rkdiSampleDownH2V1_JPEG_8u_C1R(const uint8_t* src, int srcStep, RkdiSize srcSize,
                                          uint8_t* dst, int dstStep, RkdiSize dstSize) {
-  const Images io{src, srcStep, srcSize, dst, dstStep, dstSize};
-  if (const RkdStatus status =
-          io.check(isHalf(srcSize.width, dstSize.width) && srcSize.height == dstSize.height)) {
-    return status;
-  }
-  const auto kernel = RKD_AT_LEVEL(downRowH2V1);
-  for (int y = 0; y < dstSize.height; ++y) {
-    kernel(io.srcRow(y), static_cast<size_t>(srcSize.width), io.dstRow(y));
-  }
-  return rkdStsNoErr;
+  return runImages(RKD_AT_LEVEL(downH2V1), {src, srcStep, srcSize, dst, dstStep, dstSize},
+                   isHalf(srcSize.width, dstSize.width) && srcSize.height == dstSize.height);
 }
 
 RkdStatus rkdiSampleDownH2V2_JPEG_8u_C1R(const uint8_t* src, int srcStep, RkdiSize srcSize,
                                          uint8_t* dst, int dstStep, RkdiSize dstSize) {
-  const Images io{src, srcStep, srcSize, dst, dstStep, dstSize};
-  if (const RkdStatus status = io.check(isHalf(srcSize.width, dstSize.width) &&
-                                        isHalf(srcSize.height, dstSize.height))) {
-    return status;
-  }
-  const auto kernel = RKD_AT_LEVEL(downRowH2V2);
-  for (int y = 0; y < dstSize.height; ++y) {
-    kernel(io.srcRow(2 * y), io.srcRow(2 * y + 1), static_cast<size_t>(srcSize.width),
-           io.dstRow(y));
-  }
-  return rkdStsNoErr;
+  return runImages(RKD_AT_LEVEL(downH2V2), {src, srcStep, srcSize, dst, dstStep, dstSize},
+                   isHalf(srcSize.width, dstSize.width) && isHalf(srcSize.height, dstSize.height));
 }
 
 RkdStatus rkdiSampleUpH2V1_JPEG_8u_C1R(const uint8_t* src, int srcStep, RkdiSize srcSize,
                                        uint8_t* dst, int dstStep, RkdiSize dstSize) {
-  const Images io{src, srcStep, srcSize, dst, dstStep, dstSize};
-  if (const RkdStatus status =
-          io.check(isHalf(dstSize.width, srcSize.width) && srcSize.height == dstSize.height)) {
-    return status;
-  }
-  const auto kernel = RKD_AT_LEVEL(upRowH2V1);
-  for (int y = 0; y < dstSize.height; ++y) {
-    kernel(io.srcRow(y), static_cast<size_t>(srcSize.width), io.dstRow(y),
-           static_cast<size_t>(dstSize.width));
-  }
-  return rkdStsNoErr;
+  return runImages(RKD_AT_LEVEL(upH2V1), {src, srcStep, srcSize, dst, dstStep, dstSize},
+                   isHalf(dstSize.width, srcSize.width) && srcSize.height == dstSize.height);
 }
 
 RkdStatus rkdiSampleUpH2V2_JPEG_8u_C1R(const uint8_t* src, int srcStep, RkdiSize srcSize,
                                        uint8_t* dst, int dstStep, RkdiSize dstSize) {
-  const Images io{src, srcStep, srcSize, dst, dstStep, dstSize};
-  if (const RkdStatus status = io.check(isHalf(dstSize.width, srcSize.width) &&
-                                        isHalf(dstSize.height, srcSize.height))) {
-    return status;
-  }
-  const auto kernel = RKD_AT_LEVEL(upRowH2V2);
-  for (int y = 0; y < dstSize.height; ++y) {
-    const int near = y / 2;
-    kernel(io.srcRow(near), io.srcRow(y % 2 == 0 ? near - 1 : near + 1),
-           static_cast<size_t>(srcSize.width), io.dstRow(y), static_cast<size_t>(dstSize.width));
-  }
-  return rkdStsNoErr;
+  return runImages(RKD_AT_LEVEL(upH2V2), {src, srcStep, srcSize, dst, dstStep, dstSize},
+                   isHalf(dstSize.width, srcSize.width) && isHalf(dstSize.height, srcSize.height));
 }
 #endif  // HWY_ONCE
