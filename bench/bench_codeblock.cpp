@@ -167,7 +167,7 @@ std::vector<int32_t> peerDecode(const Bytes& bytes) {
   require(opj_setup_decoder(codec, &parameters) && opj_read_header(stream, codec, &image) &&
               opj_decode(codec, stream, image) && opj_end_decompress(codec, stream),
           "the peer does not decode");
-  const std::vector<int32_t> data(image->comps[0].data, image->comps[0].data + kSide * kSide);
+  std::vector<int32_t> data(image->comps[0].data, image->comps[0].data + kSide * kSide);
   opj_stream_destroy(stream);
   opj_destroy_codec(codec);
   opj_image_destroy(image);
@@ -249,7 +249,9 @@ class Picture {
 void benchCodeBlock(Table& table) {
   const std::string peer = std::string("OpenJPEG ") + opj_version();
   const auto once = [](const std::function<void()>& call) { call(); };
-  for (const auto& [kind, scale] : {std::pair{"lossless", 3.2}, std::pair{"lossy", 1.5}}) {
+  for (const auto& of : {std::pair{"lossless", 3.2}, std::pair{"lossy", 1.5}}) {
+    const auto [name, scale] = of;
+    const std::string kind = name;
     Picture picture(scale);
     const auto measure = [&](const char* direction, double must, double aim, auto ours) {
       inside = [&, ours](const std::function<void()>& call) {

@@ -262,8 +262,6 @@ void benchInverse(Table& table, Picture& p) {
 
 // Level shift reads and writes what these loops do, which add nothing else: a sample is truncated
 // or widened. They are compiled for the level that runs on this machine.
-#define RKD_BENCH_WIDE \
-  __attribute__((noinline, target_clones("arch=icelake-server", "avx2", "default")))
 RKD_BENCH_WIDE void plainNarrow(const int16_t* src, uint8_t* dst, int n) {
   for (int i = 0; i < n; ++i) dst[i] = static_cast<uint8_t>(src[i]);
 }

@@ -6,10 +6,6 @@
 #include <cstdint>
 #include <vector>
 
-// For plain loops that stand in for a peer: compiled for the level that runs on this machine.
-#define RKD_BENCH_WIDE \
-  __attribute__((noinline, target_clones("arch=icelake-server", "avx2", "default")))
-
 namespace bench {
 
 class PlaneRows {

@@ -95,7 +95,7 @@ Bytes noise(std::mt19937& random) {
   return rows;
 }
 
-std::function<void()> overRows(std::function<void(int)> row) {
+std::function<void()> overRows(const std::function<void(int)>& row) {
   return [row] {
     for (int y = 0; y < kRows; ++y) row(y);
   };
@@ -140,7 +140,7 @@ void benchSplit(Table& table, const char* where, int length) {
   std::vector<uint16_t> samples(length, 258);
   Bytes split(size_t(length) * 2);
   const int repeat = std::max(1, (1 << 15) / length);
-  const auto repeated = [&](std::function<void()> body) -> std::function<void()> {
+  const auto repeated = [repeat](auto body) {
     return [body, repeat] {
       for (int i = 0; i < repeat; ++i) body();
     };

@@ -105,7 +105,8 @@ template <class T>
 void fillPicture(const Plane<T>& plane) {
   std::mt19937 random(11);
   for (size_t i = 0; i < plane.bytes() / sizeof(T); ++i) {
-    const double x = double(i % kSide), y = double(i / kSide);
+    const size_t row = i / kSide;
+    const double x = double(i % kSide), y = double(row);
     const double wave = 50 * std::sin(x / 17) + 40 * std::cos(y / 23 + x / 91);
     plane.data()[i] = T(std::lround(wave) + int(random() % 33) - 16);
   }
@@ -462,9 +463,7 @@ class ByItself {
   Plane<T> m_a{kPartPixels}, m_b{kPartPixels}, m_buffer{2 * kPartPixels};
 };
 
-// Compiled for the level that runs on this machine.
-__attribute__((noinline, target_clones("arch=icelake-server", "avx2", "default"))) void plainUpdate(
-    uint32_t* a, uint32_t* b, uint32_t* c, size_t n) {
+RKD_BENCH_WIDE void plainUpdate(uint32_t* a, uint32_t* b, uint32_t* c, size_t n) {
   for (size_t i = 0; i < n; ++i) {
     ++a[i];
     ++b[i];

@@ -8,6 +8,15 @@
 #include <string>
 #include <vector>
 
+// For plain loops that stand in for a peer: compiled for the level that runs on this machine. Such
+// functions are never inlined, which one of the compilers wants to be told and the other does not.
+#ifdef __clang__
+#define RKD_BENCH_WIDE __attribute__((target_clones("arch=icelake-server", "avx2", "default")))
+#else
+#define RKD_BENCH_WIDE \
+  __attribute__((noinline, target_clones("arch=icelake-server", "avx2", "default")))
+#endif
+
 namespace bench {
 
 // One primitive beside its best peer. A performance covers `units` elements and should take some

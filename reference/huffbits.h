@@ -55,7 +55,7 @@ class Output {
   explicit Output(Samples<int> statistics) : statistics_(statistics) {}
 
   void symbol(int s) {
-    if (statistics_) return count(statistics_, s);
+    if (spec_ == nullptr) return count(statistics_, s);
     if (spec_->length[s] == 0) throw Fault{rkdStsCoefRangeErr};
     append(&bits, spec_->code[s], spec_->length[s]);
   }

@@ -176,7 +176,7 @@ class TimjHuffProg : public rkTest {
     coder<rkReference>.free();
   }
 
-  double getDivisor() const override { return coefs.total() / 64; }
+  double getDivisor() const override { return coefs.total() / 64.0; }
   tzString getUnit() const override { return "block"; }
 
  private:

@@ -32,8 +32,9 @@ class Tim_PCT : public rkImageTest {
   }
   /// The pixels that are transformed.
   double getDivisor() const override {
-    return double(io.size.width / unit.width * unit.width) *
-           (io.size.height / unit.height * unit.height);
+    const int width = io.size.width / unit.width * unit.width;
+    const int height = io.size.height / unit.height * unit.height;
+    return double(width) * height;
   }
   rkRange statedRange() const override { return {-16777216, 16777216}; }
 

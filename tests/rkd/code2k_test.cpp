@@ -106,7 +106,7 @@ class Trial {
     const Bytes bytes = encoder_.store(passes);
     EXPECT_EQ(hex(coded.firstBytes(passes)), hex(bytes));
     const std::vector<int> segments = coded.segments(passes);
-    const Coefficients got = decoder_.decode(bytes, segments, shape, coded.bitPlanes, passes);
+    Coefficients got = decoder_.decode(bytes, segments, shape, coded.bitPlanes, passes);
     EXPECT_EQ(rkdStsNoErr, decoder_.status);
     EXPECT_EQ(plain_.decode(bytes, segments, shape, coded.bitPlanes, passes), got);
 
@@ -313,7 +313,7 @@ TEST(CodeBlockRefuses, WhatCannotBeEncoded) {
 TEST(CodeBlockRefuses, WhatCannotBeDecoded) {
   Decoder<Library> decoder;
   const Bytes bytes(10, 0x11);
-  const auto status = [&](std::vector<int> lengths, int style, int planes, int passes) {
+  const auto status = [&](const std::vector<int>& lengths, int style, int planes, int passes) {
     decoder.decode(bytes, lengths, {sz(4, 4), 0, style}, planes, passes);
     return decoder.status;
   };
