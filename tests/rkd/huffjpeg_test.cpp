@@ -67,7 +67,7 @@ void forEachUnit(Frame& frame, const ScanHeader& scan, Unit unit) {
     Component& c = frame.components[size_t(scan.components[0])];
     for (int y = 0; y < c.ownDown; ++y) {
       for (int x = 0; x < c.ownAcross; ++x) {
-        unit(std::vector<Place>{{&c, &c.blocks[size_t(y * c.across + x)]}});
+        unit(std::vector<Place>{{&c, &c.blocks[size_t(y) * size_t(c.across) + size_t(x)]}});
       }
     }
     return;
@@ -79,7 +79,7 @@ void forEachUnit(Frame& frame, const ScanHeader& scan, Unit unit) {
         Component& c = frame.components[size_t(i)];
         for (int b = 0; b < c.h * c.v; ++b) {
           const int y = my * c.v + b / c.h, x = mx * c.h + b % c.h;
-          places.push_back({&c, &c.blocks[size_t(y * c.across + x)]});
+          places.push_back({&c, &c.blocks[size_t(y) * size_t(c.across) + size_t(x)]});
         }
       }
       unit(places);
@@ -393,14 +393,14 @@ std::vector<std::vector<Block>> ofPicture(const Frame& frame) {
     all.emplace_back();
     for (int y = 0; y < c.ownDown; ++y) {
       for (int x = 0; x < c.ownAcross; ++x) {
-        all.back().push_back(c.blocks[size_t(y * c.across + x)]);
+        all.back().push_back(c.blocks[size_t(y) * size_t(c.across) + size_t(x)]);
       }
     }
   }
   return all;
 }
 
-Frame randomFrame(int width, int height, std::vector<std::pair<int, int>> sampling) {
+Frame randomFrame(int width, int height, const std::vector<std::pair<int, int>>& sampling) {
   Random random;
   Frame frame;
   frame.width = width;
@@ -470,7 +470,7 @@ Bytes compressed(int width, int height, int quality,
   }
   jpeg_finish_compress(&c);
   jpeg_destroy_compress(&c);
-  const Bytes file(memory, memory + size);
+  Bytes file(memory, memory + size);
   std::free(memory);
   return file;
 }

@@ -513,8 +513,8 @@ TEST(HuffmanRow, InterleavesUpToFourPlanes) {
   forEachLevel([] {
     Random random;
     for (int planes = 1; planes <= 4; ++planes) {
-      std::vector<Table> tables;
-      for (int p = 0; p < planes; ++p) tables.push_back(differenceTable(random));
+      std::vector<Table> tables(static_cast<size_t>(planes));
+      for (Table& table : tables) table = differenceTable(random);
       RowCoder<Library> got(tables);
       RowCoder<Reference> want(tables);
       Out gotOut, wantOut;

@@ -134,7 +134,7 @@ Bytes tiff(const Picture& picture, Compression compression) {
     for (const uint32_t value : values) put(file, value, 4);
   }
   const auto directory = uint32_t(file.size());
-  for (int i = 0; i < 4; ++i) file[size_t(4 + i)] = uint8_t(directory >> 8 * i);
+  for (int i = 0; i < 4; ++i) file[size_t(4) + size_t(i)] = uint8_t(directory >> 8 * i);
   put(file, uint32_t(fields.size()), 2);
   for (const auto& [tag, values] : fields) {
     put(file, uint32_t(tag), 2);
