@@ -186,8 +186,8 @@ void bestSteps(const Block& b, const Sums& sums, int c, int& upper, int& lower) 
   }
 }
 
-// The ends in 5, 6, 5 bits, and whether all colours are on the level next to the upper one.
-bool fitEnds(const Block& b, Colour& upper, Colour& lower) {
+// The ends in 5, 6, 5 bits.
+void fitEnds(const Block& b, Colour& upper, Colour& lower) {
   const Sums sums = firstLevels(b);
   const bool shared = b.count * sums.q == sums.s * sums.s;
   for (int c = 0; c < 3; ++c) {
@@ -198,14 +198,12 @@ bool fitEnds(const Block& b, Colour& upper, Colour& lower) {
       bestSteps(b, sums, c, upper.c[c], lower.c[c]);
     }
   }
-  return shared;
 }
 
 void encodeColour(const Block& b, uint8_t* out) {
   Colour e0, e1;
-  const bool shared = fitEnds(b, e0, e1);
-  const bool swapped = b.three ? pack(e0) > pack(e1) : pack(e0) < pack(e1);
-  if (swapped) std::swap(e0, e1);
+  fitEnds(b, e0, e1);
+  if (b.three ? pack(e0) > pack(e1) : pack(e0) < pack(e1)) std::swap(e0, e1);
   const int ends = pack(e0) | pack(e1) << 16;
   // From one end to the other.
   const Colour w0 = widen(e0), w1 = widen(e1);
@@ -225,7 +223,6 @@ void encodeColour(const Block& b, uint8_t* out) {
   for (int i = 0; i < 16; ++i) {
     const Pixel& p = b.pixel[i];
     int index = beyond(p, 2) ? 0 : beyond(p, b.three ? 0 : 1) ? 2 : beyond(p, 0) ? 3 : 1;
-    if (shared) index = swapped && !b.three ? 3 : 2;
     if (pack(e0) == pack(e1)) index = 0;
     if (!b.counts[i]) index = 3;
     bits |= static_cast<uint32_t>(index) << (2 * i);

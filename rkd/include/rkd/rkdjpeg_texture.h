@@ -20,8 +20,8 @@
 ///    order, whose level next to the upper end is nearest; of these the closest together, then the
 ///    one with the smallest upper and then lower end.
 /// 5. The ends are ordered c0 >= c1 (three colours: c0 <= c1), and every colour takes the level that
-///    is nearest along the line between the widened ends, scaled like the axis, halves towards c1;
-///    colours that shared a level stay on that next to the upper end. Equal ends take index 0.
+///    is nearest along the line between the widened ends, scaled like the axis, halves towards c1.
+///    Equal ends take index 0.
 /// 6. DXT3 rounds alpha to multiples of 17. DXT5 takes the largest and the smallest alpha as ends,
 ///    and the nearest of the 8 levels.
 #ifndef RKD_RKDJPEG_TEXTURE_H_

@@ -7,7 +7,6 @@
 #define RKD_TEXTURE_BLOCKS_INL_H_
 #endif
 
-#include <algorithm>
 #include <array>
 
 #include "common/lanes-inl.h"

@@ -4,6 +4,8 @@
 #define HWY_TARGET_INCLUDE "texture/decode.cpp"
 #include "hwy/foreach_target.h"
 
+#include <algorithm>
+
 #include "common/lanes-inl.h"
 #include "common/levels.h"
 #include "hwy/highway.h"

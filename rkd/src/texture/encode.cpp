@@ -5,6 +5,8 @@
 #define HWY_TARGET_INCLUDE "texture/encode.cpp"
 #include "hwy/foreach_target.h"
 
+#include <algorithm>
+
 #include "common/lanes-inl.h"
 #include "common/levels.h"
 #include "hwy/highway.h"
@@ -294,9 +296,9 @@ class EndSearch {
   V32 m_countLast2, m_sLast;
 };
 
-// The ends in 5, 6, 5 bits; tells which blocks have all colours on the level next to the upper one.
+// The ends in 5, 6, 5 bits.
 template <bool kOpaque>
-RKD_BLOCK V32 fitEnds(const Group& g, Ends& e) {
+RKD_BLOCK void fitEnds(const Group& g, Ends& e) {
   Moments moments;
   measure<kOpaque>(g, moments);
   Levels levels;
@@ -306,7 +308,6 @@ RKD_BLOCK V32 fitEnds(const Group& g, Ends& e) {
   if (!hn::AllFalse(D32(), search.shared())) {
     eachChannel([&](auto c) HWY_ATTR { search.template runShared<c>(e.upper.c[c], e.lower.c[c]); });
   }
-  return hn::VecFromMask(D32(), search.shared());
 }
 
 HWY_INLINE V32 pack565(const Colours& e) {
@@ -362,7 +363,7 @@ RKD_BLOCK V32 lastLevels(const Group& g, const Ends& e) {
 template <bool kOpaque>
 RKD_BLOCK void encodeColours(const Group& g, V32* word) {
   Ends e;
-  const V32 shared = fitEnds<kOpaque>(g, e);
+  fitEnds<kOpaque>(g, e);
   const V32 upper = pack565(e.upper), lower = pack565(e.lower);
   M32 swap = hn::Lt(upper, lower);
   if constexpr (!kOpaque) {
@@ -381,11 +382,6 @@ RKD_BLOCK void encodeColours(const Group& g, V32* word) {
   const V32 even = all(0x55555555);
   V32 indices = hn::Or(hn::AndNot(even, hn::Xor(levels, hn::Add(levels, levels))),
                        hn::AndNot(shiftRight<1>(levels), even));
-  V32 sharedIndices = choose(swap, all(-1), all(static_cast<int>(0xAAAAAAAA)));
-  if constexpr (!kOpaque) {
-    sharedIndices = hn::IfVecThenElse(g.three, all(static_cast<int>(0xAAAAAAAA)), sharedIndices);
-  }
-  indices = hn::IfVecThenElse(shared, sharedIndices, indices);
   indices = hn::IfThenZeroElse(hn::Eq(upper, lower), indices);
   if constexpr (!kOpaque) {
     V16 transparent = all16(0);
