@@ -99,6 +99,38 @@ TEST(Colour, EveryLevelEqualsTheReferenceOnPackedPixels) {
   });
 }
 
+/// Every pair of values in two channels, with some of the channel `third`. Conversions are sums of
+/// parts that depend on two channels, so that no rounding stays unseen.
+template <class Function>
+void expectEveryPair(const char* name, Function function, Function reference, int third) {
+  const RkdiSize size = sz(256, 256);
+  Planes3 src(size, {}), got(size, {}), want(size, {});
+  for (const int value : {0, 1, 100, 128, 255}) {
+    for (int p = 0, axis = 0; p < 3; ++p) {
+      int i = 0;
+      const bool isAcross = p != third && axis++ == 0;
+      src.canvas[p].fill([&] {
+        const int x = i % 256, y = i / 256;
+        ++i;
+        return p == third ? value : isAcross ? x : y;
+      });
+    }
+    ASSERT_EQ(rkdStsNoErr, reference(src.in(), src.step(), want.out(), want.step(), size));
+    ASSERT_EQ(rkdStsNoErr, function(src.in(), src.step(), got.out(), got.step(), size));
+    ASSERT_TRUE(got.sameAs(want)) << name << ", the other channel " << value;
+  }
+}
+
+TEST(Colour, EveryLevelEqualsTheReferenceForEveryPairOfValues) {
+  forEachLevel([] {
+    expectEveryPair("to RGB", rkdiYCbCrToRGB_JPEG_8u_P3R, ref::rkdiYCbCrToRGB_JPEG_8u_P3R, 0);
+    for (int third = 0; third < 3; ++third) {
+      expectEveryPair("to YCbCr", rkdiRGBToYCbCr_JPEG_8u_P3R, ref::rkdiRGBToYCbCr_JPEG_8u_P3R,
+                      third);
+    }
+  });
+}
+
 /// All colours with every second value of each channel, or with every value.
 TEST(Colour, StaysWithinOneOfTheExactConversion) {
   const int stride = exhaustive() ? 1 : 3;

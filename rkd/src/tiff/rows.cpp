@@ -142,6 +142,9 @@ struct Reader {
   int left() const { return length - position; }
 };
 
+// A header byte with its sign: below zero for runs.
+int headerOf(uint8_t byte) { return (byte ^ 0x80) - 0x80; }
+
 // Unpacks packets to dst, which has room for `room` bytes, in chunks that may go beyond a packet,
 // as long as source and room have whole chunks for it. Returns the bytes that the packets stand
 // for.
@@ -150,7 +153,7 @@ int unpackInChunks(Reader& in, uint8_t* dst, int room) {
   int x = 0;
   while (in.left() > 1) {
     const uint8_t* const src = in.src + in.position;
-    const int header = static_cast<int8_t>(src[0]);
+    const int header = headerOf(src[0]);
     const int count = header < 0 ? 1 - header : 1 + header;
     const int chunked = (count + chunk - 1) / chunk * chunk;
     if (header == -128 || chunked > room - x) break;
@@ -171,7 +174,7 @@ int unpackInChunks(Reader& in, uint8_t* dst, int room) {
 
 // Unpacks one packet to dst, which has room for `room` > 0 bytes; *count: the bytes written.
 RkdStatus unpackPacket(Reader& in, uint8_t* dst, int room, int* count) {
-  const int header = static_cast<int8_t>(in.src[in.position++]);
+  const int header = headerOf(in.src[in.position++]);
   *count = 0;
   if (header == -128) return rkdStsNoErr;
   const bool isRun = header < 0;
