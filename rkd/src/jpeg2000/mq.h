@@ -212,43 +212,62 @@ class MqEncoder {
   uint8_t* limit_;
 };
 
-/// The fewest of the segment's bytes from which every decision up to the mark can be decoded, when
-/// what is missing reads as ones: behind the last kept byte the highest value of the interval at
-/// the mark must not be exceeded. Returns the place behind the last byte.
-inline const uint8_t* mqNeeded(const MqMark& mark, const uint8_t* first, const uint8_t* end) {
-  // That value, byte by byte from the last one that was out at the mark; ones follow it.
-  constexpr int bytes = 6;
-  std::array<uint8_t, bytes> most;
-  std::array<bool, bytes> allOnes;
-  uint64_t code = uint64_t{mark.code} + mark.interval - 1;
-  unsigned byte = mark.lastByte;
-  unsigned count = unsigned(mark.count);
-  bool stuffed = mark.last >= first && mark.last[-1] == 0xFF;
-  for (int i = 0; i < bytes; ++i) {
-    code = ((code + 1) << count) - 1;
-    const bool wasStuffed = stuffed;
-    stuffed = byte == 0xFF;
-    if (!stuffed && (code & 0x8000000) != 0) {
-      code &= 0x7FFFFFF;
-      stuffed = ++byte == 0xFF;
+/// A limit of the interval at a mark, byte by byte from the last one that was out.
+struct MqLimit {
+  static constexpr int bytes = 6;  ///< behind them only the fill follows
+  std::array<uint8_t, bytes> byte;
+  std::array<int, bytes> aboveOnes;  ///< what it exceeds a byte of ones by
+
+  MqLimit(const MqMark& mark, bool afterFF, uint64_t code, unsigned fill) {
+    unsigned next = mark.lastByte;
+    unsigned count = unsigned(mark.count);
+    for (size_t i = 0; i < size_t{bytes}; ++i) {
+      code = ((code + fill) << count) - fill;
+      const unsigned ones = afterFF ? 0x7F : 0xFF;
+      afterFF = next == 0xFF;
+      if (!afterFF && (code & 0x8000000) != 0) {
+        code &= 0x7FFFFFF;
+        afterFF = ++next == 0xFF;
+      }
+      byte[i] = uint8_t(next);
+      aboveOnes[i] = int(next) - int(ones);
+      const unsigned at = afterFF ? 20 : 19;
+      next = unsigned(code >> at);
+      code &= (uint64_t{1} << at) - 1;
+      count = afterFF ? 7 : 8;
     }
-    most[size_t(i)] = uint8_t(byte);
-    allOnes[size_t(i)] = byte == (wasStuffed ? 0x7F : 0xFF);
-    const unsigned at = stuffed ? 20 : 19;
-    byte = unsigned(code >> at);
-    code &= (uint64_t{1} << at) - 1;
-    count = stuffed ? 7 : 8;
   }
-  int i = 0;
-  while (i < bytes && mark.last + i < end && (mark.last[i] == most[size_t(i)])) ++i;
-  if (mark.last + i >= end) i = int(end - mark.last) - 1;
-  // Ones at the end of the highest value need not be sent: they are what the decoder supposes.
-  int ones = bytes;
-  while (ones > 0 && allOnes[size_t(ones) - 1]) --ones;
-  const uint8_t* needed = mark.last + (ones < i + 1 ? ones : i + 1);
-  if (ones == 0) {
-    while (needed > first && needed[-1] == (needed[-2] == 0xFF ? 0x7F : 0xFF)) --needed;
+  /// Whether ones from byte `from` on are on the inner side of the limit, if the bytes before are
+  /// the limit's own.
+  bool allowsOnes(int from, bool upper) const {
+    while (from < bytes && aboveOnes[size_t(from)] == 0) ++from;
+    return from >= bytes || (aboveOnes[size_t(from)] > 0) == upper;
   }
+  /// How many bytes of a segment are the limit's own.
+  int common(const uint8_t* at, int length) const {
+    int i = 0;
+    while (i < bytes && i < length && at[i] == byte[size_t(i)]) ++i;
+    return i;
+  }
+};
+
+/// The fewest of the segment's bytes from which every decision up to the mark can be decoded, when
+/// what is missing reads as ones: the code must stay within the interval at the mark. Returns the
+/// place behind the last byte.
+inline const uint8_t* mqNeeded(const MqMark& mark, const uint8_t* first, const uint8_t* end) {
+  const bool afterFF = mark.last >= first && mark.last[-1] == 0xFF;
+  const MqLimit least(mark, afterFF, mark.code, 0);
+  const MqLimit most(mark, afterFF, uint64_t{mark.code} + mark.interval - 1, 1);
+  const int length = int(end - mark.last);
+  const int likeLeast = least.common(mark.last, length);
+  const int likeMost = most.common(mark.last, length);
+  int kept = 0;
+  while (kept < length && ((kept <= likeLeast && !least.allowsOnes(kept, false)) ||
+                           (kept <= likeMost && !most.allowsOnes(kept, true)))) {
+    ++kept;
+  }
+  const uint8_t* needed = mark.last + (kept < length ? kept : length);
+  while (needed > first && needed[-1] == (needed[-2] == 0xFF ? 0x7F : 0xFF)) --needed;
   return needed < first ? first : needed;
 }
 
