@@ -147,23 +147,52 @@ HWY_INLINE void convertTile(const typename In::Sample* const* src, typename Out:
   Out::store(c, dst, x);
 }
 
+// `bytes` bytes between a row and a buffer of whole vectors, of which the rest becomes 0 (copyIn).
+template <size_t kSize>
+HWY_INLINE void copyIn(const void* from, size_t bytes, uint8_t* buffer) {
+#if HWY_TARGET <= HWY_AVX3
+  const D8 d8;
+  const auto* row = static_cast<const uint8_t*>(from);
+  for (size_t i = 0; i < kSize; i += kTile) {
+    hn::Store(load(d8, row + i, Part{bytes > i ? HWY_MIN(bytes - i, kTile) : 0}), d8, buffer + i);
+  }
+#else
+  std::memcpy(buffer, from, bytes);
+  std::memset(buffer + bytes, 0, kSize - bytes);
+#endif
+}
+template <size_t kSize>
+HWY_INLINE void copyOut(const uint8_t* buffer, size_t bytes, void* to) {
+#if HWY_TARGET <= HWY_AVX3
+  const D8 d8;
+  auto* row = static_cast<uint8_t*>(to);
+  for (size_t i = 0; i < kSize && i < bytes; i += kTile) {
+    store(hn::Load(d8, buffer + i), d8, row + i, Part{HWY_MIN(bytes - i, kTile)});
+  }
+#else
+  std::memcpy(to, buffer, bytes);
+#endif
+}
+
 // A row shorter than a tile goes through buffers of one tile.
 template <class In, class Operation, class Out>
 HWY_NOINLINE void convertShortRow(const typename In::Sample* const* src,
                                   typename Out::Sample* const* dst, size_t width) {
-  HWY_ALIGN typename In::Sample in[In::kPlanes][kTile * In::kSamples] = {};
-  HWY_ALIGN typename Out::Sample out[Out::kPlanes][kTile * Out::kSamples];
+  constexpr size_t kIn = In::kSamples * sizeof(typename In::Sample);
+  constexpr size_t kOut = Out::kSamples * sizeof(typename Out::Sample);
+  HWY_ALIGN uint8_t in[In::kPlanes][kTile * kIn];
+  HWY_ALIGN uint8_t out[Out::kPlanes][kTile * kOut];
   const typename In::Sample* inPlanes[In::kPlanes];
   typename Out::Sample* outPlanes[Out::kPlanes];
   for (int p = 0; p < In::kPlanes; ++p) {
-    std::memcpy(in[p], static_cast<const void*>(src[p]), width * In::kSamples * sizeof(in[0][0]));
-    inPlanes[p] = in[p];
+    copyIn<kTile * kIn>(src[p], width * kIn, in[p]);
+    inPlanes[p] = reinterpret_cast<const typename In::Sample*>(in[p]);
   }
-  for (int p = 0; p < Out::kPlanes; ++p) outPlanes[p] = out[p];
-  convertTile<In, Operation, Out>(inPlanes, outPlanes, 0);
   for (int p = 0; p < Out::kPlanes; ++p) {
-    std::memcpy(static_cast<void*>(dst[p]), out[p], width * Out::kSamples * sizeof(out[0][0]));
+    outPlanes[p] = reinterpret_cast<typename Out::Sample*>(out[p]);
   }
+  convertTile<In, Operation, Out>(inPlanes, outPlanes, 0);
+  for (int p = 0; p < Out::kPlanes; ++p) copyOut<kTile * kOut>(out[p], width * kOut, dst[p]);
 }
 
 // Operands do not overlap, so the last tile of a row may convert some pixels once more. (Formats

@@ -196,6 +196,14 @@ struct RowSums {
   }
 };
 
+// Outputs from their weights of 16: (.. + 8) >> 4 on the left, in the lower byte of a pair, and
+// .. >> 4 on the right.
+HWY_INLINE V8 outputPairs(V16 left, V16 right) {
+  const D8 d8;
+  const V16 lower = roundedProduct(left, hn::Set(D16(), 2048));
+  return hn::OddEven(hn::BitCast(d8, hn::ShiftLeft<4>(right)), hn::BitCast(d8, lower));
+}
+
 // Three times the sums of the near row, the right ones with their rounding.
 struct NearSums {
   V16 left[2], right[2];
@@ -208,16 +216,29 @@ struct NearSums {
     }
   }
   HWY_INLINE void outputs(const RowSums& far, V8* out) const {
-    const D8 d8;
     for (int h = 0; h < 2; ++h) {
-      // (.. + 8) >> 4 in the lower byte, .. >> 4 in the upper one.
-      const V16 l = roundedProduct(hn::Add(left[h], far.left[h]), hn::Set(D16(), 2048));
-      const V16 r = hn::ShiftLeft<4>(hn::Add(right[h], far.right[h]));
-      out[h] = hn::OddEven(hn::BitCast(d8, r), hn::BitCast(d8, l));
+      out[h] = outputPairs(hn::Add(left[h], far.left[h]), hn::Add(right[h], far.right[h]));
     }
     orderPairs(out);
   }
 };
+
+// The same from two rows alone, which takes less when no row has a part in others: weighted between
+// the rows first.
+HWY_INLINE void outputsOfTwo(const Samples& near, const Samples& far, V8* out) {
+  const V16 rounding = hn::Set(D16(), 7);
+  V8 here[2], before[2], after[2];
+  joinBytes(near.here, far.here, here);
+  joinBytes(near.before, far.before, before);
+  joinBytes(near.after, far.after, after);
+  for (int h = 0; h < 2; ++h) {
+    const V16 three = byteProducts(here[h], bytePair(9, 3));
+    const V16 left = byteProducts(before[h], bytePair(3, 1));
+    const V16 right = hn::Add(byteProducts(after[h], bytePair(3, 1)), rounding);
+    out[h] = outputPairs(hn::Add(three, left), hn::Add(three, right));
+  }
+  orderPairs(out);
+}
 
 // Rows that a strip of one tile's width goes down before the next strip follows: few enough for
 // their pages, enough to make little of the two rows that are weighted again.
@@ -256,7 +277,7 @@ void upRowH2V1(const uint8_t* src, size_t width, uint8_t* dst) {
 void upRowH2V2(const uint8_t* near, const uint8_t* far, size_t width, uint8_t* dst) {
   overTiles(width, [&](size_t i) HWY_ATTR {
     V8 out[2];
-    NearSums(RowSums(near, i, width)).outputs(RowSums(far, i, width), out);
+    outputsOfTwo(Samples(near, i, width), Samples(far, i, width), out);
     storeOutputs(out, i, dst, 2 * width);
   });
 }
