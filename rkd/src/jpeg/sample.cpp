@@ -130,6 +130,11 @@ HWY_INLINE V8 mean3to1Up(V8 a, V8 b) {
   return hn::AverageRound(a, hn::Not(hn::AverageRound(hn::Not(a), hn::Not(b))));
 }
 
+// For lambdas too large for the compiler to put where they are called, and called too often for
+// less.
+#undef RKD_INLINE_BODY
+#define RKD_INLINE_BODY HWY_ATTR __attribute__((always_inline))
+
 // The kTile samples of a row from i on, fewer of a shorter row, with their neighbours: at the edge
 // the sample itself.
 struct Samples {
@@ -170,7 +175,7 @@ HWY_INLINE void storeOutputs(const V8* v, size_t i, uint8_t* dst, size_t outputs
 }
 
 HWY_INLINE void triangleRowH2V1(const uint8_t* row, size_t width, uint8_t* dst, size_t outputs) {
-  overTiles(width, [&](size_t i) HWY_ATTR {
+  overTiles(width, [&](size_t i) RKD_INLINE_BODY {
     const Samples s(row, i, width);
     V8 out[2];
     interleave(mean3to1Down(s.here, s.before), mean3to1Up(s.here, s.after), out);
@@ -275,7 +280,7 @@ void upRowH2V1(const uint8_t* src, size_t width, uint8_t* dst) {
   triangleRowH2V1(src, width, dst, 2 * width);
 }
 void upRowH2V2(const uint8_t* near, const uint8_t* far, size_t width, uint8_t* dst) {
-  overTiles(width, [&](size_t i) HWY_ATTR {
+  overTiles(width, [&](size_t i) RKD_INLINE_BODY {
     V8 out[2];
     outputsOfTwo(Samples(near, i, width), Samples(far, i, width), out);
     storeOutputs(out, i, dst, 2 * width);
