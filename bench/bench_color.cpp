@@ -2,7 +2,6 @@
 // does in one pass what the peer does in three: conversion, sampling, level shift.
 #include <cstring>
 #include <memory>
-#include <vector>
 
 #include "bench_peerrows.h"
 #include "benchkit.h"
@@ -42,7 +41,7 @@ struct Picture {
   PlaneRows out{3 * kWidth, kHeight};
   PlaneRows ycc[3] = {{kWidth, kHeight}, {kWidth, kHeight}, {kWidth, kHeight}};
   PlaneRows half[2] = {{kWidth / 2, kHeight}, {kWidth / 2, kHeight}};
-  std::vector<int16_t> blocks[3];
+  alignas(64) int16_t blocks[3][kPixels + 3 * kWidth];
   uint8_t* planes[3];
   uint8_t** planeRows[3];
 
@@ -55,7 +54,6 @@ struct Picture {
       }
     }
     for (int p = 0; p < 3; ++p) {
-      blocks[p].resize(kPixels + 3 * kWidth);
       planes[p] = ycc[p].data();
       planeRows[p] = ycc[p].rows();
     }
@@ -99,7 +97,7 @@ constexpr Sampling k444 = {1, 1}, k422 = {2, 1}, k411 = {2, 2};
 template <class Body>
 void overMcus(Picture& p, Sampling s, Body body) {
   const int first = 64 * s.across * s.down;
-  int16_t* plane[3] = {p.blocks[0].data(), p.blocks[1].data(), p.blocks[2].data()};
+  int16_t* plane[3] = {p.blocks[0], p.blocks[1], p.blocks[2]};
   for (int y = 0; y < kHeight; y += 8 * s.down) {
     for (int x = 0; x < kWidth; x += 8 * s.across) {
       body(x, y, plane);
@@ -232,7 +230,7 @@ template <class Body>
 std::function<void()> overRows(PlaneRows& pixels, Picture& p, Body body) {
   return [&pixels, &p, body] {
     for (int y = 0; y < kHeight; ++y) {
-      int16_t* words = p.blocks[y % 3].data() + y / 3 * 3 * kWidth;
+      int16_t* words = p.blocks[y % 3] + y / 3 * 3 * kWidth;
       body(pixels.rows()[y], words, 3 * kWidth);
     }
   };

@@ -137,10 +137,10 @@ HWY_INLINE void storeQuarter(const Words& even, const Words& odd, int16_t* plane
                 plane + row / 2 * 8);
 }
 
-// ---- whole MCUs ----
+// ---- whole MCUs. Kernels return the status, so that entry points end in a jump ----
 
 template <class S, class Format, class Operation, int P>
-HWY_INLINE void toBlocks(const typename Format::Sample* src, int step, int16_t* const* dst) {
+HWY_INLINE RkdStatus toBlocks(const typename Format::Sample* src, int step, int16_t* const* dst) {
   for (int row = 0; row < S::kHeight; row += S::kRowsAtOnce) {
     Words c[4];
     loadShifted<Operation, Format, P>(mcuPlace<S, Format>(src, step, row), c);
@@ -163,6 +163,7 @@ HWY_INLINE void toBlocks(const typename Format::Sample* src, int step, int16_t* 
       }
     }
   }
+  return rkdStsNoErr;
 }
 
 // What Cb and Cr of some pixels make of their channels, once for all pixels that share them.
@@ -209,7 +210,7 @@ HWY_INLINE void putTile(const Words& y, const Words& key, const Rgb3* part,
 }
 
 template <class S, class Format, class Operation, int P>
-HWY_INLINE void fromBlocks(const int16_t* const* src, typename Format::Sample* dst, int step) {
+HWY_INLINE RkdStatus fromBlocks(const int16_t* const* src, typename Format::Sample* dst, int step) {
   const D16 d16;
   for (int row = 0; row < S::kHeight; row += S::kRowsAtOnce) {
     Rgb3 part[2];
@@ -233,6 +234,7 @@ HWY_INLINE void fromBlocks(const int16_t* const* src, typename Format::Sample* d
       put(y, P == 4 ? loadFull<S>(src[P - 1], row) : y, part, dst, step, row);
     }
   }
+  return rkdStsNoErr;
 }
 
 }  // namespace rkd::HWY_NAMESPACE

@@ -13,13 +13,13 @@ HWY_BEFORE_NAMESPACE();
 namespace rkd::HWY_NAMESPACE {
 
 // Kernels: FORWARD or INVERSE(name, shape, pixel format, operation, planes).
-#define FORWARD(name, S, Format, Operation, P)                          \
-  void name(const Format::Sample* src, int step, int16_t* const* dst) { \
-    toBlocks<S, Format, Operation, P>(src, step, dst);                  \
+#define FORWARD(name, S, Format, Operation, P)                               \
+  RkdStatus name(const Format::Sample* src, int step, int16_t* const* dst) { \
+    return toBlocks<S, Format, Operation, P>(src, step, dst);                \
   }
-#define INVERSE(name, S, Format, Operation, P)                          \
-  void name(const int16_t* const* src, Format::Sample* dst, int step) { \
-    fromBlocks<S, Format, Operation, P>(src, dst, step);                \
+#define INVERSE(name, S, Format, Operation, P)                               \
+  RkdStatus name(const int16_t* const* src, Format::Sample* dst, int step) { \
+    return fromBlocks<S, Format, Operation, P>(src, dst, step);              \
   }
 
 FORWARD(rgbToYcc444, Shape444, Rgb, ToYcc, 3)

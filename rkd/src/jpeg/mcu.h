@@ -13,8 +13,7 @@ inline RkdStatus runMcuForward(Kernel kernel, const S* src, int srcStep, int16_t
           firstOf(checkPointers(src), checkPlanes(dst, P), checkStep<S>(srcStep, rowSamples))) {
     return status;
   }
-  kernel(src, srcStep, dst);
-  return rkdStsNoErr;
+  return kernel(src, srcStep, dst);
 }
 
 template <int P, class D, class Kernel>
@@ -24,8 +23,7 @@ inline RkdStatus runMcuInverse(Kernel kernel, const int16_t* const* src, D* dst,
           firstOf(checkPlanes(src, P), checkPointers(dst), checkStep<D>(dstStep, rowSamples))) {
     return status;
   }
-  kernel(src, dst, dstStep);
-  return rkdStsNoErr;
+  return kernel(src, dst, dstStep);
 }
 
 }  // namespace rkd

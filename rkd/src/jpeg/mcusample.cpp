@@ -13,13 +13,13 @@ HWY_BEFORE_NAMESPACE();
 namespace rkd::HWY_NAMESPACE {
 
 // Kernels: FORWARD or INVERSE(name, shape, pixel format, operation, planes).
-#define FORWARD(name, S, Format, Operation, P)                          \
-  void name(const Format::Sample* src, int step, int16_t* const* dst) { \
-    toBlocks<S, Format, Operation, P>(src, step, dst);                  \
+#define FORWARD(name, S, Format, Operation, P)                               \
+  RkdStatus name(const Format::Sample* src, int step, int16_t* const* dst) { \
+    return toBlocks<S, Format, Operation, P>(src, step, dst);                \
   }
-#define INVERSE(name, S, Format, Operation, P)                          \
-  void name(const int16_t* const* src, Format::Sample* dst, int step) { \
-    fromBlocks<S, Format, Operation, P>(src, dst, step);                \
+#define INVERSE(name, S, Format, Operation, P)                               \
+  RkdStatus name(const int16_t* const* src, Format::Sample* dst, int step) { \
+    return fromBlocks<S, Format, Operation, P>(src, dst, step);              \
   }
 
 FORWARD(sampleDown444, Shape444, Rgb, NoConversion, 3)
@@ -33,7 +33,7 @@ INVERSE(sampleUp411, Shape411, Rgb, NoConversion, 3)
 #undef INVERSE
 
 // Y Cb Y Cr pixels: Cb and Cr have their half width already.
-void split422(const uint8_t* src, int step, int16_t* const* dst) {
+RkdStatus split422(const uint8_t* src, int step, int16_t* const* dst) {
   const D16 d16;
   for (int row = 0; row < 8; row += Shape422::kRowsAtOnce) {
     V16 half[2];
@@ -53,9 +53,10 @@ void split422(const uint8_t* src, int step, int16_t* const* dst) {
     hn::StoreU(shiftDown(cb), d16, dst[1] + row * 8);
     hn::StoreU(shiftDown(cr), d16, dst[2] + row * 8);
   }
+  return rkdStsNoErr;
 }
 
-void join422(const int16_t* const* src, uint8_t* dst, int step) {
+RkdStatus join422(const int16_t* const* src, uint8_t* dst, int step) {
   const D8 d8;
   const D16 d16;
   const V8 centre = hn::Set(d8, 128);
@@ -68,6 +69,7 @@ void join422(const int16_t* const* src, uint8_t* dst, int step) {
                          hn::BitCast(d16, hn::InterleaveUpper(d8, y, chroma))};
     storeWords(half, mcuPlace<Shape422, Yuyv>(dst, step, row));
   }
+  return rkdStsNoErr;
 }
 
 }  // namespace rkd::HWY_NAMESPACE
