@@ -1,9 +1,10 @@
-// The lifting steps of both wavelets on vectors, lines and sweeps down the rows, compiled once per
-// level. Include after "hwy/highway.h", inside no namespace.
+// The lifting steps of both wavelets on vectors, and sweeps down the rows, compiled once per level.
+// Include after "hwy/highway.h", inside no namespace.
 //
-// A line is parted into its low and its high samples; lifting then is the same work in both
-// directions: out[i] = step(own[i], a[i], b[i]), where a and b are the other samples to the left
-// and right, or the rows above and below.
+// Lifting is the same work in both directions: own = step(own, a, b), where own is a low or high
+// sample, a and b are the ones of the other kind before and behind it. All steps are made at one
+// place after the other, a place being a pair of samples, along lines (waveletline-inl.h) or a pair
+// of rows.
 #if defined(RKD_JPEG2000_WAVELET_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef RKD_JPEG2000_WAVELET_INL_H_
 #undef RKD_JPEG2000_WAVELET_INL_H_
@@ -21,11 +22,12 @@
 HWY_BEFORE_NAMESPACE();
 namespace rkd::HWY_NAMESPACE {
 
-template <class T>
-using Lanes = hn::ScalableTag<T>;
-template <class T>
-using Vector = hn::Vec<Lanes<T>>;
-using VF = Vector<float>;
+// Passes over rows with little arithmetic run best in vectors of 32 bytes: longer stores make loads
+// wait whose addresses differ from theirs by about a multiple of 4096.
+template <class Kernel, class T>
+using RowLanes = hn::CappedTag<T, (Kernel::kScales && std::is_integral_v<T> ? 64 : 32) / sizeof(T)>;
+template <class V>
+using Sample = hn::TFromD<hn::DFromV<V>>;
 
 enum Band { kLow = 0, kHigh = 1 };
 
@@ -68,64 +70,92 @@ struct D97 {
     return static_cast<int>(weight * (1 << bits) + (weight < 0 ? -.5 : .5));
   }
 
-  template <int step, bool inverse>
-  static HWY_INLINE VF lift(VF own, VF a, VF b) {
-    constexpr double weight = inverse ? -kWeight[step] : kWeight[step];
-    return hn::MulAdd(hn::Set(Lanes<float>(), static_cast<float>(weight)), hn::Add(a, b), own);
-  }
-  template <int step, bool inverse>
-  static RKD_BLOCK V16 lift(V16 own, V16 a, V16 b) {
-    constexpr int weight = fixedPoint(kWeight[step], 14);
-    const V16 term = pairs16(a, b, pairOf(weight, weight), 1 << 13);
-    return inverse ? hn::SaturatedSub(own, term) : hn::SaturatedAdd(own, term);
-  }
-  template <int step, bool inverse>
-  static RKD_BLOCK V32 lift(V32 own, V32 a, V32 b) {
-    const V32 term = product32(hn::Add(a, b), fixedPoint(kWeight[step], 28));
-    return inverse ? hn::Sub(own, term) : hn::Add(own, term);
+  template <int step, bool inverse, class V>
+  static RKD_BLOCK V lift(V own, V a, V b) {
+    const hn::DFromV<V> d;
+    if constexpr (std::is_floating_point_v<Sample<V>>) {
+      constexpr double weight = inverse ? -kWeight[step] : kWeight[step];
+      return hn::MulAdd(hn::Set(d, static_cast<float>(weight)), hn::Add(a, b), own);
+    } else if constexpr (sizeof(Sample<V>) == 2) {
+      constexpr int weight = fixedPoint(kWeight[step], 14);
+      const V term = weightedPairs(a, b, weight, weight, 1 << 13);
+      return inverse ? hn::SaturatedSub(own, term) : hn::SaturatedAdd(own, term);
+    } else {
+      const V term = product32(hn::Add(a, b), fixedPoint(kWeight[step], 28));
+      return inverse ? hn::Sub(own, term) : hn::Add(own, term);
+    }
   }
 
   // Times K, or divided by it.
-  template <bool byK>
-  static HWY_INLINE VF scale(VF v) {
-    return hn::Mul(v, hn::Set(Lanes<float>(), static_cast<float>(byK ? kK : 1 / kK)));
-  }
-  template <bool byK>
-  static RKD_BLOCK V16 scale(V16 v) {
-    return pairs16(v, hn::Set(D16(), 1), pairOf(fixedPoint(byK ? kK : 1 / kK, 14), 1 << 13), 0);
-  }
-  template <bool byK>
-  static RKD_BLOCK V32 scale(V32 v) {
-    return product32(v, fixedPoint(byK ? kK : 1 / kK, 28));
+  template <bool byK, class V>
+  static RKD_BLOCK V scale(V v) {
+    const hn::DFromV<V> d;
+    constexpr double factor = byK ? kK : 1 / kK;
+    if constexpr (std::is_floating_point_v<Sample<V>>) {
+      return hn::Mul(v, hn::Set(d, static_cast<float>(factor)));
+    } else if constexpr (sizeof(Sample<V>) == 2) {
+      return weightedPairs(v, hn::Set(d, 1), fixedPoint(factor, 14), 1 << 13, 0);
+    } else {
+      return product32(v, fixedPoint(factor, 28));
+    }
   }
 
  private:
-  // (a * first weight + b * second weight + start) >> 14, saturated.
-  static HWY_INLINE V16 pairs16(V16 a, V16 b, V16 weights, int start) {
-    const V32 bias = hn::Set(D32(), start);
-    const V32 low = addPairProducts(bias, hn::InterleaveLower(D16(), a, b), weights);
-    const V32 high = addPairProducts(bias, hn::InterleaveUpper(D16(), a, b), weights);
-    return pack16(hn::ShiftRight<14>(low), hn::ShiftRight<14>(high));
+  // (a * first + b * second + start) >> 14 of 16-bit samples, saturated.
+  template <class V>
+  static HWY_INLINE V weightedPairs(V a, V b, int first, int second, int start) {
+    const hn::DFromV<V> d;
+    const hn::RepartitionToWide<decltype(d)> d32;
+    const auto pair = static_cast<uint32_t>(first & 0xFFFF) | static_cast<uint32_t>(second) << 16;
+    const V weights = hn::BitCast(d, hn::Set(d32, static_cast<int32_t>(pair)));
+    const auto bias = hn::Set(d32, start);
+    const auto low = addPairProducts(bias, hn::InterleaveLower(d, a, b), weights);
+    const auto high = addPairProducts(bias, hn::InterleaveUpper(d, a, b), weights);
+    return hn::ReorderDemote2To(d, hn::ShiftRight<14>(low), hn::ShiftRight<14>(high));
   }
   // (v * weight + 2^27) >> 28, of which the low 32 bits: shifts need not know the sign.
-  static HWY_INLINE V32 product32(V32 v, int weight) {
-    const hn::Repartition<int64_t, D32> d64;
-    const hn::Repartition<uint64_t, D32> du64;
-    const V32 w = hn::Set(D32(), weight);
+  template <class V>
+  static HWY_INLINE V product32(V v, int weight) {
+    const hn::DFromV<V> d;
+    const hn::Repartition<int64_t, decltype(d)> d64;
+    const hn::Repartition<uint64_t, decltype(d)> du64;
+    const V w = hn::Set(d, weight);
     const auto half = hn::Set(d64, int64_t{1} << 27);
-    const V32 odd = hn::BitCast(D32(), hn::ShiftRight<32>(hn::BitCast(du64, v)));
+    const V odd = hn::BitCast(d, hn::ShiftRight<32>(hn::BitCast(du64, v)));
     const auto evens = hn::Add(hn::MulEven(v, w), half);
     const auto odds = hn::Add(hn::MulEven(odd, w), half);
-    return hn::OddEven(hn::BitCast(D32(), hn::ShiftLeft<4>(odds)),
-                       hn::BitCast(D32(), hn::ShiftRight<28>(hn::BitCast(du64, evens))));
+    return hn::OddEven(hn::BitCast(d, hn::ShiftLeft<4>(odds)),
+                       hn::BitCast(d, hn::ShiftRight<28>(hn::BitCast(du64, evens))));
   }
 };
 
-// ---- rows of samples ----
+// ---- all steps at once ----
+
+// What lifting one place gives: the result of the last step and that of the step before.
+template <class V>
+struct Lifted {
+  V last, other;
+};
+
+// Makes the steps from t on. Every step changes what is behind the newest result, by that result
+// and by the one of its kind a place before, which before(t, newest) tells.
+template <class Kernel, bool inverse, int t = 0, class V, class Before>
+HWY_INLINE Lifted<V> liftPlace(V own, V newest, const Before& before) {
+  const V previous = before(t, newest);
+  const V result = Kernel::template lift < inverse ? Kernel::kSteps - 1 - t : t,
+          inverse > (own, previous, newest);
+  if constexpr (t + 1 < Kernel::kSteps) {
+    return liftPlace<Kernel, inverse, t + 1>(previous, result, before);
+  } else {
+    return {result, newest};
+  }
+}
+
+// ---- single rows of samples ----
 
 template <class Kernel, int step, bool inverse, class T>
 RKD_BLOCK void liftRow(const T* own, const T* a, const T* b, T* out, size_t n) {
-  const Lanes<T> d;
+  const RowLanes<Kernel, T> d;
   overRow(n, hn::Lanes(d), [&](size_t x, auto amount) HWY_ATTR {
     store(Kernel::template lift<step, inverse>(load(d, own + x, amount), load(d, a + x, amount),
                                                load(d, b + x, amount)),
@@ -133,31 +163,24 @@ RKD_BLOCK void liftRow(const T* own, const T* a, const T* b, T* out, size_t n) {
   });
 }
 
-template <class Kernel, bool byK, class T>
-RKD_BLOCK void scaleRow(const T* from, T* to, size_t n) {
-  const Lanes<T> d;
-  overRow(n, hn::Lanes(d), [&](size_t x, auto amount) HWY_ATTR {
-    store(Kernel::template scale<byK>(load(d, from + x, amount)), d, to + x, amount);
-  });
+// The factor that ends a forward or begins an inverse transform.
+template <class Kernel, bool inverse, Band band, class V>
+HWY_INLINE V scaled(V v) {
+  return Kernel::template scale<(band == kHigh) != inverse>(v);
 }
 
-// A band's row with the factor that ends a forward or begins an inverse transform.
-template <class Kernel, bool inverse, class T>
-HWY_INLINE void scaleBand(Band band, const T* from, T* to, size_t n) {
-  if (!Kernel::kScales) {
-    if (from != to)
-      std::memcpy(static_cast<void*>(to), static_cast<const void*>(from), n * sizeof(T));
-  } else if ((band == kHigh) != inverse) {
-    scaleRow<Kernel, true>(from, to, n);
-  } else {
-    scaleRow<Kernel, false>(from, to, n);
-  }
+template <class Kernel, bool inverse, Band band, class T>
+RKD_BLOCK void scaleRow(const T* from, T* to, size_t n) {
+  const RowLanes<Kernel, T> d;
+  overRow(n, hn::Lanes(d), [&](size_t x, auto amount) HWY_ATTR {
+    store(scaled<Kernel, inverse, band>(load(d, from + x, amount)), d, to + x, amount);
+  });
 }
 
 // What lines of one high sample are: doubled, saturating where 9/7 does, or halved.
 template <class Kernel, bool inverse, class T>
 RKD_BLOCK void scaleSingle(const T* from, T* to, size_t n) {
-  const Lanes<T> d;
+  const RowLanes<Kernel, T> d;
   overRow(n, hn::Lanes(d), [&](size_t x, auto amount) HWY_ATTR {
     const auto v = load(d, from + x, amount);
     if constexpr (std::is_floating_point_v<T>) {
@@ -172,254 +195,167 @@ RKD_BLOCK void scaleSingle(const T* from, T* to, size_t n) {
   });
 }
 
-// ---- lines ----
+// ---- columns: a place is a pair of rows ----
 
-// Samples x, x + 2 ... and x + 1, x + 3 ... of `samples` samples. Whole vectors are written, the
-// last one filled with zeros.
-template <class T>
-RKD_BLOCK void splitPairs(const T* from, size_t samples, T* even, T* odd) {
-  const Lanes<T> d;
-  const size_t lanes = hn::Lanes(d);
-  for (size_t x = 0; x < samples; x += 2 * lanes) {
-    Vector<T> a, b = hn::Zero(d);
-    const size_t left = samples - x;
-    a = left >= lanes ? hn::LoadU(d, from + x) : load(d, from + x, Part{left});
-    if (left >= 2 * lanes) {
-      b = hn::LoadU(d, from + x + lanes);
-    } else if (left > lanes) {
-      b = load(d, from + x + lanes, Part{left - lanes});
-    }
-    hn::StoreU(hn::ConcatEven(d, b, a), d, even + x / 2);
-    hn::StoreU(hn::ConcatOdd(d, b, a), d, odd + x / 2);
-  }
-}
-
-template <class T>
-RKD_BLOCK void joinPairs(const T* even, const T* odd, size_t samples, T* to) {
-  const Lanes<T> d;
-  const size_t lanes = hn::Lanes(d);
-  size_t x = 0;
-  for (; x + 2 * lanes <= samples; x += 2 * lanes) {
-    hn::StoreInterleaved2(hn::LoadU(d, even + x / 2), hn::LoadU(d, odd + x / 2), d, to + x);
-  }
-  if (x < samples) {
-    HWY_ALIGN T buffer[2 * hn::MaxLanes(d)];
-    hn::StoreInterleaved2(hn::LoadU(d, even + x / 2), hn::LoadU(d, odd + x / 2), d, buffer);
-    std::memcpy(static_cast<void*>(to + x), buffer, (samples - x) * sizeof(T));
-  }
-}
-
-// The factor of the other direction, which a line may bring along.
-enum class Across { kNone, kLow, kHigh };
-
-// A stretch of a line, parted, with a margin for the neighbours at its ends. Long lines go through
-// in stretches; those that begin or end inside the line reach kReach pairs further, because each
-// step spoils half a pair at a made-up end.
+// Rows of one pass: the samples lifted first, their neighbours, the results of the places before,
+// and where results go. made[0] takes the neighbours as they were lifted with, if they are kept.
 template <class Kernel, class T>
-class Stretch {
- public:
-  static constexpr size_t kReach = Kernel::kSteps / 2;
-  static constexpr size_t kPairs = 1024;
-
-  Stretch(size_t length, int phase, size_t first)
-      : m_phase(phase),
-        m_begin(first >= kReach ? first - kReach : 0),
-        m_skip(first - m_begin),
-        m_end(first + kPairs + kReach) {
-    const int n = static_cast<int>(length);
-    m_total[kLow] = lowCount(n, phase);
-    m_total[kHigh] = highCount(n, phase);
-    for (const Band band : {kLow, kHigh}) {
-      m_count[band] = std::min<size_t>(m_end, m_total[band]) - m_begin;
-      m_own[band] =
-          std::min<size_t>(first + kPairs, m_total[band]) - std::min<size_t>(first, m_total[band]);
-    }
-  }
-
-  void loadSamples(const T* line, size_t length) {
-    const size_t samples = std::min(length - 2 * m_begin, 2 * (m_end - m_begin));
-    splitPairs(line + 2 * m_begin, samples, at(m_phase == 0 ? kLow : kHigh),
-               at(m_phase == 0 ? kHigh : kLow));
-  }
-  void storeSamples(T* line, size_t length) {
-    const size_t from = m_begin + m_skip;
-    const size_t samples = std::min(length - 2 * from, 2 * kPairs);
-    joinPairs(at(m_phase == 0 ? kLow : kHigh) + m_skip, at(m_phase == 0 ? kHigh : kLow) + m_skip,
-              samples, line + 2 * from);
-  }
-  void loadBand(Band band, const T* from) {
-    const Lanes<T> d;
-    const size_t n = m_count[band];
-    T* const to = at(band);
-    hn::StoreU(hn::Zero(d), d, to + n / hn::Lanes(d) * hn::Lanes(d));
-    scaleBand<Kernel, true>(band, from + m_begin, to, n);
-  }
-  void storeBand(Band band, T* to) {
-    scaleBand<Kernel, false>(band, at(band) + m_skip, to + m_begin + m_skip, m_own[band]);
-  }
-
-  template <bool inverse>
-  void scaleAcross(Across across) {
-    if (!Kernel::kScales || across == Across::kNone) return;
-    const Band as = across == Across::kLow ? kLow : kHigh;
-    for (const Band band : {kLow, kHigh}) {
-      scaleBand<Kernel, inverse>(as, at(band), at(band), whole(band));
-    }
-  }
-
-  void forward() {
-    lift<0, false>();
-    lift<1, false>();
-    if constexpr (Kernel::kSteps == 4) {
-      lift<2, false>();
-      lift<3, false>();
-    }
-  }
-  void inverse() {
-    if constexpr (Kernel::kSteps == 4) {
-      lift<3, true>();
-      lift<2, true>();
-    }
-    lift<1, true>();
-    lift<0, true>();
-  }
-
- private:
-  static constexpr size_t kMargin = 64 / sizeof(T);
-
-  T* at(Band band) { return m_samples[band] + kMargin; }
-  size_t whole(Band band) const {
-    const size_t lanes = hn::Lanes(Lanes<T>());
-    return (m_count[band] + lanes - 1) / lanes * lanes;
-  }
-
-  template <int step, bool inverse>
-  void lift() {
-    constexpr Band target = step % 2 == 0 ? kHigh : kLow;
-    constexpr Band other = step % 2 == 0 ? kLow : kHigh;
-    T* const o = at(other);
-    hn::StoreU(hn::Zero(Lanes<T>()), Lanes<T>(), o + whole(other));
-    o[-1] = o[0];
-    o[m_count[other]] = o[m_count[other] - 1];
-    const T* const left = o + (target == kHigh ? -m_phase : m_phase - 1);
-    liftRow<Kernel, step, inverse>(at(target), left, left + 1, at(target), whole(target));
-  }
-
-  ptrdiff_t m_phase;
-  size_t m_begin, m_skip, m_end;
-  size_t m_total[2], m_count[2], m_own[2];
-  HWY_ALIGN T m_samples[2][kPairs + 2 * kReach + 3 * kMargin];
+struct PassRows {
+  const T* first;
+  const T* second;
+  const T* before[Kernel::kSteps];
+  T* made[Kernel::kSteps];
+  T* last;
+  T* other;
 };
 
-template <class Kernel, class T>
-void forwardLine(const T* line, T* low, T* high, int length, int phase, Across across) {
-  const auto n = static_cast<size_t>(length);
-  if (n == 1) {
-    T sample;
-    std::memcpy(&sample, static_cast<const void*>(line), sizeof(T));
-    if (across != Across::kNone) {
-      scaleBand<Kernel, false>(across == Across::kLow ? kLow : kHigh, &sample, &sample, 1);
-    }
-    if (phase != rkdWTFirstLow) scaleSingle<Kernel, false>(&sample, &sample, 1);
-    std::memcpy(static_cast<void*>(phase == rkdWTFirstLow ? low : high), &sample, sizeof(T));
-    return;
-  }
-  for (size_t first = 0; 2 * first < n; first += Stretch<Kernel, T>::kPairs) {
-    Stretch<Kernel, T> stretch(n, phase, first);
-    stretch.loadSamples(line, n);
-    stretch.template scaleAcross<false>(across);
-    stretch.forward();
-    stretch.storeBand(kLow, low);
-    stretch.storeBand(kHigh, high);
-  }
-}
+enum class Keep { kNothing, kSecond, kAll };
 
-template <class Kernel, class T>
-void inverseLine(const T* low, const T* high, T* line, int length, int phase, Across across) {
-  const auto n = static_cast<size_t>(length);
-  if (n == 1) {
-    T sample;
-    std::memcpy(&sample, static_cast<const void*>(phase == rkdWTFirstLow ? low : high), sizeof(T));
-    if (phase != rkdWTFirstLow) scaleSingle<Kernel, true>(&sample, &sample, 1);
-    if (across != Across::kNone) {
-      scaleBand<Kernel, true>(across == Across::kLow ? kLow : kHigh, &sample, &sample, 1);
+// All steps of a pair of rows, with the factors of 9/7. `other`, the result of the step before the
+// last one, goes out apart from made[] if it is scaled or everything is kept.
+template <class Kernel, bool inverse, Keep keep, class T>
+RKD_BLOCK void liftPass(const PassRows<Kernel, T>& r, size_t n) {
+  const RowLanes<Kernel, T> d;
+  overRow(n, hn::Lanes(d), [&](size_t x, auto amount) HWY_ATTR {
+    auto first = load(d, r.first + x, amount);
+    auto second = load(d, r.second + x, amount);
+    if constexpr (inverse) {
+      first = scaled<Kernel, true, kLow>(first);
+      second = scaled<Kernel, true, kHigh>(second);
     }
-    std::memcpy(static_cast<void*>(line), &sample, sizeof(T));
-    return;
-  }
-  for (size_t first = 0; 2 * first < n; first += Stretch<Kernel, T>::kPairs) {
-    Stretch<Kernel, T> stretch(n, phase, first);
-    stretch.loadBand(kLow, low);
-    stretch.loadBand(kHigh, high);
-    stretch.inverse();
-    stretch.template scaleAcross<true>(across);
-    stretch.storeSamples(line, n);
-  }
+    auto lifted = liftPlace<Kernel, inverse>(first, second, [&](int t, auto newest) HWY_ATTR {
+      const auto previous = load(d, r.before[t] + x, amount);
+      if (t > 0 || keep != Keep::kNothing) store(newest, d, r.made[t] + x, amount);
+      return previous;
+    });
+    if constexpr (!inverse) {
+      lifted = {scaled<Kernel, false, kLow>(lifted.last),
+                scaled<Kernel, false, kHigh>(lifted.other)};
+    }
+    store(lifted.last, d, r.last + x, amount);
+    if constexpr (keep == Keep::kAll || (Kernel::kScales && !inverse)) {
+      store(lifted.other, d, r.other + x, amount);
+    }
+  });
 }
-
-// ---- columns ----
 
 // Lifts columns in one sweep down the rows: a row is taken when a step needs it first, and given
-// away after its last step, so that all work is done on a few rows that stay in the cache.
+// away after its last step, so that all work is done on a few rows that stay in the cache. Away
+// from the ends all steps are one pass.
 //
 // Rows: load(band, k, spare) gives the row with the samples that belong to row k of the band,
 // `spare` being a place for them; place(band, k, spare) the place of the finished row, from where
-// neighbours still read it; finish(band, k, row) sees it.
+// neighbours read it unless it is scaled; finish(band, k, row) sees it.
 template <class Kernel, bool inverse, class T, class Rows>
 class Sweep {
  public:
-  // ring: 2 * kRing rows of `width` samples.
+  // ring: 2 * kRing rows of `width` samples, a ringStep apart.
   Sweep(Rows& rows, T* ring, size_t width, int height, int phase)
       : m_rows(rows),
         m_width(width),
         m_phase(phase),
         m_count{lowCount(height, phase), highCount(height, phase)} {
-    for (size_t i = 0; i < 2 * kRing; ++i) m_spare[i / kRing][i % kRing] = ring + i * width;
+    for (size_t i = 0; i < 2 * kRing; ++i)
+      m_spare[i / kRing][i % kRing] = ring + i * ringStep(width, sizeof(T));
   }
 
   // The height must be at least 2.
   void run() {
     for (int k = 0; k < std::max(m_count[kLow], m_count[kHigh]); ++k) {
-      if (k < m_count[kFirstTarget]) advance<Kernel::kSteps - 2>(k);
-      if (k < m_count[1 - kFirstTarget]) advance<Kernel::kSteps - 1>(k);
+      if (passAt(k)) continue;
+      if (k < m_count[bandOf(kSteps - 2)]) advance<kSteps - 2>(k);
+      if (k < m_count[bandOf(kSteps - 1)]) advance<kSteps - 1>(k);
     }
   }
 
  private:
-  static constexpr int kFirstTarget = inverse ? kLow : kHigh;
+  static constexpr int kSteps = Kernel::kSteps;
 
-  // Makes the t-th step in time for the rows of its band up to `last`. The steps -1 and -2 take
-  // rows.
+  // The steps 0, 1 ... make rows of these bands; the steps -1 and -2 take rows.
+  static constexpr Band bandOf(int t) { return ((t & 1) == 0) == inverse ? kLow : kHigh; }
+  // The second of the rows of the other band that row k of a band lies between.
+  int behind(Band band, int k) const { return k + (band == kHigh ? 1 - m_phase : m_phase); }
+
+  // Makes the t-th step in time for the rows of its band up to `last`.
   template <int t>
   void advance(int last) {
-    constexpr Band band = (t & 1) == 0 ? Band(kFirstTarget) : Band(1 - kFirstTarget);
-    constexpr Band other = band == kLow ? kHigh : kLow;
+    constexpr Band band = bandOf(t), other = bandOf(t + 1);
     for (int& k = m_done[t + 2]; k <= last; ++k) {
-      const T*& row = m_row[band][k % kRing];
       T* const spare = m_spare[band][k % kRing];
       if constexpr (t < 0) {
-        row = m_rows.load(band, k, spare);
+        const T* row = m_rows.load(band, k, spare);
+        if constexpr (inverse && Kernel::kScales) {
+          scaleRow<Kernel, true, band>(row, spare, m_width);
+          row = spare;
+        }
+        rowAt(band, k) = row;
       } else {
-        const int above = k + (band == kHigh ? -m_phase : m_phase - 1);
-        const int a = std::clamp(above, 0, m_count[other] - 1);
-        const int b = std::clamp(above + 1, 0, m_count[other] - 1);
+        const int behindIt = behind(band, k);
+        const int b = std::min(behindIt, m_count[other] - 1);
+        const int a = std::clamp(behindIt - 1, 0, b);
         advance<t - 1>(b);
         advance<t - 2>(k);
-        constexpr bool isLast = t >= Kernel::kSteps - 2;
-        T* const out = isLast ? m_rows.place(band, k, spare) : spare;
-        liftRow<Kernel, inverse ? Kernel::kSteps - 1 - t : t, inverse>(
-            row, m_row[other][a % kRing], m_row[other][b % kRing], out, m_width);
-        row = out;
-        if constexpr (isLast) m_rows.finish(band, k, out);
+        constexpr bool isLast = t >= kSteps - 2;
+        constexpr bool apart = isLast && Kernel::kScales && !inverse;
+        T* const place = isLast ? m_rows.place(band, k, spare) : spare;
+        T* const out = apart ? spare : place;
+        liftRow<Kernel, inverse ? kSteps - 1 - t : t, inverse>(rowAt(band, k), rowAt(other, a),
+                                                               rowAt(other, b), out, m_width);
+        rowAt(band, k) = out;
+        if constexpr (apart) scaleRow<Kernel, false, band>(out, place, m_width);
+        if constexpr (isLast) m_rows.finish(band, k, place);
       }
     }
   }
+
+  // Makes every step in one pass, the last one for row k: if each step has come to its row, and no
+  // row is mirrored.
+  bool passAt(int k) {
+    int at[kSteps + 2];  // the rows of the steps from -2 on
+    at[kSteps + 1] = k;
+    for (int t = kSteps - 1; t >= 0; --t) at[t + 1] = behind(bandOf(t), at[t + 2]);
+    at[0] = at[2];
+    for (int t = -2; t < kSteps; ++t) {
+      const bool hasPrevious = at[t + 2] > 0 || t == -2 || t == kSteps - 1;
+      if (m_done[t + 2] != at[t + 2] || at[t + 2] >= m_count[bandOf(t)] || !hasPrevious) {
+        return false;
+      }
+    }
+    pass(at);
+    return true;
+  }
+
+  void pass(const int (&at)[kSteps + 2]) {
+    constexpr Band lastBand = bandOf(kSteps - 1), otherBand = bandOf(kSteps - 2);
+    constexpr Keep keep = inverse && Kernel::kScales ? Keep::kSecond : Keep::kNothing;
+    const int last = at[kSteps + 1], other = at[kSteps];
+    const auto spare = [&](int t) { return m_spare[bandOf(t)][at[t + 2] % kRing]; };
+    PassRows<Kernel, T> r;
+    r.first = m_rows.load(bandOf(-2), at[0], spare(-2));
+    r.second = m_rows.load(bandOf(-1), at[1], spare(-1));
+    for (int t = 0; t < kSteps; ++t) {
+      r.before[t] = rowAt(bandOf(t - 1), at[t + 1] - 1);
+      r.made[t] = spare(t - 1);
+    }
+    r.last = m_rows.place(lastBand, last, spare(kSteps - 1));
+    r.other = m_rows.place(otherBand, other, spare(kSteps - 2));
+    if (inverse || !Kernel::kScales) r.made[kSteps - 1] = r.other;
+    liftPass<Kernel, inverse, keep>(r, m_width);
+    rowAt(bandOf(-1), at[1]) = keep == Keep::kSecond ? r.made[0] : r.second;
+    for (int t = 1; t < kSteps; ++t) rowAt(bandOf(t - 1), at[t + 1]) = r.made[t];
+    rowAt(lastBand, last) = r.last;
+    for (int& done : m_done) ++done;
+    m_rows.finish(otherBand, other, r.other);
+    m_rows.finish(lastBand, last, r.last);
+  }
+
+  const T*& rowAt(Band band, int k) { return m_row[band][k % kRing]; }
 
   Rows& m_rows;
   size_t m_width;
   int m_phase;
   int m_count[2];
-  int m_done[Kernel::kSteps + 2] = {};
+  int m_done[kSteps + 2] = {};
   const T* m_row[2][kRing] = {};
   T* m_spare[2][kRing];
 };

@@ -5,7 +5,7 @@
 
 #include "common/levels.h"
 #include "hwy/highway.h"
-#include "jpeg2000/wavelet-inl.h"
+#include "jpeg2000/waveletline-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace rkd::HWY_NAMESPACE {
@@ -18,21 +18,22 @@ struct ForwardTile {
   const Tile<T>& t;
   T* high;
   int highStep;
+  T* scaledRow;  // of vertical highs, whose neighbours need them as they were
 
   const T* load(Band band, int k, T*) const {
     return rowAt(t.src, t.srcStep, sampleRow(band, k, t.phaseY));
   }
-  T* place(Band, int, T* spare) const { return spare; }
-  void finish(Band band, int k, const T* row) const {
-    transform(row, bandRow(band, k), band == kLow ? Across::kLow : Across::kHigh);
+  T* place(Band band, int, T* spare) const {
+    return Kernel::kScales && band == kHigh ? scaledRow : spare;
   }
+  void finish(Band band, int k, const T* row) const { transform(row, bandRow(band, k)); }
 
   T* bandRow(Band band, int k) const {
     return band == kLow ? rowAt(t.dst, t.dstStep, k) : rowAt(high, highStep, k);
   }
-  void transform(const T* row, T* to, Across across) const {
+  void transform(const T* row, T* to) const {
     const int width = t.size.width;
-    forwardLine<Kernel>(row, to, to + lowCount(width, t.phaseX), width, t.phaseX, across);
+    forwardLine<Kernel>(row, to, to + lowCount(width, t.phaseX), width, t.phaseX);
   }
 };
 
@@ -45,7 +46,7 @@ struct InverseTile {
   int lowStep;
 
   const T* load(Band band, int k, T* spare) const {
-    transform(bandRow(band, k), spare, band == kLow ? Across::kLow : Across::kHigh);
+    transform(bandRow(band, k), spare);
     return spare;
   }
   T* place(Band band, int k, T*) const {
@@ -57,9 +58,9 @@ struct InverseTile {
     return band == kLow ? rowAt(low, lowStep, k)
                         : rowAt(t.src, t.srcStep, lowCount(t.size.height, t.phaseY) + k);
   }
-  void transform(const T* row, T* to, Across across) const {
+  void transform(const T* row, T* to) const {
     const int width = t.size.width;
-    inverseLine<Kernel>(row, row + lowCount(width, t.phaseX), to, width, t.phaseX, across);
+    inverseLine<Kernel>(row, row + lowCount(width, t.phaseX), to, width, t.phaseX);
   }
 };
 
@@ -71,19 +72,25 @@ HWY_INLINE void copyRows(const T* from, int fromStep, T* to, int toStep, int wid
   }
 }
 
+template <class T>
+HWY_INLINE T* ringOf(const Tile<T>& t) {
+  return reinterpret_cast<T*>((reinterpret_cast<uintptr_t>(t.buffer) + 63) / 64 * 64);
+}
+
 template <class Kernel, class T>
 HWY_INLINE void forwardTile(const Tile<T>& t) {
   const int width = t.size.width, lows = lowCount(t.size.height, t.phaseY);
-  T* const ring = static_cast<T*>(t.buffer);
-  T* const aside = ring + size_t{2 * kRing} * width;
+  T* const ring = ringOf(t);
+  T* const aside = ring + (2 * kRing + 1) * ringStep(width, sizeof(T));
   const int asideStep = width * static_cast<int>(sizeof(T));
   const bool inPlace = t.src == t.dst;
   T* const high = rowAt(t.dst, t.dstStep, lows);
-  ForwardTile<Kernel, T> rows{t, inPlace ? aside : high, inPlace ? asideStep : t.dstStep};
+  ForwardTile<Kernel, T> rows{t, inPlace ? aside : high, inPlace ? asideStep : t.dstStep,
+                              ring + 2 * kRing * ringStep(width, sizeof(T))};
   if (t.size.height == 1) {
     copyRows(t.src, t.srcStep, ring, asideStep, width, 1);
     if (t.phaseY != rkdWTFirstLow) scaleSingle<Kernel, false>(ring, ring, width);
-    rows.transform(ring, t.dst, Across::kNone);
+    rows.transform(ring, t.dst);
     return;
   }
   Sweep<Kernel, false, T, ForwardTile<Kernel, T>>(rows, ring, width, t.size.height, t.phaseY).run();
@@ -93,13 +100,13 @@ HWY_INLINE void forwardTile(const Tile<T>& t) {
 template <class Kernel, class T>
 HWY_INLINE void inverseTile(const Tile<T>& t) {
   const int width = t.size.width, lows = lowCount(t.size.height, t.phaseY);
-  T* const ring = static_cast<T*>(t.buffer);
-  T* const aside = ring + size_t{2 * kRing} * width;
+  T* const ring = ringOf(t);
+  T* const aside = ring + (2 * kRing + 1) * ringStep(width, sizeof(T));
   const int asideStep = width * static_cast<int>(sizeof(T));
   const bool inPlace = t.src == t.dst;
   InverseTile<Kernel, T> rows{t, inPlace ? aside : t.src, inPlace ? asideStep : t.srcStep};
   if (t.size.height == 1) {
-    rows.transform(t.src, ring, Across::kNone);
+    rows.transform(t.src, ring);
     if (t.phaseY != rkdWTFirstLow) scaleSingle<Kernel, true>(ring, ring, width);
     copyRows<T>(ring, asideStep, t.dst, t.dstStep, width, 1);
     return;

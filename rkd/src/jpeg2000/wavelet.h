@@ -65,10 +65,18 @@ struct Tile {
 // The rows of both parities that columns are lifted in, of each the last kRing.
 inline constexpr int kRing = 4;
 
-// Bytes of a tile's buffer: the rows in work, and half of the tile, which transforms in place set
-// aside.
+// Samples from one row in work to the next: whole cache lines, and some more, so that rows of 4096
+// bytes do not meet in the same few lines of the cache.
+constexpr size_t ringStep(size_t width, size_t sampleBytes) {
+  return ((width * sampleBytes + 63) / 64 + 5) * 64 / sampleBytes;
+}
+
+// Bytes of a tile's buffer: the rows in work, a scaled one, and half of the tile, which transforms
+// in place set aside; it begins at a whole cache line.
 inline int64_t tileBytes(RkdiSize size, int sampleBytes) {
-  return (2 * kRing + (int64_t{size.height} + 1) / 2) * size.width * sampleBytes;
+  const auto row = static_cast<int64_t>(ringStep(size.width, sampleBytes)) * sampleBytes;
+  return 63 + (2 * kRing + 1) * row +
+         (int64_t{size.height} + 1) / 2 * int64_t{size.width} * sampleBytes;
 }
 
 template <class T>

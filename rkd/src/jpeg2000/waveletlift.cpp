@@ -10,62 +10,32 @@
 HWY_BEFORE_NAMESPACE();
 namespace rkd::HWY_NAMESPACE {
 
-template <class Kernel, class T>
+template <class T>
 HWY_INLINE void forwardStep53(const StepRows<T>& r) {
-  const Lanes<T> d;
-  overRow(r.width, hn::Lanes(d), [&](size_t x, auto amount) HWY_ATTR {
-    const auto even = load(d, r.in[0] + x, amount);
-    const auto high = Kernel::template lift<0, false>(load(d, r.in[1] + x, amount), even,
-                                                      load(d, r.in[2] + x, amount));
-    const auto low = Kernel::template lift<1, false>(even, load(d, r.in[3] + x, amount), high);
-    store(low, d, r.out[0] + x, amount);
-    store(high, d, r.out[1] + x, amount);
-  });
+  const T* const* in = r.in;
+  liftPass<B53, false, Keep::kNothing, T>(
+      {in[1], in[2], {in[0], in[3]}, {nullptr, r.out[1]}, r.out[0], nullptr}, r.width);
 }
 
-template <class Kernel, class T>
+template <class T>
 HWY_INLINE void inverseStep53(const StepRows<T>& r) {
-  const Lanes<T> d;
-  overRow(r.width, hn::Lanes(d), [&](size_t x, auto amount) HWY_ATTR {
-    const auto high = load(d, r.in[1] + x, amount);
-    const auto even = Kernel::template lift<1, true>(load(d, r.in[0] + x, amount), high,
-                                                     load(d, r.in[2] + x, amount));
-    store(Kernel::template lift<0, true>(high, load(d, r.in[3] + x, amount), even), d, r.out[0] + x,
-          amount);
-    store(even, d, r.out[1] + x, amount);
-  });
+  const T* const* in = r.in;
+  liftPass<B53, true, Keep::kNothing, T>(
+      {in[0], in[2], {in[1], in[3]}, {nullptr, r.out[1]}, r.out[0], nullptr}, r.width);
 }
 
-// Every step takes what the step before made now and in the call before.
 template <bool inverse, class T>
 HWY_INLINE void step97(const StepRows<T>& r) {
-  const Lanes<T> d;
-  overRow(r.width, hn::Lanes(d), [&](size_t x, auto amount) HWY_ATTR {
-    Vector<T> s[4];
-    for (int i = 0; i < 4; ++i) s[i] = load(d, r.state[i] + x, amount);
-    auto first = load(d, r.in[0] + x, amount);
-    auto second = load(d, r.in[1] + x, amount);
-    if constexpr (inverse) {
-      first = D97::scale<true>(first);
-      second = D97::scale<false>(second);
-    }
-    const auto a = D97::lift < inverse ? 3 : 0, inverse > (first, s[0], second);
-    const auto b = D97::lift < inverse ? 2 : 1, inverse > (s[0], s[1], a);
-    const auto c = D97::lift < inverse ? 1 : 2, inverse > (s[1], s[2], b);
-    const auto e = D97::lift < inverse ? 0 : 3, inverse > (s[2], s[3], c);
-    store(second, d, r.state[0] + x, amount);
-    store(a, d, r.state[1] + x, amount);
-    store(b, d, r.state[2] + x, amount);
-    store(c, d, r.state[3] + x, amount);
-    store(inverse ? e : D97::scale<false>(e), d, r.out[0] + x, amount);
-    store(inverse ? c : D97::scale<true>(c), d, r.out[1] + x, amount);
-  });
+  T* const* s = r.state;
+  liftPass<D97, inverse, Keep::kAll, T>(
+      {r.in[0], r.in[1], {s[0], s[1], s[2], s[3]}, {s[0], s[1], s[2], s[3]}, r.out[0], r.out[1]},
+      r.width);
 }
 
-void fwdB5316s(const StepRows<int16_t>& r) { forwardStep53<B53>(r); }
-void fwdB5332s(const StepRows<int32_t>& r) { forwardStep53<B53>(r); }
-void invB5316s(const StepRows<int16_t>& r) { inverseStep53<B53>(r); }
-void invB5332s(const StepRows<int32_t>& r) { inverseStep53<B53>(r); }
+void fwdB5316s(const StepRows<int16_t>& r) { forwardStep53(r); }
+void fwdB5332s(const StepRows<int32_t>& r) { forwardStep53(r); }
+void invB5316s(const StepRows<int16_t>& r) { inverseStep53(r); }
+void invB5332s(const StepRows<int32_t>& r) { inverseStep53(r); }
 void fwdD9716s(const StepRows<int16_t>& r) { step97<false>(r); }
 void fwdD9732s(const StepRows<int32_t>& r) { step97<false>(r); }
 void fwdD9732f(const StepRows<float>& r) { step97<false>(r); }

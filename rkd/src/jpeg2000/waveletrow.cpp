@@ -5,7 +5,7 @@
 
 #include "common/levels.h"
 #include "hwy/highway.h"
-#include "jpeg2000/wavelet-inl.h"
+#include "jpeg2000/waveletline-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace rkd::HWY_NAMESPACE {
@@ -14,7 +14,7 @@ template <class Kernel, class T>
 HWY_INLINE void forwardRows(const ForwardBands<T>& b) {
   for (int y = 0; y < b.size.height; ++y) {
     forwardLine<Kernel>(rowAt(b.samples, b.samplesStep, y), rowAt(b.low, b.lowStep, y),
-                        rowAt(b.high, b.highStep, y), b.size.width, b.phase, Across::kNone);
+                        rowAt(b.high, b.highStep, y), b.size.width, b.phase);
   }
 }
 
@@ -22,47 +22,36 @@ template <class Kernel, class T>
 HWY_INLINE void inverseRows(const InverseBands<T>& b) {
   for (int y = 0; y < b.size.height; ++y) {
     inverseLine<Kernel>(rowAt(b.low, b.lowStep, y), rowAt(b.high, b.highStep, y),
-                        rowAt(b.samples, b.samplesStep, y), b.size.width, b.phase, Across::kNone);
+                        rowAt(b.samples, b.samplesStep, y), b.size.width, b.phase);
   }
 }
 
 // Columns go in strips whose rows in work fit a small buffer.
-constexpr int kStrip = 256;
+constexpr int kStrip = 1024;
 
 template <class B>
 HWY_INLINE auto bandRow(const B& b, Band band, int k) {
   return band == kLow ? rowAt(b.low, b.lowStep, k) : rowAt(b.high, b.highStep, k);
 }
 
-template <class Kernel, class T>
+template <class T>
 struct ForwardStrip {
   const ForwardBands<T>& b;
   int x;
-  size_t width;
 
   const T* load(Band band, int k, T*) const {
     return rowAt(b.samples, b.samplesStep, sampleRow(band, k, b.phase)) + x;
   }
-  T* place(Band band, int k, T* spare) const {
-    return Kernel::kScales ? spare : bandRow(b, band, k) + x;
-  }
-  void finish(Band band, int k, const T* row) const {
-    if (Kernel::kScales) scaleBand<Kernel, false>(band, row, bandRow(b, band, k) + x, width);
-  }
+  T* place(Band band, int k, T*) const { return bandRow(b, band, k) + x; }
+  void finish(Band, int, const T*) const {}
 };
 
-template <class Kernel, class T>
+template <class T>
 struct InverseStrip {
   const InverseBands<T>& b;
   int x;
-  size_t width;
 
-  const T* load(Band band, int k, T* spare) const {
-    const T* const row = bandRow(b, band, k) + x;
-    if (!Kernel::kScales) return row;
-    scaleBand<Kernel, true>(band, row, spare, width);
-    return spare;
-  }
+  const T* load(Band band, int k, T*) const { return bandRow(b, band, k) + x; }
   T* place(Band band, int k, T*) const {
     return rowAt(b.samples, b.samplesStep, sampleRow(band, k, b.phase)) + x;
   }
@@ -82,10 +71,10 @@ HWY_INLINE void singleRow(const T* from, T* to, int width, int phase) {
 
 template <class Kernel, bool inverse, class T, class Strip, class B>
 HWY_INLINE void sweepStrips(const B& b) {
-  HWY_ALIGN T ring[2 * kRing * kStrip];
+  HWY_ALIGN T ring[2 * kRing * ringStep(kStrip, sizeof(T))];
   for (int x = 0; x < b.size.width; x += kStrip) {
     const auto width = static_cast<size_t>(std::min(kStrip, b.size.width - x));
-    Strip strip{b, x, width};
+    Strip strip{b, x};
     Sweep<Kernel, inverse, T, Strip>(strip, ring, width, b.size.height, b.phase).run();
   }
 }
@@ -96,7 +85,7 @@ HWY_INLINE void forwardColumns(const ForwardBands<T>& b) {
     T* const only = b.phase == rkdWTFirstLow ? b.low : b.high;
     singleRow<Kernel, false>(b.samples, only, b.size.width, b.phase);
   } else {
-    sweepStrips<Kernel, false, T, ForwardStrip<Kernel, T>>(b);
+    sweepStrips<Kernel, false, T, ForwardStrip<T>>(b);
   }
 }
 
@@ -106,7 +95,7 @@ HWY_INLINE void inverseColumns(const InverseBands<T>& b) {
     const T* const only = b.phase == rkdWTFirstLow ? b.low : b.high;
     singleRow<Kernel, true>(only, b.samples, b.size.width, b.phase);
   } else {
-    sweepStrips<Kernel, true, T, InverseStrip<Kernel, T>>(b);
+    sweepStrips<Kernel, true, T, InverseStrip<T>>(b);
   }
 }
 
