@@ -195,11 +195,12 @@ struct Five53 {
   }
 };
 
-/// Five levels of 9/7 in floating point, by columns and rows. A level's lows go into one half of a
-/// plane of their own; the coefficients lie as the peer's do.
+/// Five levels of 9/7 in floating point: columns step by step down the rows, every finished row
+/// through the transform of rows. A level's lows go into one half of a plane of their own; the
+/// coefficients lie as the peer's do.
 struct Five97 {
   Plane<float> picture{kSamples}, coefficients{kSamples}, decoded{kSamples};
-  Plane<float> columns{kSamples}, lows{kSamples};
+  Plane<float> lows{kSamples}, work{8 * kWorkStep};
 
   Five97() {
     fillPicture(picture);
@@ -214,36 +215,59 @@ struct Five97 {
     return lows.data() + (level % 2 == 0 ? kSide / 2 : 0) + size_t{kSide / 2} * kSide;
   }
   static constexpr int kStep = kSide * int(sizeof(float));
+  template <class T>
+  static T* row(T* plane, int y) {
+    return plane + ptrdiff_t{y} * kSide;
+  }
+  // Rows in work lie apart so that they do not meet in the same few lines of the cache.
+  static constexpr size_t kWorkStep = kSide + 80;
+  float* workRow(int i) const { return work.data() + size_t(i) * kWorkStep; }
+  static int mirrored(int y, int height) {
+    return y < 0 ? -y : y < height ? y : 2 * (height - 1) - y;
+  }
 
   void forward() {
     for (int level = 0; level < kLevels; ++level) {
-      const RkdiSize size = sideAt(level);
-      const int half = size.width / 2;
-      float* const high = columns.data() + size_t(half) * kSide;
-      rkdiWTFwdCol_D97_JPEG2K_32f_C1R(level == 0 ? picture.data() : lowsAt(level), kStep,
-                                      columns.data(), kStep, high, kStep, size, rkdWTFirstLow);
-      float* const to = coefficients.data();
-      rkdiWTFwdRow_D97_JPEG2K_32f_C1R(columns.data(), kStep, lowsAt(level + 1), kStep, to + half,
-                                      kStep, {size.width, half}, rkdWTFirstLow);
-      float* const below = to + size_t(half) * kSide;
-      rkdiWTFwdRow_D97_JPEG2K_32f_C1R(high, kStep, below, kStep, below + half, kStep,
-                                      {size.width, half}, rkdWTFirstLow);
+      const int side = kSide >> level, half = side / 2;
+      const float* const from = level == 0 ? picture.data() : lowsAt(level);
+      const auto line = [&](const float* samples, float* low, float* high) {
+        rkdiWTFwdRow_D97_JPEG2K_32f_C1R(samples, kStep, low, kStep, high, kStep, {side, 1},
+                                        rkdWTFirstLow);
+      };
+      float* const state[4] = {workRow(0), workRow(1), workRow(2), workRow(3)};
+      std::copy_n(row(from, 4), side, state[0]);  // the mirrored even row before the first step
+      for (int n = -2; n <= half; ++n) {
+        rkdiWTFwdColLift_D97_JPEG2K_32f_C1(row(from, mirrored(2 * n + 1, side)),
+                                           row(from, mirrored(2 * n + 2, side)), state, workRow(4),
+                                           workRow(5), side);
+        if (n < 1) continue;
+        float* const high = row(coefficients.data(), half + n - 1);
+        line(workRow(4), row(lowsAt(level + 1), n - 1), row(coefficients.data(), n - 1) + half);
+        line(workRow(5), high, high + half);
+      }
     }
   }
   void inverse() {
     for (int level = kLevels; level-- > 0;) {
-      const RkdiSize size = sideAt(level);
-      const int half = size.width / 2;
-      float* const high = columns.data() + size_t(half) * kSide;
-      const float* const from = coefficients.data();
-      rkdiWTInvRow_D97_JPEG2K_32f_C1R(lowsAt(level + 1), kStep, from + half, kStep, columns.data(),
-                                      kStep, {size.width, half}, rkdWTFirstLow);
-      const float* const below = from + size_t(half) * kSide;
-      rkdiWTInvRow_D97_JPEG2K_32f_C1R(below, kStep, below + half, kStep, high, kStep,
-                                      {size.width, half}, rkdWTFirstLow);
-      rkdiWTInvCol_D97_JPEG2K_32f_C1R(columns.data(), kStep, high, kStep,
-                                      level == 0 ? decoded.data() : lowsAt(level), kStep, size,
-                                      rkdWTFirstLow);
+      const int side = kSide >> level, half = side / 2;
+      float* const to = level == 0 ? decoded.data() : lowsAt(level);
+      const auto line = [&](const float* low, const float* high, float* samples) {
+        rkdiWTInvRow_D97_JPEG2K_32f_C1R(low, kStep, high, kStep, samples, kStep, {side, 1},
+                                        rkdWTFirstLow);
+      };
+      float* const state[4] = {workRow(0), workRow(1), workRow(2), workRow(3)};
+      for (int n = -2; n <= half + 1; ++n) {
+        const int low = mirrored(2 * n, side) / 2, high = mirrored(2 * n + 1, side) / 2;
+        const float* const below = row(coefficients.data(), half + high);
+        line(row(lowsAt(level + 1), low), row(coefficients.data(), low) + half, workRow(4));
+        line(below, below + half, workRow(5));
+        const auto out = [&](int y, float* dropped) {
+          return y >= 0 && y < side ? row(to, y) : dropped;
+        };
+        float* const odd = out(2 * n - 3, workRow(6));
+        float* const even = out(2 * n - 2, workRow(7));
+        rkdiWTInvColLift_D97_JPEG2K_32f_C1(workRow(4), workRow(5), state, odd, even, side);
+      }
     }
   }
 };
