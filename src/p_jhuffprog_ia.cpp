@@ -133,7 +133,8 @@ class TimjHuffProg : public rkTest {
     const tzString base = func().baseName();
     scan.isDC = base.find("_DC", 0) >= 0;
     scan.isRefine = base.find("Refine", 0) >= 0;
-    regParm(g_imageSize);
+    regParm(g_upperSize);
+    rkListUpperSizes();
     regParm(g_huffPicture);
     if (!scan.isDC) {
       regParm(ssParm);
@@ -153,7 +154,7 @@ class TimjHuffProg : public rkTest {
     decoded.init(rk16s);
     pristine.init(rk16s);
     statistics.init(rk32s);
-    if (!coefs.create(rkUpperRows(g_imageSize.value()), g_huffPicture.value()) ||
+    if (!coefs.create(g_upperSize.value(), g_huffPicture.value()) ||
         !stream.createBitVector(2 * coefs.total()) ||
         !decoded.createVector(coefs.total(), rkModeZero) ||
         !pristine.createVector(coefs.total(), rkModeZero) ||

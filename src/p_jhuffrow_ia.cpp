@@ -59,14 +59,15 @@ class TimjHuffmanRow : public rkTest {
 
  protected:
   bool canStart() override {
-    regParm(g_imageSize);
+    regParm(g_upperSize);
+    rkListUpperSizes();
     regParm(g_huffPicture);
     return true;
   }
 
   bool initData() override {
     tool().setLoopFactor(-3);
-    if (!picture.create(rkUpperRows(g_imageSize.value()), g_huffPicture.value())) return false;
+    if (!picture.create(g_upperSize.value(), g_huffPicture.value())) return false;
     size = picture.image().imageSize();
     const int total = size.width * size.height;
     if (!stream.createBitVector(4 * kPlanes * total) ||

@@ -1,5 +1,7 @@
 #include "rkhuff.h"
 
+#include <algorithm>
+
 #include "tzostream.h"
 
 namespace {
@@ -66,6 +68,7 @@ const rkHuffTable rkStandardDC = {kDCBits, kDCValues};
 const rkHuffTable rkStandardAC = {kACBits, kACValues};
 
 tzMapIterator<int> g_huffPicture("Picture");
+tzIterator<RkdiSize> g_upperSize("Size");
 
 namespace {
 
@@ -122,6 +125,18 @@ bool rkHuffCoefs::transform(int picture) {
 void rkHuffCoefs::flush() {
   m_image.deleteVector();
   m_coefs.deleteVector();
+}
+
+void rkListUpperSizes() {
+  g_upperSize.init("Size");
+  for (const RkdiSize& whole : g_imageSize) {
+    const RkdiSize upper = {whole.width, std::min(whole.height, 64)};
+    const auto isUpper = [&](const RkdiSize& size) {
+      return size.width == upper.width && size.height == upper.height;
+    };
+    // Two sizes of one width may have the same upper part, and a table has no line twice.
+    if (std::none_of(g_upperSize.begin(), g_upperSize.end(), isUpper)) g_upperSize.add(upper);
+  }
 }
 
 void rkPrintStreamInfo(int bytes, int pixels) {

@@ -3,7 +3,6 @@
 /// What the Huffman suites share: pictures as coefficients, the standard's tables, and coders, one
 /// set for each binding.
 
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -49,10 +48,11 @@ class rkHuffCoefs {
   rkVector m_coefs;
 };
 
-/// The upper part of a picture, for functions whose clocks an element do not depend on its height:
-/// on a noisy machine these suites repeat a performance up to 16384 times, which whole pictures
-/// would turn into minutes.
-inline RkdiSize rkUpperRows(RkdiSize size) { return {size.width, std::min(size.height, 64)}; }
+/// Parameter "Size" of functions whose clocks an element do not depend on the height of a picture,
+/// and its values: the session's image sizes, cut to their upper rows. On a noisy machine these
+/// suites repeat a performance up to 16384 times, which whole pictures would turn into minutes.
+extern tzIterator<RkdiSize> g_upperSize;
+void rkListUpperSizes();
 
 /// Tells at level INFO what an encoded stream takes.
 void rkPrintStreamInfo(int bytes, int pixels);
