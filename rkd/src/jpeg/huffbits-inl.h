@@ -183,6 +183,12 @@ class BitReader {
     bits_ <<= count & 63;
     count_ -= int(count & 63);
   }
+  /// The same with the number told twice: the shift, which the next look waits for, then does not
+  /// wait for its low bits to be singled out.
+  HWY_INLINE void skip(unsigned shift, unsigned count) {
+    bits_ <<= shift & 63;
+    count_ -= int(count);
+  }
   /// 1..32 bits.
   HWY_INLINE uint32_t take(unsigned count) {
     const uint32_t taken = uint32_t(bits_ >> (64 - count));
@@ -246,7 +252,7 @@ HWY_INLINE Symbol nextSymbol(Reader& reader, DecodeTable table) {
   const uint64_t bits = reader.bits();
   DecodeEntry entry = table.look(bits);
   if (HWY_UNLIKELY(entry.word == 0)) entry = table.search(bits);
-  reader.skip(entry.word);
+  reader.skip(entry.word, entry.codeLength() + entry.size());
   return {entry, entry.value(bits)};
 }
 
