@@ -67,11 +67,13 @@ inline HWY_NOINLINE Rgb3 chromaPart(V16 chroma) {
   using W = YccWeights;
   Rgb3 part;
   for (size_t i = 0; i < kTile / 2; ++i) {
-    const int cb = static_cast<int8_t>(chroma.raw[i] & 255), cr = chroma.raw[i] >> 8;
-    const int g = (256 * W::kCbG[0] + W::kCbG[1]) * cb + (256 * W::kCrG[0] + W::kCrG[1]) * cr;
+    const auto cr = static_cast<int16_t>(chroma.raw[i] >> 8);
+    const auto cb = static_cast<int16_t>((chroma.raw[i] ^ 128) & 255);
+    const int centred = cb - 128;
+    const int g = (256 * W::kCbG[0] + W::kCbG[1]) * centred + (256 * W::kCrG[0] + W::kCrG[1]) * cr;
     part.r.raw[i] = static_cast<int16_t>((W::kCrR * 2 * cr + 16384) >> 15);
     part.g.raw[i] = static_cast<int16_t>((g + 16383) >> 15);
-    part.b.raw[i] = static_cast<int16_t>((W::kCbB * 2 * cb + 16384) >> 15);
+    part.b.raw[i] = static_cast<int16_t>((W::kCbB * 2 * centred + 16384) >> 15);
   }
   return part;
 }

@@ -80,7 +80,15 @@ RKD_BLOCK V16 byteProducts(V8 a, V8 b) {
 }
 
 // The sums of horizontal pairs of bytes.
-HWY_INLINE V16 pairSums(V8 v) { return byteProducts(v, hn::Set(D8(), 1)); }
+HWY_INLINE V16 pairSums(V8 v) {
+#if HWY_TARGET == HWY_EMU128
+  const hn::Repartition<uint16_t, D8> du16;
+  const auto pairs = hn::BitCast(du16, v);
+  return hn::BitCast(D16(), hn::Add(hn::And(pairs, hn::Set(du16, 255)), hn::ShiftRight<8>(pairs)));
+#else
+  return byteProducts(v, hn::Set(D8(), 1));
+#endif
+}
 
 // Two bytes in every word, the first in the lower one.
 HWY_INLINE V8 bytePair(int first, int second) {
