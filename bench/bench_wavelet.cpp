@@ -526,8 +526,8 @@ class Components {
 
   template <class Ours, class Plain>
   void run(const std::string& name, Ours ours, Plain plain) {
-    // Fixed-point ICT multiplies to twice the width.
-    const bool moves = std::is_floating_point_v<T> || name.starts_with("RCT");
+    // ICT multiplies up to nine times a pixel.
+    const bool moves = name.starts_with("RCT");
     m_table.run({name, "px", double(kPartPixels) * kRepeat, moves ? 1.5 : 0, moves ? 1.1 : 0,
                  repeated(ours), "plain loop", repeated(plain)});
   }

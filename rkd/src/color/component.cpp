@@ -11,40 +11,35 @@
 HWY_BEFORE_NAMESPACE();
 namespace rkd::HWY_NAMESPACE {
 
-template <class T>
-using Lanes = hn::ScalableTag<T>;
-template <class T>
-using Vector = hn::Vec<Lanes<T>>;
-
 // ---- three samples of a pixel from and to planes or interleaved rows ----
 
-template <class T, class Amount>
-HWY_INLINE void loadTriple(const T* const (&row)[3], size_t x, Amount amount, Vector<T>* c) {
-  for (int p = 0; p < 3; ++p) c[p] = load(Lanes<T>(), row[p] + x, amount);
+template <class D, class T, class Amount>
+HWY_INLINE void loadTriple(D d, const T* const (&row)[3], size_t x, Amount amount, hn::Vec<D>* c) {
+  for (int p = 0; p < 3; ++p) c[p] = load(d, row[p] + x, amount);
 }
-template <class T>
-RKD_BLOCK void loadTriple(const T* const (&row)[1], size_t x, Whole, Vector<T>* c) {
-  hn::LoadInterleaved3(Lanes<T>(), row[0] + 3 * x, c[0], c[1], c[2]);
+template <class D, class T>
+RKD_BLOCK void loadTriple(D d, const T* const (&row)[1], size_t x, Whole, hn::Vec<D>* c) {
+  hn::LoadInterleaved3(d, row[0] + 3 * x, c[0], c[1], c[2]);
 }
-template <class T>
-RKD_BLOCK void loadTriple(const T* const (&row)[1], size_t x, Part part, Vector<T>* c) {
-  HWY_ALIGN T buffer[3 * hn::MaxLanes(Lanes<T>())] = {};
+template <class D, class T>
+RKD_BLOCK void loadTriple(D d, const T* const (&row)[1], size_t x, Part part, hn::Vec<D>* c) {
+  HWY_ALIGN T buffer[3 * hn::MaxLanes(d)] = {};
   std::memcpy(buffer, static_cast<const void*>(row[0] + 3 * x), 3 * part.lanes * sizeof(T));
-  hn::LoadInterleaved3(Lanes<T>(), buffer, c[0], c[1], c[2]);
+  hn::LoadInterleaved3(d, buffer, c[0], c[1], c[2]);
 }
 
-template <class T, class Amount>
-HWY_INLINE void storeTriple(const Vector<T>* c, T* const (&row)[3], size_t x, Amount amount) {
-  for (int p = 0; p < 3; ++p) store(c[p], Lanes<T>(), row[p] + x, amount);
+template <class D, class T, class Amount>
+HWY_INLINE void storeTriple(D d, const hn::Vec<D>* c, T* const (&row)[3], size_t x, Amount amount) {
+  for (int p = 0; p < 3; ++p) store(c[p], d, row[p] + x, amount);
 }
-template <class T>
-RKD_BLOCK void storeTriple(const Vector<T>* c, T* const (&row)[1], size_t x, Whole) {
-  hn::StoreInterleaved3(c[0], c[1], c[2], Lanes<T>(), row[0] + 3 * x);
+template <class D, class T>
+RKD_BLOCK void storeTriple(D d, const hn::Vec<D>* c, T* const (&row)[1], size_t x, Whole) {
+  hn::StoreInterleaved3(c[0], c[1], c[2], d, row[0] + 3 * x);
 }
-template <class T>
-RKD_BLOCK void storeTriple(const Vector<T>* c, T* const (&row)[1], size_t x, Part part) {
-  HWY_ALIGN T buffer[3 * hn::MaxLanes(Lanes<T>())];
-  hn::StoreInterleaved3(c[0], c[1], c[2], Lanes<T>(), buffer);
+template <class D, class T>
+RKD_BLOCK void storeTriple(D d, const hn::Vec<D>* c, T* const (&row)[1], size_t x, Part part) {
+  HWY_ALIGN T buffer[3 * hn::MaxLanes(d)];
+  hn::StoreInterleaved3(c[0], c[1], c[2], d, buffer);
   std::memcpy(static_cast<void*>(row[0] + 3 * x), buffer, 3 * part.lanes * sizeof(T));
 }
 
@@ -91,9 +86,10 @@ constexpr int fixedPoint(double weight, int bits) {
 }
 
 // In floating point. Weights of 0 and 1 fall away.
-HWY_INLINE void weighted(const double (&weights)[3][3], Vector<float>* c) {
-  const Lanes<float> d;
-  const Vector<float> in[3] = {c[0], c[1], c[2]};
+template <class V>
+HWY_INLINE void weighted(const double (&weights)[3][3], V* c) {
+  const hn::DFromV<V> d;
+  const V in[3] = {c[0], c[1], c[2]};
   for (int i = 0; i < 3; ++i) {
     const auto& w = weights[i];
     auto sum = w[0] == 1 ? in[0] : hn::Mul(in[0], hn::Set(d, static_cast<float>(w[0])));
@@ -107,21 +103,29 @@ HWY_INLINE void weighted(const double (&weights)[3][3], Vector<float>* c) {
 // 16 bits: pairwise products with the weights times 2^kBits, whose sum stays below 2^31 for all
 // samples; narrowing saturates. The first two samples make a pair, the third one goes with the
 // rounding.
+struct Pairs16 {
+  V16 low, high, low2, high2;
+  explicit HWY_INLINE Pairs16(const V16* c)
+      : low(hn::InterleaveLower(D16(), c[0], c[1])),
+        high(hn::InterleaveUpper(D16(), c[0], c[1])),
+        low2(hn::InterleaveLower(D16(), c[2], hn::Set(D16(), 1))),
+        high2(hn::InterleaveUpper(D16(), c[2], hn::Set(D16(), 1))) {}
+};
 template <int kBits>
-RKD_BLOCK void weighted16(const int (&weights)[3][3], V16* c) {
-  const V16 one = hn::Set(D16(), 1);
-  const V16 low = hn::InterleaveLower(D16(), c[0], c[1]);
-  const V16 high = hn::InterleaveUpper(D16(), c[0], c[1]);
-  const V16 low2 = hn::InterleaveLower(D16(), c[2], one);
-  const V16 high2 = hn::InterleaveUpper(D16(), c[2], one);
+RKD_BLOCK V16 weighted16(const int (&weights)[3], const Pairs16& in) {
   const V32 zero = hn::Zero(D32());
-  for (int i = 0; i < 3; ++i) {
-    const V16 w = pairOf(weights[i][0], weights[i][1]);
-    const V16 w2 = pairOf(weights[i][2], 1 << (kBits - 1));
-    const V32 sum = addPairProducts(addPairProducts(zero, low, w), low2, w2);
-    const V32 sum2 = addPairProducts(addPairProducts(zero, high, w), high2, w2);
-    c[i] = pack16(hn::ShiftRight<kBits>(sum), hn::ShiftRight<kBits>(sum2));
-  }
+  const V16 w = pairOf(weights[0], weights[1]);
+  const V16 w2 = pairOf(weights[2], 1 << (kBits - 1));
+  const V32 sum = addPairProducts(addPairProducts(zero, in.low, w), in.low2, w2);
+  const V32 sum2 = addPairProducts(addPairProducts(zero, in.high, w), in.high2, w2);
+  return pack16(hn::ShiftRight<kBits>(sum), hn::ShiftRight<kBits>(sum2));
+}
+
+// a + b + (b * weight + 2^13) >> 14, saturated, for weights from 0 to 1: both terms of b have its
+// sign, so that saturating one after the other is saturating their sum.
+HWY_INLINE V16 addMore(V16 a, V16 b, int weight) {
+  const V16 part = hn::MulFixedPoint15(b, hn::Set(D16(), static_cast<int16_t>(2 * weight)));
+  return hn::SaturatedAdd(hn::SaturatedAdd(a, part), b);
 }
 
 // 32 bits: 64-bit sums of products with the weights times 2^28, even and odd lanes apart. Only the
@@ -155,9 +159,7 @@ constexpr int kForward16[3][3] = {
     {fixedPoint(.299, 15), fixedPoint(.587, 15), 3735},
     {fixedPoint(-.16875, 15), fixedPoint(-.33126, 15), fixedPoint(.5, 15)},
     {fixedPoint(.5, 15), fixedPoint(-.41869, 15), fixedPoint(-.08131, 15)}};
-constexpr int kInverse16[3][3] = {{1 << 14, 0, fixedPoint(1.402, 14)},
-                                  {1 << 14, fixedPoint(-.34413, 14), fixedPoint(-.71414, 14)},
-                                  {1 << 14, fixedPoint(1.772, 14), 0}};
+constexpr int kGreen16[3] = {1 << 14, fixedPoint(-.34413, 14), fixedPoint(-.71414, 14)};
 
 struct Weights28 {
   int forward[3][3], inverse[3][3];
@@ -174,32 +176,80 @@ constexpr Weights28 kWeights28 = [] {
 }();
 
 struct IctForward {
-  HWY_INLINE void operator()(Vector<float>* c) const { weighted(kForward, c); }
-  HWY_INLINE void operator()(V16* c) const { weighted16<15>(kForward16, c); }
-  HWY_INLINE void operator()(V32* c) const { weighted32(kWeights28.forward, c); }
+  template <class V>
+  HWY_INLINE void operator()(V* c) const {
+    if constexpr (std::is_floating_point_v<hn::TFromD<hn::DFromV<V>>>) {
+      weighted(kForward, c);
+    } else if constexpr (std::is_same_v<V, V16>) {
+      const Pairs16 in(c);
+      for (int i = 0; i < 3; ++i) c[i] = weighted16<15>(kForward16[i], in);
+    } else {
+      weighted32(kWeights28.forward, c);
+    }
+  }
 };
 struct IctInverse {
-  HWY_INLINE void operator()(Vector<float>* c) const { weighted(kInverse, c); }
-  HWY_INLINE void operator()(V16* c) const { weighted16<14>(kInverse16, c); }
-  HWY_INLINE void operator()(V32* c) const { weighted32(kWeights28.inverse, c); }
+  template <class V>
+  HWY_INLINE void operator()(V* c) const {
+    if constexpr (std::is_floating_point_v<hn::TFromD<hn::DFromV<V>>>) {
+      weighted(kInverse, c);
+    } else if constexpr (std::is_same_v<V, V16>) {
+      const V16 green = weighted16<14>(kGreen16, Pairs16(c));
+      const V16 blue = addMore(c[0], c[1], fixedPoint(.772, 14));
+      c[0] = addMore(c[0], c[2], fixedPoint(.402, 14));
+      c[1] = green;
+      c[2] = blue;
+    } else {
+      weighted32(kWeights28.inverse, c);
+    }
+  }
 };
 
 // ---- the walk ----
 
+// Transforms that hardly do more than move memory go in vectors of 32 bytes, two at a time: longer
+// stores make loads wait whose addresses differ from theirs by about a multiple of 4096, as those
+// of planes often do.
+template <class Transform, class T>
+inline constexpr bool kMoves =
+    std::is_floating_point_v<T> ||
+    !(std::is_same_v<Transform, IctForward> || std::is_same_v<Transform, IctInverse>);
+
+template <class Transform, class T, int SP, int DP>
+HWY_INLINE void transformRow(const T* const (&src)[SP], T* const (&dst)[DP], size_t width) {
+  constexpr bool moves = kMoves<Transform, T>;
+  const hn::CappedTag<T, (moves ? 32 : 64) / sizeof(T)> d;
+  constexpr size_t lanes = hn::MaxLanes(d);
+  size_t x = 0;
+  for (; moves && x + 2 * lanes <= width; x += 2 * lanes) {
+    hn::Vec<decltype(d)> a[3], b[3];
+    loadTriple(d, src, x, Whole{}, a);
+    loadTriple(d, src, x + lanes, Whole{}, b);
+    Transform()(a);
+    Transform()(b);
+    storeTriple(d, a, dst, x, Whole{});
+    storeTriple(d, b, dst, x + lanes, Whole{});
+  }
+  overRow(width - x, lanes, [&](size_t more, auto amount) HWY_ATTR {
+    hn::Vec<decltype(d)> c[3];
+    loadTriple(d, src, x + more, amount, c);
+    Transform()(c);
+    storeTriple(d, c, dst, x + more, amount);
+  });
+}
+
 template <class Transform, class T, int SP, int DP>
 void transformRegion(const Region<T, SP, T, DP>& r) {
-  for (int y = 0; y < r.size.height; ++y) {
+  const auto width = static_cast<size_t>(r.size.width), height = static_cast<size_t>(r.size.height);
+  // Rows without gaps are one long row.
+  const bool joined = static_cast<size_t>(r.srcStep) == width * (3 / SP) * sizeof(T) &&
+                      static_cast<size_t>(r.dstStep) == width * (3 / DP) * sizeof(T);
+  for (int y = 0; y < (joined ? 1 : r.size.height); ++y) {
     const T* src[SP];
     T* dst[DP];
     for (int p = 0; p < SP; ++p) src[p] = r.srcRow(y, p);
     for (int p = 0; p < DP; ++p) dst[p] = r.dstRow(y, p);
-    overRow(static_cast<size_t>(r.size.width), hn::Lanes(Lanes<T>()),
-            [&](size_t x, auto amount) HWY_ATTR {
-              Vector<T> c[3];
-              loadTriple(src, x, amount, c);
-              Transform()(c);
-              storeTriple(c, dst, x, amount);
-            });
+    transformRow<Transform>(src, dst, joined ? width * height : width);
   }
 }
 
