@@ -71,7 +71,7 @@ struct D97 {
   }
 
   template <int step, bool inverse, class V>
-  static RKD_BLOCK V lift(V own, V a, V b) {
+  static HWY_INLINE V lift(V own, V a, V b) {
     const hn::DFromV<V> d;
     if constexpr (std::is_floating_point_v<Sample<V>>) {
       constexpr double weight = inverse ? -kWeight[step] : kWeight[step];
@@ -88,7 +88,7 @@ struct D97 {
 
   // Times K, or divided by it.
   template <bool byK, class V>
-  static RKD_BLOCK V scale(V v) {
+  static HWY_INLINE V scale(V v) {
     const hn::DFromV<V> d;
     constexpr double factor = byK ? kK : 1 / kK;
     if constexpr (std::is_floating_point_v<Sample<V>>) {
@@ -103,7 +103,7 @@ struct D97 {
  private:
   // (a * first + b * second + start) >> 14 of 16-bit samples, saturated.
   template <class V>
-  static HWY_INLINE V weightedPairs(V a, V b, int first, int second, int start) {
+  static RKD_BLOCK V weightedPairs(V a, V b, int first, int second, int start) {
     const hn::DFromV<V> d;
     const hn::RepartitionToWide<decltype(d)> d32;
     const auto pair = static_cast<uint32_t>(first & 0xFFFF) | static_cast<uint32_t>(second) << 16;
@@ -115,7 +115,7 @@ struct D97 {
   }
   // (v * weight + 2^27) >> 28, of which the low 32 bits: shifts need not know the sign.
   template <class V>
-  static HWY_INLINE V product32(V v, int weight) {
+  static RKD_BLOCK V product32(V v, int weight) {
     const hn::DFromV<V> d;
     const hn::Repartition<int64_t, decltype(d)> d64;
     const hn::Repartition<uint64_t, decltype(d)> du64;
