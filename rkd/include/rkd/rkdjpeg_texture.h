@@ -8,8 +8,8 @@
 /// DXT5 never have three colours, whatever the order of c0 and c1.
 ///
 /// The encoders follow one rule, so that results are the same bits at every level:
-/// 1. In DXT1 pixels with alpha below 128 are transparent and count in no step; a block that has any
-///    uses three colours and index 3 for exactly these pixels.
+/// 1. In DXT1 pixels with alpha below 128 are transparent and count in no step; a block with
+///    such pixels uses three colours and index 3 for exactly these.
 /// 2. The colours' axis are the covariances of the channel that varies most (the first of R, G, B)
 ///    with each channel, scaled so that the magnitudes sum up to 127 and cut to integers.
 /// 3. On the axis colours get levels, 0 to 3 (to 2), by thresholds between the smallest and the
@@ -19,9 +19,9 @@
 ///    that share one level get their mean (halves up): each channel takes two ends, in either
 ///    order, whose level next to the upper end is nearest; of these the closest together, then the
 ///    one with the smallest upper and then lower end.
-/// 5. The ends are ordered c0 >= c1 (three colours: c0 <= c1), and every colour takes the level that
-///    is nearest along the line between the widened ends, scaled like the axis, halves towards c1.
-///    Equal ends take index 0.
+/// 5. The ends are ordered c0 >= c1 (three colours: c0 <= c1), and every colour takes the
+///    level that is nearest along the line between the widened ends, scaled like the axis, halves
+///    towards c1. Equal ends take index 0.
 /// 6. DXT3 rounds alpha to multiples of 17. DXT5 takes the largest and the smallest alpha as ends,
 ///    and the nearest of the 8 levels.
 #ifndef RKD_RKDJPEG_TEXTURE_H_
