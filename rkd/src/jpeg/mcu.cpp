@@ -12,37 +12,24 @@
 HWY_BEFORE_NAMESPACE();
 namespace rkd::HWY_NAMESPACE {
 
-// Kernels: FORWARD or INVERSE(name, shape, pixel format, operation, planes).
-#define FORWARD(name, S, Format, Operation, P)                               \
-  RkdStatus name(const Format::Sample* src, int step, int16_t* const* dst) { \
-    return toBlocks<S, Format, Operation, P>(src, step, dst);                \
-  }
-#define INVERSE(name, S, Format, Operation, P)                               \
-  RkdStatus name(const int16_t* const* src, Format::Sample* dst, int step) { \
-    return fromBlocks<S, Format, Operation, P>(src, dst, step);              \
-  }
-
-FORWARD(rgbToYcc444, Shape444, Rgb, ToYcc, 3)
-FORWARD(rgbToYcc422, Shape422, Rgb, ToYcc, 3)
-FORWARD(rgbToYcc411, Shape411, Rgb, ToYcc, 3)
-FORWARD(bgrToYcc444, Shape444, Bgr, ToYcc, 3)
-FORWARD(bgrToYcc422, Shape422, Bgr, ToYcc, 3)
-FORWARD(bgrToYcc411, Shape411, Bgr, ToYcc, 3)
-FORWARD(cmykToYcck444, Shape444, Cmyk, ToYcc, 4)
-FORWARD(cmykToYcck422, Shape422, Cmyk, ToYcc, 4)
-FORWARD(cmykToYcck411, Shape411, Cmyk, ToYcc, 4)
-INVERSE(ycc444ToRgb, Shape444, Rgb, ToRgb, 3)
-INVERSE(ycc422ToRgb, Shape422, Rgb, ToRgb, 3)
-INVERSE(ycc411ToRgb, Shape411, Rgb, ToRgb, 3)
-INVERSE(ycc444ToBgr, Shape444, Bgr, ToRgb, 3)
-INVERSE(ycc422ToBgr, Shape422, Bgr, ToRgb, 3)
-INVERSE(ycc411ToBgr, Shape411, Bgr, ToRgb, 3)
-INVERSE(ycck444ToCmyk, Shape444, Cmyk, ToRgb, 4)
-INVERSE(ycck422ToCmyk, Shape422, Cmyk, ToRgb, 4)
-INVERSE(ycck411ToCmyk, Shape411, Cmyk, ToRgb, 4)
-
-#undef FORWARD
-#undef INVERSE
+RKD_TO_BLOCKS(rgbToYcc444, Shape444, Rgb, ToYcc, 3)
+RKD_TO_BLOCKS(rgbToYcc422, Shape422, Rgb, ToYcc, 3)
+RKD_TO_BLOCKS(rgbToYcc411, Shape411, Rgb, ToYcc, 3)
+RKD_TO_BLOCKS(bgrToYcc444, Shape444, Bgr, ToYcc, 3)
+RKD_TO_BLOCKS(bgrToYcc422, Shape422, Bgr, ToYcc, 3)
+RKD_TO_BLOCKS(bgrToYcc411, Shape411, Bgr, ToYcc, 3)
+RKD_TO_BLOCKS(cmykToYcck444, Shape444, Cmyk, ToYcc, 4)
+RKD_TO_BLOCKS(cmykToYcck422, Shape422, Cmyk, ToYcc, 4)
+RKD_TO_BLOCKS(cmykToYcck411, Shape411, Cmyk, ToYcc, 4)
+RKD_FROM_BLOCKS(ycc444ToRgb, Shape444, Rgb, ToRgb, 3)
+RKD_FROM_BLOCKS(ycc422ToRgb, Shape422, Rgb, ToRgb, 3)
+RKD_FROM_BLOCKS(ycc411ToRgb, Shape411, Rgb, ToRgb, 3)
+RKD_FROM_BLOCKS(ycc444ToBgr, Shape444, Bgr, ToRgb, 3)
+RKD_FROM_BLOCKS(ycc422ToBgr, Shape422, Bgr, ToRgb, 3)
+RKD_FROM_BLOCKS(ycc411ToBgr, Shape411, Bgr, ToRgb, 3)
+RKD_FROM_BLOCKS(ycck444ToCmyk, Shape444, Cmyk, ToRgb, 4)
+RKD_FROM_BLOCKS(ycck422ToCmyk, Shape422, Cmyk, ToRgb, 4)
+RKD_FROM_BLOCKS(ycck411ToCmyk, Shape411, Cmyk, ToRgb, 4)
 
 }  // namespace rkd::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

@@ -1,4 +1,5 @@
-// Entry points of the MCU functions: the checks, once, for all of them.
+// Entry points of the MCU functions: the checks, once, for all of them; and what all kernels look
+// like.
 #pragma once
 
 #include "common/args.h"
@@ -36,4 +37,14 @@ inline RkdStatus runMcuInverse(Kernel kernel, const int16_t* const* src, D* dst,
 #define RKD_MCU_INVERSE(Name, kernel, T, rowSamples, P)                                  \
   RkdStatus Name(const int16_t* const src[P], T* dst, int dstStep) {                     \
     return ::rkd::runMcuInverse<P>(RKD_AT_LEVEL(kernel), src, dst, dstStep, rowSamples); \
+  }
+
+// One kernel: S is the shape of the MCU, Format the pixels, P the number of planes.
+#define RKD_TO_BLOCKS(name, S, Format, Operation, P)                         \
+  RkdStatus name(const Format::Sample* src, int step, int16_t* const* dst) { \
+    return toBlocks<S, Format, Operation, P>(src, step, dst);                \
+  }
+#define RKD_FROM_BLOCKS(name, S, Format, Operation, P)                       \
+  RkdStatus name(const int16_t* const* src, Format::Sample* dst, int step) { \
+    return fromBlocks<S, Format, Operation, P>(src, dst, step);              \
   }

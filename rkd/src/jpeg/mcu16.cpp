@@ -12,31 +12,18 @@
 HWY_BEFORE_NAMESPACE();
 namespace rkd::HWY_NAMESPACE {
 
-// Kernels: FORWARD or INVERSE(name, shape, pixel format, operation, planes).
-#define FORWARD(name, S, Format, Operation, P)                               \
-  RkdStatus name(const Format::Sample* src, int step, int16_t* const* dst) { \
-    return toBlocks<S, Format, Operation, P>(src, step, dst);                \
-  }
-#define INVERSE(name, S, Format, Operation, P)                               \
-  RkdStatus name(const int16_t* const* src, Format::Sample* dst, int step) { \
-    return fromBlocks<S, Format, Operation, P>(src, dst, step);              \
-  }
-
-FORWARD(bgr555ToYcc444, Shape444, Bgr555, ToYcc, 3)
-FORWARD(bgr555ToYcc422, Shape422, Bgr555, ToYcc, 3)
-FORWARD(bgr555ToYcc411, Shape411, Bgr555, ToYcc, 3)
-FORWARD(bgr565ToYcc444, Shape444, Bgr565, ToYcc, 3)
-FORWARD(bgr565ToYcc422, Shape422, Bgr565, ToYcc, 3)
-FORWARD(bgr565ToYcc411, Shape411, Bgr565, ToYcc, 3)
-INVERSE(ycc444ToBgr555, Shape444, Bgr555, ToRgb, 3)
-INVERSE(ycc422ToBgr555, Shape422, Bgr555, ToRgb, 3)
-INVERSE(ycc411ToBgr555, Shape411, Bgr555, ToRgb, 3)
-INVERSE(ycc444ToBgr565, Shape444, Bgr565, ToRgb, 3)
-INVERSE(ycc422ToBgr565, Shape422, Bgr565, ToRgb, 3)
-INVERSE(ycc411ToBgr565, Shape411, Bgr565, ToRgb, 3)
-
-#undef FORWARD
-#undef INVERSE
+RKD_TO_BLOCKS(bgr555ToYcc444, Shape444, Bgr555, ToYcc, 3)
+RKD_TO_BLOCKS(bgr555ToYcc422, Shape422, Bgr555, ToYcc, 3)
+RKD_TO_BLOCKS(bgr555ToYcc411, Shape411, Bgr555, ToYcc, 3)
+RKD_TO_BLOCKS(bgr565ToYcc444, Shape444, Bgr565, ToYcc, 3)
+RKD_TO_BLOCKS(bgr565ToYcc422, Shape422, Bgr565, ToYcc, 3)
+RKD_TO_BLOCKS(bgr565ToYcc411, Shape411, Bgr565, ToYcc, 3)
+RKD_FROM_BLOCKS(ycc444ToBgr555, Shape444, Bgr555, ToRgb, 3)
+RKD_FROM_BLOCKS(ycc422ToBgr555, Shape422, Bgr555, ToRgb, 3)
+RKD_FROM_BLOCKS(ycc411ToBgr555, Shape411, Bgr555, ToRgb, 3)
+RKD_FROM_BLOCKS(ycc444ToBgr565, Shape444, Bgr565, ToRgb, 3)
+RKD_FROM_BLOCKS(ycc422ToBgr565, Shape422, Bgr565, ToRgb, 3)
+RKD_FROM_BLOCKS(ycc411ToBgr565, Shape411, Bgr565, ToRgb, 3)
 
 }  // namespace rkd::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

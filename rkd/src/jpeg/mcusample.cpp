@@ -12,25 +12,12 @@
 HWY_BEFORE_NAMESPACE();
 namespace rkd::HWY_NAMESPACE {
 
-// Kernels: FORWARD or INVERSE(name, shape, pixel format, operation, planes).
-#define FORWARD(name, S, Format, Operation, P)                               \
-  RkdStatus name(const Format::Sample* src, int step, int16_t* const* dst) { \
-    return toBlocks<S, Format, Operation, P>(src, step, dst);                \
-  }
-#define INVERSE(name, S, Format, Operation, P)                               \
-  RkdStatus name(const int16_t* const* src, Format::Sample* dst, int step) { \
-    return fromBlocks<S, Format, Operation, P>(src, dst, step);              \
-  }
-
-FORWARD(sampleDown444, Shape444, Rgb, NoConversion, 3)
-FORWARD(sampleDown422, Shape422, Rgb, NoConversion, 3)
-FORWARD(sampleDown411, Shape411, Rgb, NoConversion, 3)
-INVERSE(sampleUp444, Shape444, Rgb, NoConversion, 3)
-INVERSE(sampleUp422, Shape422, Rgb, NoConversion, 3)
-INVERSE(sampleUp411, Shape411, Rgb, NoConversion, 3)
-
-#undef FORWARD
-#undef INVERSE
+RKD_TO_BLOCKS(sampleDown444, Shape444, Rgb, NoConversion, 3)
+RKD_TO_BLOCKS(sampleDown422, Shape422, Rgb, NoConversion, 3)
+RKD_TO_BLOCKS(sampleDown411, Shape411, Rgb, NoConversion, 3)
+RKD_FROM_BLOCKS(sampleUp444, Shape444, Rgb, NoConversion, 3)
+RKD_FROM_BLOCKS(sampleUp422, Shape422, Rgb, NoConversion, 3)
+RKD_FROM_BLOCKS(sampleUp411, Shape411, Rgb, NoConversion, 3)
 
 // Y Cb Y Cr pixels: Cb and Cr have their half width already.
 RkdStatus split422(const uint8_t* src, int step, int16_t* const* dst) {
