@@ -103,39 +103,48 @@ HWY_INLINE void weighted(const double (&weights)[3][3], V* c) {
 // 16 bits: pairwise products with the weights times 2^kBits, whose sum stays below 2^31 for all
 // samples; narrowing saturates. The first two samples make a pair, the third one goes with the
 // rounding.
+template <class V>
 struct Pairs16 {
-  V16 low, high, low2, high2;
-  explicit HWY_INLINE Pairs16(const V16* c)
-      : low(hn::InterleaveLower(D16(), c[0], c[1])),
-        high(hn::InterleaveUpper(D16(), c[0], c[1])),
-        low2(hn::InterleaveLower(D16(), c[2], hn::Set(D16(), 1))),
-        high2(hn::InterleaveUpper(D16(), c[2], hn::Set(D16(), 1))) {}
+  V low, high, low2, high2;
+  explicit HWY_INLINE Pairs16(const V* c) {
+    const hn::DFromV<V> d;
+    const V one = hn::Set(d, 1);
+    low = hn::InterleaveLower(d, c[0], c[1]);
+    high = hn::InterleaveUpper(d, c[0], c[1]);
+    low2 = hn::InterleaveLower(d, c[2], one);
+    high2 = hn::InterleaveUpper(d, c[2], one);
+  }
 };
-template <int kBits>
-RKD_BLOCK V16 weighted16(const int (&weights)[3], const Pairs16& in) {
-  const V32 zero = hn::Zero(D32());
-  const V16 w = pairOf(weights[0], weights[1]);
-  const V16 w2 = pairOf(weights[2], 1 << (kBits - 1));
-  const V32 sum = addPairProducts(addPairProducts(zero, in.low, w), in.low2, w2);
-  const V32 sum2 = addPairProducts(addPairProducts(zero, in.high, w), in.high2, w2);
-  return pack16(hn::ShiftRight<kBits>(sum), hn::ShiftRight<kBits>(sum2));
+template <int kBits, class V>
+RKD_BLOCK V weighted16(const int (&weights)[3], const Pairs16<V>& in) {
+  const hn::DFromV<V> d;
+  const hn::RepartitionToWide<decltype(d)> d32;
+  const V w = hn::BitCast(d, hn::Set(d32, pairBits(weights[0], weights[1])));
+  const V w2 = hn::BitCast(d, hn::Set(d32, pairBits(weights[2], 1 << (kBits - 1))));
+  const auto zero = hn::Zero(d32);
+  const auto sum = addPairProducts(addPairProducts(zero, in.low, w), in.low2, w2);
+  const auto sum2 = addPairProducts(addPairProducts(zero, in.high, w), in.high2, w2);
+  return hn::ReorderDemote2To(d, hn::ShiftRight<kBits>(sum), hn::ShiftRight<kBits>(sum2));
 }
 
 // a + b + (b * weight + 2^13) >> 14, saturated, for weights from 0 to 1: both terms of b have its
 // sign, so that saturating one after the other is saturating their sum.
-HWY_INLINE V16 addMore(V16 a, V16 b, int weight) {
-  const V16 part = hn::MulFixedPoint15(b, hn::Set(D16(), static_cast<int16_t>(2 * weight)));
+template <class V>
+HWY_INLINE V addMore(V a, V b, int weight) {
+  const hn::DFromV<V> d;
+  const V part = hn::MulFixedPoint15(b, hn::Set(d, static_cast<int16_t>(2 * weight)));
   return hn::SaturatedAdd(hn::SaturatedAdd(a, part), b);
 }
 
 // 32 bits: 64-bit sums of products with the weights times 2^28, even and odd lanes apart. Only the
 // low 32 bits of a result are kept, so that its shift need not know the sign.
-RKD_BLOCK void weighted32(const int (&weights)[3][3], V32* c) {
-  const D32 d;
-  const hn::Repartition<int64_t, D32> d64;
-  const hn::Repartition<uint64_t, D32> du64;
-  const V32 in[3] = {c[0], c[1], c[2]};
-  V32 odd[3];
+template <class V>
+RKD_BLOCK void weighted32(const int (&weights)[3][3], V* c) {
+  const hn::DFromV<V> d;
+  const hn::Repartition<int64_t, decltype(d)> d64;
+  const hn::Repartition<uint64_t, decltype(d)> du64;
+  const V in[3] = {c[0], c[1], c[2]};
+  V odd[3];
   for (int k = 0; k < 3; ++k) {
     odd[k] = hn::BitCast(d, hn::ShiftRight<32>(hn::BitCast(du64, in[k])));
   }
@@ -144,7 +153,7 @@ RKD_BLOCK void weighted32(const int (&weights)[3][3], V32* c) {
     auto even64 = half, odd64 = half;
     for (int k = 0; k < 3; ++k) {
       if (weights[i][k] == 0) continue;
-      const V32 w = hn::Set(d, weights[i][k]);
+      const V w = hn::Set(d, weights[i][k]);
       even64 = hn::Add(even64, hn::MulEven(in[k], w));
       odd64 = hn::Add(odd64, hn::MulEven(odd[k], w));
     }
@@ -180,8 +189,8 @@ struct IctForward {
   HWY_INLINE void operator()(V* c) const {
     if constexpr (std::is_floating_point_v<hn::TFromD<hn::DFromV<V>>>) {
       weighted(kForward, c);
-    } else if constexpr (std::is_same_v<V, V16>) {
-      const Pairs16 in(c);
+    } else if constexpr (std::is_same_v<hn::TFromD<hn::DFromV<V>>, int16_t>) {
+      const Pairs16<V> in(c);
       for (int i = 0; i < 3; ++i) c[i] = weighted16<15>(kForward16[i], in);
     } else {
       weighted32(kWeights28.forward, c);
@@ -193,9 +202,9 @@ struct IctInverse {
   HWY_INLINE void operator()(V* c) const {
     if constexpr (std::is_floating_point_v<hn::TFromD<hn::DFromV<V>>>) {
       weighted(kInverse, c);
-    } else if constexpr (std::is_same_v<V, V16>) {
-      const V16 green = weighted16<14>(kGreen16, Pairs16(c));
-      const V16 blue = addMore(c[0], c[1], fixedPoint(.772, 14));
+    } else if constexpr (std::is_same_v<hn::TFromD<hn::DFromV<V>>, int16_t>) {
+      const V green = weighted16<14>(kGreen16, Pairs16<V>(c));
+      const V blue = addMore(c[0], c[1], fixedPoint(.772, 14));
       c[0] = addMore(c[0], c[2], fixedPoint(.402, 14));
       c[1] = green;
       c[2] = blue;
@@ -207,21 +216,14 @@ struct IctInverse {
 
 // ---- the walk ----
 
-// Transforms that hardly do more than move memory go in vectors of 32 bytes, two at a time: longer
-// stores make loads wait whose addresses differ from theirs by about a multiple of 4096, as those
-// of planes often do.
-template <class Transform, class T>
-inline constexpr bool kMoves =
-    std::is_floating_point_v<T> ||
-    !(std::is_same_v<Transform, IctForward> || std::is_same_v<Transform, IctInverse>);
-
+// Vectors of 32 bytes at most, two at a time: longer stores make loads wait whose addresses differ
+// from theirs by about a multiple of 4096, as those of planes often do.
 template <class Transform, class T, int SP, int DP>
 HWY_INLINE void transformRow(const T* const (&src)[SP], T* const (&dst)[DP], size_t width) {
-  constexpr bool moves = kMoves<Transform, T>;
-  const hn::CappedTag<T, (moves ? 32 : 64) / sizeof(T)> d;
+  const hn::CappedTag<T, 32 / sizeof(T)> d;
   constexpr size_t lanes = hn::MaxLanes(d);
   size_t x = 0;
-  for (; moves && x + 2 * lanes <= width; x += 2 * lanes) {
+  for (; x + 2 * lanes <= width; x += 2 * lanes) {
     hn::Vec<decltype(d)> a[3], b[3];
     loadTriple(d, src, x, Whole{}, a);
     loadTriple(d, src, x + lanes, Whole{}, b);

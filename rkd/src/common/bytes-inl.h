@@ -115,9 +115,12 @@ RKD_BLOCK V16 roundedProduct(V16 a, V16 b) {
 
 // A 16-bit pair constant for pairProducts: `first` times the lower, `second` times the upper value
 // of each 32-bit lane.
-HWY_INLINE V16 pairOf(int first, int second) {
+HWY_INLINE int32_t pairBits(int first, int second) {
   const auto bits = static_cast<uint32_t>(first & 0xFFFF) | static_cast<uint32_t>(second) << 16;
-  return hn::BitCast(D16(), hn::Set(D32(), static_cast<int32_t>(bits)));
+  return static_cast<int32_t>(bits);
+}
+HWY_INLINE V16 pairOf(int first, int second) {
+  return hn::BitCast(D16(), hn::Set(D32(), pairBits(first, second)));
 }
 
 // ---- 128-bit blocks ----
