@@ -1,40 +1,11 @@
+// Loads bitmaps into images: the checks of their headers in the order of their texts.
 #include "rkbmpfile.h"
 
 #include <algorithm>
-#include <cstring>
+#include <array>
 #include <limits>
 
 #include "tzostream.h"
-
-namespace {
-
-constexpr int FILE_HEADER_BYTES = 14;
-constexpr int INFO_HEADER_BYTES = 40;
-constexpr uint16_t NATIVE_TYPE = 19778;    // "BM"
-constexpr uint16_t REVERSED_TYPE = 16973;  // "MB"
-
-/// Takes fields off a header, one after the other.
-class FieldReader {
- public:
-  FieldReader(const unsigned char* bytes, bool reversed) : m_bytes(bytes), m_reversed(reversed) {}
-
-  template <typename T>
-  void operator()(T& field) {
-    uint32_t value = 0;
-    for (size_t i = 0; i < sizeof(T); ++i) {
-      const size_t shift = 8 * (m_reversed ? sizeof(T) - 1 - i : i);
-      value |= uint32_t{m_bytes[i]} << shift;
-    }
-    m_bytes += sizeof(T);
-    field = static_cast<T>(value);
-  }
-
- private:
-  const unsigned char* m_bytes;
-  bool m_reversed;
-};
-
-}  // namespace
 
 /// The file with what a bitmap needs beyond reading on.
 class rkBmpFile::Stream : public i_stream {
@@ -56,8 +27,8 @@ bool rkBmpFile::error(const tzString& text) const {
 // Checks ----------------------------------------------------------------------------------------
 
 bool rkBmpFile::ValidFileHeader(bool& reversed) const {
-  reversed = m_file.bfType == REVERSED_TYPE;
-  return reversed || m_file.bfType == NATIVE_TYPE || error("Bitmap files are valid only");
+  reversed = m_file.bfType == base::kReversedBmpType;
+  return reversed || m_file.bfType == base::kBmpType || error("Bitmap files are valid only");
 }
 
 bool rkBmpFile::ValidCompression() const {
@@ -129,20 +100,16 @@ bool rkBmpFile::CreateImage(int layout) {
 bool rkBmpFile::IsCompressed() const { return m_info.biCompression == 0 && m_info.biBitCount <= 8; }
 
 int rkBmpFile::GetPaletteNum() const {
-  if (!IsCompressed()) return 0;
-  const int colours = 1 << m_info.biBitCount;
-  return m_info.biClrUsed == 0 ? colours
-                               : int(std::min<uint32_t>(uint32_t(colours), m_info.biClrUsed));
+  return IsCompressed() ? base::bmpPaletteSize(m_info.biBitCount, m_info.biClrUsed) : 0;
 }
 
 bool rkBmpFile::IsGrayPalette() const {
-  return std::all_of(m_palette.begin(), m_palette.end(), [](const Entry& entry) {
-    return entry.blue == entry.green && entry.green == entry.red;
-  });
+  return std::all_of(m_palette.begin(), m_palette.end(),
+                     [](const base::BmpColour& colour) { return colour.isGray(); });
 }
 
 long long rkBmpFile::GetDataStep() const {
-  return (static_cast<long long>(m_info.biBitCount) * m_info.biWidth + 31) / 32 * 4;
+  return base::bmpRowStep(m_info.biBitCount, m_info.biWidth);
 }
 
 long long rkBmpFile::GetDataSize() const {
@@ -172,47 +139,35 @@ bool rkBmpFile::open(Stream& file) {
 }
 
 bool rkBmpFile::readHeaders(Stream& file) {
-  unsigned char bytes[INFO_HEADER_BYTES] = {};
-  const bool complete = file.readAll(bytes, FILE_HEADER_BYTES);
-  FieldReader(bytes, false)(m_file.bfType);
+  std::array<unsigned char, base::kBmpInfoHeaderBytes> bytes{};
+  const bool complete = file.readAll(bytes.data(), base::kBmpFileHeaderBytes);
+  base::ByteReader fields(bytes, base::ByteOrder::little);
+  m_file = base::readBmpFileHeader(fields);
   bool reversed = false;
   if (!ValidFileHeader(reversed)) return false;
-  FieldReader field(bytes, reversed);
-  field(m_file.bfType);
-  field(m_file.bfSize);
-  field(m_file.bfReserved1);
-  field(m_file.bfReserved2);
-  field(m_file.bfOffBits);
+  const auto order = reversed ? base::ByteOrder::big : base::ByteOrder::little;
+  fields = base::ByteReader(bytes, order);
+  m_file = base::readBmpFileHeader(fields);
 
-  if (!complete || !file.readAll(bytes, INFO_HEADER_BYTES)) {
+  if (!complete || !file.readAll(bytes.data(), bytes.size())) {
     return error("Bitmap header is corrupted: the file ends in it");
   }
-  field = FieldReader(bytes, reversed);
-  field(m_info.biSize);
-  field(m_info.biWidth);
-  field(m_info.biHeight);
-  field(m_info.biPlanes);
-  field(m_info.biBitCount);
-  field(m_info.biCompression);
-  field(m_info.biSizeImage);
-  field(m_info.biXPelsPerMeter);
-  field(m_info.biYPelsPerMeter);
-  field(m_info.biClrUsed);
-  field(m_info.biClrImportant);
-  return m_info.biSize >= INFO_HEADER_BYTES ||
+  fields = base::ByteReader(bytes, order);
+  m_info = base::readBmpInfoHeader(fields);
+  return m_info.biSize >= base::kBmpInfoHeaderBytes ||
          error("Bitmap header is corrupted: biSize is invalid");
 }
 
 bool rkBmpFile::readPalette(Stream& file) {
-  m_palette.assign(size_t(GetPaletteNum()), Entry());
+  m_palette.assign(size_t(GetPaletteNum()), base::BmpColour());
   // Later versions of the format have a longer header, which the palette follows.
   if (m_palette.empty()) return true;
   unsigned char bytes[4];
-  bool good = file.seek(FILE_HEADER_BYTES + long{m_info.biSize});
-  for (Entry& entry : m_palette) {
+  bool good = file.seek(base::kBmpFileHeaderBytes + long{m_info.biSize});
+  for (base::BmpColour& colour : m_palette) {
     good = good && file.readAll(bytes, sizeof bytes);
     if (!good) return error("Bitmap header is corrupted: the file ends in the palette");
-    entry = {bytes[0], bytes[1], bytes[2], bytes[3]};
+    colour = {bytes[0], bytes[1], bytes[2], bytes[3]};
   }
   return true;
 }
@@ -220,7 +175,7 @@ bool rkBmpFile::readPalette(Stream& file) {
 /// Compares what the headers promise with the size of the file, before anything is allocated.
 bool rkBmpFile::validExtent(Stream& file) const {
   const long long left = file.bytes() - m_file.bfOffBits;
-  if (m_file.bfOffBits < FILE_HEADER_BYTES + INFO_HEADER_BYTES || left < 0) {
+  if (m_file.bfOffBits < base::kBmpFileHeaderBytes + base::kBmpInfoHeaderBytes || left < 0) {
     return error("Bitmap header is corrupted: bfOffBits is invalid");
   }
   // Writers may leave out the padding of the last row of unpacked pixels.
@@ -255,38 +210,17 @@ bool rkBmpFile::readPixels(Stream& file) {
 // Expansion -------------------------------------------------------------------------------------
 
 bool rkBmpFile::SetImageData(const unsigned char* pixels) {
-  switch (m_info.biBitCount) {
-    case 8:
-      expand<8>(pixels);
-      return true;
-    case 4:
-      expand<4>(pixels);
-      return true;
-    case 1:
-      expand<1>(pixels);
-      return true;
-    default:
-      return false;
-  }
-}
-
-/// The leftmost pixel of a byte is in its most significant bits.
-template <int Bits>
-void rkBmpFile::expand(const unsigned char* pixels) {
-  constexpr int PER_BYTE = 8 / Bits;
-  constexpr int MASK = (1 << Bits) - 1;
+  if (!IsCompressed()) return false;
   for (int y = 0; y < m_image.height(); ++y) {
-    const unsigned char* const from = pixels + GetDataStep() * y;
     auto* const row = static_cast<unsigned char*>(m_image.getRowPointer(y));
-    for (int x = 0; x < m_image.width(); ++x) {
-      const int shift = 8 - Bits - x % PER_BYTE * Bits;
-      SetPixel(static_cast<unsigned char>(from[x / PER_BYTE] >> shift & MASK), row, x);
-    }
+    base::forBmpIndexes(m_info.biBitCount, pixels + GetDataStep() * y, m_image.width(),
+                        [&](int x, unsigned char index) { SetPixel(index, row, x); });
   }
+  return true;
 }
 
 void rkBmpFile::SetPixel(unsigned char index, unsigned char* row, int x) const {
-  const Entry& colour = m_palette[std::min<size_t>(index, m_palette.size() - 1)];
+  const base::BmpColour& colour = m_palette[std::min<size_t>(index, m_palette.size() - 1)];
   if (m_image.channels() == 1) {
     row[x] = colour.blue;
     return;

@@ -2,36 +2,15 @@
 /// Loads a Windows bitmap file into an image.
 #pragma once
 
-#include <cstdint>
 #include <vector>
 
+#include "base/bmp.h"
 #include "rkimage.h"
 #include "tzostream.h"
 #include "tzstring.h"
 
-/// The 14 bytes that a bitmap file begins with.
-struct BITMAPFILEHEADER {
-  uint16_t bfType = 0;  ///< the bytes "BM", or "MB" when all header fields are byte-reversed
-  uint32_t bfSize = 0;
-  uint16_t bfReserved1 = 0;
-  uint16_t bfReserved2 = 0;
-  uint32_t bfOffBits = 0;  ///< where the pixels begin in the file
-};
-
-/// The 40 bytes that follow it.
-struct BITMAPINFOHEADER {
-  uint32_t biSize = 0;
-  int32_t biWidth = 0;
-  int32_t biHeight = 0;
-  uint16_t biPlanes = 0;
-  uint16_t biBitCount = 0;
-  uint32_t biCompression = 0;
-  uint32_t biSizeImage = 0;
-  int32_t biXPelsPerMeter = 0;
-  int32_t biYPelsPerMeter = 0;
-  uint32_t biClrUsed = 0;
-  uint32_t biClrImportant = 0;
-};
+using BITMAPFILEHEADER = base::BmpFileHeader;
+using BITMAPINFOHEADER = base::BmpInfoHeader;
 
 /// Loads uncompressed files of 1, 4, 8, 16, 24 and 32 bits a pixel. Palette pixels become gray
 /// (one channel) when the palette is gray, else blue, green and red; 16, 24 and 32 bits become 2, 3
@@ -84,10 +63,6 @@ class rkBmpFile {
   bool error(const tzString& text) const;
 
  private:
-  struct Entry {
-    uint8_t blue = 0, green = 0, red = 0, reserved = 0;
-  };
-
   class Stream;
 
   bool open(Stream& file);
@@ -95,13 +70,11 @@ class rkBmpFile {
   bool readPalette(Stream& file);
   bool validExtent(Stream& file) const;
   bool readPixels(Stream& file);
-  template <int Bits>
-  void expand(const unsigned char* pixels);
 
   rkImage& m_image;
   tzString m_name;
   bool m_silent = false;
   BITMAPFILEHEADER m_file;
   BITMAPINFOHEADER m_info;
-  std::vector<Entry> m_palette;
+  std::vector<base::BmpColour> m_palette;
 };

@@ -1,4 +1,5 @@
-// BMP files, loaded into an image.
+// BMP files: loaded into an image of the test data, and read for the codecs.
+#include "imagefile.h"
 #include "memoryfile.h"
 #include "rkbmpfile.h"
 #include "tzmemory.h"
@@ -35,6 +36,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const MemoryFile file;
   file.put(asText(data, size));
   load(file, size);
+  exerciseImage({data, size}, base::BmpPixels::rgb);
+  exerciseImage({data, size}, base::BmpPixels::stored);
   require(tzMallocFirst(nullptr, nullptr) == nullptr, "no buffer is left behind");
   return 0;
 }
