@@ -371,10 +371,11 @@ HWY_INLINE void storeThree(const Words& first, const Words& second, const Words&
   for (int h = 0; h < 2; ++h) {
     const V8 both = pack8(first.half[h], second.half[h]);
     for (int j = 0; j < 2; ++j) {
-      const auto bytes =
-          _mm512_permutex2var_epi8(both.raw, _mm512_load_si512(kMergeIndex3.half[h][j]), last.raw);
-      _mm256_mask_storeu_epi64(place.at(2 * j, h), 0x07, _mm512_castsi512_si256(bytes));
-      _mm256_mask_storeu_epi64(place.at(2 * j + 1, h), 0x07, _mm512_extracti64x4_epi64(bytes, 1));
+      const V8 bytes{
+          _mm512_permutex2var_epi8(both.raw, _mm512_load_si512(kMergeIndex3.half[h][j]), last.raw)};
+      const auto upper = inRegister(hn::UpperHalf(hn::Half<D8>(), bytes));
+      _mm256_mask_storeu_epi64(place.at(2 * j, h), 0x07, hn::LowerHalf(bytes).raw);
+      _mm256_mask_storeu_epi64(place.at(2 * j + 1, h), 0x07, upper.raw);
     }
   }
 }

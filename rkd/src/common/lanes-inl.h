@@ -34,11 +34,15 @@ struct Part {
   size_t lanes;
 };
 
-// AVX-512 loads and stores by mask at any sample width, without touching the lanes masked out.
+// AVX-512 loads and stores parts by mask at any sample width, without touching the lanes left out.
+// The same vector, as something that the compiler has to compute first. It folds the extraction of
+// a part and a masked store into one instruction, which faults on bytes that the mask leaves out.
 #if HWY_TARGET <= HWY_AVX3
-inline constexpr bool kMaskedAccess = true;
-#else
-inline constexpr bool kMaskedAccess = false;
+template <class V>
+HWY_INLINE V inRegister(V v) {
+  asm("" : "+v"(v.raw));
+  return v;
+}
 #endif
 
 template <class D, class T = hn::TFromD<D>>
@@ -49,13 +53,13 @@ HWY_INLINE hn::Vec<D> load(D d, const T* from, Whole) {
 // Lanes beyond the part are zero.
 template <class D, class T = hn::TFromD<D>>
 HWY_INLINE hn::Vec<D> load(D d, const T* from, Part part) {
-  if constexpr (kMaskedAccess) {
-    return hn::MaskedLoad(hn::FirstN(d, part.lanes), d, from);
-  } else {
-    HWY_ALIGN T buffer[hn::MaxLanes(d)] = {};
-    std::memcpy(buffer, static_cast<const void*>(from), part.lanes * sizeof(T));
-    return hn::Load(d, buffer);
-  }
+#if HWY_TARGET <= HWY_AVX3
+  return hn::MaskedLoad(hn::FirstN(d, part.lanes), d, from);
+#else
+  HWY_ALIGN T buffer[hn::MaxLanes(d)] = {};
+  std::memcpy(buffer, static_cast<const void*>(from), part.lanes * sizeof(T));
+  return hn::Load(d, buffer);
+#endif
 }
 
 template <class D, class T = hn::TFromD<D>>
@@ -65,13 +69,13 @@ HWY_INLINE void store(hn::Vec<D> v, D d, T* to, Whole) {
 
 template <class D, class T = hn::TFromD<D>>
 HWY_INLINE void store(hn::Vec<D> v, D d, T* to, Part part) {
-  if constexpr (kMaskedAccess) {
-    hn::BlendedStore(v, hn::FirstN(d, part.lanes), d, to);
-  } else {
-    HWY_ALIGN T buffer[hn::MaxLanes(d)];
-    hn::Store(v, d, buffer);
-    std::memcpy(static_cast<void*>(to), buffer, part.lanes * sizeof(T));
-  }
+#if HWY_TARGET <= HWY_AVX3
+  hn::BlendedStore(inRegister(v), hn::FirstN(d, part.lanes), d, to);
+#else
+  HWY_ALIGN T buffer[hn::MaxLanes(d)];
+  hn::Store(v, d, buffer);
+  std::memcpy(static_cast<void*>(to), buffer, part.lanes * sizeof(T));
+#endif
 }
 
 // Calls body(x, Whole{}) for every whole vector of `lanes` samples in a row of `width`, and
