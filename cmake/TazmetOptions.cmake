@@ -8,9 +8,14 @@ set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 
 # Programs find the library beside them, after whatever the loader's search path names: that is how
-# another build of the same library is measured.
-set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
-set(CMAKE_INSTALL_RPATH "\$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+# another build of the same library is measured. The build tree has the search paths of the installed
+# one: where CMake is to exchange them it leaves room, and with it an empty entry, which the loader
+# takes for the current folder.
+set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
+set(CMAKE_INSTALL_RPATH "\$ORIGIN/../lib" "\$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+list(REMOVE_DUPLICATES CMAKE_INSTALL_RPATH)
+# Libraries of others that are not where the loader looks by itself.
+set(CMAKE_INSTALL_RPATH_USE_LINK_PATH ON)
 
 add_library(tazmet_options INTERFACE)
 target_compile_options(tazmet_options INTERFACE

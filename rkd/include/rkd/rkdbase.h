@@ -16,6 +16,19 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/// Version of these headers; what the loaded libraries have, their version functions tell. A change
+/// of the first number is one of the sonames.
+#define RKD_VERSION_MAJOR 1
+#define RKD_VERSION_MINOR 0
+#define RKD_VERSION_BUILD 0
+/// The three as one number for comparisons by the preprocessor: 10203 is 1.2.3.
+#define RKD_VERSION (RKD_VERSION_MAJOR * 10000 + RKD_VERSION_MINOR * 100 + RKD_VERSION_BUILD)
+#define RKD_VERSION_STRING_(major, minor, build) #major "." #minor "." #build
+#define RKD_VERSION_STRING_OF_(major, minor, build) RKD_VERSION_STRING_(major, minor, build)
+/// The three as a text: "1.2.3".
+#define RKD_VERSION_STRING \
+  RKD_VERSION_STRING_OF_(RKD_VERSION_MAJOR, RKD_VERSION_MINOR, RKD_VERSION_BUILD)
+
 /// Every public function is declared with RKD_API. A program that wants to start whether or not the
 /// loaded library has a function defines RKD_WEAK before it includes these headers: references
 /// become weak, and the address of a missing function is null.
