@@ -45,7 +45,7 @@ tazmet_check_packages=(git libgtest-dev libgmock-dev clang-format libjpeg-turbo-
 
 # What the side-by-side benchmarks need on top of the build: the peers.
 tazmet_bench_packages=(pkg-config libjpeg62-turbo-dev libopenjp2-7-dev libjxr-dev
-  libstb-dev libsquish-dev)
+  libstb-dev libsquish-dev mate-backgrounds lomiri-wallpapers-16.04)
 
 # Ubuntu names one of them differently.
 if [[ -r /etc/os-release ]] && grep -q '^ID=ubuntu' /etc/os-release; then

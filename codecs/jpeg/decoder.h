@@ -1,0 +1,84 @@
+#pragma once
+/// @file
+/// What the files of the decoder share.
+
+#include "coder.h"
+
+namespace jpeg {
+
+/// Warnings of a file, each once; in strict mode the first one ends decoding.
+class Warnings {
+ public:
+  /// @return ok, or in strict mode the warning as the step's outcome
+  void add(Status status);
+  const std::vector<Status>& all() const { return all_; }
+  void clear() { all_.clear(); }
+
+ private:
+  std::vector<Status> all_;
+};
+
+/// The tables of a scan, made when they have changed.
+class ScanTables {
+ public:
+  /// Makes what the scan's components need; standard tables where a file has none.
+  Status prepare(const Frame& frame, const Scan& scan, const Tables& tables, Warnings* warnings);
+  const DecodeSpec& dc(int slot) const { return *dc_[size_t(slot)]; }
+  const DecodeSpec& ac(int slot) const { return *ac_[size_t(slot)]; }
+
+ private:
+  struct Made {
+    DecodeSpec spec;
+    int version = -1;
+  };
+  Status make(bool isAc, int number, const Tables& tables, Warnings* warnings,
+              const DecodeSpec** spec);
+  std::array<Made, 4> madeDc_, madeAc_;
+  std::array<const DecodeSpec*, kMaxComponents> dc_{}, ac_{};
+};
+
+/// What reading a scan needs.
+struct ScanJob {
+  const Frame* frame = nullptr;
+  const Scan* scan = nullptr;
+  const ScanTables* tables = nullptr;
+  int restartInterval = 0;
+  ScanReader* reader = nullptr;
+  Warnings* warnings = nullptr;
+};
+
+/// Keeps to the restart markers of a scan: which units have data and which have lost theirs.
+class IntervalReader {
+ public:
+  explicit IntervalReader(const ScanJob& job)
+      : job_(job), length_(job.restartInterval), left_(length_) {}
+  /// Call before each unit. @return true where an interval begins: predictions start anew
+  bool begins() {
+    if (length_ == 0 || left_-- > 0) return false;
+    left_ = length_ - 1;
+    nextInterval();
+    return true;
+  }
+  bool hasData() const { return state_ == State::good; }
+  /// A unit could not be decoded: the rest of its interval has no data.
+  void damage(RkdStatus status);
+
+ private:
+  enum class State { good, damaged, skipped, ended };
+  void nextInterval();
+  const ScanJob& job_;
+  int length_, left_;
+  State state_ = State::good;
+  int skip_ = 0;
+};
+
+/// Reads a sequential scan into coefficients.
+Status readSequential(const ScanJob& job, Coefficients* coefficients);
+/// Reads one scan of a progressive file.
+Status readProgressive(const ScanJob& job, Coefficients* coefficients);
+/// Reads the only scan of a sequential file straight into pixels.
+Status readBaseline(const ScanJob& job, InversePixels& pixels, RowSink& sink);
+/// Transforms a whole picture.
+Status inverseAll(const Coefficients& coefficients, InversePixels& pixels, RowSink& sink);
+
+}  // namespace jpeg

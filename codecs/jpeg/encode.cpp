@@ -1,0 +1,428 @@
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "coder.h"
+
+namespace jpeg {
+
+// ---- what encoder and decoder share ----
+
+const char* statusText(Status status) {
+  switch (status) {
+#define JPEG_STATUS_CASE_(name, value, text) \
+  case Status::name:                         \
+    return text;
+    JPEG_STATUS_LIST(JPEG_STATUS_CASE_)
+#undef JPEG_STATUS_CASE_
+  }
+  return "unknown status";
+}
+
+int channelsOf(Color color) {
+  switch (color) {
+    case Color::unknown:
+      return 0;
+    case Color::gray:
+      return 1;
+    case Color::cmyk:
+    case Color::ycck:
+      return 4;
+    default:
+      return 3;
+  }
+}
+
+void CoefficientPlane::Free::operator()(void* memory) const { std::free(memory); }
+
+Status CoefficientPlane::allocate(size_t blocks) {
+  // From calloc large blocks come as pages that are zero already.
+  constexpr size_t kAlign = 64;
+  memory_.reset(std::calloc(blocks * 64 * sizeof(int16_t) + kAlign, 1));
+  if (memory_ == nullptr) return Status::noMemory;
+  const auto address = reinterpret_cast<uintptr_t>(memory_.get());
+  const size_t skip = (kAlign - address % kAlign) % kAlign;
+  first_ = reinterpret_cast<int16_t*>(static_cast<uint8_t*>(memory_.get()) + skip);
+  blocks_ = blocks;
+  return Status::ok;
+}
+
+Status Coefficients::allocate(size_t memoryLimit) {
+  if (frame.blocks() > memoryLimit / (64 * sizeof(int16_t))) return Status::overMemoryLimit;
+  for (int i = 0; i < frame.componentCount; ++i) {
+    JPEG_RETURN_IF_ERROR(component[size_t(i)].allocate(frame.component[size_t(i)].blocks()));
+  }
+  return Status::ok;
+}
+
+UnitBlocks UnitBlocks::of(const Frame& frame, const Scan& scan) {
+  UnitBlocks unit;
+  if (!scan.isInterleaved()) {
+    unit.count = 1;
+    return unit;
+  }
+  for (int slot = 0; slot < scan.componentCount; ++slot) {
+    const Component& c = frame.component[size_t(scan.component[size_t(slot)].index)];
+    for (int row = 0; row < c.v; ++row) {
+      for (int column = 0; column < c.h; ++column) {
+        unit.place[size_t(unit.count++)] = {slot, row, column};
+      }
+    }
+  }
+  return unit;
+}
+
+Scan wholeScan(const Frame& frame) {
+  Scan scan;
+  scan.componentCount = frame.componentCount;
+  for (int i = 0; i < frame.componentCount; ++i) scan.component[size_t(i)].index = i;
+  return scan;
+}
+
+// ---- sources and sinks in memory ----
+
+namespace {
+
+class MemoryRows : public RowSource {
+ public:
+  MemoryRows() = default;
+  MemoryRows(const void* pixels, ptrdiff_t step)
+      : pixels_(static_cast<const uint8_t*>(pixels)), step_(step) {}
+  Status rows(int first, int, const uint8_t** pixels, ptrdiff_t* step) override {
+    *pixels = pixels_ + step_ * first;
+    *step = step_;
+    return Status::ok;
+  }
+
+ private:
+  const uint8_t* pixels_ = nullptr;
+  ptrdiff_t step_ = 0;
+};
+
+class MemoryBytes : public ByteSink {
+ public:
+  MemoryBytes() = default;
+  MemoryBytes(uint8_t* bytes, size_t size) : bytes_(bytes), left_(size) {}
+  Status write(const uint8_t* bytes, size_t count) override {
+    if (count > left_) return Status::destinationFull;
+    std::memcpy(bytes_, bytes, count);
+    bytes_ += count;
+    left_ -= count;
+    return Status::ok;
+  }
+
+ private:
+  uint8_t* bytes_ = nullptr;
+  size_t left_ = 0;
+};
+
+}  // namespace
+
+// ---- tables ----
+
+void EncodeTables::setStandard() {
+  for (size_t i = 0; i < 2; ++i) {
+    dc[i] = standardHuffman(false, i == 1);
+    ac[i] = standardHuffman(true, i == 1);
+  }
+}
+
+Status EncodeTables::initSpecs() {
+  for (size_t i = 0; i < 2; ++i) {
+    JPEG_RETURN_IF_ERROR(dcSpec[i].init(dc[i]));
+    JPEG_RETURN_IF_ERROR(acSpec[i].init(ac[i]));
+  }
+  return Status::ok;
+}
+
+void EncodeTables::write(MarkerWriter& markers, bool hasSecond) const {
+  for (int i = 0; i < (hasSecond ? 2 : 1); ++i) {
+    markers.huffman(false, i, dc[size_t(i)]);
+    markers.huffman(true, i, ac[size_t(i)]);
+  }
+}
+
+// ---- one pass ----
+
+Status writeBaseline(const EncodeTables& tables, Color color, int restartInterval,
+                     const Frame& frame, ForwardPixels& pixels, RowSource& source, Output& output) {
+  struct Coded {
+    const EncodeSpec *dc, *ac;
+    int* previousDC;
+  };
+  std::array<int, kMaxComponents> previousDC{};
+  std::array<Coded, kMaxBlocksInMcu> coded{};
+  const UnitBlocks unit = UnitBlocks::of(frame, wholeScan(frame));
+  for (int b = 0; b < unit.count; ++b) {
+    const int component = unit.place[size_t(b)].slot;
+    const size_t set = size_t(tableSetOf(component, color));
+    coded[size_t(b)] = {&tables.dcSpec[set], &tables.acSpec[set], &previousDC[size_t(component)]};
+  }
+  ScanWriter writer(&output);
+  JPEG_RETURN_IF_ERROR(writer.start());
+  Intervals intervals(restartInterval);
+  McuBlocks blocks;
+  for (int y = 0; y < frame.mcusDown; ++y) {
+    JPEG_RETURN_IF_ERROR(pixels.begin(y, source));
+    for (int x = 0; x < frame.mcusAcross; ++x) {
+      if (intervals.endsHere()) {
+        JPEG_RETURN_IF_ERROR(writer.restart());
+        previousDC.fill(0);
+      }
+      JPEG_RETURN_IF_ERROR(output.makeRoom());
+      pixels.mcu(x, &blocks);
+      RkdStatus status = rkdStsNoErr;
+      for (int b = 0; b < unit.count; ++b) {
+        const Coded& c = coded[size_t(b)];
+        status |= writer.block(blocks.block[b], c.previousDC, *c.dc, *c.ac);
+      }
+      if (status != rkdStsNoErr) return Status::libraryFailed;
+    }
+  }
+  return writer.flush();
+}
+
+Status transformAll(ForwardPixels& pixels, RowSource& source, Coefficients* coefficients) {
+  const Frame& frame = coefficients->frame;
+  const UnitBlocks unit = UnitBlocks::of(frame, wholeScan(frame));
+  McuBlocks blocks;
+  for (int y = 0; y < frame.mcusDown; ++y) {
+    JPEG_RETURN_IF_ERROR(pixels.begin(y, source));
+    for (int x = 0; x < frame.mcusAcross; ++x) {
+      pixels.mcu(x, &blocks);
+      for (int b = 0; b < unit.count; ++b) {
+        const UnitBlocks::Place& p = unit.place[size_t(b)];
+        const Component& c = frame.component[size_t(p.slot)];
+        std::memcpy(coefficients->block(p.slot, y * c.v + p.row, x * c.h + p.column),
+                    blocks.block[b], sizeof blocks.block[b]);
+      }
+    }
+  }
+  return Status::ok;
+}
+
+// ---- the steps ----
+
+struct Encoder::Work {
+  enum class Step { fresh, source, destination, header, done };
+
+  EncodeOptions options;
+  ImageShape shape;
+  MemoryRows memoryRows;
+  MemoryBytes memoryBytes;
+  RowSource* source = nullptr;
+  ByteSink* sink = nullptr;
+  std::unique_ptr<Output> output;
+  Frame frame;
+  std::vector<Quantisers> quantisers;
+  bool hasHeader = false;
+
+  Status checkOptions() const;
+  Status buildFrame();
+  void chooseQuantisers();
+  Status writeHeader();
+  Status writeData();
+  Status writeTransformed();
+};
+
+Encoder::Encoder() : work_(std::make_unique<Work>()) {}
+Encoder::~Encoder() = default;
+
+Status Encoder::clean() {
+  *work_ = Work();
+  return Status::ok;
+}
+
+EncodeOptions& Encoder::options() { return work_->options; }
+
+Status Encoder::setSource(const ImageShape& shape, RowSource& rows) {
+  if (shape.width < 1 || shape.width > kMaxSide || shape.height < 1 || shape.height > kMaxSide) {
+    return Status::badSize;
+  }
+  if (shape.channels < 1 || shape.channels > kMaxComponents) return Status::badArgument;
+  if (shape.precision < 2 || shape.precision > 16) return Status::badPrecision;
+  const int expected = channelsOf(shape.color);
+  if (expected != 0 && expected != shape.channels) return Status::badConversion;
+  work_->shape = shape;
+  work_->source = &rows;
+  return Status::ok;
+}
+
+Status Encoder::setSource(const ImageShape& shape, const void* pixels, ptrdiff_t step) {
+  if (pixels == nullptr) return Status::badArgument;
+  work_->memoryRows = MemoryRows(pixels, step != 0 ? step : ptrdiff_t(shape.rowBytes()));
+  return setSource(shape, work_->memoryRows);
+}
+
+Status Encoder::setDestination(ByteSink& bytes) {
+  work_->sink = &bytes;
+  return Status::ok;
+}
+
+Status Encoder::setDestination(uint8_t* bytes, size_t size) {
+  if (bytes == nullptr) return Status::badArgument;
+  work_->memoryBytes = MemoryBytes(bytes, size);
+  return setDestination(work_->memoryBytes);
+}
+
+Status Encoder::writeHeader() {
+  if (work_->source == nullptr || work_->sink == nullptr) return Status::outOfOrder;
+  return work_->writeHeader();
+}
+
+Status Encoder::writeData() {
+  if (!work_->hasHeader) return Status::outOfOrder;
+  work_->hasHeader = false;
+  return work_->writeData();
+}
+
+size_t Encoder::size() const { return work_->output == nullptr ? 0 : work_->output->written(); }
+
+Status Encoder::Work::checkOptions() const {
+  const EncodeOptions& o = options;
+  if (o.quality < 1 || o.quality > 100) return Status::badArgument;
+  if (o.restartInterval < 0 || o.restartInterval > 65535) return Status::badArgument;
+  if (o.threads < 1 || o.threads > 64) return Status::badArgument;
+  if (o.mode != Mode::lossless && shape.precision != 8) return Status::badPrecision;
+  const int components = channelsOf(o.color) != 0 ? channelsOf(o.color) : shape.channels;
+  if (o.mode == Mode::progressive && !o.script.empty()) {
+    JPEG_RETURN_IF_ERROR(checkScript(o.script, components));
+  }
+  for (const Quantisers& q : o.quantisers) {
+    const int most = o.mode == Mode::baseline ? 255 : 32767;
+    if (std::ranges::any_of(q, [&](int v) { return v < 1 || v > most; })) {
+      return Status::badQuantTable;
+    }
+  }
+  return Status::ok;
+}
+
+void Encoder::Work::chooseQuantisers() {
+  quantisers = options.quantisers;
+  if (quantisers.empty()) {
+    quantisers = {standardQuantisers(false, options.quality),
+                  standardQuantisers(true, options.quality)};
+  }
+  quantisers.resize(2, quantisers[0]);
+}
+
+Status Encoder::Work::buildFrame() {
+  constexpr uint8_t kFactors[][2] = {{1, 1}, {1, 2}, {2, 1}, {2, 2}, {4, 1}};
+  frame = Frame();
+  frame.process = options.mode == Mode::baseline ? Process::baseline : Process::progressive;
+  frame.width = shape.width;
+  frame.height = shape.height;
+  frame.precision = shape.precision;
+  const Color color = options.color;
+  frame.componentCount = channelsOf(color) != 0 ? channelsOf(color) : shape.channels;
+  for (int i = 0; i < frame.componentCount; ++i) {
+    Component& c = frame.component[size_t(i)];
+    c.id = color == Color::rgb ? uint8_t("RGB"[i]) : uint8_t(i + 1);
+    c.quantTable = uint8_t(tableSetOf(i, color));
+    const bool isYcc = color == Color::ycbcr || color == Color::ycck;
+    if (isYcc && tableSetOf(i, color) == 0) {
+      c.h = kFactors[size_t(options.sampling)][0];
+      c.v = kFactors[size_t(options.sampling)][1];
+    }
+  }
+  JPEG_RETURN_IF_ERROR(frame.derive());
+  const bool fits = ScanGeometry::of(frame, wholeScan(frame)).blocksInUnit <= kMaxBlocksInMcu;
+  return fits ? Status::ok : Status::badSampling;
+}
+
+namespace {
+
+/// Everything in front of the first scan but Huffman tables.
+Status writeFrontMatter(const Frame& frame, Color color, std::span<const Quantisers> quantisers,
+                        const EncodeOptions& options, Output& output) {
+  MarkerWriter markers;
+  markers.alone(kSOI);
+  if (color == Color::gray || color == Color::ycbcr) markers.jfif(options.density);
+  JPEG_RETURN_IF_ERROR(markers.metadata(options.metadata));
+  if (color == Color::rgb || color == Color::cmyk) markers.adobe(0);
+  if (color == Color::ycck) markers.adobe(2);
+  std::array<bool, 4> isUsed{};
+  for (int i = 0; i < frame.componentCount; ++i) {
+    isUsed[frame.component[size_t(i)].quantTable] = true;
+  }
+  for (int i = 0; i < int(quantisers.size()); ++i) {
+    if (isUsed[size_t(i)]) markers.quantisers(i, quantisers[size_t(i)]);
+  }
+  markers.frame(frame);
+  if (options.restartInterval > 0) markers.restartInterval(options.restartInterval);
+  return output.write(markers.bytes());
+}
+
+Status writeEnd(Output& output) {
+  const uint8_t end[] = {0xFF, kEOI};
+  JPEG_RETURN_IF_ERROR(output.drain());
+  return output.write(end);
+}
+
+}  // namespace
+
+Status Encoder::Work::writeHeader() {
+  JPEG_RETURN_IF_ERROR(checkOptions());
+  chooseQuantisers();
+  JPEG_RETURN_IF_ERROR(buildFrame());
+  output = std::make_unique<Output>(sink);
+  JPEG_RETURN_IF_ERROR(writeFrontMatter(frame, options.color, quantisers, options, *output));
+  hasHeader = true;
+  return Status::ok;
+}
+
+Status Encoder::Work::writeTransformed() {
+  ForwardPixels pixels;
+  JPEG_RETURN_IF_ERROR(pixels.init(shape, frame, options.color, quantisers));
+  if (options.mode == Mode::baseline && !options.optimize) {
+    EncodeTables tables;
+    tables.setStandard();
+    JPEG_RETURN_IF_ERROR(tables.initSpecs());
+    MarkerWriter markers;
+    tables.write(markers, options.color == Color::ycbcr || options.color == Color::ycck);
+    Scan scan = wholeScan(frame);
+    for (int i = 0; i < scan.componentCount; ++i) {
+      scan.component[size_t(i)].dcTable = scan.component[size_t(i)].acTable =
+          tableSetOf(i, options.color);
+    }
+    markers.scan(frame, scan);
+    JPEG_RETURN_IF_ERROR(output->write(markers.bytes()));
+    return writeBaseline(tables, options.color, options.restartInterval, frame, pixels, *source,
+                         *output);
+  }
+  Coefficients coefficients;
+  coefficients.frame = frame;
+  coefficients.color = options.color;
+  JPEG_RETURN_IF_ERROR(coefficients.allocate(options.memoryLimit));
+  JPEG_RETURN_IF_ERROR(transformAll(pixels, *source, &coefficients));
+  return options.mode == Mode::baseline ? writeSequential(coefficients, options, *output)
+                                        : writeProgressive(coefficients, options, *output);
+}
+
+Status Encoder::Work::writeData() {
+  JPEG_RETURN_IF_ERROR(writeTransformed());
+  return writeEnd(*output);
+}
+
+Status writeCoefficients(const Coefficients& coefficients, const EncodeOptions& options,
+                         ByteSink& bytes) {
+  if (options.mode == Mode::lossless) return Status::badArgument;
+  Frame frame = coefficients.frame;
+  if (options.mode == Mode::progressive) {
+    frame.process = Process::progressive;
+  } else if (frame.process == Process::progressive) {
+    frame.process = frame.precision == 8 ? Process::baseline : Process::extended;
+  }
+  Output output(&bytes);
+  JPEG_RETURN_IF_ERROR(
+      writeFrontMatter(frame, coefficients.color, coefficients.quantisers, options, output));
+  EncodeOptions scans = options;
+  // What the standard tables cannot hold, own ones can.
+  if (frame.precision > 8) scans.optimize = true;
+  JPEG_RETURN_IF_ERROR(options.mode == Mode::progressive
+                           ? writeProgressive(coefficients, scans, output)
+                           : writeSequential(coefficients, scans, output));
+  return writeEnd(output);
+}
+
+}  // namespace jpeg

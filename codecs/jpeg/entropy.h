@@ -1,0 +1,150 @@
+#pragma once
+/// @file
+/// The library's Huffman coders as scans use them: tables, a writer that drains into a sink, a
+/// reader that gets over markers and damage.
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "jpeg.h"
+#include "rkd/rkdjpeg_huffman.h"
+
+namespace jpeg {
+
+/// Memory for an object of the library whose size a function tells.
+class Object {
+ public:
+  using GetSize = RkdStatus (*)(int*);
+  explicit Object(GetSize getSize) : getSize_(getSize) {}
+  /// Null when there is no memory.
+  void* get();
+
+ private:
+  GetSize getSize_;
+  std::unique_ptr<uint64_t[]> memory_;
+};
+
+class EncodeSpec {
+ public:
+  Status init(const HuffmanTable& table);
+  const RkdiEncodeHuffmanSpec* get() const { return spec_; }
+
+ private:
+  Object object_{&rkdiEncodeHuffmanSpecGetBufSize_JPEG_8u};
+  const RkdiEncodeHuffmanSpec* spec_ = nullptr;
+};
+
+class DecodeSpec {
+ public:
+  /// @return ok, badHuffmanTable, noMemory
+  Status init(const HuffmanTable& table);
+  const RkdiDecodeHuffmanSpec* get() const { return spec_; }
+
+ private:
+  Object object_{&rkdiDecodeHuffmanSpecGetBufSize_JPEG_8u};
+  const RkdiDecodeHuffmanSpec* spec_ = nullptr;
+};
+
+/// How often each symbol occurs.
+using Statistics = std::array<int, 256>;
+/// The shortest table for them.
+HuffmanTable optimalTable(const Statistics& statistics);
+
+/// A sink that counts, and collects small pieces.
+class Output {
+ public:
+  /// What one MCU may take: ten blocks of 64 values with the longest codes, every byte stuffed.
+  static constexpr int kRoom = 8192;
+  static constexpr int kBuffer = 64 * 1024;
+
+  explicit Output(ByteSink* sink) : sink_(sink), buffer_(kBuffer) {}
+  Status write(std::span<const uint8_t> bytes);
+  /// At least kRoom free bytes.
+  Status makeRoom() { return kBuffer - position < kRoom ? drain() : Status::ok; }
+  Status drain();
+  size_t written() const { return written_ + size_t(position); }
+  uint8_t* buffer() { return buffer_.data(); }
+
+  int position = 0;
+
+ private:
+  ByteSink* sink_;
+  std::vector<uint8_t> buffer_;
+  size_t written_ = 0;
+};
+
+/// The entropy-coded data of one scan being written.
+class ScanWriter {
+ public:
+  explicit ScanWriter(Output* output) : output_(output) {}
+  Status start();
+
+  /// Call makeRoom of the output before every MCU.
+  RkdStatus block(const int16_t* block, int* previousDC, const EncodeSpec& dc,
+                  const EncodeSpec& ac) {
+    return rkdiEncodeHuffman8x8_JPEG_16s1u_C1(block, output_->buffer(), Output::kBuffer,
+                                              &output_->position, previousDC, dc.get(), ac.get(),
+                                              state_, 0);
+  }
+  RkdiEncodeHuffmanState* state() { return state_; }
+  Output& output() { return *output_; }
+  /// Fills the last byte; AC scans of progressive files go through their own flush first.
+  Status flush();
+  /// Ends an interval.
+  Status restart();
+
+ private:
+  Output* output_;
+  Object object_{&rkdiEncodeHuffmanStateGetBufSize_JPEG_8u};
+  RkdiEncodeHuffmanState* state_ = nullptr;
+  int restarts_ = 0;
+};
+
+/// Where a scan's data stand behind an interval.
+enum class Resync { inStep, lost, end };
+
+/// The entropy-coded data of one scan being read.
+class ScanReader {
+ public:
+  /// @param from  first entropy-coded byte
+  Status start(std::span<const uint8_t> file, size_t from);
+
+  RkdStatus block(int16_t* block, int* previousDC, const DecodeSpec& dc, const DecodeSpec& ac) {
+    return rkdiDecodeHuffman8x8_JPEG_1u16s_C1(stream_, length_, &position_, block, previousDC,
+                                              &marker_, dc.get(), ac.get(), state_);
+  }
+  // For the other coders.
+  const uint8_t* stream() const { return stream_; }
+  int length() const { return length_; }
+  int* position() { return &position_; }
+  int* marker() { return &marker_; }
+  RkdiDecodeHuffmanState* state() { return state_; }
+
+  /// Between rows: keeps positions of long files small.
+  void rebase();
+  /// Behind an interval: finds the restart marker that belongs there.
+  /// - inStep: the next interval can be read; `*isClean` tells whether its marker stood in place;
+  /// - lost: the marker found is that of a later interval, the next one has no data;
+  /// - end: no more restart markers.
+  Resync restart(bool* isClean);
+  /// Place in the file behind the entropy-coded data: the next marker that is no restart.
+  size_t end() const;
+  /// Whether the data have ended, with no marker behind them, for want of bytes.
+  bool isOutOfData() const;
+
+ private:
+  size_t offset() const { return size_t(stream_ - file_.data()); }
+  /// The next marker at or behind the position: its code, or -1; `*at` receives its place.
+  int findMarker(int from, int* at) const;
+
+  std::span<const uint8_t> file_;
+  const uint8_t* stream_ = nullptr;
+  int length_ = 0, position_ = 0, marker_ = 0;
+  int restarts_ = 0;
+  Object object_{&rkdiDecodeHuffmanStateGetBufSize_JPEG_8u};
+  RkdiDecodeHuffmanState* state_ = nullptr;
+};
+
+}  // namespace jpeg

@@ -1,0 +1,32 @@
+#pragma once
+/// @file
+/// The program `jpegcodec`: its options, and the work that they ask for.
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "jpeg.h"
+
+namespace jpeg {
+
+/// What a command line asks for.
+struct ProgramOptions {
+  std::string input, output;
+  EncodeOptions encode;
+  DecodeOptions decode;
+  bool hasColor = false, hasSampling = false;
+  bool help = false;
+  std::string exifFile, iccFile, tablesFile, scansFile;
+  bool strip = false;
+  int bench = 0;
+};
+
+/// @param error  receives one line when the result is false
+bool parseOptions(const std::vector<std::string>& arguments, ProgramOptions* options,
+                  std::string* error);
+
+/// Runs the program. @return its exit code
+int runProgram(const std::vector<std::string>& arguments, std::FILE* out, std::FILE* errors);
+
+}  // namespace jpeg
