@@ -86,13 +86,18 @@ bool rkBmpFile::ValidInfoHeader() const {
          SetImageType(type) && SetImagePlane(planar) && SetImageChannels(channels);
 }
 
-bool rkBmpFile::CreateImage(int layout) {
+bool rkBmpFile::initImage(int layout) {
   if (!ValidInfoHeader()) return false;
   int channels;
   SetImageChannels(channels);
   m_image.init(rk8u, channels, false);
-  return m_image.createImage(m_info.biWidth, m_info.biHeight, -1, layout, false) ||
+  return !m_image.isTooLarge(m_info.biWidth, m_info.biHeight, layout) ||
          error("The image is too large");
+}
+
+bool rkBmpFile::CreateImage(int layout) {
+  return initImage(layout) &&
+         m_image.createImage(m_info.biWidth, m_info.biHeight, -1, layout, false);
 }
 
 // Derived values --------------------------------------------------------------------------------
@@ -126,6 +131,15 @@ bool rkBmpFile::load(const tzString& name, int layout) {
   Stream file(name);
   return open(file) && ValidInfoHeader() && validExtent(file) && CreateImage(layout) &&
          readPixels(file);
+}
+
+bool rkBmpFile::canLoad(const tzString& name) {
+  m_name = name;
+  m_silent = true;
+  Stream file(name);
+  const bool loadable = open(file) && ValidInfoHeader() && validExtent(file) && initImage(-1);
+  m_silent = false;
+  return loadable;
 }
 
 bool rkBmpFile::readInfoHeader(const tzString& name) {

@@ -24,12 +24,12 @@ class rkBmpFile {
   /// @param layout  as rkImage::createImage
   /// @return false after one line through `error`; the image may be allocated then
   bool load(const tzString& name, int layout = -1);
+  /// Whether load would succeed, memory permitting; silent, and nothing is allocated.
+  bool canLoad(const tzString& name);
   /// Reads headers and palette only.
   bool readInfoHeader(const tzString& name);
   const BITMAPFILEHEADER& fileHeader() const { return m_file; }
   const BITMAPINFOHEADER& infoHeader() const { return m_info; }
-  /// Refusals are not printed; canLoadImage asks so.
-  void setSilent(bool silent) { m_silent = silent; }
 
   /// @name Checks of the headers; each reports through `error`
   /// @{
@@ -69,6 +69,7 @@ class rkBmpFile {
   bool readHeaders(Stream& file);
   bool readPalette(Stream& file);
   bool validExtent(Stream& file) const;
+  bool initImage(int layout);
   bool readPixels(Stream& file);
 
   rkImage& m_image;

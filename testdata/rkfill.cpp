@@ -117,8 +117,7 @@ void rkFillSequence(const rkSpan& span, rkSequence& sequence) {
   const auto next = [&](long long) {
     current = sequence.x;
     sequence.x += sequence.step;
-    const bool beyond = sequence.step < 0 ? sequence.x < hi : sequence.x > hi;
-    if (beyond) sequence.x = sequence.wrap ? lo : hi;
+    if (sequence.x > hi) sequence.x = sequence.wrap ? lo : hi;
     return current;
   };
   storeElements(span, next, [&](long long) { return lo + hi - current; });

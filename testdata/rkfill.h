@@ -53,8 +53,9 @@ struct rkSequence {
   bool wrap;      ///< starts again at lo beyond hi; otherwise stays at hi
   double x = lo;  ///< the next value
 };
-/// lo, lo + step, lo + 2 step ... Beyond hi (below it when the step is negative) it starts again or
-/// stays. A complex element takes x as real and lo + hi - x as imaginary part.
+/// lo, lo + step, lo + 2 step ... Above hi it starts again or stays, whatever the sign of the step:
+/// sequences rise, and one from above hi is a constant. A complex element takes x as real and
+/// lo + hi - x as imaginary part.
 void rkFillSequence(const rkSpan& span, rkSequence& sequence);
 
 /// The zone plate of Jaehne over a plane of width x height elements:

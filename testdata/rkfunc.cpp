@@ -11,7 +11,8 @@ char charAt(const tzString& text, int i) { return i < text.length() ? text[i] : 
 
 bool contains(const tzString& text, const char* part) { return text.find(part) >= 0; }
 
-/// The types of a group; a group of fewer than three repeats its last one.
+/// The types of a group. A group that ends early repeats its last type; one that goes on with what
+/// is no type ("16sX") has no type there.
 struct TypeGroup {
   std::array<tzString, 3> types;
   int count = 0;  ///< how many the group names
@@ -26,11 +27,19 @@ TypeGroup cutTypes(const tzString& group) {
       type = rest.substr(0, length);
       rest = rest.substr(length);
       ++cut.count;
-    } else if (cut.count > 0) {
+    } else if (cut.count > 0 && rest.empty()) {
       type = cut.types[size_t(cut.count - 1)];
     }
   }
   return cut;
+}
+
+/// Whether the text holds a P that begins no channel code.
+bool hasLoneP(const tzString& descr) {
+  for (int p = descr.find("P"); p >= 0; p = descr.find("P", p + 1)) {
+    if (!isDigit(charAt(descr, p + 1))) return true;
+  }
+  return false;
 }
 
 /// Takes the first channel code out of a description.
@@ -43,12 +52,9 @@ tzString firstChanStr(tzString& descr) {
   tzString code = descr.substr(start, letter + 2 - start);
   descr = descr.substr(0, start) + descr.substr(letter + 2);
 
-  // A lone P in what is left ("C3PR") makes the operand planar.
-  const int lone = descr.find("P");
-  if (lone >= 0 && !isDigit(charAt(descr, lone + 1))) {
-    const int interleaved = code.find("C");
-    if (interleaved >= 0) code[interleaved] = 'P';
-  }
+  // A lone P anywhere in what is left ("C3PR", "C3P3PR") makes the operand planar.
+  const int interleaved = code.find("C");
+  if (interleaved >= 0 && hasLoneP(descr)) code[interleaved] = 'P';
   return code;
 }
 

@@ -1,6 +1,7 @@
 #include "rkimage.h"
 
 #include "rkbmpfile.h"
+#include "tzostream.h"
 
 namespace {
 
@@ -43,20 +44,30 @@ bool rkImage::createImage(RkdiSize size, int align, int layout, bool reserve) {
   return createImage(size.width, size.height, align, layout, reserve);
 }
 
+long long rkImage::stepFor(int width, int layout) const {
+  if (layout < 1) layout = DEFAULT_LAYOUT;
+  const long long rowBytes = static_cast<long long>(width) * rowChannels() * elementSize(m_type);
+  return (rowBytes + layout - 1) / layout * layout;
+}
+
+bool rkImage::isTooLarge(int width, int height, int layout) const {
+  // Checked factor by factor, no product overflows: a row is below 2^31 pixels of 64 bytes.
+  const long long step = stepFor(width, layout);
+  return step > MAX_BYTES || step * height > MAX_BYTES || step * height * numPlanes() > MAX_BYTES;
+}
+
 bool rkImage::createImage(int width, int height, int align, int layout, bool reserve) {
   deleteVector();
-  if (layout == -1) layout = DEFAULT_LAYOUT;
-  if (width < 0 || height < 0 || layout < 1 || layout > MAX_BYTES) return false;
+  if (width < 0 || height < 0) return false;
   if (m_channels < 1 || m_channels > MAX_CHANNELS) return false;
-
-  // In 64 bits none of these can overflow: each factor is below 2^31 and checked in turn.
-  const long long rowBytes = static_cast<long long>(width) * rowChannels() * elementSize(m_type);
-  if (rowBytes > MAX_BYTES) return false;
-  const long long step = (rowBytes + layout - 1) / layout * layout;
-  const long long bytes = step * height;
-  if (step > MAX_BYTES || bytes * numPlanes() > MAX_BYTES) return false;
-
-  if (!createBuffers(numPlanes(), bytes, align, nullptr)) return false;
+  if (isTooLarge(width, height, layout)) {
+    g_ostrm << L_ERR << "-- Memory error: an image of " << width << "x" << height
+            << " pixels is too large\n"
+            << L_END;
+    return false;
+  }
+  const long long step = stepFor(width, layout);
+  if (!createBuffers(numPlanes(), step * height, align, nullptr)) return false;
   m_width = width;
   m_height = height;
   m_step = int(step);
@@ -91,9 +102,7 @@ void rkImage::setPlanePtrs() {
 
 bool rkImage::canLoadImage(const tzString& name) {
   rkImage image;
-  rkBmpFile file(image);
-  file.setSilent(true);
-  return file.readInfoHeader(name) && file.ValidInfoHeader();
+  return rkBmpFile(image).canLoad(name);
 }
 
 bool rkImage::loadImage(const tzString& name, int layout) {

@@ -37,9 +37,10 @@ class rkImage : public rkVector {
 
   /// @name Creation
   /// @param align    bytes of misalignment; -1: as the session's settings say
-  /// @param layout   every row is a multiple of this many bytes long; -1: 64, 1: no padding
+  /// @param layout   every row is a multiple of this many bytes long; below 1: 64, 1: no padding
   /// @param reserve  makes the reserved copy, too
-  /// @return false for a negative or too large extent, no type or bad layout, or no memory
+  /// @return false for a negative extent or no type and, after a line at level ERR, for an extent
+  ///         that is too large or no memory
   /// @{
   bool createImage(RkdiSize size, int align = -1, int layout = -1, bool reserve = false);
   bool createImage(int width, int height, int align = -1, int layout = -1, bool reserve = false);
@@ -49,6 +50,9 @@ class rkImage : public rkVector {
   bool createImageExt(int width, int height, int, int, SetMode mode, double a = 0, double b = 0);
   void deleteVector() override;
   /// @}
+
+  /// Whether an image of this extent would exceed what one buffer may take.
+  bool isTooLarge(int width, int height, int layout = -1) const;
 
   /// @name Loading a picture
   /// @{
@@ -107,6 +111,7 @@ class rkImage : public rkVector {
   using rkVector::createVectorExt;
 
   int rowChannels() const { return m_planar ? 1 : m_channels; }
+  long long stepFor(int width, int layout) const;
   void setPlanePtrs();
   void setPlaneJaehne(int p, const rkZonePlate& plate);
 

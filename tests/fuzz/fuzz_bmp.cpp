@@ -10,10 +10,10 @@ namespace {
 void load(const MemoryFile& file, std::size_t fileSize) {
   rkImage image;
   rkBmpFile bmp(image);
-  bmp.setSilent(true);
   const bool promising = rkImage::canLoadImage(file.path());
-  if (!bmp.load(file.path())) return;
-  require(promising, "a file that loads was said to be loadable");
+  const bool loaded = bmp.load(file.path());
+  require(promising == loaded, "a file is said to be loadable when it loads");
+  if (!loaded) return;
   require(image.width() > 0 && image.height() > 0 && image.channels() >= 1, "an image has pixels");
   require(image.type() == rk8u && !image.isPlanar(), "pixels are interleaved bytes");
 

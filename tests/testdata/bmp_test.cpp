@@ -138,7 +138,7 @@ TEST_F(Bmp, EveryDepthInBothByteOrders) {
   };
   for (const Case& c : cases) {
     for (const bool reversed : {false, true}) {
-      for (const int layout : {-1, 1, 4}) {
+      for (const int layout : {-1, 0, 1, 4}) {
         SCOPED_TRACE(testing::Message() << c.name << " reversed " << reversed << " " << layout);
         BmpSource source = c.source;
         source.reversed = reversed;
@@ -247,6 +247,7 @@ TEST_F(Bmp, HeadersAloneAndCutFiles) {
   Console quiet(0);
   for (size_t length = 0; length < whole.size(); ++length) {
     EXPECT_FALSE(load(whole.substr(0, length))) << length;
+    EXPECT_FALSE(rkImage::canLoadImage(m_name)) << length;
   }
   const tzString name = m_folder.make("headers.bmp", whole.substr(0, 66));
   rkBmpFile file(m_image);

@@ -122,6 +122,12 @@ TEST(Func, NamesOutsideTheFamily) {
   tzString base, type1, type2, type3, descr;
   rkFunc("rkdiThree_8u16s32f_C1").parseFunction(base, type1, type2, type3, descr);
   EXPECT_EQ(type1 + "," + type2 + "," + type3, "8u,16s,32f");
+  // What is no type has none, and repeats none.
+  rkFunc("rkdiX_16sX_C1").parseFunction(base, type1, type2, type3, descr);
+  EXPECT_EQ(type1 + "," + type2 + "," + type3, "16s,,");
+  EXPECT_EQ(rkFunc("rkdiX_16sX_C1").type(2), rkUndef);
+  rkFunc("rkdiX_16s8uX_C1").parseFunction(base, type1, type2, type3, descr);
+  EXPECT_EQ(type1 + "," + type2 + "," + type3, "16s,8u,");
 }
 
 TEST(Func, BaseNamesThatSayMoreAboutTypes) {
@@ -153,6 +159,8 @@ TEST(Func, ChannelCodes) {
       {"C4AC4R", "C4", "AC4", 4, false, false, rkdC4},
       {"A0C4R", "C4", "C4", 4, false, false, rkdA0C4},  // the A is not directly before the C
       {"C3PR", "P3", "P3", 3, true, false, rkdP3},      // a lone P makes the operand planar
+      {"C3P3PR", "P3", "P3", 3, true, false, rkdP3},    // wherever it stands
+      {"P4R", "P4", "P4", 4, true, false, rkdP4},
       {"C5R", "C5", "C5", 0, false, false, rkdC0},
       {"C0", "C0", "C0", 0, false, false, rkdC0},
       {"CR", "", "", 0, false, false, rkdC0},

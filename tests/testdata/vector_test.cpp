@@ -192,13 +192,19 @@ TEST_F(Fill, SequencesOfEitherStep) {
   EXPECT_EQ(vector.getIndex(1), 250);
   EXPECT_EQ(vector.getIndex(2), 255) << "the upper bound is clamped, and stays";
   EXPECT_EQ(vector.getIndex(63), 255);
+  // Sequences rise: from above the bound they start again at once, or fall back to it.
   EXPECT_TRUE(vector.setSequence(10, 7, -1, true));
-  EXPECT_EQ(vector.getIndex(3), 7);
-  EXPECT_EQ(vector.getIndex(4), 10);
+  for (int i = 0; i < 64; ++i) EXPECT_EQ(vector.getIndex(i), 10);
+  EXPECT_TRUE(vector.setSequence(10, 7, -1, false));
+  EXPECT_EQ(vector.getIndex(0), 10);
+  EXPECT_EQ(vector.getIndex(1), 7);
+  EXPECT_EQ(vector.getIndex(2), 6);
 
   vector.init(rk32f);
   ASSERT_TRUE(vector.createVector(4, rkModeSequence, 0, 1));
   EXPECT_EQ(values(vector), (Values{0, 0.25, 0.5, 0.75}));
+  EXPECT_TRUE(vector.setVector(rkModeSequence, 1, 0));
+  EXPECT_EQ(values(vector), (Values{1, 1, 1, 1}));
   EXPECT_TRUE(vector.setSequence(0, 3));
   EXPECT_EQ(values(vector), (Values{0, 1, 2, 3}));
   ASSERT_TRUE(vector.createVector(1));
@@ -396,7 +402,8 @@ TEST_F(Image, RefusesWhatCannotBeMade) {
   EXPECT_FALSE(image.createImage(1, -1));
   EXPECT_FALSE(image.createImage(INT_MAX, INT_MAX));
   EXPECT_FALSE(image.createImage(1, INT_MAX));
-  EXPECT_FALSE(image.createImage(100, 100, -1, 0));
+  EXPECT_TRUE(image.createImage(100, 100, -1, 0)) << "below 1 is the default";
+  EXPECT_EQ(image.step() % 64, 0);
   EXPECT_FALSE(image.createImage(100, 100, -1, INT_MAX));
   EXPECT_FALSE(image.createImage(20000, 20000)) << "four planes of 1.6 GB";
   EXPECT_EQ(image.planes32f()[0], nullptr);
