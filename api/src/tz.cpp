@@ -1,11 +1,16 @@
 #include "tz.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <memory>
+#include <tuple>
 
 #include "tzclock.h"
 #include "tzcpuinfo.h"
 #include "tzcstream.h"
+#include "tzinterrupt.h"
 #include "tzmemory.h"
 #include "tzreport.h"
 #include "tztrace.h"
@@ -62,9 +67,24 @@ void tzRegInfoTests() {
       []() -> tzString { return " Computer : " + hostText() + "\n"; }, hostText));
 }
 
+namespace {
+
+// A file opened in the place of a standard stream that was closed would be mixed with the console.
+void occupyStandardStreams() {
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+    if (fcntl(descriptor, F_GETFD) < 0) std::ignore = open("/dev/null", O_RDWR);
+  }
+}
+
+}  // namespace
+
 int tzMain(int argc, char** argv) {
-  // A closed pipe is a failure to write, reported as such, and not the end of the program.
+  occupyStandardStreams();
+  // A closed pipe and a size limit are failures to write, reported as such, and not the end of the
+  // program.
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
+  tzInterrupt::watch();
   g_trace.traceIn("main");
   tzSession defaultSession;
   if (g_session == nullptr) g_session = &defaultSession;
@@ -72,5 +92,6 @@ int tzMain(int argc, char** argv) {
   tzFreeAll();
   g_trace.traceOut("main");
   if (g_session == &defaultSession) g_session = nullptr;
+  tzInterrupt::obey();
   return result;
 }

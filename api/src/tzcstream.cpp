@@ -98,6 +98,7 @@ void tzCStream::identicalLinesStart(int width) {
 }
 
 bool tzCStream::identicalLinesStop() {
+  if (m_checkWidth == 0 || m_written.empty()) return false;
   const bool found = identicalLinesCheck();
   identicalLinesStart(0);
   return found;

@@ -55,6 +55,7 @@ class tzCStream : public tzTargets {
   /// From here on the first `width` cells (at most 32) of every line are remembered.
   void identicalLinesStart(int width);
   /// Ends it, warning of the first pair of lines that are equal in these cells.
+  /// Without lines there is nothing to end: the next ones are remembered still.
   /// @return whether there was one
   bool identicalLinesStop();
   /// @}

@@ -63,4 +63,5 @@ class tzEnumIterator : public tzEnumIterator_NCS<T> {
     if (!text.fail() && !this->isAccepted(value)) text.setFail(true);
     return value;
   }
+  bool isNothing(const tzString& text) const override { return tzIsNothing<T>(text); }
 };

@@ -1,7 +1,9 @@
 #include "tzini.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
-#include <utility>
+#include <cstdio>
 
 #include "tzostream.h"
 
@@ -53,57 +55,95 @@ const tzIniSection* tzSections::exist(const tzString& name) const {
 bool tzIniFile::open(const tzString& name, bool create) {
   close();
   m_name = name;
-  m_create = create;
-  const bool read = readFile();
-  if (!create) return read;
+  struct stat status {};
+  const bool exists = stat(name.c_str(), &status) == 0;
+  if ((exists || !create) && !readFile()) {
+    forget();
+    return false;
+  }
+  if (!create) return true;
   // Whether it can be written is found out before anything is measured for it.
-  o_stream probe(name, OPEN_APPEND | OPEN_AS_GIVEN);
+  const o_stream probe(name, OPEN_APPEND | OPEN_AS_GIVEN);
   m_create = probe.hasFile();
+  m_made = m_create && !exists;
   return m_create;
 }
 
 bool tzIniFile::close() {
-  const bool good = !m_create || updateFile();
-  m_create = false;
-  m_sections.clear();
+  const bool good = !m_create || tzReplaceFile(m_name, contents());
+  forget();
   return good;
 }
 
+void tzIniFile::abandon() {
+  if (m_made) std::remove(m_name.c_str());
+  forget();
+}
+
+void tzIniFile::forget() {
+  m_create = m_made = m_hasStrayLines = false;
+  m_sections.clear();
+  m_pending = "";
+}
+
 bool tzIniFile::readFile() {
-  i_stream file(m_name, OPEN_READ | OPEN_AS_GIVEN, !m_create);
+  i_stream file(m_name, OPEN_READ | OPEN_AS_GIVEN);
   if (!file.hasFile()) return false;
   m_current = nullptr;
   tzString line;
   while (file.getline(line)) readLine(line);
-  return true;
+  return !file.failed();
 }
 
-void tzIniFile::readLine(tzString line) {
-  const int comment = line.find("//");
-  if (comment >= 0) line = line.substr(0, comment);
-  line = trimmed(line);
-  if (!line.empty() && !readHeader(line) && m_current != nullptr) readItem(line);
+void tzIniFile::readLine(const tzString& line) {
+  const int at = line.find("//");
+  const tzString text = trimmed(at < 0 ? line : line.substr(0, at));
+  const tzString comment = at < 0 ? tzString() : trimmed(line.substr(at + 2));
+  if (text.empty()) {
+    if (at >= 0) m_pending += trimmed(line) + "\n";
+  } else if (readHeader(text, comment)) {
+    return;
+  } else if (m_current != nullptr) {
+    readItem(text, comment);
+  } else {
+    m_hasStrayLines = true;
+  }
 }
 
-bool tzIniFile::readHeader(const tzString& line) {
+bool tzIniFile::readHeader(const tzString& line, const tzString& comment) {
   const int open = line.find("[");
   const int end = open < 0 ? -1 : line.find("]", open);
   if (end < 0) return false;
   m_current = &provide(trimmed(line.substr(open + 1, end - open - 1)));
+  m_current->above += m_pending;
+  if (!comment.empty()) m_current->comment = comment;
+  m_pending = "";
   return true;
 }
 
-void tzIniFile::readItem(const tzString& line) {
+void tzIniFile::readItem(const tzString& line, const tzString& comment) {
   const int equals = line.find("=");
   const tzString key = equals < 0 ? line : trimmed(line.substr(0, equals));
   const tzString value = equals < 0 ? tzString(NO_VALUE) : trimmed(line.substr(equals + 1));
-  if (!key.empty()) write(m_current->name, key, value);
+  if (key.empty()) {
+    m_hasStrayLines = true;
+    return;
+  }
+  write(m_current->name, key, value, comment);
+  provide(*m_current, key).above += m_pending;
+  m_pending = "";
 }
 
 tzIniSection& tzIniFile::provide(const tzString& section) {
   if (tzIniSection* existing = m_sections.exist(section)) return *existing;
   m_sections.push_back({section, {}});
   return m_sections.back();
+}
+
+tzIniValue& tzIniFile::provide(tzIniSection& section, const tzString& key) {
+  if (tzIniValue* existing = section.values.exist(key)) return *existing;
+  section.values.push_back({key, {}, {}, {}});
+  return section.values.back();
 }
 
 tzString tzIniFile::read(const tzString& section, const tzString& key,
@@ -115,14 +155,11 @@ tzString tzIniFile::read(const tzString& section, const tzString& key,
 
 void tzIniFile::write(const tzString& section, const tzString& key, const tzString& value,
                       const tzString& comment) {
-  tzValues& values = provide(section).values;
+  tzIniSection& holder = provide(section);
   if (key.empty()) return;
-  tzIniValue item{key, value, comment};
-  if (tzIniValue* existing = values.exist(key)) {
-    *existing = std::move(item);
-  } else {
-    values.push_back(std::move(item));
-  }
+  tzIniValue& item = provide(holder, key);
+  item.value = value;
+  if (!comment.empty()) item.comment = comment;
 }
 
 void tzIniFile::write(const tzString& section, const tzString& key) {
@@ -157,11 +194,15 @@ bool tzIniFile::deleteKey(const tzString& section, const tzString& key) {
   return true;
 }
 
-bool tzIniFile::updateFile() const {
-  o_stream file(m_name, OPEN_WRITE | OPEN_AS_GIVEN);
-  if (!file.hasFile()) return false;
+tzString tzIniFile::contents() const {
+  tzString text;
+  const auto endLine = [&text](const tzString& comment) {
+    if (!comment.empty()) text += "\t// " + comment;
+    text += "\n";
+  };
   for (const tzIniSection& section : m_sections) {
-    file << "\n[" + section.name + "]\n";
+    text += "\n" + section.above + "[" + section.name + "]";
+    endLine(section.comment);
     for (const tzIniValue& item : section.values) {
       const bool bare = item.value == NO_VALUE;
       const tzString line = bare ? item.key : item.key + "=" + item.value;
@@ -169,11 +210,9 @@ bool tzIniFile::updateFile() const {
         g_ostrm << L_WARN << "-- The ini file can't give this line back as it is: " + line + "\n"
                 << L_END;
       }
-      file << line;
-      if (!item.comment.empty()) file << "\t// " + item.comment;
-      file << "\n";
+      text += item.above + line;
+      endLine(item.comment);
     }
   }
-  file.close();
-  return true;
+  return text + m_pending;
 }

@@ -6,11 +6,12 @@
 #include "tzstring.h"
 
 /// One line of an ini file's section. The value tzIniFile::NO_VALUE marks a key that stands alone,
-/// without "=". A comment is written after the value; comments of a file that is read are dropped.
+/// without "=". A comment is written after the value, lines of comment above it.
 struct tzIniValue {
   tzString key;
   tzString value;
   tzString comment;
+  tzString above;  ///< whole lines with their line ends
 };
 
 /// The items of one section in file order.
@@ -24,6 +25,8 @@ class tzValues : public tzList<tzIniValue> {
 struct tzIniSection {
   tzString name;
   tzValues values;
+  tzString comment = "";  ///< behind the header
+  tzString above = "";    ///< as that of a value
 };
 
 /// The sections of an ini file in file order.
@@ -41,7 +44,8 @@ class tzSections : public tzList<tzIniSection> {
 ///     flag
 ///
 /// Lines before the first section are ignored. A section met again goes on; a key given twice in
-/// one section keeps the last value. Names and keys are compared byte by byte.
+/// one section keeps the last value. Names and keys are compared byte by byte. Comments are kept
+/// when the file is rewritten.
 class tzIniFile {
  public:
   static constexpr const char* NO_VALUE = "~~~";
@@ -54,17 +58,23 @@ class tzIniFile {
   /// Reads a file, after closing the one that was open.
   /// @param name    path, used as given
   /// @param create  the file may be missing, and is rewritten by close
-  /// @return false, with the reason on the console, when the file can't be read or, with `create`,
-  ///         can't be written
+  /// @return false, with the reason on the console, when the file can't be read to its end (it is
+  ///         left as it is, and nothing of it is used) or, with `create`, can't be written
   bool open(const tzString& name, bool create);
-  /// Writes the file when it was opened with `create`, and forgets all sections.
+  /// Writes the file when it was opened with `create`, and forgets all sections. The file is
+  /// replaced as a whole or, when that fails, stays what it was.
   /// @return false, with the reason on the console, when it could not be written
   bool close();
+  /// Closes without writing; a file that open made is removed.
+  void abandon();
+  /// Whether the file that was read holds lines, beyond comments, that are no part of it: rewriting
+  /// it drops them.
+  bool hasStrayLines() const { return m_hasStrayLines; }
 
   /// The value of the trimmed key; `byDefault` when section or key is absent.
   tzString read(const tzString& section, const tzString& key, const tzString& byDefault) const;
   /// Gives `key` a value, replacing the one it has; a missing section is appended. An empty key
-  /// makes the section alone.
+  /// makes the section alone, an empty comment keeps the one that is there.
   void write(const tzString& section, const tzString& key, const tzString& value,
              const tzString& comment = "");
   void write(const tzString& section, const tzString& key);
@@ -83,14 +93,19 @@ class tzIniFile {
 
  private:
   bool readFile();
-  void readLine(tzString line);
-  bool readHeader(const tzString& line);
-  void readItem(const tzString& line);
+  void readLine(const tzString& line);
+  bool readHeader(const tzString& line, const tzString& comment);
+  void readItem(const tzString& line, const tzString& comment);
   tzIniSection& provide(const tzString& section);
-  bool updateFile() const;
+  tzIniValue& provide(tzIniSection& section, const tzString& key);
+  tzString contents() const;
+  void forget();
 
   tzString m_name;
   bool m_create = false;
+  bool m_made = false;  // by open
+  bool m_hasStrayLines = false;
   tzSections m_sections;
   tzIniSection* m_current = nullptr;  // being read
+  tzString m_pending;                 // lines of comment that belong to what follows
 };

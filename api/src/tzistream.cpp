@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "tzinterrupt.h"
+
 tzIStream g_istrm;
 
 void tzDataList::add(const tzString& name, const tzString& value) {
@@ -27,21 +29,30 @@ tzIStream::~tzIStream() {
 
 bool tzIStream::setIniFile(const tzString& name, bool create) {
   deleteIniFile();
-  m_iniFile = new tzIniFile;
-  m_writeBack = create;
-  return m_iniFile->open(io_stream::pathIn(io_stream::inputDir(), name), create);
+  if (create) return setIniTarget(name);
+  m_iniFile = std::make_unique<tzIniFile>();
+  return m_iniFile->open(io_stream::pathIn(io_stream::inputDir(), name), false);
+}
+
+bool tzIStream::setIniTarget(const tzString& name) {
+  m_target = std::make_unique<tzIniFile>();
+  return m_target->open(io_stream::pathIn(io_stream::inputDir(), name), true);
 }
 
 bool tzIStream::deleteIniFile() {
-  const bool good = m_iniFile == nullptr || m_iniFile->close();
-  delete m_iniFile;
-  m_iniFile = nullptr;
-  m_writeBack = false;
+  const bool good = m_target == nullptr || m_target->close();
+  m_iniFile.reset();
+  m_target.reset();
   return good;
 }
 
+void tzIStream::abandonIniFile() {
+  if (m_target != nullptr) m_target->abandon();
+  deleteIniFile();
+}
+
 bool tzIStream::hasIniSection(const tzString& name) const {
-  return m_iniFile != nullptr && m_iniFile->sectionExist(name);
+  return hasIniFile() && iniFile()->sectionExist(name);
 }
 
 tzString tzIStream::setIniSection(const tzString& name) {
@@ -70,24 +81,55 @@ bool tzIStream::setPreset(const tzString& definition) {
   return true;
 }
 
+tzString tzIStream::iniValue(const tzString& name) const {
+  for (const tzIniFile* file : {m_iniFile.get(), m_target.get()}) {
+    const tzString value = file != nullptr ? file->read(m_section, name, "") : tzString();
+    if (!value.empty()) return value;
+  }
+  return "";
+}
+
 tzString tzIStream::getItemValue(const tzString& name, const tzString& byDefault,
                                  const tzString& prompt, const tzString&) {
   tzString value;
-  m_source = m_reader != nullptr ? SRC_CONSOLE : SRC_DEFAULT;
+  m_asked.insert({name.str(), m_section.str() + "]" + name.str()});
+  m_lastSource = m_reader != nullptr ? SRC_CONSOLE : SRC_DEFAULT;
   if (const tzString* preset = m_presets.find(name)) {
     value = *preset;
-    m_source = SRC_PRESET;
-  } else if (m_iniFile != nullptr) {
-    value = m_iniFile->read(m_section, name, "");
-    if (!value.empty()) m_source = SRC_INI;
+    m_lastSource = SRC_PRESET;
+  } else {
+    value = iniValue(name);
+    if (!value.empty()) m_lastSource = SRC_INI;
   }
-  if (m_source == SRC_CONSOLE) {
+  if (m_lastSource == SRC_CONSOLE) {
     value = askConsole(prompt.empty() ? name : prompt, byDefault);
-    if (value.empty()) m_source = SRC_DEFAULT;
+    if (value.empty()) m_lastSource = SRC_DEFAULT;
   }
-  if (m_source == SRC_DEFAULT) value = byDefault;
-  if (m_writeBack && m_iniFile != nullptr) m_iniFile->write(m_section, name, value);
+  if (m_lastSource == SRC_DEFAULT) value = byDefault;
+  writeBack(name, value);
   return value;
+}
+
+void tzIStream::writeBack(const tzString& name, const tzString& value) {
+  if (m_target != nullptr) m_target->write(m_section, name, value);
+}
+
+tzStringList tzIStream::unaskedPresets() const {
+  tzStringList names;
+  for (const tzDataItem& preset : m_presets) {
+    if (!m_asked.contains(preset.name.str())) names.push_back(preset.name);
+  }
+  return names;
+}
+
+tzStringList tzIStream::unaskedKeys(const tzString& section) const {
+  tzStringList keys;
+  const tzValues* const values = m_iniFile ? m_iniFile->getSectionValues(section) : nullptr;
+  if (values == nullptr) return keys;
+  for (const tzIniValue& item : *values) {
+    if (!m_asked.contains(section.str() + "]" + item.key.str())) keys.push_back(item.key);
+  }
+  return keys;
 }
 
 /// The answer, empty for the default. Where the input has ended nothing is asked any more.
@@ -97,7 +139,10 @@ tzString tzIStream::askConsole(const tzString& prompt, const tzString& byDefault
   g_ostrm.flush();
   c_out << "\n " + prompt + " [" + byDefault + "] = ";
   c_out.flush();
-  m_readerEnded = !m_reader->getline(answer);
+  {
+    const tzInterrupt::Reading reading;
+    m_readerEnded = tzInterrupt::signal() != 0 || !m_reader->getline(answer);
+  }
   if (m_readerEnded) c_out << "\n";
   return answer;
 }

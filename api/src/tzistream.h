@@ -2,6 +2,10 @@
 /// Where the values of parameters come from.
 #pragma once
 
+#include <memory>
+#include <set>
+#include <string>
+
 #include "tzini.h"
 #include "tzlist.h"
 #include "tzostream.h"
@@ -22,7 +26,8 @@ class tzDataList : public tzList<tzDataItem> {
 
 /// Decides where a parameter's value comes from: a preset value, else the ini file, else the
 /// console when it is to be asked, else the default. With an ini file that may be created every
-/// settled value is written back into it, so that a run leaves a file describing itself.
+/// settled value is written back into it, so that a run leaves a file describing itself. One file
+/// may be read and another written; what only the latter has counts then, too.
 class tzIStream {
  public:
   enum Source { SRC_DEFAULT = 0, SRC_CONSOLE = 1, SRC_INI = 2, SRC_PRESET = 3, SRC_NONE = 4 };
@@ -39,12 +44,18 @@ class tzIStream {
   /// @param name    a relative name lies in the session's input directory
   /// @param create  the file may be missing and is rewritten on closing
   bool setIniFile(const tzString& name, bool create);
-  /// Closes the ini file, writing it when it was opened so.
+  /// Settled values are written into this file, which may be missing, whatever file is read.
+  bool setIniTarget(const tzString& name);
+  /// Closes the ini files, writing what was opened so.
   /// @return false when it could not be written
   bool deleteIniFile();
-  bool hasIniFile() const { return m_iniFile != nullptr; }
-  /// Null without an ini file.
-  const tzIniFile* iniFile() const { return m_iniFile; }
+  /// Closes the ini files without writing.
+  void abandonIniFile();
+  bool hasIniFile() const { return iniFile() != nullptr; }
+  /// The file that is read; null without an ini file.
+  const tzIniFile* iniFile() const { return m_iniFile ? m_iniFile.get() : m_target.get(); }
+  /// The file that is written; null when none is.
+  const tzIniFile* iniTarget() const { return m_target.get(); }
   /// Whether the ini file has a section of this name; false without an ini file.
   bool hasIniSection(const tzString& name) const;
 
@@ -71,19 +82,30 @@ class tzIStream {
   /// @param valid   the accepted values, which a prompt names already; for readers of other kinds
   tzString getItemValue(const tzString& name, const tzString& byDefault, const tzString& prompt,
                         const tzString& valid);
+  /// Writes what became of the last settled value, as the run uses it.
+  void writeBack(const tzString& name, const tzString& value);
   /// Where the last value came from: a Source.
-  int source() const { return m_source; }
+  int source() const { return m_lastSource; }
+
+  /// @name What nobody asked for so far
+  /// @{
+  tzStringList unaskedPresets() const;
+  /// The keys of one section of the file that is read.
+  tzStringList unaskedKeys(const tzString& section) const;
+  /// @}
 
  private:
+  tzString iniValue(const tzString& name) const;
   tzString askConsole(const tzString& prompt, const tzString& byDefault);
 
   i_stream* m_reader = nullptr;
-  tzIniFile* m_iniFile = nullptr;
+  std::unique_ptr<tzIniFile> m_iniFile;
+  std::unique_ptr<tzIniFile> m_target;
   tzDataList m_presets;
   bool m_readerEnded = false;
   tzString m_section = COMMON_SECTION;
-  bool m_writeBack = false;
-  int m_source = SRC_NONE;
+  int m_lastSource = SRC_NONE;
+  std::set<std::string> m_asked;  // names, and "section]key"
 };
 
 extern tzIStream g_istrm;

@@ -51,18 +51,18 @@ int parseThreads(Text arg) {
 
 bool isOnlyWord(Text arg) { return arg.toLower() == tzString("only"); }
 
-const char* refuseHotOrOnly(Text arg) {
+tzString refuseHotOrOnly(Text arg) {
   return arg.empty() || isOnlyWord(arg) ? nullptr : "only ONLY may follow";
 }
 
 template <int LastForm>
-const char* refuseEmptyPattern(Text arg) {
+tzString refuseEmptyPattern(Text arg) {
   tzString pattern(arg);
   const bool empty = getCondition(pattern) == CONDITION_EMPTY;
   return !empty ? nullptr : LastForm == 0 ? "empty function pattern" : "empty test pattern";
 }
 
-const char* refuseEmptyDir(Text arg) { return arg.empty() ? "empty directory name" : nullptr; }
+tzString refuseEmptyDir(Text arg) { return arg.empty() ? "empty directory name" : nullptr; }
 
 // ---- echoes ----
 
@@ -89,15 +89,36 @@ tzString tellOut(Text arg) {
                   g_session->genOutPath(fileName(arg), tzSession::extension(kind)));
 }
 
+// Capital letters append; the parameter names and the memory table have none.
 template <tzOutFile kind, bool append>
-void applyOut(Text arg, tzSession* session) {
-  session->addOutFile(kind, fileName(arg), append);
+constexpr const char* keyOf = append ? "-R" : "-r";
+template <bool append>
+constexpr const char* keyOf<OUT_TEXT, append> = append ? "-O" : "-o";
+template <bool append>
+constexpr const char* keyOf<OUT_NAMES, append> = "-q";
+template <bool append>
+constexpr const char* keyOf<OUT_SUMMARY, append> = append ? "-U" : "-u";
+template <bool append>
+constexpr const char* keyOf<OUT_MEMORY, append> = "-m";
+
+template <tzOutFile kind, bool append>
+tzString refuseOut(Text arg) {
+  const tzString path = g_session->genOutPath(fileName(arg), tzSession::extension(kind));
+  return g_session->files().conflict(path, tzFiles::WRITTEN, keyOf<kind, append>);
 }
 
 template <tzOutFile kind, bool append>
-constexpr tzKeyAction outFile = {nullptr, tellOut<kind, append>, applyOut<kind, append>};
+void applyOut(Text arg, tzSession* session) {
+  session->addOutFile(kind, fileName(arg), append, keyOf<kind, append>);
+}
 
-tzString tellIni(Text arg) { return g_session->genInPath(fileName(arg), tzSession::INI_EXTENSION); }
+template <tzOutFile kind, bool append>
+constexpr tzKeyAction outFile = {refuseOut<kind, append>, tellOut<kind, append>,
+                                 applyOut<kind, append>};
+
+tzString signalPath(Text arg) {
+  return g_session->genOutPath(fileName(arg), tzSession::SIGNAL_EXTENSION);
+}
 
 tzString tellCondition(Text what, Text arg) {
   tzString pattern(arg);
@@ -121,7 +142,7 @@ const tzKeyAction batch = {nullptr,
                            [](Text) -> tzString { return "nothing is asked on the console"; },
                            [](Text, tzSession* session) { session->setBatch(true); }};
 
-const tzKeyAction ask = {[](Text arg) -> const char* {
+const tzKeyAction ask = {[](Text arg) -> tzString {
                            bool fail = false;
                            parseAskMode(arg, fail);
                            if (fail) return "incorrect detail level of console input";
@@ -134,20 +155,32 @@ const tzKeyAction ask = {[](Text arg) -> const char* {
                          }};
 
 const tzKeyAction preset = {
-    [](Text arg) -> const char* { return arg.find("=") > 0 ? nullptr : "incorrect data format"; },
+    [](Text arg) -> tzString { return arg.find("=") > 0 ? nullptr : "incorrect data format"; },
     [](Text arg) -> tzString { return "set " + arg; },
     [](Text arg, tzSession*) { g_istrm.setPreset(arg); }};
 
 const tzKeyAction iniRead = {
-    nullptr, [](Text arg) -> tzString { return "parameters read from " + tellIni(arg); },
+    [](Text arg) -> tzString {
+      const tzString path = g_session->iniPath(fileName(arg), false);
+      return g_session->files().conflict(path, tzFiles::READ, "-i");
+    },
+    [](Text arg) -> tzString {
+      return "parameters read from " + g_session->iniPath(fileName(arg), false);
+    },
     [](Text arg, tzSession* session) { session->setIniMode(fileName(arg), false); }};
 
 const tzKeyAction iniWrite = {
-    nullptr, [](Text arg) -> tzString { return "parameters written to " + tellIni(arg); },
+    [](Text arg) -> tzString {
+      const tzString path = g_session->iniPath(fileName(arg), true);
+      return g_session->files().conflict(path, tzFiles::WRITTEN, "-I");
+    },
+    [](Text arg) -> tzString {
+      return "parameters written to " + g_session->iniPath(fileName(arg), true);
+    },
     [](Text arg, tzSession* session) { session->setIniMode(fileName(arg), true); }};
 
 const tzKeyAction iniFunctions = {
-    [](Text) -> const char* {
+    [](Text) -> tzString {
       return g_session->commands().isKey('i') ? nullptr : "no ini-file to read (-i)";
     },
     [](Text) -> tzString { return "only functions with a section in the ini-file"; },
@@ -161,7 +194,7 @@ const tzKeyAction summary = outFile<OUT_SUMMARY, false>;
 const tzKeyAction summaryAppend = outFile<OUT_SUMMARY, true>;
 const tzKeyAction memory = outFile<OUT_MEMORY, false>;
 
-const tzKeyAction level = {[](Text arg) -> const char* {
+const tzKeyAction level = {[](Text arg) -> tzString {
                              return tzOutputMask(arg) != 0 ? nullptr
                                                            : "incorrect level of console output";
                            },
@@ -170,7 +203,9 @@ const tzKeyAction level = {[](Text arg) -> const char* {
                              session->addLevelMode(static_cast<OutputLevel>(tzOutputMask(arg)));
                            }};
 
-const tzKeyAction names = {nullptr,
+const tzKeyAction names = {[](Text arg) -> tzString {
+                             return arg[0] == '+' ? tzString() : refuseOut<OUT_NAMES, false>(arg);
+                           },
                            [](Text arg) -> tzString {
                              return arg[0] == '+' ? "parameter names added to the results"
                                                   : tellOut<OUT_NAMES, false>(arg);
@@ -188,15 +223,18 @@ const tzKeyAction namesOnly = {
     [](Text, tzSession* session) { session->setNamesOnly(true); }};
 
 const tzKeyAction signalFile = {
-    nullptr,
     [](Text arg) -> tzString {
-      return tellFile("signal file", false,
-                      g_session->genOutPath(fileName(arg), tzSession::SIGNAL_EXTENSION));
+      return g_session->files().conflict(signalPath(arg), tzFiles::WRITTEN, "-g");
     },
+    [](Text arg) -> tzString { return tellFile("signal file", false, signalPath(arg)); },
     [](Text arg, tzSession* session) { session->setSglName(fileName(arg)); }};
 
+const tzKeyAction insist = {
+    nullptr, [](Text) -> tzString { return "nothing is measured unless everything given is used"; },
+    [](Text, tzSession* session) { session->setInsist(true); }};
+
 const tzKeyAction defaultName = {
-    [](Text arg) -> const char* { return arg.empty() ? "empty default name" : nullptr; },
+    [](Text arg) -> tzString { return arg.empty() ? "empty default name" : nullptr; },
     [](Text arg) -> tzString { return "default title name " + arg; },
     [](Text arg, tzSession* session) { session->setDefName(arg); }};
 
@@ -215,12 +253,12 @@ const tzKeyAction tests = {refuseEmptyPattern<1>,
                            [](Text arg) { return tellCondition("tests", arg); }, t_apply};
 
 const tzKeyAction startFunction = {
-    [](Text arg) -> const char* { return arg.empty() ? "empty function name" : nullptr; },
+    [](Text arg) -> tzString { return arg.empty() ? "empty function name" : nullptr; },
     [](Text arg) -> tzString { return "start from " + arg; },
     [](Text arg, tzSession*) { tzTest::m_startFunc = arg; }};
 
 const tzKeyAction priority = {
-    [](Text arg) -> const char* {
+    [](Text arg) -> tzString {
       return parsePriority(arg) != PRIORITY_NONE ? nullptr : "incorrect process priority value";
     },
     [](Text arg) -> tzString {
@@ -243,7 +281,7 @@ const tzKeyAction verify = {
     [](Text arg, tzSession*) { tzTest::m_verifyMode = arg.empty() ? VERIFY_ON : VERIFY_ONLY; }};
 
 const tzKeyAction cpu = {
-    [](Text arg) -> const char* {
+    [](Text arg) -> tzString {
       return arg.empty() || tzCpuType::cpuType(arg) >= 0 ? nullptr : "incorrect CPU type";
     },
     [](Text arg) -> tzString {
@@ -251,7 +289,7 @@ const tzKeyAction cpu = {
     },
     [](Text arg, tzSession*) { s_cpuType = arg.empty() ? -1 : tzCpuType::cpuType(arg); }};
 
-const tzKeyAction threads = {[](Text arg) -> const char* {
+const tzKeyAction threads = {[](Text arg) -> tzString {
                                return parseThreads(arg) > 0 ? nullptr
                                                             : "incorrect number of threads";
                              },
@@ -263,7 +301,7 @@ const tzKeyAction threads = {[](Text arg) -> const char* {
                              [](Text arg, tzSession*) { s_numThreads = parseThreads(arg); }};
 
 const tzKeyAction dataUse = {
-    [](Text arg) -> const char* {
+    [](Text arg) -> tzString {
       return arg.toLower() == tzString("u") ? nullptr : "incorrect measuring mode";
     },
     [](Text) -> tzString { return "functions measured with data set & use"; },

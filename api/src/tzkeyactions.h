@@ -8,8 +8,8 @@ class tzSession;
 
 /// The three operations of one key. Each sees the argument with its sign.
 struct tzKeyAction {
-  /// Null for a usable argument, else the reason after "ignored: ". A null pointer refuses none.
-  const char* (*refuse)(const tzString& arg);
+  /// Empty for a usable argument, else the reason after "ignored: ". A null pointer refuses none.
+  tzString (*refuse)(const tzString& arg);
   /// The line echoed for a usable argument.
   tzString (*tell)(const tzString& arg);
   void (*apply)(const tzString& arg, tzSession* session);
@@ -19,5 +19,5 @@ namespace tzkeyaction {
 extern const tzKeyAction batch, ask, preset, iniRead, iniWrite, iniFunctions, text, textAppend,
     level, results, resultsAppend, names, namesOnly, summary, summaryAppend, signalFile,
     defaultName, inDir, outDir, functions, tests, startFunction, priority, hot, cpu, threads,
-    dataUse, cache, sorting, enumerate, version, help, hiddenHelp, memory, verify;
+    dataUse, cache, sorting, enumerate, version, help, hiddenHelp, memory, verify, insist;
 }  // namespace tzkeyaction

@@ -18,6 +18,11 @@ tzString withoutQuotes(const tzString& word) {
   return bare;
 }
 
+// What other programs call these keys; 0 for any other word.
+char longKey(const tzString& word) {
+  return word == "--help" ? 'h' : word == "--version" ? 'v' : '\0';
+}
+
 }  // namespace
 
 tzString tzCommandKey::word() const { return tzString("-") + key + arg; }
@@ -47,6 +52,10 @@ int tzCommandList::setArg(const tzString& word, const tzString* next) {
   if (!isKeyWord(word)) {
     m_refused.push_back(word);
     return 0;
+  }
+  if (const char key = longKey(word)) {
+    push_back({key, ""});
+    return 1;
   }
   tzCommandKey command;
   command.key = word[1];
@@ -82,6 +91,11 @@ void tzCommandList::setArgs(const tzStringList& words) {
     if (setArg(*word, next != words.end() ? &*next : nullptr) == 2) ++next;
     word = next;
   }
+}
+
+tzString tzOption::taken(const tzString& arg) const {
+  if (argument == ARG_ANY) return arg;
+  return argument == ARG_SIGN && !arg.empty() && isSign(arg[0]) ? arg.substr(0, 1) : tzString();
 }
 
 tzString tzOption::helpLines() const {

@@ -26,8 +26,8 @@ class tzCommandList : public tzList<tzCommandKey> {
   /// @return false, with `arg` untouched, when the key was not given
   bool getArg(char key, tzString& arg) const;
 
-  /// Splits one word, with the word after it (null at the end of the line) as the argument when
-  /// none is attached and `next` is not itself a key.
+  /// "--help" and "--version" are -h and -v. Splits one word, with the word after it (null at the
+  /// end of the line) as the argument when none is attached and `next` is not itself a key.
   /// @return the number of words used: 1 or 2, 0 when `word` is no key word (then it is refused)
   int setArg(const tzString& word, const tzString* next);
 
@@ -54,6 +54,13 @@ using tzKeyInfo = tzString (*)(const tzString& arg);
 /// Does what the key asks for; does nothing for an argument that cannot be used.
 using tzKeyApply = void (*)(const tzString& arg, tzSession* session);
 
+/// What may follow a key's letter.
+enum tzKeyArgument {
+  ARG_ANY,   ///< a text
+  ARG_SIGN,  ///< a sign alone
+  ARG_NONE
+};
+
 /// One known key, as tzSession::initOption records it.
 struct tzOption {
   char key = 0;
@@ -62,9 +69,13 @@ struct tzOption {
   tzKeyInfo info = nullptr;
   tzKeyApply apply = nullptr;
   tzString text;  ///< help lines; after an empty line, the detailed text
+  tzKeyArgument argument = ARG_ANY;
+  bool lastCounts = false;  ///< of several, those before the last are ignored
 
   tzString helpLines() const;  ///< the part of `text` that the short help shows
   tzString details() const;    ///< the detailed text, empty when there is none
+  /// The part of an argument that the key can take.
+  tzString taken(const tzString& arg) const;
 };
 
 using tzOptionList = tzList<tzOption>;

@@ -19,6 +19,10 @@ enum Presence { ALWAYS, WITH_LIBRARY };
 // output goes, a help or version request needs nothing.
 enum SkippedFrom { NEVER = 99, ANY_EXIT = 1, HELP_OR_VERSION = 2 };
 
+// What becomes of a key given twice: both are applied (which may mean that the later one wins), or
+// the last alone.
+enum Occurrence { EACH, LAST };
+
 struct KeyRow {
   char key;
   const char* name;
@@ -26,6 +30,8 @@ struct KeyRow {
   Presence presence;
   SkippedFrom skippedFrom;
   const tzKeyAction* action;
+  Occurrence occurrence;
+  tzKeyArgument argument;
   const char* help;
   const char* details;
 };
@@ -33,13 +39,13 @@ struct KeyRow {
 namespace act = tzkeyaction;
 
 constexpr KeyRow TABLE[] = {
-    {'B', "B", SHOWN, ALWAYS, ANY_EXIT, &act::batch,
+    {'B', "B", SHOWN, ALWAYS, ANY_EXIT, &act::batch, EACH, ARG_NONE,
      "-B               = batch mode (no console input)\n",
      "Nothing is asked from the console: every value comes from -d, from the ini-file or is the\n"
      "default. Use it in scripts.\n"
      "If both -B and -A key present in command line then -B key is performed\n"
      "Example: tazmet -B -r\n"},
-    {'A', "A", SHOWN, ALWAYS, ANY_EXIT, &act::ask,
+    {'A', "A", SHOWN, ALWAYS, ANY_EXIT, &act::ask, EACH, ARG_ANY,
      "-A<Timing|Params|Misalign|All> = set detail level of the console input\n",
      "Values that neither -d nor the ini-file gives are asked on the console; an empty answer\n"
      "takes the default shown in brackets.\n"
@@ -50,42 +56,46 @@ constexpr KeyRow TABLE[] = {
      "The words may be shortened; several -A add up. When standard input ends, defaults are\n"
      "taken.\n"
      "Example: tazmet -AParams -AMisalign\n"},
-    {'d', "d", SHOWN, ALWAYS, ANY_EXIT, &act::preset, "-d<name>=<value> = set TZ parameter value\n",
+    {'d', "d", SHOWN, ALWAYS, ANY_EXIT, &act::preset, EACH, ARG_ANY,
+     "-d<name>=<value> = set TZ parameter value\n",
      "Sets a parameter by the name that the console shows for it. List parameters take several\n"
      "values with \";\" between them: quote them in the shell.\n"
      "Data set by -d option has the highest priority\n"
      "The key may be repeated; for one name the last value counts.\n"
      "Example: tazmet \"-dImageSize=64x64;512x512\" -dMethod=Manual -dNumLoops=100\n"},
-    {'i', "i", SHOWN, ALWAYS, HELP_OR_VERSION, &act::iniRead,
+    {'i', "i", SHOWN, ALWAYS, HELP_OR_VERSION, &act::iniRead, LAST, ARG_ANY,
      "-i[<file-name>]  = read TZ parameters from ini-file\n",
      "The section [Tazmet] holds the common parameters, a section named after a function holds\n"
      "the parameters of that function's tests. What the file does not give keeps its default.\n"
      "Without a name: <default-dir>/<default-name>.ini; a relative name is looked up in the\n"
-     "directory of -p. A file that cannot be read is reported and the run goes on.\n"
+     "directory of -p. A file that cannot be read is reported and the run goes on. Keys that no\n"
+     "test asked for are told at the end. If several -i are given the last one counts.\n"
      "Example: tazmet -B -i sizes.ini -p /home/me/tz\n"},
-    {'I', "I", SHOWN, ALWAYS, ANY_EXIT, &act::iniWrite,
+    {'I', "I", SHOWN, ALWAYS, ANY_EXIT, &act::iniWrite, LAST, ARG_ANY,
      "-I[<file-name>]  = write TZ parameters to ini-file and exit\n",
      "Writes every parameter that this run would read, with its default or its value from -d:\n"
      "the common ones and those of each selected test. Nothing is measured. A value that the\n"
-     "file has already is kept, so the key also completes an older file; comments are not kept.\n"
-     "The file lies where -i looks for it.\n"
+     "file has already is kept, and so are comments: the key also completes an older file. What\n"
+     "is written is what the run would use, where a value was out of range the nearest allowed\n"
+     "one. The file lies where -i looks for it; with -i and another name that file is read and\n"
+     "this one written. A file that cannot be read to its end is left as it is.\n"
      "Example: tazmet -I all.ini, then edit it, then tazmet -B -i all.ini\n"},
-    {'P', "P", SHOWN, ALWAYS, HELP_OR_VERSION, &act::iniFunctions,
+    {'P', "P", SHOWN, ALWAYS, HELP_OR_VERSION, &act::iniFunctions, EACH, ARG_NONE,
      "-P               = read tested function names from ini-file\n",
      "Only with -i: just the functions with a section of their own in the ini-file are measured,\n"
      "whatever other functions -f and -t would let pass.\n"
      "Example: tazmet -B -P -i few.ini\n"},
-    {'o', "o", SHOWN, ALWAYS, HELP_OR_VERSION, &act::text,
+    {'o', "o", SHOWN, ALWAYS, HELP_OR_VERSION, &act::text, EACH, ARG_ANY,
      "-o[<file-name>]  = create txt-file and write console output\n",
      "The console output from the end of the key echo on goes into the file as well, filtered by\n"
      "the same -L level. Without a name: <default-dir>/<default-name>.txt; a relative name lies\n"
      "in the directory of -l. The key may be repeated for several copies.\n"
      "Example: tazmet -B -LINFO -o session.txt\n"},
-    {'O', "O", SHOWN, ALWAYS, HELP_OR_VERSION, &act::textAppend,
+    {'O', "O", SHOWN, ALWAYS, HELP_OR_VERSION, &act::textAppend, EACH, ARG_ANY,
      "-O[<file-name>]  = add console output to txt-file\n",
      "As -o, but text already in the file is kept and the new text follows it.\n"
      "Example: tazmet -B -O history.txt\n"},
-    {'L', "L", SHOWN, ALWAYS, HELP_OR_VERSION, &act::level,
+    {'L', "L", SHOWN, ALWAYS, HELP_OR_VERSION, &act::level, EACH, ARG_ANY,
      "-L<ERR|WARN|PERF|INFO|TRACE|DATA> = set detail level of the console output\n",
      "  ERR    errors\n"
      "  WARN   and warnings\n"
@@ -93,19 +103,21 @@ constexpr KeyRow TABLE[] = {
      "  INFO   and the detailed course of each measurement\n"
      "  TRACE  performance and the trace of the harness's steps\n"
      "  DATA   the same and the test vectors before and after the library call\n"
-     "Several -L add up. With ERR alone warnings count as successes.\n"
+     "Capital letters count, wherever they stand: -LI is -LINFO. Several -L add up. With ERR "
+     "alone\n"
+     "warnings count as successes.\n"
      "Example: tazmet -B -LWARN\n"},
-    {'r', "r", SHOWN, ALWAYS, HELP_OR_VERSION, &act::results,
+    {'r', "r", SHOWN, ALWAYS, HELP_OR_VERSION, &act::results, EACH, ARG_ANY,
      "-r[<file-name>]  = create csv-file and write TZ results\n",
      "One line a measurement: function, parameter values, clocks per element, unit, measurement\n"
      "note and result code. Without a name: <default-dir>/<default-name>.csv; a relative name\n"
      "lies in the directory of -l.\n"
      "Example: tazmet -B -r today.csv -l /home/me/results\n"},
-    {'R', "R", SHOWN, ALWAYS, HELP_OR_VERSION, &act::resultsAppend,
+    {'R', "R", SHOWN, ALWAYS, HELP_OR_VERSION, &act::resultsAppend, EACH, ARG_ANY,
      "-R[<file-name>]  = add TZ results to csv-file\n",
      "As -r, but lines already in the file are kept: the way to one table from several runs.\n"
      "Example: tazmet -B -fDCT -R all.csv; tazmet -B -fHuffman -R all.csv\n"},
-    {'q', "q", SHOWN, ALWAYS, ANY_EXIT, &act::names,
+    {'q', "q", SHOWN, ALWAYS, ANY_EXIT, &act::names, EACH, ARG_ANY,
      "-q[<file-name>]  = create csv-file (*_name.csv is default) and write function parameter name "
      "lines\n"
      "-q+              = add function parameter name lines to TZ results table file\n",
@@ -113,44 +125,45 @@ constexpr KeyRow TABLE[] = {
      "their own (<default-dir>/<default-name>_name.csv without a name) or, with \"+\", into the\n"
      "tables of -r and -R above each test's results.\n"
      "Example: tazmet -B -r -q+\n"},
-    {'Q', "Q", SHOWN, ALWAYS, ANY_EXIT, &act::namesOnly,
+    {'Q', "Q", SHOWN, ALWAYS, ANY_EXIT, &act::namesOnly, EACH, ARG_NONE,
      "-Q               = exit after function parameter name table creation\n",
      "The name lines of all selected tests are written as -q says and no test is measured.\n"
      "Without -q the table gets its default name.\n"
      "Example: tazmet -B -Q -q columns.csv\n"},
-    {'u', "u", SHOWN, ALWAYS, ANY_EXIT, &act::summary,
+    {'u', "u", SHOWN, ALWAYS, ANY_EXIT, &act::summary, EACH, ARG_ANY,
      "-u[<file-name>]  = create csv-file and write summary table ('_sum' is added to default title "
      "name)\n",
      "One line a test: function, class, status watches, time, source and result name. Without a\n"
      "name: <default-dir>/<default-name>_sum.csv.\n"
      "Example: tazmet -B -r -u\n"},
-    {'U', "U", SHOWN, ALWAYS, ANY_EXIT, &act::summaryAppend,
+    {'U', "U", SHOWN, ALWAYS, ANY_EXIT, &act::summaryAppend, EACH, ARG_ANY,
      "-U[<file-name>]  = add summary table to csv-file ('_sum' is added to default title name)\n",
      "As -u, but lines already in the file are kept.\n"
      "Example: tazmet -B -U every_day.csv\n"},
-    {'g', "g", SHOWN, ALWAYS, ANY_EXIT, &act::signalFile,
+    {'g', "g", SHOWN, ALWAYS, ANY_EXIT, &act::signalFile, LAST, ARG_ANY,
      "-g[<file-name>]  = create signal file at the end of the whole testing\n",
      "A script that waits for the end of a run can look for this file: it is written when all\n"
      "other outputs are complete and tells the end time, the counts and the exit code. Without a\n"
      "name: <default-dir>/<default-name>.end. If several -g are given the last one counts.\n"
      "Example: tazmet -B -r -g done.end\n"},
-    {'n', "n", SHOWN, ALWAYS, NEVER, &act::defaultName,
+    {'n', "n", SHOWN, ALWAYS, NEVER, &act::defaultName, EACH, ARG_ANY,
      "-n<title-name>   = default title name for ini-file and output files\n",
      "Files that a key does not name are called after it. It is the name of the program without\n"
      "this key, and it is applied before all other keys.\n"
      "Example: tazmet -B -n run7 -r -u -o writes run7.csv, run7_sum.csv and run7.txt\n"},
-    {'p', "p", SHOWN, ALWAYS, NEVER, &act::inDir,
+    {'p', "p", SHOWN, ALWAYS, NEVER, &act::inDir, EACH, ARG_ANY,
      "-p<dir-name>     = default directory for input files i.e. ini & test data files\n",
      "The ini-file, the command file and test images are looked up here unless their path is\n"
      "absolute. It is the program's directory without this key, and it is applied before all\n"
      "other keys; on the command line it also moves the command file.\n"
      "Example: tazmet -p /home/me/tz -i\n"},
-    {'l', "l", SHOWN, ALWAYS, NEVER, &act::outDir,
+    {'l', "l", SHOWN, ALWAYS, NEVER, &act::outDir, EACH, ARG_ANY,
      "-l<dir-name>     = default directory for output files (listings)\n",
-     "Files are written here unless their path is absolute. It is the program's directory without\n"
-     "this key, it must exist, and it is applied before all other keys.\n"
+     "Files are written here unless their path is absolute. Without this key it is the program's\n"
+     "directory or, where that cannot be written, the current one. It must exist, and it is\n"
+     "applied before all other keys.\n"
      "Example: tazmet -B -r -o -l /tmp\n"},
-    {'f', "f", SHOWN, ALWAYS, HELP_OR_VERSION, &act::functions,
+    {'f', "f", SHOWN, ALWAYS, HELP_OR_VERSION, &act::functions, EACH, ARG_ANY,
      "-f < or-pattern> = run tests for functions with pattern in name\n"
      "-f-<not-pattern> = don't run tests for functions with pattern in name\n"
      "-f+<and-pattern> = run only tests for functions with pattern in name\n"
@@ -159,56 +172,58 @@ constexpr KeyRow TABLE[] = {
      "there are such, and every -f+ and -f- pattern does, in whatever order they stand. Upper and\n"
      "lower case differ.\n"
      "Example: tazmet -B -fDCT -fWT -f-Inv measures DCT and WT functions without inverse ones\n"},
-    {'t', "t", SHOWN, ALWAYS, HELP_OR_VERSION, &act::tests,
+    {'t', "t", SHOWN, ALWAYS, HELP_OR_VERSION, &act::tests, EACH, ARG_ANY,
      "-t[-/+/=]<patrn> = run (don't run) tests with pattern in test name\n",
      "As -f, for the name of the test: the class of its suite, \"//\" and the kind of test. The\n"
      "listing of -e shows it. Conditions of -f and -t act together.\n"
      "Example: tazmet -B -tTimjHuffman\n"},
-    {'F', "F", SHOWN, ALWAYS, ANY_EXIT, &act::startFunction,
+    {'F', "F", SHOWN, ALWAYS, ANY_EXIT, &act::startFunction, EACH, ARG_ANY,
      "-F<func-name>    = start testing from function with func-name full name\n",
      "Selected tests are skipped up to the first whose function name contains this text; that one\n"
      "and all after it run. It takes up a run that was interrupted. The last -F wins.\n"
      "Example: tazmet -B -R -F rkdiEncodeHuffman8x8_JPEG_16s1u_C1\n"},
-    {'Y', "Y", SHOWN, ALWAYS, ANY_EXIT, &act::priority,
+    {'Y', "Y", SHOWN, ALWAYS, ANY_EXIT, &act::priority, EACH, ARG_ANY,
      "-Y<HIGH|NORMAL>  = set high or normal process prioritY (normal is default)\n",
      "The priority of the process during each timed run. Only root may change it; for other users\n"
      "the key has no effect.\n"
      "Example: sudo tazmet -B -YHIGH\n"},
-    {'H', "H", SHOWN, ALWAYS, HELP_OR_VERSION, &act::hot,
+    {'H', "H", SHOWN, ALWAYS, HELP_OR_VERSION, &act::hot, EACH, ARG_ANY,
      "-H[ONLY]         = add 'Interest' column to table file [and run only hot tests]\n",
      "Hot functions are those that matter most to programs that use the library. The column marks\n"
      "their lines; with ONLY nothing else is measured.\n"
      "Example: tazmet -B -HONLY -r\n"},
-    {'T', "T", SHOWN, WITH_LIBRARY, ANY_EXIT, &act::cpu,
+    {'T', "T", SHOWN, WITH_LIBRARY, ANY_EXIT, &act::cpu, EACH, ARG_ANY,
      "-T[<cpu-name>]   = call rkdInitStaticCpu( rkdCpu<cpu-name> )\n",
      "Makes the library use its code for a named processor: SSE, SSE2, SSE3, SSSE3, SSE41, SSE42,\n"
      "AVX, modelA to modelE or 64, and AVX2 or AVX512 where the library knows them. A processor\n"
      "that lacks the level gives the library's error, and its own choice is taken. Without a name\n"
      "the library chooses.\n"
      "Example: tazmet -B -T SSE41 -r sse41.csv\n"},
-    {'N', "N", SHOWN, WITH_LIBRARY, ANY_EXIT, &act::threads,
+    {'N', "N", SHOWN, WITH_LIBRARY, ANY_EXIT, &act::threads, EACH, ARG_ANY,
      "-N[<num-threads>]= call rkdSetNumThreads( <num-threads> )\n",
      "The number of threads that the library may use; without a number one for each processor.\n"
      "Without this key the library keeps its own default.\n"
      "Example: tazmet -B -N4\n"},
-    {'S', "S", HIDDEN, ALWAYS, ANY_EXIT, &act::dataUse,
+    {'S', "S", HIDDEN, ALWAYS, ANY_EXIT, &act::dataUse, EACH, ARG_ANY,
      "-SU              = measure functions with data set & use\n",
      "Each call is timed through the test's plain call, with the initialisation and a refill of\n"
      "the test data before it inside the timed stretch. A test without such a call says so and\n"
      "counts as UNDEFINED.\n"
      "Example: tazmet -B -SU -fDCT\n"},
-    {'C', "C", HIDDEN, ALWAYS, ANY_EXIT, &act::cache,
+    {'C', "C", HIDDEN, ALWAYS, ANY_EXIT, &act::cache, EACH, ARG_NONE,
      "-C               = run tests with data in cache and out of cache (if that is supported by "
      "test)\n",
      "A supporting test runs twice, with data that fit into the largest cache and with data that\n"
-     "do not; each line says which. Its size parameter is steered and no longer free.\n"
+     "do not; each line says which. Its size parameter is steered and no longer free. A state "
+     "that\n"
+     "no size reaches has a line that says \"not measured\".\n"
      "Example: tazmet -B -C -fAdd128\n"},
-    {'s', "s", SHOWN, ALWAYS, HELP_OR_VERSION, &act::sorting,
+    {'s', "s", SHOWN, ALWAYS, HELP_OR_VERSION, &act::sorting, EACH, ARG_SIGN,
      "-s[-]            = sort or don't sort functions (sort mode is default)\n",
      "Tests run and are listed sorted by function name; with -s- in the order in which the suites\n"
      "registered them.\n"
      "Example: tazmet -e -s-\n"},
-    {'e', "e", SHOWN, ALWAYS, HELP_OR_VERSION, &act::enumerate,
+    {'e', "e", SHOWN, ALWAYS, HELP_OR_VERSION, &act::enumerate, EACH, ARG_SIGN,
      "-e               = enumerate tests and exit\n",
      "-e   enumerate tested functions and exit\n"
      "-e+  enumerate applied and not applied library functions and exit\n"
@@ -216,18 +231,18 @@ constexpr KeyRow TABLE[] = {
      "The plain form lists the tests that -f, -t, -P and -HONLY select; -o and -r write the list\n"
      "to files.\n"
      "Example: tazmet -e -fHuffman\n"},
-    {'v', "v", SHOWN, ALWAYS, NEVER, &act::version,
+    {'v', "v", SHOWN, ALWAYS, NEVER, &act::version, EACH, ARG_NONE,
      "-v               = type the version number of the Tazmet and exit\n",
-     "Prints name, version number and build date; nothing is measured.\n"
+     "Prints name, version number and build date; nothing is measured. --version is the same.\n"
      "Example: tazmet -v\n"},
-    {'h', "h", SHOWN, ALWAYS, NEVER, &act::help,
+    {'h', "h", SHOWN, ALWAYS, NEVER, &act::help, EACH, ARG_ANY,
      "-h               = type short help and exit\n"
      "-hh              = type extended help and exit\n"
      "-h<key>          = type extended help for the key and exit\n",
      "Help goes before listing, version and measuring. Keys for developers only are left out: see\n"
-     "-?.\n"
+     "-?. --help is the same as -h.\n"
      "Example: tazmet -hf explains the key -f\n"},
-    {'?', "hq", SHOWN, ALWAYS, NEVER, &act::hiddenHelp,
+    {'?', "hq", SHOWN, ALWAYS, NEVER, &act::hiddenHelp, EACH, ARG_ANY,
      "-?               = type short help with hidden keys and exit\n"
      "-??              = type extended help with hidden keys and exit\n"
      "-?<key>          = type extended help for the key and exit\n"
@@ -235,37 +250,49 @@ constexpr KeyRow TABLE[] = {
      "As -h, with the keys that are meant for developers. Quote it: shells replace \"?\" by the\n"
      "names of files.\n"
      "Example: tazmet \"-?C\"\n"},
-    {'m', "m", SHOWN, ALWAYS, ANY_EXIT, &act::memory,
+    {'m', "m", SHOWN, ALWAYS, ANY_EXIT, &act::memory, EACH, ARG_ANY,
      "-m[<file-name>]  = create *_mem.csv file and write memory info\n",
      "One line for each buffer of test data that is allocated or freed, with its size and its\n"
      "addresses. Without a name: <default-dir>/<default-name>_mem.csv.\n"
      "Example: tazmet -B -fAdd128 -m\n"},
-    {'V', "V", SHOWN, ALWAYS, ANY_EXIT, &act::verify,
+    {'V', "V", SHOWN, ALWAYS, ANY_EXIT, &act::verify, EACH, ARG_ANY,
      "-V[ONLY]         = compare functions with references first [and measure nothing]\n",
      "Each measured function's output is compared with that of a plain reference implementation\n"
      "on the test's own data. A difference gives FUNCFAIL with its place and both values, and the\n"
      "function is not measured. With ONLY nothing is measured at all: an equal output is OK with\n"
      "the note \"verified\". The exit code is 1 when any function differs.\n"
      "Example: tazmet -B -VONLY -r checked.csv\n"},
+    {'W', "W", SHOWN, ALWAYS, ANY_EXIT, &act::insist, EACH, ARG_NONE,
+     "-W               = exit with code 2 before measuring if anything given is not used\n",
+     "For scripts that would rather stop than measure something else: a key that is \"ignored\", "
+     "a\n"
+     "parameter or section that no selected test has, a value that is refused or replaced, an\n"
+     "ini-file that cannot be read, a selection without tests and every \"FATAL ERROR\" end the "
+     "run\n"
+     "before its first measurement. Without this key the run goes on where it can.\n"
+     "Example: tazmet -B -W -f=rkdiAdd128_JPEG_16s8u_C1R -dImageSize=640x480 -r\n"},
 };
 
 constexpr std::size_t NUM_KEYS = sizeof(TABLE) / sizeof(TABLE[0]);
+
+tzString refused(const KeyRow& key, const tzString& arg) {
+  return key.action->refuse != nullptr ? key.action->refuse(arg) : tzString();
+}
 
 // A key's record holds plain functions that know nothing but the argument: one pair a row.
 template <std::size_t row>
 tzString rowInfo(const tzString& arg) {
   const KeyRow& key = TABLE[row];
   if (g_session->isExit(key.skippedFrom)) return g_session->getExitInfo();
-  const char* refusal = key.action->refuse != nullptr ? key.action->refuse(arg) : nullptr;
-  return refusal != nullptr ? tzString("ignored: ") + refusal : key.action->tell(arg);
+  const tzString refusal = refused(key, arg);
+  return refusal.empty() ? key.action->tell(arg) : "ignored: " + refusal;
 }
 
 template <std::size_t row>
 void rowApply(const tzString& arg, tzSession* session) {
   const KeyRow& key = TABLE[row];
   if (session->isExit(key.skippedFrom)) return;
-  if (key.action->refuse != nullptr && key.action->refuse(arg) != nullptr) return;
-  key.action->apply(arg, session);
+  if (refused(key, arg).empty()) key.action->apply(arg, session);
 }
 
 template <std::size_t row>
@@ -274,6 +301,7 @@ void registerRow(tzSession& session) {
   if (key.presence == WITH_LIBRARY && rkdEnvironment == nullptr) return;
   session.initOption(key.key, key.name, rowInfo<row>, rowApply<row>,
                      tzString(key.help) + "\n" + key.details, key.visibility == HIDDEN);
+  session.limitOption(key.argument, key.occurrence == LAST);
 }
 
 template <std::size_t... row>

@@ -63,8 +63,9 @@ void tzIterator_NSC<T>::translate(const tzString& text) {
   tzList<T> values;
   for (tzString& item : items) {
     item.trim();
-    values.push_back(this->validItem(item));
+    if (!this->isNothing(item)) values.push_back(this->validItem(item));
   }
+  if (values.empty()) throw tzException("Empty iterator definition");
   this->resetIterator();
   this->swap(values);
 }
@@ -88,4 +89,5 @@ class tzIterator : public tzIterator_NSC<T> {
   using tzIterator_NSC<T>::tzIterator_NSC;
   tzString valueToString(const T& value) const override { return tzValueToText(value); }
   T stringToValue(const tzString& text) const override { return tzTextToValue<T>(text); }
+  bool isNothing(const tzString& text) const override { return tzIsNothing<T>(text); }
 };

@@ -1,10 +1,15 @@
 #include "tzostream.h"
 
+#include <stdio_ext.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <tuple>
 
 // Static initialisers of other units may write already, so these come before them. The csv streams,
 // which report their failures here, are made later and destroyed earlier.
@@ -98,17 +103,34 @@ tzString io_stream::pathIn(const tzString& dir, const tzString& name) {
   return dir[dir.length() - 1] == '/' ? dir + name : dir + "/" + name;
 }
 
+// A line end of its own is the carriage return, and so is the newline, unless it follows one: that
+// is known only when the next line is read, which a terminal may not have yet.
+int i_stream::nextChar() {
+  int c = std::getc(file());
+  if (c == '\n' && m_afterReturn) c = std::getc(file());
+  m_afterReturn = c == '\r';
+  return m_afterReturn ? '\n' : c;
+}
+
+void i_stream::fail(const tzString& complaint) {
+  m_open = false;
+  m_failed = true;
+  reportError("-- " + complaint + "\n");
+}
+
 bool i_stream::getline(tzString& line) {
   std::string text;
   int c = 0;
-  while (m_open && (c = std::getc(file())) != EOF && c != '\n') {
+  errno = 0;
+  while (m_open && (c = nextChar()) != EOF && c != '\n') {
     if (c == 0 || text.size() == MAX_LINE) {
-      m_open = false;
-      reportError(tzString("-- Not a text file: ") + describe() + "\n");
+      fail("Not a text file: " + describe());
     } else {
       text += static_cast<char>(c);
     }
   }
+  const bool broken = m_open && c == EOF && hasFile() && std::ferror(m_file) != 0;
+  if (broken) fail("Can't read file " + m_name + ": " + std::strerror(errno));
   line = m_open ? text : "";
   return m_open && (c == '\n' || !text.empty());
 }
@@ -118,6 +140,14 @@ std::size_t i_stream::read(void* data, std::size_t size) {
 }
 
 tzString i_stream::describe() const { return hasFile() ? m_name : tzString("standard input"); }
+
+// What a file of several writers must not lose is known by its size alone.
+o_stream::o_stream(const tzString& name, int mode, bool report)
+    : io_stream(name, mode | OPEN_WRITE, report) {
+  struct stat status {};
+  if (m_file == nullptr || fstat(fileno(m_file), &status) != 0) return;
+  if (S_ISREG(status.st_mode)) m_whole = static_cast<long long>(status.st_size);
+}
 
 // Standard output is left to the end of the process: by then the console may be gone.
 o_stream::~o_stream() {
@@ -133,7 +163,9 @@ void o_stream::write(const char* text, std::size_t length) {
 void o_stream::flush() {
   if (!m_open || m_failed) return;
   errno = 0;
-  check(std::fflush(file()) == 0);
+  const bool good = std::fflush(file()) == 0;
+  if (good && m_whole >= 0) m_whole = std::ftell(m_file);
+  check(good);
 }
 
 void o_stream::close() {
@@ -141,11 +173,19 @@ void o_stream::close() {
     flush();
     return;
   }
+  o_stream::flush();
   errno = 0;
   const bool good = std::fclose(m_file) == 0;
   m_file = nullptr;
   m_open = false;
   if (!m_failed) check(good);
+}
+
+// What waits in the buffer would follow with the next chance to write: it goes first.
+void o_stream::cutOff() {
+  if (m_file == nullptr) return;
+  __fpurge(m_file);
+  if (m_whole >= 0) std::ignore = ftruncate(fileno(m_file), m_whole);
 }
 
 // Called at most once with `false`, so the report can't come back here.
@@ -154,6 +194,7 @@ void o_stream::check(bool good) {
   const tzString reason = std::strerror(errno);
   m_failed = true;
   writeFailed = true;
+  cutOff();
   const tzString text = tzString("-- Can't write ") +
                         (m_name.empty() ? tzString("standard output") : "file " + m_name) + ": " +
                         reason + "\n";
@@ -165,6 +206,49 @@ void o_stream::check(bool good) {
 bool o_stream::anyWriteFailed() { return writeFailed; }
 
 void o_stream::resetWriteFailed() { writeFailed = false; }
+
+namespace {
+
+// The file itself where `name` is a link to it; `name` where it is no file yet.
+tzString realPath(const tzString& name) {
+  const std::unique_ptr<char, decltype(&std::free)> path(realpath(name.c_str(), nullptr),
+                                                         &std::free);
+  return path != nullptr ? tzString(path.get()) : name;
+}
+
+bool writeWhole(o_stream& file, const tzString& contents) {
+  if (!file.hasFile()) return false;
+  file << contents;
+  file.close();
+  return !file.failed();
+}
+
+}  // namespace
+
+// Written beside the file first, and then put in its place. Where that can't be (the folder is not
+// to be written, the name is a device) the file itself is written.
+bool tzReplaceFile(const tzString& name, const tzString& contents) {
+  const tzString path = realPath(name);
+  struct stat status {};
+  const bool exists = stat(path.c_str(), &status) == 0;
+  tzString beside = path;
+  beside << "." << static_cast<int>(getpid()) << ".new";
+  const bool replaceable = !exists || S_ISREG(status.st_mode);
+  if (!replaceable || !o_stream(beside, OPEN_WRITE | OPEN_AS_GIVEN, false).hasFile()) {
+    o_stream direct(path, OPEN_WRITE | OPEN_AS_GIVEN);
+    return writeWhole(direct, contents);
+  }
+  o_stream fresh(beside, OPEN_WRITE | OPEN_AS_GIVEN, false);
+  const bool written = writeWhole(fresh, contents);
+  if (written && exists) chmod(beside.c_str(), status.st_mode & 07777);
+  if (written && std::rename(beside.c_str(), path.c_str()) == 0) return true;
+  if (written) {
+    const tzString reason = std::strerror(errno);
+    reportError("-- Can't write file " + name + ": " + reason + "\n");
+  }
+  unlink(beside.c_str());
+  return false;
+}
 
 o_stream* createOStream(const tzString& name, bool append) {
   auto* stream = new o_stream(name, append ? OPEN_APPEND : OPEN_WRITE, true);

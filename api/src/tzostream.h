@@ -81,25 +81,33 @@ class i_stream : public io_stream {
   explicit i_stream(const tzString& name, int mode = OPEN_READ, bool report = true)
       : io_stream(name, mode | OPEN_READ, report) {}
 
-  /// Reads up to the next newline, which is dropped; the last line needs none. A zero byte or a
-  /// line without end shows that the file is no text: that is reported, and ends the reading.
+  /// Reads up to the next line end (newline, carriage return or both), which is dropped; the last
+  /// line needs none. A zero byte or a line without end shows that the file is no text: that is
+  /// reported, and ends the reading.
   /// @return false, with an empty line, at the end of the file or when it can't be read
   bool getline(tzString& line);
+  /// Whether getline ended before the file did.
+  bool failed() const { return m_failed; }
   /// @return the number of bytes read, less than `size` at the end of the file
   std::size_t read(void* data, std::size_t size);
 
  private:
   std::FILE* file() const { return m_file != nullptr ? m_file : stdin; }
+  int nextChar();
+  void fail(const tzString& complaint);
   tzString describe() const;
+
+  bool m_afterReturn = false;
+  bool m_failed = false;
 };
 
-/// Writes a file, or standard output. The first failure (disk full, closed pipe) is reported on the
-/// console with the file's name; later texts for the file are dropped.
+/// Writes a file, or standard output. The first failure (disk full, size limit, closed pipe) is
+/// reported on the console with the file's name; later texts for the file are dropped, and a file
+/// on disk ends with what the last successful flush had made of it: no row stays half written.
 class o_stream : public io_stream {
  public:
   o_stream() = default;
-  explicit o_stream(const tzString& name, int mode = OPEN_WRITE, bool report = true)
-      : io_stream(name, mode | OPEN_WRITE, report) {}
+  explicit o_stream(const tzString& name, int mode = OPEN_WRITE, bool report = true);
   ~o_stream() override;
 
   /// A subclass may write elsewhere, to memory for instance.
@@ -118,12 +126,32 @@ class o_stream : public io_stream {
   /// not as the end of the process, the program ignores SIGPIPE.
   static bool anyWriteFailed();
   static void resetWriteFailed();
+  /// Whether this one failed.
+  bool failed() const { return m_failed; }
 
  private:
   void check(bool good);
+  void cutOff();
   std::FILE* file() const { return m_file != nullptr ? m_file : stdout; }
 
   bool m_failed = false;
+  long long m_whole = -1;  // bytes of the file up to the last flush; -1: not on disk
+};
+
+/// Gives a file new contents: all of them or, when they can't be written, those that it had.
+/// @return false, after a message on the console, when it could not be written
+bool tzReplaceFile(const tzString& name, const tzString& contents);
+
+/// Counts what the user gave and the run does not use: a refused key, an unknown name, a value that
+/// was replaced.
+class tzMistakes {
+ public:
+  static void add() { ++s_count; }
+  static int count() { return s_count; }
+  static void reset(int count = 0) { s_count = count; }
+
+ private:
+  static inline int s_count = 0;
 };
 
 /// Opens a file for writing, in the output directory unless the name is absolute.

@@ -87,19 +87,27 @@ void tzParameter::nameToCStream(tzCStream& cs) const { putCell(cs, m_name); }
 
 void tzParameter::translate(const tzString&) {}
 
-/// Why `text` can't be used; empty when it was taken.
-tzString tzParameter::tryTranslate(const tzString& text) {
-  tzString complaint;
+/// Why `text` can't be used; nothing when it was taken.
+std::optional<tzString> tzParameter::tryTranslate(const tzString& text) {
+  std::optional<tzString> complaint;
   tsSignal guard;
   const bool returned = guard.call([&] {
     try {
       translate(text);
     } catch (const tzException& exception) {
       complaint = exception.info();
-      if (complaint.empty()) complaint = exception.msg();
     }
   });
-  return returned ? complaint : guard.getInfo();
+  if (!returned) complaint = guard.getInfo();
+  return complaint;
+}
+
+bool tzParameter::tookAsGiven(const tzString& text) {
+  m_replaced = false;
+  const std::optional<tzString> complaint = tryTranslate(text);
+  if (complaint) g_ostrm << L_ERR << "-" + *complaint + "\n" << L_END;
+  if (complaint || m_replaced) tzMistakes::add();
+  return !complaint && !m_replaced && !tzIsNothing<int>(text);
 }
 
 void tzParameter::fromIStream(tzIStream& is) {
@@ -111,8 +119,7 @@ void tzParameter::fromIStream(tzIStream& is) {
   const int outLevel = g_ostrm.outLevel();
   if (is.hasIStream()) g_ostrm.setOutLevel(L_ERR | L_WARN | L_PERF);
   const tzString text = is.getItemValue(m_name, defaultString(), prompt(), validString());
-  const tzString complaint = tryTranslate(text);
-  if (!complaint.empty()) g_ostrm << L_ERR << "-" + complaint + "\n" << L_END;
+  if (!tookAsGiven(text)) is.writeBack(m_name, defaultString());
   g_ostrm << " " + description() + "\n";
   if (is.source() == tzIStream::SRC_CONSOLE) g_ostrm.flush();
   g_ostrm.setOutLevel(outLevel);

@@ -2,6 +2,7 @@
 /// Parameters: the named inputs of tests and of the session.
 #pragma once
 
+#include <optional>
 #include <type_traits>
 
 #include "tzexception.h"
@@ -58,8 +59,9 @@ class tzParameter {
   virtual int colmIndex() const;
   virtual void toCStream(tzCStream& cs) const;
   virtual void nameToCStream(tzCStream& cs) const;
-  /// Settles the parameter from @p is (see tzIStream::getItemValue) and shows what will be used.
-  /// A text that cannot be used is reported and the previous definition stands.
+  /// Settles the parameter from @p is (see tzIStream::getItemValue), shows what will be used and,
+  /// where values are written back, writes it. A text that cannot be used is reported and the
+  /// previous definition stands.
   virtual void fromIStream(tzIStream& is);
   /// Takes a definition: one value, or what the class reads as a list or range.
   /// @throw tzException when the text is not such a definition; nothing has changed then
@@ -79,23 +81,27 @@ class tzParameter {
  protected:
   void setRunning(bool running) { m_running = running; }
   void setDeprecation(bool deprecated, const tzString& text);
+  /// The definition just taken is not quite what the text says.
+  void setReplaced() { m_replaced = true; }
 
  private:
   void putCell(tzCStream& cs, const tzString& text) const;
-  tzString tryTranslate(const tzString& text);
+  std::optional<tzString> tryTranslate(const tzString& text);
+  bool tookAsGiven(const tzString& text);
 
   tzString m_name;
   tzString m_promptText;
   bool m_running = false;
   bool m_readable = true;
+  bool m_replaced = false;
   int m_flags = 0;
   bool m_deprecatedValue = false;
   tzString m_deprecationText;
 };
 
 /// @name Values as text
-/// By the conversions of tzString. Reading sets the text's fail flag when nothing could be read;
-/// unlike the bare conversions it refuses an empty or blank text, which no number is.
+/// By the conversions of tzString. Reading sets the text's fail flag when nothing could be read; a
+/// blank text is no failure where a number is read, but it defines nothing (tzIsNothing).
 /// @{
 template <typename T>
 tzString tzValueToText(const T& value) {
@@ -112,10 +118,20 @@ T tzTextToValue(const tzString& text) {
   } else {
     T value{};
     value << text;
-    tzString visible = text;
-    visible.trim();
-    if (visible.empty()) text.setFail(true);
     return value;
+  }
+}
+
+/// Whether reading a T from the text leaves the target as it was: then a parameter keeps its value,
+/// and a list has no such item.
+template <typename T>
+bool tzIsNothing(const tzString& text) {
+  if constexpr (std::is_arithmetic_v<T> && !std::is_same_v<T, bool>) {
+    return text.str().find_first_not_of(" \t\r\n\v\f") == std::string::npos;
+  } else if constexpr (std::is_same_v<T, RkdiSize>) {
+    return tzIsNothing<int>(text);
+  } else {
+    return false;
   }
 }
 /// @}
@@ -132,8 +148,12 @@ class tzDefault_NSC : public tzParameter {
   tzString valueString() const override { return valueToString(value()); }
   bool isDeprecatedParm() const override { return !m_deprecated.empty(); }
   bool setDeprecatedFlag(bool on) override;
-  void translate(const tzString& text) override { setValue(validItem(text)); }
+  void translate(const tzString& text) override {
+    if (!isNothing(text)) setValue(validItem(text));
+  }
 
+  /// Whether the text defines no value at all, which is no error.
+  virtual bool isNothing(const tzString&) const { return false; }
   virtual const T& value() const { return m_value; }
   virtual tzString valueToString(const T&) const { return tzString(); }
   /// Reads a value from @p text, whose fail flag is set when that cannot be done.
@@ -192,6 +212,7 @@ class tzDefault : public tzDefault_NSC<T> {
   using tzDefault_NSC<T>::tzDefault_NSC;
   tzString valueToString(const T& value) const override { return tzValueToText(value); }
   T stringToValue(const tzString& text) const override { return tzTextToValue<T>(text); }
+  bool isNothing(const tzString& text) const override { return tzIsNothing<T>(text); }
 };
 
 /// A plain parameter whose values go by names, which may be abbreviated:

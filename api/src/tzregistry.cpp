@@ -1,6 +1,7 @@
 #include "tzregistry.h"
 
 #include "tzconditions.h"
+#include "tzinterrupt.h"
 #include "tztest.h"
 
 tzTestList* g_testList = nullptr;
@@ -84,6 +85,7 @@ void tzTestList::sortFunc() { sort(aless); }
 int tzTestList::runTests(tzConditions& conditions) {
   beforeAll();
   for (tzTest* test : *this) {
+    if (tzInterrupt::signal() != 0) break;
     if (test->tobeRun(conditions) && passesStart(*test)) runTest(*test);
   }
   return counts[TZ_FAIL] != 0 ? 1 : 0;

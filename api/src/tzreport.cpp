@@ -7,10 +7,10 @@
 #include "tzclock.h"
 #include "tzcpuinfo.h"
 #include "tzcstream.h"
-#include "tzistream.h"
 #include "tzostream.h"
 #include "tzregistry.h"
 #include "tzsession.h"
+#include "tzsettings.h"
 #include "tztest.h"
 
 namespace {
@@ -57,25 +57,16 @@ tzString cpuText() {
   return text;
 }
 
-// The title comes before the settings are read: what the user gave for one of them; empty for
-// nothing.
-tzString given(const tzString& setting) {
-  const tzString* preset = g_istrm.presets().find(setting);
-  if (preset != nullptr) return *preset;
-  if (!g_istrm.hasIniFile()) return "";
-  return g_istrm.iniFile()->read(tzIStream::COMMON_SECTION, setting, "");
-}
-
-tzString methodText() {
+tzString methodText(const tzTool& tool) {
   tzString text;
-  switch (g_tool.method) {
+  switch (tool.method) {
     case tzTool::LOOP:
-      return text << "manual, " << g_tool.loopCount << " loops";
+      return text << "manual, " << tool.loopCount << " loops";
     case tzTool::STAT:
-      return text << "statistical, at least " << g_tool.minCalls << " calls and "
-                  << g_tool.maxClocks << " clocks";
+      return text << "statistical, at least " << tool.minCalls << " calls and " << tool.maxClocks
+                  << " clocks";
     case tzTool::BEST:
-      return text << "iterative, " << g_tool.minLoops << " to " << g_tool.maxLoops << " loops";
+      return text << "iterative, " << tool.minLoops << " to " << tool.maxLoops << " loops";
     default:
       return "automatic";
   }
@@ -111,11 +102,13 @@ void tzReport::putPairs(tzCStream& table) const {
 
 tzString tzReportTitle::timingText() {
   if (tzTest::m_verifyMode == VERIFY_ONLY) return "none, functions are only verified";
-  tzString text = given("Method");
-  if (text.empty()) text = methodText();
-  const tzString accuracy = given("Accuracy");
-  text << ", accuracy "
-       << (accuracy.empty() ? tzTool::getAccuracyStr(g_tool.accuracyLimit) : accuracy + "%");
+  // The title comes before the settings are read, and tells what they will be.
+  tzString text = "as answered below";
+  if (g_session == nullptr || !g_session->isAsk(ASK_TIMING)) {
+    const tzTool tool = tzPreviewTool();
+    text = methodText(tool);
+    text << ", accuracy " << tzTool::getAccuracyStr(tool.accuracyLimit);
+  }
   if (g_tool.callMode) text << ", with data set and use";
   if (tzTest::m_verifyMode == VERIFY_ON) text << ", functions are verified first";
   return text;
@@ -188,7 +181,7 @@ tzReportTestTitle::tzReportTestTitle(const tzTest& test)
 tzOStream& operator<<(tzOStream& os, const tzReportTestTitle& report) {
   tzString text = "\n";
   forEachPair(report.pairs(), [&text](const tzString& key, const tzString& value) {
-    if (!value.empty()) text += tzString(" ") + label(key, TEST_LABEL) + value + "\n";
+    text += tzString(" ") + label(key, TEST_LABEL) + value + "\n";
   });
   return os << L_PERF << text << L_ENDFLUSH;
 }

@@ -2,10 +2,12 @@
 
 #include <ctime>
 #include <memory>
+#include <utility>
 
 #include "tz.h"
 #include "tzcstream.h"
 #include "tzenv.h"
+#include "tzinterrupt.h"
 #include "tzistream.h"
 #include "tzparm.h"
 #include "tzreport.h"
@@ -52,9 +54,9 @@ void tzSession::setHint(char key, bool withHidden) {
 void tzSession::addLevelMode(OutputLevel mask) { m_levelMode |= mask; }
 
 void tzSession::setIniMode(const tzString& name, bool create) {
-  m_iniUsed = true;
-  m_iniCreate = m_iniCreate || create;
-  m_iniName = name;
+  (create ? m_iniWrite : m_iniRead) = {true, name};
+  m_files.claim(iniPath(name, create), create ? tzFiles::WRITTEN : tzFiles::READ,
+                create ? "-I" : "-i");
 }
 
 void tzSession::setIniFunctionsOnly(bool on) {
@@ -67,18 +69,13 @@ void tzSession::addCondition(RunCondition* condition) { m_conditions.add(conditi
 void tzSession::setSglName(const tzString& name) {
   m_signal = true;
   m_sglName = name;
+  m_files.claim(genOutPath(name, SIGNAL_EXTENSION), tzFiles::WRITTEN, "-g");
 }
 
-// Of two keys for one file the last counts: two streams would overwrite each other.
-void tzSession::addOutFile(tzOutFile kind, const tzString& name, bool append) {
+void tzSession::addOutFile(tzOutFile kind, const tzString& name, bool append, const tzString& by) {
   const tzString path = genOutPath(name, extension(kind));
-  for (OutFile& file : m_outFiles[kind]) {
-    if (file.path == path) {
-      file.append = append;
-      return;
-    }
-  }
   m_outFiles[kind].push_back({path, append});
+  m_files.claim(path, tzFiles::WRITTEN, by);
 }
 
 bool tzSession::isIniFunction(const tzString& function) const {
@@ -105,23 +102,87 @@ int tzSession::run(int argc, char** argv) {
   if (applied && startSession() && !quickOutput()) result = runTests();
   result = finish(result);
   deleteTestList();
-  return applied ? result : 0;
+  if (applied) return result;
+  return m_insist ? EXIT_MISTAKE : 0;
 }
 
 int tzSession::runTests() {
   prepareLibrary();
   sortTests();
-  const bool measures = !m_iniCreate && !m_namesOnly;
+  const bool measures = !m_iniWrite.given && !m_namesOnly;
   if (measures) {
     m_headerPrinted = true;
     outputHeader();
   }
   readParameters();
   if (g_hotList == nullptr) g_hotList = new tzStringList;
-  if (m_iniCreate) return writeIni();
-  if (m_namesOnly) return writeNames();
-  putTableTitle();
-  return tzGetTestList().runTests(m_conditions);
+  if (!isAnySelected()) {
+    g_ostrm << L_ERR << "-- No test is selected\n" << L_END;
+    tzMistakes::add();
+  }
+  if (m_insist && !isAllUsed()) return EXIT_MISTAKE;
+  int result = 0;
+  if (m_iniWrite.given) {
+    result = writeIni();
+  } else if (m_namesOnly) {
+    result = writeNames();
+  } else {
+    putTableTitle();
+    result = tzGetTestList().runTests(m_conditions);
+  }
+  if (!m_insist && tzInterrupt::signal() == 0) tellUnused();
+  return result;
+}
+
+bool tzSession::isAnySelected() {
+  for (const tzTest* test : tzGetTestList()) {
+    if (test->tobeRun(m_conditions)) return true;
+  }
+  return false;
+}
+
+// Under -W: finds out, before anything is measured, what the tests would ask for.
+bool tzSession::isAllUsed() {
+  const int askMode = std::exchange(m_askMode, ASK_NONE);
+  const int outLevel = g_ostrm.outLevel();
+  g_ostrm.setOutLevel(outLevel & (L_ERR | L_WARN));
+  visitTests([](tzTest&) {});
+  tellUnused();
+  g_ostrm.setOutLevel(outLevel);
+  m_askMode = askMode;
+  if (tzMistakes::count() == 0) return true;
+  g_ostrm << L_ERR << "-- The run is not started: not everything that was given is used (-W)\n"
+          << L_END;
+  return false;
+}
+
+bool tzSession::isFunction(const tzString& name) const {
+  for (const tzTest* test : tzGetTestList()) {
+    if (test->funcName() == name) return true;
+  }
+  return false;
+}
+
+// Names that nothing asked for are mistyped as a rule. Sections of functions that exist but were
+// not selected are not: an ini file may well serve several runs.
+void tzSession::tellUnused() const {
+  const auto tell = [](const tzString& what) {
+    g_ostrm << L_WARN << "-- No test has a " + what + "\n" << L_END;
+    tzMistakes::add();
+  };
+  for (const tzString& name : g_istrm.unaskedPresets()) tell("parameter " + name);
+  if (!m_iniRead.given || !g_istrm.hasIniFile()) return;
+  for (const tzIniSection& section : g_istrm.iniFile()->sections()) {
+    const bool common = section.name == tzIStream::COMMON_SECTION;
+    if (!common && !isFunction(section.name)) {
+      tell("section " + section.name);
+      continue;
+    }
+    const tzStringList keys = g_istrm.unaskedKeys(section.name);
+    // None of its keys was asked for: no test of the function ran.
+    if (!common && keys.count() == section.values.count()) continue;
+    for (const tzString& key : keys) tell("parameter " + key + " (section " + section.name + ")");
+  }
 }
 
 void tzSession::prepareLibrary() {
@@ -168,6 +229,7 @@ void tzSession::readCommonData() {
   {
     const tzConsoleAsking asking(isAsk(ASK_TIMING));
     readAccuracy();
+    readTimeLimit();
   }
   const tzConsoleAsking asking(isAsk(ASK_PARAMS));
   for (tzParameter* parm : m_commonParms) parm->fromIStream(g_istrm);
@@ -177,6 +239,7 @@ void tzSession::readCommonData() {
 template <class Visit>
 void tzSession::visitTests(Visit visit) {
   for (tzTest* test : tzGetTestList()) {
+    if (tzInterrupt::signal() != 0) break;
     if (!test->tobeRun(m_conditions) || !setIniSection(test->funcName())) continue;
     tzTest::m_pCurrentTest = test;
     g_ostrm << "\n Function   : " << test->funcName() << "\n";
@@ -189,7 +252,7 @@ void tzSession::visitTests(Visit visit) {
 int tzSession::writeIni() {
   visitTests([](tzTest&) {});  // reading a parameter writes it
   const bool written = g_istrm.deleteIniFile();
-  if (written) g_ostrm << "\nParameters written to " << genInPath(m_iniName, INI_EXTENSION) << "\n";
+  if (written) g_ostrm << "\nParameters written to " << iniPath(m_iniWrite.name, true) << "\n";
   return written ? 0 : 1;
 }
 
@@ -207,7 +270,7 @@ int tzSession::finish(int result) {
   tzTestList& tests = tzGetTestList();
   tests.endTime = time(nullptr);
   if (m_headerPrinted) outputFooter();
-  if (!g_istrm.deleteIniFile()) result = 1;
+  g_istrm.abandonIniFile();  // writeIni has written it, if all went well
   g_ostrm.flush();
   for (tzCStream* table : {&g_cstrm, &g_qstrm, &g_ustrm, &g_mstrm}) table->close();
   if (o_stream::anyWriteFailed()) result = 1;
@@ -236,7 +299,11 @@ void tzSession::outputSignal() {
   text << "Tazmet finished: " << tzTimeString(tests.endTime) << "\n";
   text << "Tests: " << tests.total << ", failures: " << tests.counts[TZ_FAIL]
        << ", warnings: " << tests.counts[TZ_WARNING] << "\n";
-  text << "Exit code: " << m_result << "\n";
+  if (const int signal = tzInterrupt::signal()) {
+    text << "Exit code: " << 128 + signal << "\nEnded by: " << tzInterrupt::name(signal) << "\n";
+  } else {
+    text << "Exit code: " << m_result << "\n";
+  }
   *file << text;
   file->close();
 }

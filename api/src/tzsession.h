@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tzconditions.h"
+#include "tzfiles.h"
 #include "tzkeys.h"
 #include "tzlist.h"
 #include "tzostream.h"
@@ -39,8 +40,10 @@ class tzSession {
   /// Registers the keys.
   virtual void initSession();
   /// The whole session.
-  /// @return the exit code: 1 when a test failed or an output could not be written, else 0
+  /// @return the exit code: 1 when a test failed or an output could not be written, else 0;
+  ///         EXIT_MISTAKE under -W when something given is not used
   virtual int run(int argc, char** argv);
+  static constexpr int EXIT_MISTAKE = 2;
 
   /// @name The heading of the result table
   /// The base names no function or parameter columns, because their number differs from test to
@@ -85,6 +88,8 @@ class tzSession {
   /// @param text  help lines, an empty line, detailed text (tzOption::text)
   void initOption(char key, const tzString& name, tzKeyInfo info, tzKeyApply apply,
                   const tzString& text, bool hidden);
+  /// What may follow the key registered last, and whether of several only the last counts.
+  void limitOption(tzKeyArgument argument, bool lastCounts);
   const tzOption* getOption(char key) const;
   /// Echoes a key with what it does, or why it is ignored, and applies it.
   void applyOption(char key, const tzString& arg);
@@ -116,8 +121,12 @@ class tzSession {
   tzString genOutPath(const tzString& name, const tzString& ext) const;
   tzString getInPath(const tzString& name) const;
   tzString getOutPath(const tzString& name) const;
-  tzString getInDir() const;    ///< -p, else the executable's directory
-  tzString getOutDir() const;   ///< -l, else the executable's directory
+  tzString getInDir() const;   ///< -p, else the executable's directory
+  tzString getOutDir() const;  ///< -l, else the executable's directory or, where that cannot be
+                               ///< written, the current one
+  /// The ini file's path: that of genInPath, but for one that cannot be there because the
+  /// executable's directory cannot be written: that lies in the current one.
+  tzString iniPath(const tzString& name, bool create) const;
   tzString getDefName() const;  ///< -n, else the executable's file name without its extension
   const tzString& getExePath() const { return m_exePath; }
   /// @}
@@ -137,14 +146,17 @@ class tzSession {
   void setBatch(bool batch) { m_batch = batch; }
   void addAskMode(int mode) { m_askMode |= mode; }
   void addLevelMode(OutputLevel mask);
-  /// @param create  write the file (-I) instead of only reading it (-i)
+  /// @param create  the file to be written (-I), not the one to be read (-i)
   void setIniMode(const tzString& name, bool create);
   void setIniFunctionsOnly(bool on);
   void addCondition(RunCondition* condition);
   void setSglName(const tzString& name);
-  void addOutFile(tzOutFile kind, const tzString& name, bool append);
+  /// @param by  the key that names the file
+  void addOutFile(tzOutFile kind, const tzString& name, bool append, const tzString& by);
   void setNamesInResults(bool on) { m_namesInResults = on; }
   void setNamesOnly(bool on) { m_namesOnly = on; }
+  void setInsist(bool on) { m_insist = on; }
+  const tzFiles& files() const { return m_files; }
   /// @}
 
   /// @name What tests and settings ask
@@ -152,7 +164,7 @@ class tzSession {
   /// Whether the console is asked for any group of `mode`; never in batch mode.
   bool isAsk(int mode) const { return !m_batch && (m_askMode & mode) != 0; }
   /// -I: the run writes the ini file and measures nothing.
-  bool isIniWrite() const { return m_iniCreate; }
+  bool isIniWrite() const { return m_iniWrite.given; }
   /// -q+: parameter-name lines go into the result table.
   bool isNamesInResults() const { return m_namesInResults; }
   /// Selects the ini section of `function` for the next test.
@@ -169,6 +181,10 @@ class tzSession {
     tzString path;
     bool append = false;
   };
+  struct IniFile {
+    bool given = false;
+    tzString name;
+  };
 
   // Steps of parseCommandLine.
   void findExecutable(const char* argv0);
@@ -176,7 +192,12 @@ class tzSession {
   void fixExitLevel();
   void applyDirectories();
   void applyKeys();
+  bool isOverruled(const tzCommandKey& command) const;
+  bool openFiles();
+  bool reserveOutFiles();
+  bool canWriteSignal() const;
   bool openIni();
+  bool openIniToWrite();
   bool openOutFiles();
   static bool openOutFile(tzOutFile kind, const tzString& path, bool append);
   static bool isDirectoryKey(char key);
@@ -184,6 +205,10 @@ class tzSession {
 
   // Steps of run.
   int runTests();
+  bool isAnySelected();
+  bool isAllUsed();
+  void tellUnused() const;
+  bool isFunction(const tzString& name) const;
   void prepareLibrary();
   void sortTests();
   void readParameters();
@@ -216,15 +241,16 @@ class tzSession {
   bool m_batch = false;
   int m_askMode = ASK_NONE;
   int m_levelMode = 0;  // 0: no -L was given
-  bool m_iniUsed = false;
-  bool m_iniCreate = false;
+  IniFile m_iniRead;
+  IniFile m_iniWrite;
   bool m_iniFunctionsOnly = false;
-  tzString m_iniName;
   bool m_signal = false;
   tzString m_sglName;
   bool m_namesInResults = false;
   bool m_namesOnly = false;
+  bool m_insist = false;
   tzList<OutFile> m_outFiles[NUM_OUT_FILES];
+  tzFiles m_files;
 };
 
 /// The session of this process: null until one is registered or the entry point makes one.

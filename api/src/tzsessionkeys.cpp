@@ -1,6 +1,12 @@
 // The session's command line: collecting words, applying keys in order, opening what they name, and
 // the help.
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
 #include "tzcstream.h"
 #include "tzistream.h"
 #include "tzregistry.h"
@@ -41,6 +47,7 @@ tzString padded(tzString text, int width) {
 
 void echoLine(const tzString& word, const tzString& text) {
   g_ostrm << tzString(" ") + padded(word, ECHO_WIDTH) + " " + text + "\n";
+  if (text.find("ignored: ") == 0) tzMistakes::add();
 }
 
 }  // namespace
@@ -59,6 +66,11 @@ void tzSession::initOption(char key, const tzString& name, tzKeyInfo info, tzKey
   m_options.push_back(option);
 }
 
+void tzSession::limitOption(tzKeyArgument argument, bool lastCounts) {
+  m_options.back().argument = argument;
+  m_options.back().lastCounts = lastCounts;
+}
+
 const tzOption* tzSession::getOption(char key) const {
   for (const tzOption& option : m_options) {
     if (option.key == key) return &option;
@@ -74,12 +86,17 @@ const tzOption* tzSession::echoOption(char key, const tzString& arg) {
     echoLine(tzString("-") + key, "ignored: incorrect option key");
     return nullptr;
   }
-  echoLine(tzCommandKey{key, arg}.word(), option->info(arg));
+  const tzString taken = option->taken(arg);
+  echoLine(tzCommandKey{key, taken}.word(), option->info(taken));
+  const tzString spare = arg.substr(taken.length());
+  if (!spare.empty()) {
+    echoLine(quoted(spare), tzString("ignored: -") + key + " takes no argument");
+  }
   return option;
 }
 
 void tzSession::applyOption(char key, const tzString& arg) {
-  if (const tzOption* option = echoOption(key, arg)) option->apply(arg, this);
+  if (const tzOption* option = echoOption(key, arg)) option->apply(option->taken(arg), this);
 }
 
 // ---- the command line ----
@@ -109,7 +126,9 @@ void tzSession::collectWords(int argc, char** argv) {
     for (const tzString& word : more) words.push_back(word);
   };
   tzString cfgName, cfgText;
+  m_files.claimStandardStreams();
   if (readCfgFile(cfgName, cfgText)) {
+    m_files.claim(cfgName, tzFiles::READ, "the command file");
     addLine(cfgText);
     g_ostrm << tzString("read from ") + cfgName + " file\n";
   }
@@ -165,6 +184,17 @@ void tzSession::applyDirectories() {
   }
 }
 
+// Whether a later key of the same letter takes this one's place.
+bool tzSession::isOverruled(const tzCommandKey& command) const {
+  const tzOption* const option = getOption(command.key);
+  if (option == nullptr || !option->lastCounts) return false;
+  const tzCommandKey* last = nullptr;
+  for (const tzCommandKey& other : m_commands) {
+    if (other.key == command.key) last = &other;
+  }
+  return last != &command;
+}
+
 void tzSession::applyKeys() {
   for (const tzString& word : m_commands.refused()) {
     echoLine(quoted(word), "ignored: not a key");
@@ -172,6 +202,8 @@ void tzSession::applyKeys() {
   for (const tzCommandKey& command : m_commands) {
     if (isDirectoryKey(command.key)) {
       echoOption(command.key, command.arg);
+    } else if (isOverruled(command)) {
+      echoLine(command.word(), tzString("ignored: the last -") + command.key + " counts");
     } else {
       applyOption(command.key, command.arg);
     }
@@ -180,21 +212,65 @@ void tzSession::applyKeys() {
 
 bool tzSession::updateOptions() {
   g_ostrm.setOutLevel(m_levelMode != 0 ? m_levelMode : DEFAULT_MASK);
-  return openIni() && openOutFiles();
+  if (m_insist && tzMistakes::count() != 0) {
+    g_ostrm << L_ERR << "-- The run is not started: not everything that was given is used (-W)\n"
+            << L_ENDFLUSH;
+    return false;
+  }
+  if (openFiles()) return true;
+  g_istrm.abandonIniFile();
+  m_files.undo();
+  return false;
 }
 
+// Everything that may fail comes before the first file is changed.
+bool tzSession::openFiles() { return reserveOutFiles() && openIni() && openOutFiles(); }
+
 bool tzSession::openIni() {
-  if (!m_iniUsed) return true;
-  const bool open = g_istrm.setIniFile(genInPath(m_iniName, INI_EXTENSION), m_iniCreate);
-  if (open || !m_iniCreate) return true;
+  if (m_iniRead.given && !g_istrm.setIniFile(iniPath(m_iniRead.name, false), false)) {
+    tzMistakes::add();
+    if (m_insist) return false;
+  }
+  return !m_iniWrite.given || openIniToWrite();
+}
+
+bool tzSession::openIniToWrite() {
+  const tzString path = iniPath(m_iniWrite.name, true);
+  if (!g_istrm.setIniTarget(path)) {
+    fatal("FATAL ERROR: can't open ini-file for writing\n");
+    return false;
+  }
+  if (!g_istrm.iniTarget()->hasStrayLines()) return true;
+  g_ostrm << L_ERR << "-- Not an ini file: " + path + "\n" << L_END;
   fatal("FATAL ERROR: can't open ini-file for writing\n");
   return false;
 }
 
-bool tzSession::openOutFiles() {
+bool tzSession::reserveOutFiles() {
   if (m_namesOnly && !m_namesInResults && m_outFiles[OUT_NAMES].empty()) {
-    addOutFile(OUT_NAMES, "", false);
+    addOutFile(OUT_NAMES, "", false, "-q");
   }
+  bool good = canWriteSignal();
+  for (int kind = 0; good && kind < NUM_OUT_FILES; ++kind) {
+    for (const OutFile& file : m_outFiles[kind]) good = good && m_files.reserve(file.path);
+  }
+  if (!good) fatal("FATAL ERROR: can't open output file for writing\n");
+  return good;
+}
+
+// The signal file is made at the end alone, so that its being there tells something.
+bool tzSession::canWriteSignal() const {
+  if (!m_signal) return true;
+  const tzString path = genOutPath(m_sglName, SIGNAL_EXTENSION);
+  const bool exists = access(path.c_str(), F_OK) == 0;
+  const tzString place = exists ? path : path.getFileDir();
+  if (faccessat(AT_FDCWD, place.c_str(), W_OK, AT_EACCESS) == 0) return true;
+  const tzString reason = std::strerror(errno);
+  g_ostrm << L_ERR << "-- Can't open file " + path + " to write: " + reason + "\n" << L_END;
+  return false;
+}
+
+bool tzSession::openOutFiles() {
   for (int kind = 0; kind < NUM_OUT_FILES; ++kind) {
     for (const OutFile& file : m_outFiles[kind]) {
       if (openOutFile(static_cast<tzOutFile>(kind), file.path, file.append)) continue;

@@ -1,5 +1,8 @@
 // Where the session finds and puts its files.
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <filesystem>
 #include <system_error>
 
@@ -9,6 +12,10 @@ namespace {
 
 constexpr const char* EXTENSIONS[NUM_OUT_FILES] = {".txt", ".csv", "_name.csv", "_sum.csv",
                                                    "_mem.csv"};
+
+bool canWrite(const tzString& directory) {
+  return faccessat(AT_FDCWD, directory.c_str(), W_OK, AT_EACCESS) == 0;
+}
 
 // The path as it stands when the current directory cannot be read.
 tzString absolute(const tzString& path) {
@@ -55,8 +62,19 @@ void tzSession::setDefName(const tzString& name) { m_defName = name; }
 
 tzString tzSession::getInDir() const { return m_inDir.empty() ? m_exePath.getFileDir() : m_inDir; }
 
+// An installed program lies where its user may not write.
 tzString tzSession::getOutDir() const {
-  return m_outDir.empty() ? m_exePath.getFileDir() : m_outDir;
+  if (!m_outDir.empty()) return m_outDir;
+  const tzString beside = m_exePath.getFileDir();
+  return canWrite(beside) ? beside : absolute(".");
+}
+
+tzString tzSession::iniPath(const tzString& name, bool create) const {
+  const tzString path = genInPath(name, INI_EXTENSION);
+  const bool belongsThere = !m_inDir.empty() || canWrite(m_exePath.getFileDir()) ||
+                            (!create && access(path.c_str(), F_OK) == 0);
+  if (belongsThere) return path;
+  return getDirPath(absolute("."), name.empty() ? getDefName() + INI_EXTENSION : name);
 }
 
 tzString tzSession::getDefName() const {

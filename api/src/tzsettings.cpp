@@ -1,7 +1,11 @@
 #include "tzsettings.h"
 
 #include <algorithm>
+#include <cctype>
 #include <climits>
+#include <limits>
+#include <type_traits>
+#include <utility>
 
 #include "tzistream.h"
 #include "tzmemory.h"
@@ -18,6 +22,8 @@ constexpr int MAX_SHIFT = 32768 - SHIFT_UNIT;  // a shift of 32768 wraps to none
 constexpr double MIN_ACCURACY = 0.01;
 constexpr double MAX_ACCURACY = 100;
 constexpr double PERCENT = 100;
+constexpr double MIN_TIME_LIMIT = 0.1;
+constexpr double MAX_TIME_LIMIT = 86400;
 
 /// A number held to a range.
 template <typename T>
@@ -27,10 +33,14 @@ class BoundedParm : public tzDefault<T> {
       : tzDefault<T>(name, prompt, value), m_lowest(lowest), m_highest(highest) {}
 
   void translate(const tzString& text) override {
-    const T wanted = this->validItem(text);
+    if (this->isNothing(text)) return;
+    T limit{};
+    const bool beyond = isBeyond(text, limit);
+    const T wanted = beyond ? limit : this->validItem(text);
     const T allowed = nearest(wanted);
     this->setValue(allowed);
-    if (allowed != wanted) {
+    if (beyond || allowed != wanted) {
+      this->setReplaced();
       g_ostrm << L_WARN
               << "-- " + this->name() + " = " + text +
                      " is not allowed: " + this->valueToString(allowed) + " is taken\n"
@@ -45,6 +55,21 @@ class BoundedParm : public tzDefault<T> {
   }
 
  private:
+  // Whether the text is a number that no T holds; then `limit` is the end of T on its side.
+  static bool isBeyond(const tzString& text, T& limit) {
+    if constexpr (std::is_integral_v<T>) {
+      double number = 0;
+      number << text;
+      if (text.fail() ||
+          (number >= std::numeric_limits<T>::min() && number <= std::numeric_limits<T>::max())) {
+        return false;
+      }
+      limit = number < 0 ? std::numeric_limits<T>::min() : std::numeric_limits<T>::max();
+      return std::isdigit(static_cast<unsigned char>(text.c_str()[text.find("-") == 0])) != 0;
+    }
+    return false;
+  }
+
   T m_lowest;
   T m_highest;
 };
@@ -160,6 +185,24 @@ void readAccuracy() {
   BoundedParm<double> accuracy("Accuracy", "Accuracy, %", g_tool.accuracyLimit * PERCENT,
                                MIN_ACCURACY, MAX_ACCURACY);
   g_tool.accuracyLimit = settle(accuracy) / PERCENT;
+}
+
+void readTimeLimit() {
+  BoundedParm<double> limit("TimeLimit", "TimeLimit of a row, s", g_tool.timeLimit, MIN_TIME_LIMIT,
+                            MAX_TIME_LIMIT);
+  g_tool.timeLimit = settle(limit);
+}
+
+tzTool tzPreviewTool() {
+  const tzTool before = g_tool;
+  const int mistakes = tzMistakes::count();
+  const int outLevel = g_ostrm.outLevel();
+  g_ostrm.setOutLevel(0);
+  readTimingMethod();
+  readAccuracy();
+  g_ostrm.setOutLevel(outLevel);
+  tzMistakes::reset(mistakes);
+  return std::exchange(g_tool, before);
 }
 
 bool tzIsAlignByElement() { return s_alignByElement; }

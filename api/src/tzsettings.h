@@ -2,6 +2,8 @@
 /// The measurement settings of a session.
 #pragma once
 
+#include "tztool.h"
+
 /// @name Measurement settings
 /// Each reader settles its parameters through g_istrm (preset value, ini file, console when it is
 /// asked, default) and puts them into force. Where a console reader is set it prints a heading
@@ -20,7 +22,14 @@ void readDataOffset();
 
 /// "Accuracy" in percent (0.01 to 100), into g_tool.
 void readAccuracy();
+
+/// "TimeLimit": seconds of repeating for one row (0.1 to 86,400), into g_tool.
+void readTimeLimit();
 /// @}
+
+/// The tool as readTimingMethod and readAccuracy would leave g_tool if nobody were asked; nothing
+/// is printed and nothing changes.
+tzTool tzPreviewTool();
 
 /// Whether "VectorAlign" counts elements of a vector instead of bytes.
 bool tzIsAlignByElement();

@@ -39,6 +39,9 @@ tzString& operator<<(tzString& text, const RkdiSize& size) {
 
 RkdiSize& operator<<(RkdiSize& size, const tzString& text) {
   const char* at = text.c_str();
+  text.setFail(false);
+  skipBlanks(at);
+  if (*at == '\0') return size;  // as for numbers: no failure, and no value
   RkdiSize read = {0, 0};
   bool good = readLength(at, read.width) && skipSeparator(at) && readLength(at, read.height);
   skipBlanks(at);

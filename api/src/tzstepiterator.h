@@ -135,7 +135,7 @@ bool tzStepIterator<T>::translateStep(const tzString& text) {
 template <typename T>
 T tzStepIterator<T>::limit(const tzString& word, const char* complaint) const {
   const T value = tzTextToValue<T>(word);
-  if (word.fail()) throw tzException(tzString(complaint) + word);
+  if (word.fail() || tzIsNothing<T>(word)) throw tzException(tzString(complaint) + word);
   return value;
 }
 

@@ -8,6 +8,7 @@
 #include "tzcstream.h"
 #include "tzctrl.h"
 #include "tzexception.h"
+#include "tzinterrupt.h"
 #include "tzistream.h"
 #include "tzostream.h"
 #include "tzregistry.h"
@@ -170,11 +171,30 @@ void tzTest::caught(const char* message) {
 
 tzResult tzTest::run() {
   bool wanted = true;
-  guarded([&] {
-    wanted = beginRun();
-    if (wanted) runSteps();
-  });
+  const tzOStreamState console(g_ostrm);
+  try {
+    guarded([&] {
+      wanted = beginRun();
+      if (wanted) runSteps();
+    });
+  } catch (const tzInterrupted&) {
+    console.restore(g_ostrm);
+    return giveUp();
+  }
   return wanted ? finishRun() : TZ_UNDEFINED;
+}
+
+// The rows so far stand; the test, which is not complete, is not counted.
+tzResult tzTest::giveUp() {
+  complain(tzString("-- ") + tzInterrupt::name(tzInterrupt::signal()) + ": " + m_name +
+           " is given up\n");
+  guarded([&] {
+    dropData();
+    closeTable();
+  });
+  g_istrm.setIniSection(m_sectionBefore);
+  storeResult(TZ_OK);  // with a result of 0 this means: not to be counted
+  return TZ_UNDEFINED;
 }
 
 bool tzTest::beginRun() {
@@ -331,6 +351,7 @@ bool tzTest::nextCombination() {
       m_stateRefused = false;
       if (m_cacheIterator->repeatValue()) return true;
       m_cacheIterator->outputInfo();
+      putNotMeasured();
     }
     if (m_cacheIterator->nextValue()) return true;
   }
@@ -367,6 +388,7 @@ void tzTest::loopData() {
   initSettings();
   m_first = true;
   do {
+    tzInterrupt::check();
     const bool first = m_first;
     if (!canContinue()) {
       if (first) {
@@ -382,8 +404,11 @@ void tzTest::loopData() {
   closeTable();
 }
 
+// Placement is counted anew: the first vector is the first of each combination.
 bool tzTest::buildData() {
   m_dataMade = true;
+  m_vectorNum = 0;
+  m_vectorShift = 0;
   if (initData()) return true;
   dropData();
   if (m_cacheIterator != nullptr) {

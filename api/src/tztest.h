@@ -191,7 +191,7 @@ class tzTest {
   static int m_hot;                 ///< 0 without -H, 1 with it, 2 with -HONLY
   static bool m_cache;              ///< -C
   static int m_verifyMode;          ///< a tzVerifyMode
-  static int m_vectorNum;           ///< vectors allocated by the current test so far
+  static int m_vectorNum;           ///< vectors allocated for the current combination so far
   static int m_vectorShift;         ///< bytes by which the next vector is moved
   static int m_numParmsColm;        ///< cells of a row before the clocks
   static int m_numResultColm;       ///< cells from the clocks on
@@ -227,6 +227,7 @@ class tzTest {
   template <class Function>
   void guarded(Function&& function);
   void caught(const char* message);
+  tzResult giveUp();
   void runSteps();
   bool declareParms();
   void clearParms();
@@ -249,6 +250,7 @@ class tzTest {
   void settleWidths();
   void nameRow();
   void putRow(tzResult result);
+  void putNotMeasured();
   tzString parmsColumns() const;
   tzString measureNote() const;
 

@@ -218,6 +218,17 @@ void tzTest::putTableResult_Deprecated(tzResult result) {
   g_cstrm.linePostpone();
 }
 
+// A state of the cache that no size reaches has its line without a figure, and no say in the test's
+// result.
+void tzTest::putNotMeasured() {
+  m_tool.reset();
+  m_timingNote = "not measured";
+  m_verified = false;
+  m_lineResult = TZ_UNDEFINED;
+  g_ostrm << L_WARN << testResultString() << "\n" << L_ENDFLUSH;
+  putTableResult(TZ_UNDEFINED);
+}
+
 void tzTest::putTableResult(tzResult result) {
   bool deprecated = false;
   for (tzParameter* parm : m_parms) {

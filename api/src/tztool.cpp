@@ -1,6 +1,7 @@
 #include "tztool.h"
 
 #include <algorithm>
+#include <chrono>
 #include <climits>
 #include <cmath>
 #include <cstdio>
@@ -8,6 +9,7 @@
 #include "tzclock.h"
 #include "tzctrl.h"
 #include "tzexception.h"
+#include "tzinterrupt.h"
 #include "tztoollog.h"
 #include "tztrace.h"
 
@@ -15,6 +17,7 @@ tzTool g_tool;
 
 tzResult (*tzTool::m_pCheckStatus)(int status) = nullptr;
 void (*tzTool::m_pResetVectors)() = nullptr;
+double (*tzTool::m_pSeconds)() = nullptr;
 int tzTool::m_priority = PRIORITY_NONE;
 
 namespace {
@@ -42,6 +45,7 @@ tzResult _funcLoop(int n, long long* clocks) {
 
 tzTool::tzTool()
     : accuracyLimit(0.05),
+      timeLimit(10),
       method(AUTO),
       loopCount(10),
       minLoops(defaultMinLoops),
@@ -56,6 +60,12 @@ tzTool::tzTool()
       autoMinLoops(0),
       autoMaxLoops(0) {
   reset();
+}
+
+double tzTool::seconds() {
+  if (m_pSeconds != nullptr) return m_pSeconds();
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration<double>(now).count();
 }
 
 void tzTool::reset() {
@@ -87,7 +97,8 @@ void tzTool::setMethodStat(int calls, long long clocks) {
 void tzTool::setMethodBest(int from, int to, long long clocks) {
   method = BEST;
   minLoops = std::max(from, 1);
-  maxLoops = std::max(from > 0 ? shifted(from, 3) : from, to);
+  const long long eightfold = 8LL * from;
+  maxLoops = std::max(static_cast<int>(std::clamp<long long>(eightfold, INT_MIN, INT_MAX)), to);
   minClocks = clocks;
 }
 
@@ -294,6 +305,7 @@ void tzTool::runTimFunc(int n, double& clocksPerCall, bool forceLoop) {
   const Path path = forceLoop || !statMode ? Path::LOOP : Path::STAT;
   int made = n;
   for (int attempt = 0; attempt < 2; ++attempt) {
+    tzInterrupt::check();
     made = n;
     numClocks = 0;
     updateResult(runOnce(path, made, numClocks));

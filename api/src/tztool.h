@@ -95,6 +95,10 @@ class tzTool {
   static tzResult (*m_pCheckStatus)(int status);
   /// Puts all test vectors back to their initial contents inside the generic loops; may be null.
   static void (*m_pResetVectors)();
+  /// Where `seconds` comes from; null: the system's clock.
+  static double (*m_pSeconds)();
+  /// Time as it passes for the user, from some moment on.
+  static double seconds();
   /// The tzPriority of every timed run.
   static int m_priority;
 
@@ -102,6 +106,7 @@ class tzTool {
   double funcClocks;     ///< clocks per call
   int numLoops;          ///< repetitions of the last run
   double accuracyLimit;  ///< setting: the accuracy that is good enough
+  double timeLimit;      ///< setting, automatic and best-of: seconds of repeating; 0: no limit
   int method;            ///< setting: a Method
   int loopCount;         ///< setting, manual: repetitions
   int minLoops;          ///< setting, best-of: lower bound

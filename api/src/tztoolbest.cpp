@@ -22,7 +22,11 @@ constexpr int numSamplesAfterBadStatus = 6;
 class tzBestOf {
  public:
   tzBestOf(tzTool& tool, int from, int to, long long clocks)
-      : m_tool(tool), m_loops(from), m_maxLoops(to), m_minClocks(clocks) {}
+      : m_tool(tool),
+        m_loops(from),
+        m_maxLoops(to),
+        m_minClocks(clocks),
+        m_deadline(tzTool::seconds() + tool.timeLimit) {}
 
   void run();
 
@@ -38,7 +42,10 @@ class tzBestOf {
   Next tooShort();
   tzResult repeatTiming(int loops, int count);
   tzResult judgeSamples(const std::vector<double>& samples);
+  void measure(int loops, double& clocks);
+  bool isOutOfTime(int loops);
   void stop();
+  void tellTimeLimit();
   void logResult(tzResult code);
   const char* label() const { return m_tool.statMode ? "numCalls" : "numLoops"; }
 
@@ -48,6 +55,9 @@ class tzBestOf {
   int m_maxLoops;
   int m_startLoops = 0;
   long long m_minClocks;
+  double m_deadline;
+  double m_secondsPerLoop = 0;
+  bool m_outOfTime = false;
 };
 
 void tzTool::bestTiming(int from, int to, long long clocks) {
@@ -68,6 +78,20 @@ void tzBestOf::run() {
   m_log << "    Auto method: exit\n";
   m_log.writeInfo();
   if (next == Next::FAIL) m_log.writeError();
+}
+
+void tzBestOf::measure(int loops, double& clocks) {
+  const double before = tzTool::seconds();
+  m_tool.runTimFunc(loops, clocks, false);
+  m_secondsPerLoop = (tzTool::seconds() - before) / loops;
+}
+
+// Whether a run of so many repetitions, at the pace of the last one, would end after the limit.
+bool tzBestOf::isOutOfTime(int loops) {
+  if (m_tool.timeLimit <= 0) return false;
+  const bool late = tzTool::seconds() + loops * m_secondsPerLoop > m_deadline;
+  m_outOfTime = m_outOfTime || late;
+  return late;
 }
 
 void tzBestOf::logResult(tzResult code) {
@@ -99,7 +123,7 @@ tzResult tzBestOf::startIterations() {
   // The product of a quotient may miss the clocks by a rounding error.
   constexpr double roundingError = 1e-12;
   m_tool.numLoops = m_loops;
-  m_tool.runTimFunc(m_loops, m_tool.funcClocks, false);
+  measure(m_loops, m_tool.funcClocks);
   if (tzIsFailure(m_tool.result)) return m_tool.result;
   const double clocks = m_loops * m_tool.funcClocks * (1 + roundingError);
   return static_cast<double>(m_minClocks) > clocks ? TZ_ACCURFAIL : TZ_OK;
@@ -110,7 +134,9 @@ tzBestOf::Next tzBestOf::iterationMeasurement() {
         << "        startLoops = " << m_startLoops << "\n"
         << "        maxLoops   = " << m_maxLoops << "\n";
   m_log.writeInfo();
-  const tzResult code = continueIterations();
+  // No time to grow: what time is left goes into samples of the count that is there.
+  const bool canGrow = !isOutOfTime(std::min(m_startLoops, m_maxLoops));
+  const tzResult code = canGrow ? continueIterations() : TZ_ACCURWRN;
   m_log << "        stopLoops  = " << m_tool.numLoops << "\n"
         << "        stopClocks = " << m_tool.numClocks << "\n"
         << "        accuracy   = " << tzTool::getAccuracyStr(m_tool.accuracy) << "\n"
@@ -123,9 +149,9 @@ tzResult tzBestOf::continueIterations() {
   m_tool.numLoops = std::min(m_startLoops, m_maxLoops);
   double previous = m_tool.funcClocks;
   for (;;) {
-    m_tool.runTimFunc(m_tool.numLoops, m_tool.funcClocks, false);
-    // A function that failed is not called again.
-    if (tzIsFailure(m_tool.result)) return m_tool.result;
+    measure(m_tool.numLoops, m_tool.funcClocks);
+    // A function that crashed is not called again: nobody knows what it left behind.
+    if (m_tool.result == TZ_EXCPTFAIL) return m_tool.result;
     if (m_tool.funcClocks <= 0) return TZ_ACCURFAIL;
     m_tool.accuracy = tzTool::computeAccuracy(m_tool.funcClocks, previous);
     if (m_tool.checkCtrlNow && m_tool.badCtrlStatus()) {
@@ -134,7 +160,7 @@ tzResult tzBestOf::continueIterations() {
       return TZ_BADSTSWRN;
     }
     if (m_tool.accuracy <= m_tool.accuracyLimit) return TZ_OK;
-    if (m_tool.numLoops > m_maxLoops / 2) return TZ_ACCURWRN;
+    if (m_tool.numLoops > m_maxLoops / 2 || isOutOfTime(2 * m_tool.numLoops)) return TZ_ACCURWRN;
     previous = m_tool.funcClocks;
     m_tool.numLoops *= 2;
   }
@@ -150,7 +176,7 @@ tzBestOf::Next tzBestOf::judgeIterations(tzResult code) {
   code = repeatTiming(m_tool.numLoops, numSamples);
   if (code > TZ_ACCURFAIL) return Next::EXIT;
   if (code == TZ_ACCURFAIL) return tooShort();
-  if (code != TZ_ACCURWRN) return Next::STOP;
+  if (code != TZ_ACCURWRN || m_outOfTime) return Next::STOP;
   m_startLoops = timesUpTo(m_tool.numLoops, 4);
   return m_tool.numLoops < m_maxLoops ? Next::GO_ON : Next::STOP;
 }
@@ -191,8 +217,9 @@ tzResult tzBestOf::repeatTiming(int loops, int count) {
   if (m_tool.numLoops == loops) samples.push_back(m_tool.funcClocks);
   m_tool.numLoops = loops;
   while (samples.size() < static_cast<size_t>(count)) {
+    if (!samples.empty() && isOutOfTime(loops)) break;
     double sample = 0;
-    m_tool.runTimFunc(loops, sample, false);
+    measure(loops, sample);
     m_log << "        " << label() << "   = " << loops << "\n"
           << "        numClocks  = " << m_tool.numClocks << "\n"
           << "        funcClocks = " << sample << "\n";
@@ -207,7 +234,8 @@ tzResult tzBestOf::repeatTiming(int loops, int count) {
 
 tzResult tzBestOf::judgeSamples(const std::vector<double>& samples) {
   const int count = static_cast<int>(samples.size());
-  m_tool.accuracy = tzTool::computeAccuracy(samples.data(), count);
+  // One sample alone, for which there was no time to take others, agrees with nothing.
+  if (count > 1) m_tool.accuracy = tzTool::computeAccuracy(samples.data(), count);
   m_tool.funcClocks = tzTool::computeBest(samples.data(), count);
   tzResult code = m_tool.accuracy > m_tool.accuracyLimit ? TZ_ACCURWRN : TZ_OK;
   if (m_tool.checkCtrlNow && m_tool.badCtrlStatus()) code = TZ_BADSTSWRN;
@@ -225,10 +253,20 @@ void tzBestOf::stop() {
     const tzString spread = tzTool::getAccuracyStr(m_tool.accuracy);
     m_tool.infoText << " acc=" << spread;
     if (m_tool.result < TZ_ACCURWRN) {
-      m_tool.updateResult(TZ_ACCURWRN);
-      m_tool.resultText << ", actual accuracy = " << spread;
+      m_tool.result = TZ_ACCURWRN;
+      m_tool.resultText << "actual accuracy = " << spread;
     }
   }
+  if (m_outOfTime) tellTimeLimit();
   m_log << "    Auto method: stop\n";
   m_log.writeInfo();
+}
+
+void tzBestOf::tellTimeLimit() {
+  tzString limit;
+  limit << m_tool.timeLimit << " s";
+  m_tool.updateResult(TZ_ACCURWRN);
+  m_tool.infoText << " time limit";
+  g_ostrm << L_WARN << "-- The time limit of a row, " << limit << ", ended the repetitions\n"
+          << L_END;
 }

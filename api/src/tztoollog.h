@@ -23,7 +23,8 @@ class tzToolLog {
 
   void writeError() {
     writeInfo();
-    if (!detailShown()) g_ostrm << L_ERR << m_info << L_END;
+    // Compared as a number: traces were asked for without this detail, and do not get it.
+    if (g_ostrm.outLevel() < L_INFO) g_ostrm << L_ERR << m_info << L_END;
     m_info.clear();
   }
 

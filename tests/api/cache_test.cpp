@@ -219,6 +219,7 @@ TEST_F(CacheTest, OscillationRelaxesTheLowerBoundOnce) {
   };
   // Each doubling multiplies the data by 64, which jumps over the band of 0.1 to 0.9.
   EXPECT_EQ(walk(states, [&] { power(6); })[0], "inCache 6 8");
+  EXPECT_EQ(walk(states, [&] { power(6); })[0], "inCache 6 8") << "anew in the next combination";
   // By 4096: over the relaxed one too.
   len.init("len", "", "2");
   EXPECT_THAT(walk(states, [&] { power(12); })[0], StartsWith("inCache none "));

@@ -13,6 +13,12 @@ using testing::MatchesRegex;
 
 namespace {
 
+std::string joined(const tzStringList& names) {
+  std::string text;
+  for (const tzString& name : names) text += name.str() + "|";
+  return text;
+}
+
 /// An input stream whose ini file and console answers are texts.
 class InputTest : public testing::Test {
  protected:
@@ -78,20 +84,66 @@ TEST(IniFile, ReadsSectionsKeysAndComments) {
 
 TEST(IniFile, RewritesWhatItHolds) {
   const TemporaryFolder folder;
-  folder.make("a.ini", "lost\n[one]\nb = 2 // two\nflag\na=1\n[two]\n");
+  folder.make("a.ini",
+              "// the file\nlost\n[one] // first\nb = 2 // two\n\n  // on its own\nflag\n"
+              "a=1 //kept\n[two]\n// the end");
   tzIniFile ini;
   ASSERT_TRUE(ini.open(folder.path("a.ini"), true));
+  EXPECT_TRUE(ini.hasStrayLines());
+  ini.write("one", "a", "5");
   ini.write("one", "b", "3", "three");
   ini.write("three", "on");
   ini.write("four");
   ini.write("two", "", "nothing");
   EXPECT_TRUE(ini.close());
   const char* const written =
-      "\n[one]\nb=3\t// three\nflag\na=1\n\n[two]\n\n[three]\non\n\n[four]\n";
+      "\n// the file\n[one]\t// first\nb=3\t// three\n// on its own\nflag\na=5\t// kept\n"
+      "\n[two]\n\n[three]\non\n\n[four]\n// the end\n";
   EXPECT_EQ(folder.read("a.ini"), written);
+  ASSERT_TRUE(ini.open(folder.path("a.ini"), true));
+  EXPECT_FALSE(ini.hasStrayLines());
+  EXPECT_TRUE(ini.close());
+  EXPECT_EQ(folder.read("a.ini"), written) << "writing what was read changes nothing";
+  EXPECT_EQ(folder.list(), 1) << "nothing is left beside it";
   ASSERT_TRUE(ini.open(folder.path("a.ini"), false));
   EXPECT_EQ(ini.read("one", "b", ""), "3");
   EXPECT_EQ(ini.read("three", "on", ""), tzIniFile::NO_VALUE);
+}
+
+TEST(IniFile, WhatCantBeReadWholeIsLeftAsItIs) {
+  const std::string wide("[a]\nb=1\n\0c", 11);
+  const std::string endless = "[a]\nb=1\n" + std::string(i_stream::MAX_LINE + 1, 'x');
+  for (const std::string& text : {wide, endless}) {
+    const TemporaryFolder folder;
+    const Console console;
+    const tzString name = folder.make("a.ini", text);
+    for (const bool create : {false, true}) {
+      tzIniFile ini;
+      EXPECT_FALSE(ini.open(name, create));
+      EXPECT_EQ(ini.read("a", "b", "none"), "none") << "half a file is none";
+      EXPECT_TRUE(ini.close());
+      EXPECT_EQ(folder.read("a.ini"), text);
+    }
+    EXPECT_THAT(console.text(), HasSubstr("-- Not a text file: "));
+  }
+}
+
+TEST(IniFile, IsReplacedThroughALinkAndKeepsItsMode) {
+  const TemporaryFolder folder;
+  const std::filesystem::path file(folder.make("real.ini", "[a]\n").str());
+  const auto mode = std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
+  std::filesystem::permissions(file, mode);
+  std::filesystem::create_symlink("real.ini", folder.path("link.ini").str());
+  tzIniFile ini;
+  ASSERT_TRUE(ini.open(folder.path("link.ini"), true));
+  ini.write("a", "b", "1");
+  EXPECT_TRUE(ini.close());
+  EXPECT_EQ(folder.read("real.ini"), "\n[a]\nb=1\n");
+  EXPECT_TRUE(std::filesystem::is_symlink(folder.path("link.ini").str()));
+  EXPECT_EQ(std::filesystem::status(file).permissions(), mode);
+  ASSERT_TRUE(ini.open(folder.path("new.ini"), true));
+  ini.abandon();
+  EXPECT_FALSE(std::filesystem::exists(folder.path("new.ini").str()));
 }
 
 TEST(IniFile, TellsWhyItCantBeUsed) {
@@ -155,8 +207,57 @@ TEST_F(InputTest, WritesBackWhatItSettled) {
   get("len");
   EXPECT_TRUE(m_in.hasIniSection("f"));
   EXPECT_TRUE(m_in.deleteIniFile());
-  EXPECT_EQ(m_folder.read("in.ini"), "\n[Tazmet]\nlen=4\nmode=fast\n\n[f]\nlen=default\n");
+  EXPECT_EQ(m_folder.read("in.ini"), "\n[Tazmet]\nlen=4\t// four\nmode=fast\n\n[f]\nlen=default\n");
   EXPECT_FALSE(m_in.hasIniSection("f"));
+}
+
+TEST_F(InputTest, OneFileIsReadAndAnotherWritten) {
+  const tzString other = m_folder.make("out.ini", "[Tazmet]\nlen=5\nown=6\n");
+  setIni("[Tazmet]\nlen=4\n");
+  ASSERT_TRUE(m_in.setIniTarget(other));
+  EXPECT_EQ(settle("len"), "4 2") << "the one that is read counts first";
+  EXPECT_EQ(settle("own"), "6 2");
+  EXPECT_EQ(settle("new"), "default 0");
+  EXPECT_TRUE(m_in.deleteIniFile());
+  EXPECT_EQ(m_folder.read("in.ini"), "[Tazmet]\nlen=4\n");
+  EXPECT_EQ(m_folder.read("out.ini"), "\n[Tazmet]\nlen=4\nown=6\nnew=default\n");
+}
+
+TEST_F(InputTest, WhatIsWrittenIsWhatIsUsed) {
+  setIni("[Tazmet]\nwrong=x // a comment\nblank =\nlist=8;16\nratio=1.23456\n", true);
+  tzDefault<int> wrong("wrong", "", 3), blank("blank", "", 4);
+  tzIterator<int> list("list", "", {1});
+  tzDefault<double> ratio("ratio", "", 1);
+  for (tzParameter* parm : {static_cast<tzParameter*>(&wrong), static_cast<tzParameter*>(&blank),
+                            static_cast<tzParameter*>(&list), static_cast<tzParameter*>(&ratio)}) {
+    parm->fromIStream(m_in);
+  }
+  EXPECT_THAT(m_console.text(), HasSubstr("-Invalid value of wrong = x\n"));
+  ASSERT_TRUE(m_in.deleteIniFile());
+  EXPECT_EQ(m_folder.read("in.ini"),
+            "\n[Tazmet]\nwrong=3\t// a comment\nblank=4\nlist=8;16\nratio=1.23456\n")
+      << "as given where that is what is used";
+}
+
+TEST_F(InputTest, KnowsWhatNobodyAskedFor) {
+  setIni("[Tazmet]\nasked=1\nlost=2\n[f]\nasked=3\n");
+  m_in.setPreset("asked", "4");
+  m_in.setPreset("typo", "5");
+  get("asked");
+  EXPECT_EQ(joined(m_in.unaskedPresets()), "typo|");
+  EXPECT_EQ(joined(m_in.unaskedKeys("Tazmet")), "lost|");
+  EXPECT_EQ(joined(m_in.unaskedKeys("f")), "asked|") << "asked for in another section";
+  EXPECT_EQ(joined(m_in.unaskedKeys("g")), "");
+}
+
+TEST_F(InputTest, AnswersLoseTheirCarriageReturns) {
+  setAnswers("dos\r\nmac\runix\n\r\nlast\r");
+  testing::internal::CaptureStdout();
+  for (const char* answer : {"dos 1", "mac 1", "unix 1", "default 0", "last 1", "default 0"}) {
+    EXPECT_EQ(settle("a"), answer);
+  }
+  c_out.flush();
+  testing::internal::GetCapturedStdout();
 }
 
 TEST_F(InputTest, AnIniFileOnlyReadIsLeftAlone) {

@@ -55,7 +55,9 @@ TEST(CommandWords, SplitIntoKeysAndArguments) {
       {{"-n", "", "-B"}, {"n:", "B:"}},
       {{"-h", "-?"}, {"h:", "?:"}},
       {{"-??"}, {"?:?"}},
-      {{"--help"}, {"-:help"}},
+      {{"--help", "x"}, {"h:", "!x"}},
+      {{"--version", "-B"}, {"v:", "B:"}},
+      {{"--other"}, {"-:other"}},
       {{"-s-"}, {"s:-"}},
       {{"word"}, {"!word"}},
       {{"-"}, {"!-"}},
@@ -96,6 +98,11 @@ TEST(Keys, RefusedArgumentsAreReportedAndTheRunGoesOn) {
       {{"-x"}, "-x                 ignored: incorrect option key"},
       {{"-xyz"}, "-x                 ignored: incorrect option key"},
       {{"stray"}, "stray              ignored: not a key"},
+      {{"-B", "-%"}, " -%                 ignored: -B takes no argument"},
+      {{"-B", "foo"}, " foo                ignored: -B takes no argument"},
+      {{"-sx"}, " x                  ignored: -s takes no argument"},
+      {{"-s-x"}, " x                  ignored: -s takes no argument"},
+      {{"-Bfoo"}, " -B                 nothing is asked on the console"},
       {{"-TSSE41"}, "ignored: incorrect option key"},  // there is no library here
       {{"-n", ""}, "ignored: empty default name"},
       {{"-l"}, "ignored: empty directory name"},
@@ -339,7 +346,7 @@ TEST(Help, EveryKeyIsDocumented) {
   tzRegRkdEnvironment([] {});
   tzSession session;
   session.initSession();
-  EXPECT_EQ(35, session.options().count());
+  EXPECT_EQ(36, session.options().count());
   for (const tzOption& option : session.options()) {
     const std::string help = option.helpLines().str();
     const std::string details = option.details().str();
@@ -351,5 +358,5 @@ TEST(Help, EveryKeyIsDocumented) {
     EXPECT_EQ(option.key == 'S' || option.key == 'C', option.hidden) << option.key;
   }
   EXPECT_STREQ("hq", session.getOption('?')->name.c_str());
-  EXPECT_EQ('V', session.options().back().key);
+  EXPECT_EQ('W', session.options().back().key);
 }

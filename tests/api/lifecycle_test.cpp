@@ -320,6 +320,28 @@ TEST(Lifecycle, AChangedControlStatusIsSeenAndSaid) {
   EXPECT_FALSE(test.isBadSSX());
 }
 
+TEST(Lifecycle, WhatThe87UnitWasLeftWithIsNoneOfTheNextTestsDoing) {
+  volatile long double one = 1;
+  volatile long double zero = 0;
+  ScriptedRunState state;
+  ScriptTest test;
+  test.build = [&] {
+    one = one / zero;  // before the measurement
+    return true;
+  };
+  EXPECT_EQ(test.run(), TZ_OK) << state.console.text();
+  EXPECT_FALSE(test.isBad87());
+  one = 1;
+  test.build = nullptr;
+  ScriptTest::script = {{100, TZ_OK, [&] { one = one / zero; }}};
+  ScriptTest::runs = 0;
+  EXPECT_EQ(test.run(), TZ_BADSTSWRN);
+  EXPECT_TRUE(test.isBad87());
+  ScriptTest::script = {ScriptedRun()};
+  EXPECT_EQ(test.run(), TZ_OK) << "a later test";
+  EXPECT_FALSE(test.isBad87());
+}
+
 TEST(Lifecycle, EachRunTakesTheSessionsToolAfresh) {
   ScriptedRunState state;
   ScriptTest test;

@@ -51,8 +51,24 @@ std::string timeText(time_t time) { return tzTimeString(time).str(); }
 }  // namespace
 
 TEST(ReportResults, HaveTheirNamesAndPhrases) {
-  EXPECT_STREQ(tzResultName(TZ_ACCURWRN), "ACCURWRN");
-  EXPECT_STREQ(tzResultString(TZ_BADSTSWRN), "modified control status");
+  const std::pair<const char*, const char*> texts[] = {
+      {"UNDEFINED", "was not run"},
+      {"OK", "successfully"},
+      {"ACCURWRN", "wrong measure accuracy"},
+      {"BADSTSWRN", "modified control status"},
+      {"DATAWRN", "test data warning"},
+      {"FUNCWRN", "lib function warning"},
+      {"WARNING", "warning"},
+      {"ACCURFAIL", "accuracy error"},
+      {"DATAFAIL", "test data error"},
+      {"FUNCFAIL", "lib function error"},
+      {"EXCPTFAIL", "exception"},
+      {"FAIL", "error"},
+  };
+  for (int code = 0; code < 12; ++code) {
+    EXPECT_STREQ(tzResultName(code), texts[code].first);
+    EXPECT_STREQ(tzResultString(code), texts[code].second);
+  }
   for (int code : {-1, 12, 1000}) {
     EXPECT_STREQ(tzResultName(code), "UNKNOWN");
     EXPECT_STREQ(tzResultString(code), "unknown result");
@@ -160,10 +176,10 @@ TEST_F(ReportTitle, TellsMachineLibraryAndWhatIsMeasured) {
   EXPECT_EQ(inTable(tzReportTitle(m_tests)), csv.str());
 }
 
-TEST_F(ReportTitle, TellsTheMethodThatTheUserGave) {
+TEST_F(ReportTitle, TellsTheMethodThatTheUserChose) {
   g_istrm.setPreset("Method", "Manual");
   g_istrm.setPreset("Accuracy", "2.5");
-  EXPECT_EQ(tzReportTitle::timingText(), "Manual, accuracy 2.5%");
+  EXPECT_EQ(tzReportTitle::timingText(), "manual, 10 loops, accuracy 2.5%");
   g_istrm.clearPresets();
   EXPECT_EQ(tzReportTitle::timingText(), "automatic, accuracy 5.0%");
   tzTest::m_verifyMode = VERIFY_ONLY;

@@ -193,8 +193,9 @@ TEST(SessionFiles, OneFileGivenTwiceIsWrittenOnce) {
   const TempFolder folder;
   Session(folder).run("-r a.csv -fstubAlpha");
   const auto once = splitLinesOf(folder, "a.csv");
-  Session(folder).run({"-r", "a.csv", "-ra.csv", "-R", folder.file("a.csv"), "-fstubAlpha"});
-  EXPECT_EQ(2 * once, splitLinesOf(folder, "a.csv")) << "the last key appends";
+  const Outcome outcome = Session(folder).run({"-R", "a.csv", "-ra.csv", "-fstubAlpha"});
+  EXPECT_TRUE(outcome.shows("-ra.csv            ignored: -R writes the same file\n"));
+  EXPECT_EQ(2 * once, splitLinesOf(folder, "a.csv")) << "the first key appends";
 }
 
 TEST(SessionFiles, ThereMayBeSeveralCopiesOfTheText) {
@@ -299,7 +300,7 @@ TEST(SessionIni, AValueInTheFileIsKept) {
   folder.write("stub.ini", "[stubAlpha]\nLength=32 // mine\n[extra]\nkey=1\n");
   Session(folder).run("-I -dAccuracy=3 -fstubAlpha");
   const std::string ini = folder.read("stub.ini");
-  EXPECT_NE(std::string::npos, ini.find("Length=32\n")) << ini;
+  EXPECT_NE(std::string::npos, ini.find("Length=32\t// mine\n")) << ini;
   EXPECT_NE(std::string::npos, ini.find("[extra]\nkey=1\n")) << ini;
   EXPECT_NE(std::string::npos, ini.find("Accuracy=3\n")) << ini;
 }
@@ -335,6 +336,30 @@ TEST(SessionQuestions, AskedValuesBeatDefaultsAndEndWithTheInput) {
   EXPECT_TRUE(silent.shows("clocks/px"));
   const Outcome batch = Session(folder).input("4\n").run("-AAll -B -fstubAlpha");
   EXPECT_FALSE(batch.shows("] = "));
+}
+
+TEST(SessionQuestions, EachGroupIsAskedForByItsOwnWord) {
+  const struct {
+    const char* keys;
+    const char* asked;
+  } cases[] = {{"-ATiming", "Method"}, {"-AParams", "Common"}, {"-AMisalign", "VectorAlign"}};
+  for (const auto& c : cases) {
+    const TempFolder folder;
+    const Outcome outcome = Session(folder)
+                                .setup([] {
+                                  static tzDefault<int> common("Common", "", 3);
+                                  tzRegParm(common);
+                                  harnesskit::registerStubs();
+                                })
+                                .input("\n\n\n\n\n\n\n\n\n")
+                                .run(std::string(c.keys) + " -fAlpha");
+    for (const char* name : {"Method", "Common", "VectorAlign", "Length"}) {
+      const bool asked = !outcome.lines(name + std::string(" {")).empty() ||
+                         !outcome.lines(name + std::string(" [")).empty() ||
+                         !outcome.lines(name + std::string(" by Byte, 0..63 [")).empty();
+      EXPECT_EQ(std::string(name) == c.asked, asked) << c.keys << " " << name;
+    }
+  }
 }
 
 TEST(SessionHot, OnlyHotFunctionsRun) {

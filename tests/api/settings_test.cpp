@@ -1,3 +1,5 @@
+#include <climits>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -72,8 +74,55 @@ TEST_F(SettingsTest, UnusableValuesAreReplacedAndTold) {
   readTimingMethod();
   EXPECT_EQ(g_tool.getMethod(), tzTool::BEST) << "the method in force stays";
   EXPECT_EQ(g_tool.minLoops, 1);
-  EXPECT_THAT(m_console.text(), HasSubstr("-Invalid value of Method = Guess\n"));
+  EXPECT_THAT(m_console.text(), HasSubstr("-Invalid value of Method = Guess\n"))
+      << "the info text alone";
   EXPECT_THAT(m_console.text(), HasSubstr("-Invalid value of StartNumLoops = few\n"));
+}
+
+TEST_F(SettingsTest, NumbersBeyondTheirTypeAreClampedLikeOthers) {
+  g_istrm.setPreset("Method=Manual");
+  const struct {
+    const char* text;
+    int loops;
+  } cases[] = {{"99999999999", INT_MAX},
+               {"-99999999999999999999999", 1},
+               {"0x1FFFFFFFF", INT_MAX},
+               {"2147483648", INT_MAX}};
+  for (const auto& c : cases) {
+    g_istrm.setPreset("NumLoops", c.text);
+    readTimingMethod();
+    EXPECT_EQ(g_tool.loopCount, c.loops) << c.text;
+    EXPECT_THAT(m_console.take(),
+                HasSubstr(std::string("-- NumLoops = ") + c.text + " is not allowed: "));
+  }
+  g_istrm.setPreset("NumLoops", "inf");
+  readTimingMethod();
+  EXPECT_THAT(m_console.take(), HasSubstr("-Invalid value of NumLoops = inf\n"));
+}
+
+TEST_F(SettingsTest, APreviewTellsWhatWillBeUsedAndChangesNothing) {
+  g_istrm.setPreset("Method=xyz");
+  g_istrm.setPreset("Accuracy=1000");
+  const int mistakes = tzMistakes::count();
+  EXPECT_EQ(tzPreviewTool().getMethod(), tzTool::AUTO);
+  EXPECT_DOUBLE_EQ(tzPreviewTool().accuracyLimit, 1);
+  g_istrm.setPreset("Method=Man");
+  EXPECT_EQ(tzPreviewTool().getMethod(), tzTool::LOOP);
+  EXPECT_EQ(g_tool.getMethod(), tzTool::AUTO);
+  EXPECT_DOUBLE_EQ(g_tool.accuracyLimit, 0.05);
+  EXPECT_EQ(m_console.text(), "");
+  EXPECT_EQ(tzMistakes::count(), mistakes);
+}
+
+TEST_F(SettingsTest, TheTimeLimitOfARowIsInSeconds) {
+  readTimeLimit();
+  EXPECT_EQ(m_console.take(), " TimeLimit = 10\n");
+  g_istrm.setPreset("TimeLimit=2.5");
+  readTimeLimit();
+  EXPECT_EQ(g_tool.timeLimit, 2.5);
+  g_istrm.setPreset("TimeLimit=0");
+  readTimeLimit();
+  EXPECT_EQ(g_tool.timeLimit, 0.1);
 }
 
 TEST_F(SettingsTest, PlacementGoesToTrackedMemory) {

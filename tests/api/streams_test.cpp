@@ -332,6 +332,18 @@ TEST(IdenticalLines, CellsAreComparedOneByOne) {
   EXPECT_EQ(console.text(), "");
 }
 
+TEST(CsvStream, StoppingWithoutLinesLeavesTheCheckOn) {
+  Console console;
+  tzCStream table;
+  table.identicalLinesStart(1);
+  EXPECT_FALSE(table.identicalLinesStop()) << "there is nothing to end yet";
+  table << "x"
+        << "\n"
+        << "x"
+        << "\n";
+  EXPECT_TRUE(table.identicalLinesStop());
+}
+
 TEST(Trace, StepsAreIndentedByTheirDepth) {
   Console console(L_ERR | L_WARN | L_PERF | L_TRACE);
   tzTrace trace;

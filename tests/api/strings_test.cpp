@@ -233,6 +233,18 @@ TEST(Names, EnumerationValuesAreReadByAbbreviation) {
   const char* const names[] = {"rndZero", "rndNear", "alias"};
   EXPECT_EQ(enumString(5, values, names, 3), "rndZero");
   EXPECT_EQ(enumString(9, values, names, 3), "9");
+  const std::pair<const tzNameTable&, const char*> tables[] = {
+      {tzRoundNames, "zero|near|"},
+      {tzHintNames, "none|fast|accurate|"},
+      {tzCompareNames, "LT|LE|EQ|GT|"},
+      {tzNormNames, "divFwdByN|divInvByN|divBySqrtN|nodivByAny|"}};
+  for (const auto& [table, all] : tables) {
+    std::string joined;
+    for (int i = 0; i < table.count; ++i) {
+      joined += enumString(table.values[i], table.values, table.names, table.count).str() + "|";
+    }
+    EXPECT_EQ(joined, all);
+  }
   EXPECT_EQ(enumValue("ne", tzRoundNames.values, tzRoundNames.names, tzRoundNames.count), 1);
   EXPECT_EQ(enumValue("NEAR", values, names, 3, 3), 6);
   EXPECT_EQ(enumValue("rnd", values, names, 3, 3), 5);

@@ -162,8 +162,25 @@ TEST_F(Tool, AnUnsteadyFunctionIsRunUpToTheBoundAndSaysSo) {
   EXPECT_THAT(script.loops, ElementsAre(1, 4, 8, 16, 16, 16, 30, 30, 30));
   EXPECT_EQ(tool.funcClocks, 100);
   EXPECT_EQ(tool.infoText, "nLps=30 acc=50.0%");
-  EXPECT_EQ(tool.resultText, "wrong measure accuracy, actual accuracy = 50.0%");
+  EXPECT_EQ(tool.resultText, "successfullyactual accuracy = 50.0%") << "added to what is there";
   EXPECT_EQ(console.text(), "");
+}
+
+TEST_F(Tool, UnsteadySamplesStartAgainFourTimesAsLong) {
+  tool.setMethodBest(1, 50, 1);
+  loop({{100}, {104}, {150}, {104}, {100}});  // two runs agree, the samples after them do not
+  EXPECT_THAT(script.loops, ElementsAre(1, 4, 4, 4, 16));
+}
+
+TEST_F(Tool, TheInitialisationRunsBeforeLoopsOnlyWhereTheStatusIsChecked) {
+  for (const bool check : {false, true}) {
+    calls = {};
+    script.loops.clear();
+    script.runs = {{100}};
+    tool.checkCtrl = check;
+    tool.timing(scriptedLoop, nullptr, nullptr, countedInit);
+    EXPECT_EQ(calls.init, check ? 2 : 0);
+  }
 }
 
 TEST_F(Tool, ABoundBelowTheSecondRunEndsAfterTheFirst) {
@@ -216,9 +233,9 @@ TEST_F(Tool, AMeasurementThatStaysTooShortFailsAndPrintsItsTraceOnce) {
     loop({{0.5}});
     EXPECT_EQ(console.take(), detail ? trace : "");
   }
-  g_ostrm.setOutLevel(23);  // tracing without detail
+  g_ostrm.setOutLevel(23);  // tracing, which did not ask for this detail
   loop({{0.5}});
-  EXPECT_THAT(console.take(), HasSubstr(trace));
+  EXPECT_THAT(console.take(), Not(HasSubstr(trace)));
 }
 
 TEST_F(Tool, ALargerStartingCountThatIsTooShortFailsAtOnce) {
@@ -244,15 +261,60 @@ TEST_F(Tool, ClocksThatVanishInALaterRunFailTheMeasurement) {
   EXPECT_EQ(loop({{50}, {-3}}), TZ_ACCURFAIL) << "a counter that runs backwards";
 }
 
-TEST_F(Tool, AFailedFunctionIsNotCalledAgain) {
+TEST_F(Tool, AFailureIsKeptThroughTheIterations) {
   const Shot bad{100, TZ_FUNCFAIL};
   EXPECT_EQ(loop({bad}), TZ_FUNCFAIL);
   EXPECT_THAT(script.loops, ElementsAre(1));
-  EXPECT_EQ(loop({{100}, bad}), TZ_FUNCFAIL);
-  EXPECT_THAT(script.loops, ElementsAre(1, 4));
+  EXPECT_EQ(loop({{200}, bad, {100}}), TZ_FUNCFAIL);
+  EXPECT_THAT(script.loops, ElementsAre(1, 4, 8)) << "the iterations go on";
   EXPECT_EQ(loop({{103}, {100}, bad}), TZ_FUNCFAIL);
-  EXPECT_THAT(script.loops, ElementsAre(1, 4, 4));
+  EXPECT_THAT(script.loops, ElementsAre(1, 4, 4)) << "samples of it are worth nothing";
   EXPECT_EQ(tool.resultText, "lib function error");
+  // After a crash nobody knows what the function left behind.
+  EXPECT_EQ(loop({{200}, {100, TZ_OK, [] { std::raise(SIGSEGV); }}}), TZ_EXCPTFAIL);
+  EXPECT_THAT(script.loops, ElementsAre(1, 4));
+}
+
+// Time that passes as the runs say: a thousandth of a second a repetition for each clock.
+double s_seconds = 0;
+
+TEST_F(Tool, TheTimeLimitEndsTheRepetitionsAndSaysSo) {
+  struct Case {
+    double perLoop;
+    std::vector<double> spread;  // of the runs, in turn
+    std::vector<int> loops;
+    tzResult result;
+    const char* note;
+  };
+  const Case cases[] = {
+      {1, {1, 1}, {1, 4}, TZ_OK, "nLps=4"},
+      {1, {1, 2, 1, 2, 1, 2}, {1, 4, 8, 8}, TZ_ACCURWRN, "nLps=8 acc=33.3% time limit"},
+      // The second sample of one would be the first run after the limit.
+      {15, {1}, {1}, TZ_ACCURWRN, "nLps=1 acc=100.0% time limit"},
+      // No time for four, but for two more of one.
+      {2, {1.02, 1, 1}, {1, 1, 1}, TZ_ACCURWRN, "nLps=1 time limit"},
+  };
+  tzTool::m_pSeconds = [] { return s_seconds; };
+  tool.timeLimit = 8;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.note);
+    std::vector<Shot> runs;
+    for (const double factor : c.spread) {
+      runs.emplace_back(1000 * factor, TZ_OK, [&c] {
+        const int n = script.loops.back();
+        s_seconds += (c.perLoop == 1 ? 0.3 : c.perLoop) * n;
+      });
+    }
+    EXPECT_EQ(loop(runs), c.result);
+    EXPECT_EQ(script.loops, c.loops);
+    EXPECT_EQ(tool.infoText, c.note);
+    const bool limited = tool.infoText.find("time limit") >= 0;
+    EXPECT_EQ(console.take(),
+              limited ? "-- The time limit of a row, 8 s, ended the repetitions\n" : "");
+  }
+  tool.timeLimit = 0;
+  EXPECT_EQ(loop({{1000, TZ_OK, [] { s_seconds += 1e6; }}}), TZ_OK) << "0 is no limit";
+  tzTool::m_pSeconds = nullptr;
 }
 
 TEST_F(Tool, AWarningIsKeptAndTheMeasurementGoesOn) {
@@ -552,31 +614,6 @@ TEST_F(Tool, CountsThatWouldOutgrowAnIntStopAtTheLargest) {
   EXPECT_EQ(loop({{1e9}}), TZ_ACCURFAIL);
 }
 
-TEST_F(Tool, SettersClampAndShift) {
-  tool.setMethodBest(3, 10, 77);
-  int from = 0, to = 0;
-  long long clocks = 0;
-  tool.getMethodBest(from, to, clocks);
-  EXPECT_THAT((std::vector<long long>{from, to, clocks}), ElementsAre(3, 24, 77));
-  tool.setMethodBest(-5, 3, 1);
-  tool.getMethodBest(from, to, clocks);
-  EXPECT_THAT((std::vector<long long>{from, to}), ElementsAre(1, 3));
-  tool.setMethodLoop(0);
-  EXPECT_EQ(tool.loopCount, 1);
-
-  struct Shift {
-    int factor, min, max;
-  };
-  for (const Shift& s :
-       {Shift{1, 0, 1024}, Shift{-2, 4, 8192}, Shift{11, 0, 1}, Shift{12, 0, 0},
-        Shift{-19, 1 << 19, 1 << 30}, Shift{-20, 1 << 20, INT_MAX}, Shift{-31, INT_MAX, INT_MAX},
-        Shift{40, 0, 0}, Shift{INT_MAX, 0, 0}, Shift{INT_MIN, INT_MAX, INT_MAX}, Shift{0, 0, 0}}) {
-    tool.setLoopFactor(s.factor);
-    EXPECT_EQ(tool.autoMinLoops, s.min) << s.factor;
-    EXPECT_EQ(tool.autoMaxLoops, s.max) << s.factor;
-  }
-}
-
 TEST_F(Tool, ResetForgetsResultsAndKeepsSettings) {
   tool.setMethodBest(2, 40, 50);
   tool.accuracyLimit = 0.2;
@@ -593,32 +630,6 @@ TEST_F(Tool, ResetForgetsResultsAndKeepsSettings) {
   EXPECT_EQ(tool.maxLoops, 40);
   EXPECT_EQ(tool.accuracyLimit, 0.2);
   EXPECT_TRUE(tool.checkCtrl);
-}
-
-TEST(ToolTexts, AccuraciesAndClocks) {
-  EXPECT_EQ(tzTool::getAccuracyStr(0.05), "5.0%");
-  EXPECT_EQ(tzTool::getAccuracyStr(0.00123), "0.12%");
-  EXPECT_EQ(tzTool::getAccuracyStr(0.0099), "0.99%");
-  EXPECT_EQ(tzTool::getAccuracyStr(0.01), "1.0%");
-  EXPECT_EQ(tzTool::getAccuracyStr(0.00012), "0.01%");
-  EXPECT_EQ(tzTool::clockStr(2147483647), "2147483647");
-  EXPECT_EQ(tzTool::clockStr(2147483648), "2147483640");
-  EXPECT_EQ(tzTool::clockStr(123456789012), "123456789000");
-  EXPECT_EQ(tzTool::clockStr(-5), "-5");
-  EXPECT_EQ(tzTool::clockStr(LLONG_MAX), "9223372030000000000");
-}
-
-TEST(ToolFigures, SpreadAndBest) {
-  EXPECT_DOUBLE_EQ(tzTool::computeAccuracy(95, 105), 0.1);
-  EXPECT_EQ(tzTool::computeAccuracy(0.0, 0.0), 1.0);
-  const double samples[] = {90, 100, 140};
-  double mean = 0;
-  EXPECT_DOUBLE_EQ(tzTool::computeAccuracy(samples, 3, &mean), 30.0 / 110);
-  EXPECT_DOUBLE_EQ(mean, 110);
-  EXPECT_EQ(tzTool::computeAccuracy(samples, 0, &mean), 0);
-  EXPECT_EQ(tzTool::computeBest(samples, 3), 90);
-  EXPECT_EQ(tzTool::computeBest(samples + 1, 2), 100);
-  EXPECT_EQ(tzTool::computeBest(samples + 2, 1), 140);
 }
 
 }  // namespace

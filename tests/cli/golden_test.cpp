@@ -165,7 +165,7 @@ const Row ROWS[] = {
      {},
      0,
      "",
-     "\n\n\n\n\n\n4\n"},
+     "\n\n\n\n\n\n\n4\n"},
     {"-AAll -B", {"-AAll%ANY%ignored: batch mode", ALPHA}, {"] = "}, {}, 0, "", "Manual\n"},
     {"-d Length=32 -fAlpha", {"Length=32%ANY%25.0 clocks"}, {"Length=8"}, {}},
     {"-i -fAlpha",
@@ -238,6 +238,8 @@ const Row ROWS[] = {
     {"-m -fAlpha", {"memory info written to"}, {}, {"stub_mem.csv"}},
     {"-V -fAlpha", {"compared with their references first"}, {}, {}},
     {"-VONLY -fAlpha", {"compared with their references only"}, {"clocks/px"}, {}},
+    {"-W -fAlpha", {"nothing is measured unless", ALPHA}, {}, {}},
+    {"-W -x", {"incorrect option key", "The run is not started"}, {"clocks/px"}, {}, 2},
 };
 
 // The first expectation that the outcome does not meet.

@@ -32,6 +32,10 @@ class TemporaryFolder {
     std::ofstream(m_path / name, std::ios::binary) << contents;
     return path(name);
   }
+  /// How many files there are.
+  int list() const {
+    return static_cast<int>(std::distance(std::filesystem::directory_iterator(m_path), {}));
+  }
   /// The contents of a file; empty when there is none.
   std::string read(const std::string& name) const {
     std::ifstream file(m_path / name, std::ios::binary);

@@ -178,6 +178,7 @@ TEST(Func, ChannelCodes) {
   }
   EXPECT_TRUE(rkFunc("rkdiCopy_8u_C3CR").coi());
   EXPECT_TRUE(rkFunc("rkdiMul_8u_C1RSfs").scale());
+  EXPECT_TRUE(rkFunc("rkdiCopy_8u_C1MR").mask());
 }
 
 TEST(Func, OrderPutsVariantsBesideTheirPlainForm) {
@@ -196,11 +197,23 @@ TEST(Func, OrderPutsVariantsBesideTheirPlainForm) {
 }
 
 TEST(Type, TextsValuesAndLibraryConstants) {
-  for (const char* text : {"8u", "16u", "32u", "64u", "8s", "16s", "32s", "64s", "32f", "64f",
-                           "16uc", "8sc", "16sc", "32sc", "64sc", "32fc", "64fc"}) {
+  const struct {
+    const char* text;
+    int value;
+    RkdDataType constant;
+  } types[] = {
+      {"8u", 8, rkd8u},        {"16u", 16, rkd16u},     {"32u", 32, rkd32u},
+      {"64u", 64, rkd64u},     {"8s", 264, rkd8s},      {"16s", 272, rkd16s},
+      {"32s", 288, rkd32s},    {"64s", 320, rkd64s},    {"32f", 544, rkd32f},
+      {"64f", 576, rkd64f},    {"16uc", 1040, rkd16uc}, {"8sc", 1288, rkd8sc},
+      {"16sc", 1296, rkd16sc}, {"32sc", 1312, rkd32sc}, {"64sc", 1344, rkd64sc},
+      {"32fc", 1568, rkd32fc}, {"64fc", 1600, rkd64fc},
+  };
+  for (const auto& [text, value, constant] : types) {
     const rkType type = stringToType(text);
+    EXPECT_EQ(type, value) << text;
     EXPECT_EQ(typeToString(type), text);
-    EXPECT_NE(rkdType(type), rkdTypeUndef) << text;
+    EXPECT_EQ(rkdType(type), constant) << text;
     EXPECT_EQ(elementSize(type), std::stoi(text) / 8 * (isComplex(type) ? 2 : 1)) << text;
     EXPECT_EQ(isComplex(type), std::string(text).ends_with("c"));
     EXPECT_EQ(isFloat(type), std::string(text).find('f') != std::string::npos);

@@ -458,6 +458,15 @@ TEST_F(Image, ZonePlate) {
   }
   EXPECT_FALSE(image.setJaehne(-1));
   EXPECT_FALSE(image.setJaehne(std::nan("")));
+  // Every plane is the same picture, whole and of its own.
+  rkImage planes;
+  planes.init(rk8u, 3, true);
+  ASSERT_TRUE(planes.createImage(31, 16) && planes.setConst(0, 0) && planes.setJaehne(100));
+  for (int i = 0; i < 3 * 31 * 16; ++i) {
+    const int x = i % 31, y = i / 31 % 16, c = i / 31 / 16;
+    ASSERT_EQ(*static_cast<uint8_t*>(planes.getPointerAt(x, y, c)),
+              *static_cast<uint8_t*>(image.getPointerAt(x, y, 0)));
+  }
 
   double magnitude = 1e9, offset = 1;
   EXPECT_TRUE(updateJaehneMagn(rk8u, magnitude, offset));
