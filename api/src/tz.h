@@ -3,6 +3,8 @@
 #pragma once
 
 #include "tzconditions.h"
+#include "tzinfotests.h"
+#include "tzkeyactions.h"
 #include "tzkeys.h"
 #include "tzregistry.h"
 #include "tzsession.h"
@@ -12,7 +14,3 @@
 /// tracked memory. `main` calls nothing else.
 /// @return the exit code
 int tzMain(int argc, char** argv);
-
-/// Appends the information tests (processor, operating system, host) to the test list. A session
-/// calls it once, so that they run, are listed and are selected like any other test.
-void tzRegInfoTests();

@@ -12,7 +12,6 @@
 #include <ctime>
 
 #include "tzcpu.h"
-#include "tztool.h"
 
 int tzCpuTicker::m_freqMHz = 0;
 
@@ -166,10 +165,4 @@ tzHost::tzHost() : m_text{} {
   // A name that does not fit comes back cut and without its end.
   if (gethostname(m_text, sizeof(m_text) - 1) != 0)
     std::snprintf(m_text, sizeof(m_text), "unknown");
-}
-
-tzString usecString(const tzTool& tool) {
-  tzString text("");
-  const int mhz = tzCpuTicker::getFreq();
-  return mhz == 0 ? text : text << tool.funcClocks / mhz;
 }

@@ -5,8 +5,6 @@
 
 #include "tzstring.h"
 
-class tzTool;
-
 /// One read of the time-stamp counter: a single instruction, not serialised.
 inline unsigned long long rkd_get_quorvex_counter() { return __builtin_ia32_rdtsc(); }
 
@@ -96,6 +94,3 @@ class tzHost {
  private:
   char m_text[1024];
 };
-
-/// Microseconds per call of the tool's last measurement; empty where the frequency is not known.
-tzString usecString(const tzTool& tool);

@@ -1,13 +1,11 @@
 #include "tzconditions.h"
 
-#include "tzsession.h"
-#include "tztest.h"
+#include "tzistream.h"
+#include "tzrequest.h"
+
+tzStringList* g_hotList = nullptr;
 
 namespace tzcondition {
-
-tzString functionName(const tzTest& test) { return test.funcName(); }
-
-tzString testName(const tzTest& test) { return test.regText(); }
 
 bool contains(const tzString& text, const tzString& pattern) { return text.find(pattern) >= 0; }
 
@@ -57,36 +55,24 @@ int getCondition(tzString& arg) {
   return arg.empty() ? CONDITION_EMPTY : form;
 }
 
-namespace {
+bool RunCondition_ini::tobeRun(const tzTest* test) const {
+  return tzIsIniFunction(tzcondition::functionName(*test));
+}
 
-template <class Plain, class And, class Not, class Equal>
-void addCondition(tzString arg, tzSession* session) {
-  switch (getCondition(arg)) {
-    case CONDITION_PLAIN:
-      session->addCondition(new Plain(arg));
-      break;
-    case CONDITION_AND:
-      session->addCondition(new And(arg));
-      break;
-    case CONDITION_NOT:
-      session->addCondition(new Not(arg));
-      break;
-    case CONDITION_EQUAL:
-      session->addCondition(new Equal(arg));
-      break;
-    default:
-      break;  // the key's echo has said that the pattern is empty
+bool tzIsIniFunction(const tzString& function) {
+  return !g_request.iniFunctionsOnly || g_istrm.hasIniSection(function);
+}
+
+int tzRegHotFunction(const tzString& name) {
+  if (g_hotList == nullptr) g_hotList = new tzStringList;
+  g_hotList->push_back(name);
+  return 1;
+}
+
+bool tzIsHotFunction(const tzString& name) {
+  if (g_hotList == nullptr) return false;
+  for (const tzString& hot : *g_hotList) {
+    if (hot == name) return true;
   }
-}
-
-}  // namespace
-
-void f_apply(const tzString& arg, tzSession* session) {
-  addCondition<RunCondition_f, RunCondition_fAnd, RunCondition_fNot, RunCondition_fEqual>(arg,
-                                                                                          session);
-}
-
-void t_apply(const tzString& arg, tzSession* session) {
-  addCondition<RunCondition_t, RunCondition_tAnd, RunCondition_tNot, RunCondition_tEqual>(arg,
-                                                                                          session);
+  return false;
 }

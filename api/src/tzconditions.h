@@ -5,7 +5,6 @@
 #include "tzlist.h"
 #include "tzstring.h"
 
-class tzSession;
 class tzTest;
 
 /// One condition. Conditions of the any-of group are alternatives; those of the all-of group must
@@ -30,7 +29,8 @@ class RunCondition {
 };
 
 namespace tzcondition {
-/// The texts of a test that conditions look at, and the ways of looking; all case-sensitive.
+/// The texts of a test that conditions look at (tests tell them), and the ways of looking; all
+/// case-sensitive.
 tzString functionName(const tzTest& test);
 tzString testName(const tzTest& test);
 bool contains(const tzString& text, const tzString& pattern);
@@ -92,6 +92,20 @@ enum tzConditionForm {
 /// Classifies `arg` by its sign and removes the sign. Nothing left: CONDITION_EMPTY.
 int getCondition(tzString& arg);
 
-/// Apply functions of the keys -f and -t: add the condition that `arg` describes to the session.
-void f_apply(const tzString& arg, tzSession* session);
-void t_apply(const tzString& arg, tzSession* session);
+/// Under -P: functions that the ini file names, whatever else is selected.
+class RunCondition_ini : public RunCondition {
+ public:
+  RunCondition_ini() : RunCondition(ALL_OF, "") {}
+  bool tobeRun(const tzTest* test) const override;
+};
+
+/// Whether -P lets tests of this function run; true without -P.
+bool tzIsIniFunction(const tzString& function);
+
+/// The functions of most interest (key -H): null until the first registration, which makes the
+/// list, because suites register from static initialisers whose order is not fixed.
+extern tzStringList* g_hotList;
+/// @return 1, so that a unit can keep it in a file-scope integer
+int tzRegHotFunction(const tzString& name);
+/// Whether `name` is exactly one of the hot functions.
+bool tzIsHotFunction(const tzString& name);

@@ -2,7 +2,6 @@
 
 #include "tzcpu.h"
 #include "tzostream.h"
-#include "tzreport.h"
 
 RkdCpuType (*rkd_GetCpuType)() = nullptr;
 int (*rkd_GetNumCoresOnDie)() = nullptr;
@@ -110,6 +109,20 @@ int setRkdEnvironment() {
   fillIn(rkd_SetNumThreads, s_rkdSetNumThreads);
   return 1;
 }
+
+namespace {
+
+// Made on first use: libraries may be registered before this unit's objects exist.
+tzStringList& libInfo() {
+  static tzStringList list;
+  return list;
+}
+
+}  // namespace
+
+void tzRegLibInfo(const tzString& info) { libInfo().push_back(info); }
+
+const tzStringList& tzLibInfo() { return libInfo(); }
 
 void setRkdLibInfo() {
   if (rkdVersionList == nullptr || rkdVersionList->empty()) return;

@@ -51,8 +51,12 @@ int tzRegRkdVersion(tzRkdVersionFunc function);
 /// Calls the registered environment function and fills the entry points that are still null.
 /// @return 1
 int setRkdEnvironment();
-/// Hands name, version and build date of every linked library to the title report.
+/// Adds name, version and build date of every linked library to the list that the title shows.
 void setRkdLibInfo();
+/// Adds one library's name, version and build date to it.
+void tzRegLibInfo(const tzString& info);
+/// What was added, in order.
+const tzStringList& tzLibInfo();
 /// Applies s_cpuType; falls back to the library's own choice when the library refuses it.
 void initStaticCpu();
 /// Applies s_numThreads; a refusal is only told.

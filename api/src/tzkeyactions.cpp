@@ -136,6 +136,40 @@ tzString tellCondition(Text what, Text arg) {
 
 }  // namespace
 
+namespace {
+
+template <class Plain, class And, class Not, class Equal>
+void addCondition(tzString arg, tzSession* session) {
+  switch (getCondition(arg)) {
+    case CONDITION_PLAIN:
+      session->addCondition(new Plain(arg));
+      break;
+    case CONDITION_AND:
+      session->addCondition(new And(arg));
+      break;
+    case CONDITION_NOT:
+      session->addCondition(new Not(arg));
+      break;
+    case CONDITION_EQUAL:
+      session->addCondition(new Equal(arg));
+      break;
+    default:
+      break;  // the key's echo has said that the pattern is empty
+  }
+}
+
+}  // namespace
+
+void f_apply(const tzString& arg, tzSession* session) {
+  addCondition<RunCondition_f, RunCondition_fAnd, RunCondition_fNot, RunCondition_fEqual>(arg,
+                                                                                          session);
+}
+
+void t_apply(const tzString& arg, tzSession* session) {
+  addCondition<RunCondition_t, RunCondition_tAnd, RunCondition_tNot, RunCondition_tEqual>(arg,
+                                                                                          session);
+}
+
 namespace tzkeyaction {
 
 const tzKeyAction batch = {nullptr,
@@ -305,7 +339,7 @@ const tzKeyAction dataUse = {
       return arg.toLower() == tzString("u") ? nullptr : "incorrect measuring mode";
     },
     [](Text) -> tzString { return "functions measured with data set & use"; },
-    [](Text, tzSession*) { g_tool.callMode = true; }};
+    [](Text, tzSession*) { g_tool.setCallMode(true); }};
 
 const tzKeyAction cache = {nullptr,
                            [](Text) -> tzString { return "data in cache and out of cache"; },

@@ -15,6 +15,10 @@ struct tzKeyAction {
   void (*apply)(const tzString& arg, tzSession* session);
 };
 
+/// Apply functions of the keys -f and -t: add the condition that `arg` describes to the session.
+void f_apply(const tzString& arg, tzSession* session);
+void t_apply(const tzString& arg, tzSession* session);
+
 namespace tzkeyaction {
 extern const tzKeyAction batch, ask, preset, iniRead, iniWrite, iniFunctions, text, textAppend,
     level, results, resultsAppend, names, namesOnly, summary, summaryAppend, signalFile,

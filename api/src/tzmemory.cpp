@@ -5,7 +5,6 @@
 
 #include "tzcstream.h"
 #include "tzostream.h"
-#include "tztest.h"
 
 namespace {
 
@@ -20,6 +19,12 @@ constexpr std::ptrdiff_t HEAP_OFFSET = 192;  ///< rounded down to a boundary it 
 
 constexpr int MAX_SHIFT = 32768;
 
+// Made on first use: static initialisers may allocate.
+tzString& memoryUser() {
+  static tzString user;
+  return user;
+}
+
 // One event goes to the console, at its level, and to the memory table.
 void traceAddress(const char* event, const Address& address) {
   const void* const base = address.base;
@@ -30,9 +35,7 @@ void traceAddress(const char* event, const Address& address) {
     g_ostrm.endMessage();
   }
   if (!g_mstrm.hasTargets()) return;
-  const tzTest* const test = tzTest::m_pCurrentTest;
-  g_mstrm << (test != nullptr ? test->funcName() : tzString()) << event << address.size << base
-          << aligned << "\n";
+  g_mstrm << memoryUser() << event << address.size << base << aligned << "\n";
 }
 
 }  // namespace
@@ -124,6 +127,8 @@ void* AddressList::getNext(int* size, tzObject** object) {
 }
 
 void AddressList::restart() { m_cursor = begin(); }
+
+void tzSetMemoryUser(const tzString& name) { memoryUser() = name; }
 
 // Tracked buffers -------------------------------------------------------------------------------
 

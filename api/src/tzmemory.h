@@ -11,6 +11,7 @@
 
 #include "tzlist.h"
 #include "tzobject.h"
+#include "tzstring.h"
 
 /// @name Owners that are no test-data object
 /// @{
@@ -78,6 +79,9 @@ class AddressList : public tzList<Address> {
 
 /// Null until the first allocation.
 extern AddressList* pAddressList;
+
+/// Whose buffers those allocated and freed from now on are, in the words of the memory table.
+void tzSetMemoryUser(const tzString& name);
 
 /// Allocates a tracked buffer; parameters as tz_malloc.
 /// @return null when there is no memory, after a line at level ERR

@@ -71,6 +71,20 @@ int tzParse::parse(tzString& a, tzString& b, tzString& c, const tzString& separa
   return count;
 }
 
+// What a string does by splitting itself.
+
+int tzString::parse(tzStringList& words, const tzString& separators) const {
+  return tzParse(*this).parse(words, separators);
+}
+
+int tzString::parse(tzString& a, tzString& b, const tzString& separators) const {
+  return tzParse(*this).parse(a, b, separators);
+}
+
+int tzString::parse(tzString& a, tzString& b, tzString& c, const tzString& separators) const {
+  return tzParse(*this).parse(a, b, c, separators);
+}
+
 tzString flagString(int value, const int* flags, const char* const* names, int count) {
   tzString text;
   for (int i = 0; i < count; ++i) {

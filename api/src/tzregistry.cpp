@@ -6,7 +6,6 @@
 
 tzTestList* g_testList = nullptr;
 tzList<tzParameter*>* g_parmList = nullptr;
-tzStringList* g_hotList = nullptr;
 tzParmRegistrar g_parmRegistrar = nullptr;
 
 namespace {
@@ -42,12 +41,6 @@ int tzRegParm(tzParameter& parm) {
   return 1;
 }
 
-int tzRegHotFunction(const tzString& name) {
-  tzStringList& list = made(g_hotList);
-  list.push_back(name);
-  return 1;
-}
-
 int tzRegParmFunction(tzParmRegistrar function) {
   g_parmRegistrar = function;
   return 1;
@@ -61,14 +54,6 @@ int tzRegCmdLine(const tzString& line) {
 const tzString& tzGetCmdLine() { return cmdLine(); }
 
 tzTestList& tzGetTestList() { return made(g_testList); }
-
-bool tzIsHotFunction(const tzString& name) {
-  if (g_hotList == nullptr) return false;
-  for (const tzString& hot : *g_hotList) {
-    if (hot == name) return true;
-  }
-  return false;
-}
 
 void deleteTestList() {
   if (g_testList == nullptr) return;
@@ -101,13 +86,13 @@ bool tzTestList::passesStart(const tzTest& test) {
 }
 
 void tzTestList::runTest(tzTest& test) {
-  tzTest::m_pCurrentTest = &test;
+  tzTest::setCurrent(&test);
   beforeTest();
   const tzResult result = test.run();
   afterTest(&test);
   // A test that returns 0 after having ended OK chose not to be counted.
   if (result != TZ_UNDEFINED || test.lastResult() != TZ_OK) plus(result);
-  tzTest::m_pCurrentTest = nullptr;
+  tzTest::setCurrent(nullptr);
 }
 
 void tzTestList::plus(tzResult result) {

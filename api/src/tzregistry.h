@@ -4,11 +4,11 @@
 
 #include <ctime>
 
+#include "tzconditions.h"
 #include "tzlist.h"
 #include "tzresult.h"
 #include "tzstring.h"
 
-class tzConditions;
 class tzParameter;
 class tzTest;
 
@@ -53,7 +53,6 @@ class tzTestList : public tzList<tzTest*> {
 /// register from static initialisers whose order is not fixed.
 extern tzTestList* g_testList;
 extern tzList<tzParameter*>* g_parmList;
-extern tzStringList* g_hotList;
 
 /// A function that registers further parameters once the command line is known.
 using tzParmRegistrar = int (*)();
@@ -63,7 +62,6 @@ extern tzParmRegistrar g_parmRegistrar;
 /// @{
 int tzRegTest(tzTest* test);                      ///< the list owns the test from now on
 int tzRegParm(tzParameter& parm);                 ///< a common parameter; stays owned by its unit
-int tzRegHotFunction(const tzString& name);       ///< a function of most interest (key -H)
 int tzRegParmFunction(tzParmRegistrar function);  ///< called before common parameters are read
 int tzRegCmdLine(const tzString& line);           ///< a fixed command line of this build
 /// @}
@@ -73,9 +71,6 @@ const tzString& tzGetCmdLine();
 
 /// The test list, made empty when nothing was registered.
 tzTestList& tzGetTestList();
-
-/// Whether `name` is exactly one of the hot functions.
-bool tzIsHotFunction(const tzString& name);
 
 /// Destroys every test and the list. Does nothing without a list.
 void deleteTestList();

@@ -1,8 +1,11 @@
+// The layout of reports.
+#include "tzreportformat.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
-#include "tzreport.h"
+#include "tzcstream.h"
 
 namespace {
 
@@ -121,4 +124,21 @@ tzString cutoffNL(const tzString& text) {
 tzString tzTimeString(time_t time) {
   char text[64];
   return ctime_r(&time, text) != nullptr ? cutoffNL(text) : tzString("");
+}
+
+void tzReport::add(const tzString& key, const tzString& value) {
+  m_pairs.push_back(key);
+  m_pairs.push_back(value);
+}
+
+void tzReport::putPairs(tzCStream& table) const {
+  tzForEachPair(pairs(), [&table](const tzString& key, const tzString& value) {
+    table << key << value << "\n";
+  });
+}
+
+tzString tzReportLabel(const tzString& key, tzLabelWidth width) {
+  char text[64];
+  std::snprintf(text, sizeof text, "%-*s: ", width, key.c_str());
+  return text;
 }

@@ -3,7 +3,6 @@
 #pragma once
 
 #include "tzlist.h"
-#include "tzreport.h"
 #include "tzstring.h"
 
 class tzCStream;

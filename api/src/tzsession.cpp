@@ -4,13 +4,16 @@
 #include <memory>
 #include <utility>
 
-#include "tz.h"
+#include "tzinfotests.h"
+#include "tzregistry.h"
+#include "tztest.h"
 #include "tzcstream.h"
 #include "tzenv.h"
 #include "tzinterrupt.h"
 #include "tzistream.h"
 #include "tzparm.h"
 #include "tzreport.h"
+#include "tzrequest.h"
 #include "tzsettings.h"
 #include "tztrace.h"
 
@@ -22,15 +25,6 @@ int tzRegSession(tzSession* session) {
 }
 
 namespace {
-
-// Under -P: functions that the ini file names, whatever else is selected.
-class RunCondition_ini : public RunCondition {
- public:
-  RunCondition_ini() : RunCondition(ALL_OF, "") {}
-  bool tobeRun(const tzTest* test) const override {
-    return g_session->isIniFunction(test->funcName());
-  }
-};
 
 bool isInformation(const tzTest& test) { return test.funcName().find("__tz") == 0; }
 
@@ -76,16 +70,6 @@ void tzSession::addOutFile(tzOutFile kind, const tzString& name, bool append, co
   const tzString path = genOutPath(name, extension(kind));
   m_outFiles[kind].push_back({path, append});
   m_files.claim(path, tzFiles::WRITTEN, by);
-}
-
-bool tzSession::isIniFunction(const tzString& function) const {
-  return !m_iniFunctionsOnly || g_istrm.hasIniSection(function);
-}
-
-bool tzSession::setIniSection(const tzString& function) {
-  if (!isIniFunction(function)) return false;
-  g_istrm.setIniSection(function);
-  return true;
 }
 
 // ---- the run ----
@@ -143,13 +127,13 @@ bool tzSession::isAnySelected() {
 
 // Under -W: finds out, before anything is measured, what the tests would ask for.
 bool tzSession::isAllUsed() {
-  const int askMode = std::exchange(m_askMode, ASK_NONE);
+  const bool asksTests = std::exchange(g_request.asksTests, false);
   const int outLevel = g_ostrm.outLevel();
   g_ostrm.setOutLevel(outLevel & (L_ERR | L_WARN));
   visitTests([](tzTest&) {});
   tellUnused();
   g_ostrm.setOutLevel(outLevel);
-  m_askMode = askMode;
+  g_request.asksTests = asksTests;
   if (tzMistakes::count() == 0) return true;
   g_ostrm << L_ERR << "-- The run is not started: not everything that was given is used (-W)\n"
           << L_END;
@@ -240,11 +224,12 @@ template <class Visit>
 void tzSession::visitTests(Visit visit) {
   for (tzTest* test : tzGetTestList()) {
     if (tzInterrupt::signal() != 0) break;
-    if (!test->tobeRun(m_conditions) || !setIniSection(test->funcName())) continue;
-    tzTest::m_pCurrentTest = test;
+    if (!test->tobeRun(m_conditions) || !tzIsIniFunction(test->funcName())) continue;
+    g_istrm.setIniSection(test->funcName());
+    tzTest::setCurrent(test);
     g_ostrm << "\n Function   : " << test->funcName() << "\n";
     if (test->prepareParms()) visit(*test);
-    tzTest::m_pCurrentTest = nullptr;
+    tzTest::setCurrent(nullptr);
   }
   g_istrm.setIniSection(tzIStream::COMMON_SECTION);
 }

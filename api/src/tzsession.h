@@ -165,14 +165,6 @@ class tzSession {
   bool isAsk(int mode) const { return !m_batch && (m_askMode & mode) != 0; }
   /// -I: the run writes the ini file and measures nothing.
   bool isIniWrite() const { return m_iniWrite.given; }
-  /// -q+: parameter-name lines go into the result table.
-  bool isNamesInResults() const { return m_namesInResults; }
-  /// Selects the ini section of `function` for the next test.
-  /// @return false only under -P when the ini file has no such section: the test measures nothing
-  ///         and is not counted
-  bool setIniSection(const tzString& function);
-  /// Whether -P lets a test of this function run; true without -P.
-  bool isIniFunction(const tzString& function) const;
   tzConditions& conditions() { return m_conditions; }
   /// @}
 
@@ -190,6 +182,7 @@ class tzSession {
   void findExecutable(const char* argv0);
   void collectWords(int argc, char** argv);
   void fixExitLevel();
+  void fillRequest() const;
   void applyDirectories();
   void applyKeys();
   bool isOverruled(const tzCommandKey& command) const;

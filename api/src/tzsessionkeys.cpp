@@ -10,6 +10,7 @@
 #include "tzcstream.h"
 #include "tzistream.h"
 #include "tzregistry.h"
+#include "tzrequest.h"
 #include "tzsession.h"
 
 namespace {
@@ -210,7 +211,23 @@ void tzSession::applyKeys() {
   }
 }
 
+// What tests and reports will want to know.
+void tzSession::fillRequest() const {
+  g_request.asksTiming = isAsk(ASK_TIMING);
+  g_request.asksTests = isAsk(ASK_TESTS);
+  g_request.namesInResults = m_namesInResults;
+  g_request.iniFunctionsOnly = m_iniFunctionsOnly;
+  g_request.program = m_exePath.getFileName();
+  g_request.selection = "";
+  for (const tzCommandKey& key : m_commands) {
+    if (tzString("ftFPHCV").find(key.key) < 0) continue;
+    if (!g_request.selection.empty()) g_request.selection += " ";
+    g_request.selection += key.word();
+  }
+}
+
 bool tzSession::updateOptions() {
+  fillRequest();
   g_ostrm.setOutLevel(m_levelMode != 0 ? m_levelMode : DEFAULT_MASK);
   if (m_insist && tzMistakes::count() != 0) {
     g_ostrm << L_ERR << "-- The run is not started: not everything that was given is used (-W)\n"

@@ -182,15 +182,15 @@ void readDataOffset() {
 }
 
 void readAccuracy() {
-  BoundedParm<double> accuracy("Accuracy", "Accuracy, %", g_tool.accuracyLimit * PERCENT,
+  BoundedParm<double> accuracy("Accuracy", "Accuracy, %", g_tool.accuracyLimit() * PERCENT,
                                MIN_ACCURACY, MAX_ACCURACY);
-  g_tool.accuracyLimit = settle(accuracy) / PERCENT;
+  g_tool.setAccuracyLimit(settle(accuracy) / PERCENT);
 }
 
 void readTimeLimit() {
-  BoundedParm<double> limit("TimeLimit", "TimeLimit of a row, s", g_tool.timeLimit, MIN_TIME_LIMIT,
-                            MAX_TIME_LIMIT);
-  g_tool.timeLimit = settle(limit);
+  BoundedParm<double> limit("TimeLimit", "TimeLimit of a row, s", g_tool.timeLimit(),
+                            MIN_TIME_LIMIT, MAX_TIME_LIMIT);
+  g_tool.setTimeLimit(settle(limit));
 }
 
 tzTool tzPreviewTool() {

@@ -11,8 +11,6 @@
 #include <limits>
 #include <utility>
 
-#include "tzparse.h"
-
 namespace {
 
 std::size_t positive(int n) { return static_cast<std::size_t>(std::max(n, 0)); }
@@ -182,18 +180,6 @@ tzString tzString::getFileTitle() const {
   const tzString name = getFileName();
   const int dot = name.rfind(".");
   return dot < 0 ? name : name.substr(0, dot);
-}
-
-int tzString::parse(tzStringList& words, const tzString& separators) const {
-  return tzParse(*this).parse(words, separators);
-}
-
-int tzString::parse(tzString& a, tzString& b, const tzString& separators) const {
-  return tzParse(*this).parse(a, b, separators);
-}
-
-int tzString::parse(tzString& a, tzString& b, tzString& c, const tzString& separators) const {
-  return tzParse(*this).parse(a, b, c, separators);
 }
 
 tzString& tzString::appendSigned(long long value) { return *this += formatted("%lld", value); }

@@ -10,10 +10,10 @@
 #include "tzexception.h"
 #include "tzinterrupt.h"
 #include "tzistream.h"
+#include "tzmemory.h"
 #include "tzostream.h"
-#include "tzregistry.h"
-#include "tzreport.h"
-#include "tzsession.h"
+#include "tzrequest.h"
+#include "tztestreport.h"
 #include "tztrace.h"
 
 tzResult tzTest::m_currentResult = TZ_UNDEFINED;
@@ -26,6 +26,11 @@ int tzTest::m_numParmsColm = 0;
 int tzTest::m_numResultColm = 0;
 tzString tzTest::m_startFunc;
 tzTest* tzTest::m_pCurrentTest = nullptr;
+
+void tzTest::setCurrent(tzTest* test) {
+  m_pCurrentTest = test;
+  tzSetMemoryUser(test != nullptr ? test->m_name : tzString());
+}
 
 namespace {
 
@@ -77,6 +82,10 @@ class CacheState : public tzParameter {
 };
 
 }  // namespace
+
+tzString tzcondition::functionName(const tzTest& test) { return test.funcName(); }
+
+tzString tzcondition::testName(const tzTest& test) { return test.regText(); }
 
 tzTest::tzTest(tzCallFunc call, tzInitFunc init, tzLoopFunc loop, tzStatFunc stat,
                const tzString& name, const tzString& source, const tzString& regText)
@@ -209,7 +218,7 @@ bool tzTest::beginRun() {
   bool selected = true;
   step("setIniSection", [&] {
     m_sectionBefore = g_istrm.setIniSection(m_name);
-    if (g_session != nullptr) selected = g_session->setIniSection(m_name);
+    selected = tzIsIniFunction(m_name);
   });
   // The test list does not count a test that returns 0 with a last result of OK.
   m_lastResult = selected ? TZ_UNDEFINED : TZ_OK;
@@ -220,7 +229,7 @@ bool tzTest::beginRun() {
 void tzTest::runSteps() {
   step("beginTest", [&] { beginTest(); });
   printTitle();
-  if (m_tool.callMode && m_call == nullptr) {
+  if (m_tool.callMode() && m_call == nullptr) {
     printNotSupportTiming("no call function to measure with its data set-up (-SU)");
     return;
   }
@@ -324,7 +333,7 @@ bool tzTest::prepareParms() {
 }
 
 void tzTest::parmsFromIstrm() {
-  const tzConsoleAsking asking(g_session != nullptr && g_session->isAsk(ASK_TESTS));
+  const tzConsoleAsking asking(g_request.asksTests);
   for (tzParameter* parm : m_parms) parm->fromIStream(g_istrm);
 }
 
@@ -429,7 +438,7 @@ void tzTest::measureCombination() {
   m_stateRefused = m_cacheIterator != nullptr && !m_cacheIterator->validateSize();
   if (m_stateRefused) return;
   // Only timing through the call function resets the vectors, between calls.
-  if (m_tool.callMode) reserveAllVectors();
+  if (m_tool.callMode()) reserveAllVectors();
   if (m_hot == 2 && !isHotLine()) {
     g_ostrm << L_PERF << "  measuring is omitted: not hot line\n" << L_END;
     return;
@@ -453,8 +462,7 @@ bool tzTest::verifyCombination() {
   }
   m_verified = verdict == TZ_OK;
   if (m_verified && thenTime) return true;
-  m_tool.result = verdict;
-  m_tool.resultText = note;
+  m_tool.setVerdict(verdict, note);
   judge(verdict);
   return false;
 }

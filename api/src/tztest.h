@@ -197,6 +197,7 @@ class tzTest {
   static int m_numResultColm;       ///< cells from the clocks on
   static tzString m_startFunc;      ///< the -F text, empty once met or when not given
   static tzTest* m_pCurrentTest;    ///< the test being run, null between tests
+  static void setCurrent(tzTest* test);
 
  protected:
   /// @name Steps of run, for overrides of it

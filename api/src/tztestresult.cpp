@@ -8,7 +8,7 @@
 #include "tzcstream.h"
 #include "tzostream.h"
 #include "tzparm.h"
-#include "tzsession.h"
+#include "tzrequest.h"
 #include "tztest.h"
 
 namespace {
@@ -61,12 +61,12 @@ tzString tzTest::formatClocks(double clocks) const {
 
 double tzTest::clocksPerElement() const {
   const double divisor = getDivisor();
-  const double clocks = m_tool.funcClocks;
+  const double clocks = m_tool.funcClocks();
   return divisor > 0 && std::isfinite(clocks) ? clocks / divisor : 0;
 }
 
 tzString tzTest::measureNote() const {
-  tzString note = m_tool.infoText;
+  tzString note = m_tool.infoText();
   const auto add = [&note](const tzString& text) {
     if (!note.empty() && !text.empty()) note += " ";
     note += text;
@@ -116,7 +116,7 @@ void tzTest::putTextParms(int level) {
 
 void tzTest::putTextError(tzResult result) {
   const tzString reason =
-      m_tool.resultText.empty() ? tzString(tzResultString(result)) : m_tool.resultText;
+      m_tool.resultText().empty() ? tzString(tzResultString(result)) : m_tool.resultText();
   g_ostrm << L_ERR << "-- " << tzResultName(result) << ": ";
   putTextParms(L_ERR);
   g_ostrm << "- " << reason << "\n" << L_ENDFLUSH;
@@ -187,7 +187,7 @@ void tzTest::putTableName() {
   nameRow();
   g_cstrm.tableFlush();
   if (g_qstrm.hasTargets()) putTableNameLine(g_qstrm);
-  if (g_session != nullptr && g_session->isNamesInResults()) putTableNameLine(g_cstrm);
+  if (g_request.namesInResults) putTableNameLine(g_cstrm);
 }
 
 void tzTest::putTableNameLine(tzCStream& table) {

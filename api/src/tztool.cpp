@@ -37,28 +37,28 @@ tzTool* toolOfFunction = nullptr;
 
 tzResult _funcLoop(int n, long long* clocks) {
   const tzResult code = toolFunction(*toolOfFunction, n);
-  *clocks = tzCpuTicker::getClockFactor() * toolOfFunction->numClocks;
+  *clocks = tzCpuTicker::getClockFactor() * toolOfFunction->numClocks();
   return code;
 }
 
 }  // namespace
 
 tzTool::tzTool()
-    : accuracyLimit(0.05),
-      timeLimit(10),
-      method(AUTO),
-      loopCount(10),
-      minLoops(defaultMinLoops),
-      maxLoops(defaultMaxLoops),
-      statMode(false),
-      callMode(false),
-      minClocks(100),
-      minCalls(12),
-      maxClocks(10000),
-      checkCtrl(false),
-      checkCtrlNow(false),
-      autoMinLoops(0),
-      autoMaxLoops(0) {
+    : m_accuracyLimit(0.05),
+      m_timeLimit(10),
+      m_method(AUTO),
+      m_loopCount(10),
+      m_minLoops(defaultMinLoops),
+      m_maxLoops(defaultMaxLoops),
+      m_statMode(false),
+      m_callMode(false),
+      m_minClocks(100),
+      m_minCalls(12),
+      m_maxClocks(10000),
+      m_checkCtrl(false),
+      m_checkCtrlNow(false),
+      m_autoMinLoops(0),
+      m_autoMaxLoops(0) {
   reset();
 }
 
@@ -69,48 +69,48 @@ double tzTool::seconds() {
 }
 
 void tzTool::reset() {
-  result = TZ_UNDEFINED;
-  funcClocks = 0;
-  numLoops = 0;
-  numClocks = 0;
-  accuracy = 1.0;
-  resultText.clear();
-  infoText.clear();
-  funcLoop = nullptr;
-  funcStat = nullptr;
-  funcCall = nullptr;
-  funcInit = nullptr;
-  startTime = stopTime = time(nullptr);
+  m_result = TZ_UNDEFINED;
+  m_funcClocks = 0;
+  m_numLoops = 0;
+  m_numClocks = 0;
+  m_accuracy = 1.0;
+  m_resultText.clear();
+  m_infoText.clear();
+  m_funcLoop = nullptr;
+  m_funcStat = nullptr;
+  m_funcCall = nullptr;
+  m_funcInit = nullptr;
+  m_startTime = m_stopTime = time(nullptr);
 }
 
 void tzTool::setMethodLoop(int n) {
-  method = LOOP;
-  loopCount = std::max(n, 1);
+  m_method = LOOP;
+  m_loopCount = std::max(n, 1);
 }
 
 void tzTool::setMethodStat(int calls, long long clocks) {
-  method = STAT;
-  minCalls = calls;
-  maxClocks = clocks;
+  m_method = STAT;
+  m_minCalls = calls;
+  m_maxClocks = clocks;
 }
 
 void tzTool::setMethodBest(int from, int to, long long clocks) {
-  method = BEST;
-  minLoops = std::max(from, 1);
+  m_method = BEST;
+  m_minLoops = std::max(from, 1);
   const long long eightfold = 8LL * from;
-  maxLoops = std::max(static_cast<int>(std::clamp<long long>(eightfold, INT_MIN, INT_MAX)), to);
-  minClocks = clocks;
+  m_maxLoops = std::max(static_cast<int>(std::clamp<long long>(eightfold, INT_MIN, INT_MAX)), to);
+  m_minClocks = clocks;
 }
 
 void tzTool::getMethodStat(int& calls, long long& clocks) const {
-  calls = minCalls;
-  clocks = maxClocks;
+  calls = m_minCalls;
+  clocks = m_maxClocks;
 }
 
 void tzTool::getMethodBest(int& from, int& to, long long& clocks) const {
-  from = minLoops;
-  to = maxLoops;
-  clocks = minClocks;
+  from = m_minLoops;
+  to = m_maxLoops;
+  clocks = m_minClocks;
 }
 
 void tzTool::getAutoParameters(int& from, int& to, long long& clocks) {
@@ -120,8 +120,8 @@ void tzTool::getAutoParameters(int& from, int& to, long long& clocks) {
 }
 
 void tzTool::setLoopFactor(int f) {
-  autoMinLoops = f == 0 ? 0 : shifted(defaultMinLoops, -static_cast<long long>(f));
-  autoMaxLoops = f == 0 ? 0 : shifted(defaultMaxLoops, -static_cast<long long>(f));
+  m_autoMinLoops = f == 0 ? 0 : shifted(defaultMinLoops, -static_cast<long long>(f));
+  m_autoMaxLoops = f == 0 ? 0 : shifted(defaultMaxLoops, -static_cast<long long>(f));
 }
 
 void tzTool::ctrlStart() { g_ctrlWatch.start(); }
@@ -188,18 +188,27 @@ tzResult tzTool::timing(tzLoopFunc loop, tzStatFunc stat, tzCallFunc call, tzIni
                " No one of funcLoop, funcStat or funcCall is registered in the test.\n"
             << L_END;
     updateResult(TZ_FAIL);
-    return result;
+    return m_result;
   }
-  if (callMode && !call) return result;  // nothing to call: was not run
-  funcLoop = loop;
-  funcStat = stat;
-  funcCall = call;
-  funcInit = init;
+  if (m_callMode && !call) return m_result;  // nothing to call: was not run
+  setFunctions(loop, stat, call, init);
   return dispatch();
 }
 
+void tzTool::setFunctions(tzLoopFunc loop, tzStatFunc stat, tzCallFunc call, tzInitFunc init) {
+  m_funcLoop = loop;
+  m_funcStat = stat;
+  m_funcCall = call;
+  m_funcInit = init;
+}
+
+void tzTool::setVerdict(tzResult result, const tzString& text) {
+  m_result = result;
+  m_resultText = text;
+}
+
 tzResult tzTool::dispatch() {
-  switch (method) {
+  switch (m_method) {
     case AUTO: {
       const tzTraceScope scope("autoTiming");
       autoTiming();
@@ -207,40 +216,40 @@ tzResult tzTool::dispatch() {
     }
     case LOOP: {
       const tzTraceScope scope("customLoopTiming");
-      if (!funcLoop && !funcCall) {
+      if (!m_funcLoop && !m_funcCall) {
         g_ostrm << L_ERR
                 << " ATTENTION! The test cannot execute Manual loop timing.\n"
                    " Statistic timing will be run instead.\n"
                 << L_END;
-        setMethodStat(loopCount, 0);
-        return timing(nullptr, funcStat, nullptr, funcInit);
+        setMethodStat(m_loopCount, 0);
+        return timing(nullptr, m_funcStat, nullptr, m_funcInit);
       }
       loopTiming();
       break;
     }
     case STAT: {
       const tzTraceScope scope("statisticTiming");
-      if (!funcStat && !funcCall) {
+      if (!m_funcStat && !m_funcCall) {
         g_ostrm << L_ERR
                 << " ATTENTION! The test cannot execute Statistic timing.\n"
                    " Manual loop timing will be run instead.\n"
                 << L_END;
-        setMethodLoop(minCalls);
-        return timing(funcLoop, nullptr, nullptr, funcInit);
+        setMethodLoop(m_minCalls);
+        return timing(m_funcLoop, nullptr, nullptr, m_funcInit);
       }
       statTiming();
       break;
     }
     case BEST: {
       const tzTraceScope scope("iterativeTiming");
-      bestTiming(minLoops, maxLoops, minClocks);
+      bestTiming(m_minLoops, m_maxLoops, m_minClocks);
       break;
     }
     default:
-      result = internalError(746);
+      m_result = internalError(746);
       break;
   }
-  return result;
+  return m_result;
 }
 
 // The file and the numbers are names of places that users and scripts know; they do not move with
@@ -254,9 +263,9 @@ tzResult tzTool::internalError(int line) {
 }
 
 void tzTool::updateResult(tzResult code) {
-  if (code <= result) return;
-  result = code;
-  resultText = tzResultString(code);
+  if (code <= m_result) return;
+  m_result = code;
+  m_resultText = tzResultString(code);
 }
 
 void tzTool::autoTiming() {
@@ -264,71 +273,71 @@ void tzTool::autoTiming() {
   int to = 0;
   long long clocks = 0;
   getAutoParameters(from, to, clocks);
-  bestTiming(autoMinLoops ? autoMinLoops : from, autoMaxLoops ? autoMaxLoops : to, clocks);
+  bestTiming(m_autoMinLoops ? m_autoMinLoops : from, m_autoMaxLoops ? m_autoMaxLoops : to, clocks);
 }
 
 void tzTool::loopTiming() {
   tzToolLog log;
   log << "    Manual method: \n"
-      << "        numLoops   = " << loopCount << "\n";
+      << "        numLoops   = " << m_loopCount << "\n";
   log.writeInfo();
-  numLoops = loopCount;
-  runTimFunc(loopCount, funcClocks, true);
-  accuracy = 0;
-  infoText << "nLps=" << loopCount;
-  log << "        funcClocks = " << funcClocks << "\n"
-      << "        result     = " << resultText << "\n";
+  m_numLoops = m_loopCount;
+  runTimFunc(m_loopCount, m_funcClocks, true);
+  m_accuracy = 0;
+  m_infoText << "nLps=" << m_loopCount;
+  log << "        funcClocks = " << m_funcClocks << "\n"
+      << "        result     = " << m_resultText << "\n";
   log.writeInfo();
 }
 
 void tzTool::statTiming() {
   tzToolLog log;
   log << "    Statistical method:\n"
-      << "        minCalls   = " << minCalls << "\n"
-      << "        maxClocks  = " << clockStr(maxClocks) << "\n";
+      << "        minCalls   = " << m_minCalls << "\n"
+      << "        maxClocks  = " << clockStr(m_maxClocks) << "\n";
   log.writeInfo();
-  int calls = minCalls;
+  int calls = m_minCalls;
   {
     const tzTraceScope scope("runTimFuncStat");
-    runTimFuncStat(maxClocks, calls, funcClocks);
+    runTimFuncStat(m_maxClocks, calls, m_funcClocks);
   }
-  numLoops = calls;
-  accuracy = 0;
-  infoText << "nCalls=" << calls;
+  m_numLoops = calls;
+  m_accuracy = 0;
+  m_infoText << "nCalls=" << calls;
   log << "        numCalls   = " << calls << "\n"
-      << "        funcClocks = " << funcClocks << "\n"
-      << "        result     = " << resultText << "\n";
+      << "        funcClocks = " << m_funcClocks << "\n"
+      << "        result     = " << m_resultText << "\n";
   log.writeInfo();
 }
 
 void tzTool::runTimFunc(int n, double& clocksPerCall, bool forceLoop) {
-  const Path path = forceLoop || !statMode ? Path::LOOP : Path::STAT;
+  const Path path = forceLoop || !m_statMode ? Path::LOOP : Path::STAT;
   int made = n;
   for (int attempt = 0; attempt < 2; ++attempt) {
     tzInterrupt::check();
     made = n;
-    numClocks = 0;
-    updateResult(runOnce(path, made, numClocks));
-    if (tzIsFailure(result) || numClocks > 0) break;
+    m_numClocks = 0;
+    updateResult(runOnce(path, made, m_numClocks));
+    if (tzIsFailure(m_result) || m_numClocks > 0) break;
   }
-  clocksPerCall = made > 0 ? static_cast<double>(numClocks) / made : 0;
+  clocksPerCall = made > 0 ? static_cast<double>(m_numClocks) / made : 0;
 }
 
 void tzTool::runTimFuncStat(long long budget, int& calls, double& clocksPerCall) {
-  numClocks = budget;
-  updateResult(runOnce(Path::STAT, calls, numClocks));
-  clocksPerCall = calls > 0 ? static_cast<double>(numClocks) / calls : 0;
+  m_numClocks = budget;
+  updateResult(runOnce(Path::STAT, calls, m_numClocks));
+  clocksPerCall = calls > 0 ? static_cast<double>(m_numClocks) / calls : 0;
 }
 
 tzResult tzTool::runOnce(Path path, int& n, long long& clocks) {
   const tzCtrlKeeper keeper;
-  return callMode ? callGuarded(path, n, clocks) : runWatched(path, n, clocks);
+  return m_callMode ? callGuarded(path, n, clocks) : runWatched(path, n, clocks);
 }
 
 tzResult tzTool::runWatched(Path path, int& n, long long& clocks) {
-  if (checkCtrl && funcInit) {
+  if (m_checkCtrl && m_funcInit) {
     const tzTraceScope scope("initFunc call");
-    funcInit();
+    m_funcInit();
   }
   // Taken back however the run ends, an exception included.
   struct Bracket {
@@ -356,15 +365,21 @@ tzResult tzTool::callGuarded(Path path, int& n, long long& clocks) {
   if (guard.call([&] { code = callFunctions(path, n, clocks); })) return code;
   clocks = 0;
   updateResult(TZ_EXCPTFAIL);
-  resultText << ": " << guard.name() << ", " << guard.getInfo();
+  m_resultText << ": " << guard.name() << ", " << guard.getInfo();
   return TZ_EXCPTFAIL;
 }
 
 tzResult tzTool::callFunctions(Path path, int& n, long long& clocks) {
   if (path == Path::LOOP) {
-    if (funcLoop && !callMode) return funcLoop(n, &clocks);
-    return funcCall ? timCall_Loop(n, &clocks, callMode) : internalError(248);
+    if (m_funcLoop && !m_callMode) return m_funcLoop(n, &clocks);
+    return m_funcCall ? timCall_Loop(n, &clocks, m_callMode) : internalError(248);
   }
-  if (funcStat && !callMode) return funcStat(&n, &clocks);
-  return funcCall ? timCall_Stat(&n, &clocks, callMode) : internalError(257);
+  if (m_funcStat && !m_callMode) return m_funcStat(&n, &clocks);
+  return m_funcCall ? timCall_Stat(&n, &clocks, m_callMode) : internalError(257);
+}
+
+tzString usecString(const tzTool& tool) {
+  tzString text("");
+  const int mhz = tzCpuTicker::getFreq();
+  return mhz == 0 ? text : text << tool.funcClocks() / mhz;
 }

@@ -21,7 +21,7 @@ using tzStatFunc = tzResult (*)(int* n, long long* clocks);
 using tzCallFunc = int (*)();
 /// Runs before each run, and before each call in the generic loops.
 using tzInitFunc = int (*)();
-/// The older form: repeats `n` times and leaves the clocks in the tool's `numClocks`.
+/// The older form: repeats `n` times and leaves the clocks in the tool (setNumClocks).
 using tzToolFunc = tzResult (*)(tzTool& tool, int n);
 /// @}
 
@@ -38,7 +38,7 @@ class tzTool {
   tzTool& operator=(const tzTool&) = default;
 
   /// Measures by the method in force. Any pointer may be null, but not the first three together.
-  /// @return the worst result code met; clocks per call are in `funcClocks`
+  /// @return the worst result code met; clocks per call are in `funcClocks()`
   tzResult timing(tzLoopFunc loop, tzStatFunc stat, tzCallFunc call, tzInitFunc init);
   tzResult timing(tzToolFunc function);
 
@@ -47,14 +47,16 @@ class tzTool {
 
   /// @name Choosing a method
   /// @{
-  void setMethodAuto() { method = AUTO; }
+  void setMethodAuto() { m_method = AUTO; }
   void setMethodLoop(int n);
   void setMethodStat(int calls, long long clocks);
   /// At least `from` and at most max(8 `from`, `to`) repetitions, a run lasting at least `clocks`.
   void setMethodBest(int from, int to, long long clocks);
-  int getMethod() const { return method; }
-  bool getMethodAuto() const { return method == AUTO; }
-  void getMethodLoop(int& n) const { n = loopCount; }
+  int getMethod() const { return m_method; }
+  /// A Method; any other number makes `timing` report an internal error.
+  void setMethod(int method) { m_method = method; }
+  bool getMethodAuto() const { return m_method == AUTO; }
+  void getMethodLoop(int& n) const { n = m_loopCount; }
   void getMethodStat(int& calls, long long& clocks) const;
   void getMethodBest(int& from, int& to, long long& clocks) const;
   /// The bounds that the automatic method starts from.
@@ -64,8 +66,44 @@ class tzTool {
   void setLoopFactor(int f);
   /// @}
 
+  /// @name Settings beside the method
+  /// They outlive a measurement.
+  /// @{
+  double accuracyLimit() const { return m_accuracyLimit; }  ///< the accuracy that is good enough
+  void setAccuracyLimit(double limit) { m_accuracyLimit = limit; }
+  /// Seconds of repeating, automatic and best-of; 0: no limit.
+  double timeLimit() const { return m_timeLimit; }
+  void setTimeLimit(double seconds) { m_timeLimit = seconds; }
+  bool statMode() const { return m_statMode; }  ///< best-of runs time call by call
+  void setStatMode(bool on) { m_statMode = on; }
+  bool callMode() const { return m_callMode; }  ///< only the call, with its data set-up, is timed
+  void setCallMode(bool on) { m_callMode = on; }
+  bool checkCtrl() const { return m_checkCtrl; }  ///< avoid a modified control status
+  void setCheckCtrl(bool on) { m_checkCtrl = on; }
+  int autoMinLoops() const { return m_autoMinLoops; }  ///< of setLoopFactor; 0: none
+  int autoMaxLoops() const { return m_autoMaxLoops; }
+  /// @}
+
+  /// @name The last measurement
+  /// @{
+  tzResult result() const { return m_result; }                 ///< the worst code
+  const tzString& resultText() const { return m_resultText; }  ///< what went wrong, in words
+  const tzString& infoText() const { return m_infoText; }      ///< "nLps=64 acc=7.1%"
+  double funcClocks() const { return m_funcClocks; }           ///< clocks per call
+  int numLoops() const { return m_numLoops; }                  ///< repetitions of the last run
+  long long numClocks() const { return m_numClocks; }          ///< clocks of the last run
+  double accuracy() const { return m_accuracy; }               ///< 1 before it
+  /// For functions of the older form.
+  void setNumClocks(long long clocks) { m_numClocks = clocks; }
+  /// For whoever judges a function without timing it.
+  void setVerdict(tzResult result, const tzString& text);
+  /// @}
+
+  /// The functions that the generic timing works with; `timing` does the same.
+  void setFunctions(tzLoopFunc loop, tzStatFunc stat, tzCallFunc call, tzInitFunc init);
+
   /// For tests that time themselves.
-  void setFuncTicks(double clocks) { funcClocks = clocks; }
+  void setFuncTicks(double clocks) { m_funcClocks = clocks; }
 
   /// @name The control-status watch around a run
   /// @{
@@ -102,35 +140,6 @@ class tzTool {
   /// The tzPriority of every timed run.
   static int m_priority;
 
-  tzResult result;       ///< worst code of this measurement
-  double funcClocks;     ///< clocks per call
-  int numLoops;          ///< repetitions of the last run
-  double accuracyLimit;  ///< setting: the accuracy that is good enough
-  double timeLimit;      ///< setting, automatic and best-of: seconds of repeating; 0: no limit
-  int method;            ///< setting: a Method
-  int loopCount;         ///< setting, manual: repetitions
-  int minLoops;          ///< setting, best-of: lower bound
-  int maxLoops;          ///< setting, best-of: upper bound
-  bool statMode;         ///< setting: best-of runs time call by call
-  bool callMode;         ///< setting: only the call function, with its data set-up, is timed
-  long long minClocks;   ///< setting, best-of: clocks a run must last
-  int minCalls;          ///< setting, statistical: least number of calls
-  long long maxClocks;   ///< setting, statistical: clocks after which calls stop
-  bool checkCtrl;        ///< setting: avoid a modified control status
-  bool checkCtrlNow;     ///< `checkCtrl` of the best-of measurement under way
-  tzString resultText;   ///< what went wrong, in words
-  tzString infoText;     ///< note for the result line: "nLps=64 acc=7.1%"
-  long long numClocks;   ///< clocks of the last run
-  double accuracy;       ///< of the last measurement; 1 before it
-  int autoMinLoops;      ///< setting: replaces the automatic lower bound unless 0
-  int autoMaxLoops;      ///< setting: replaces the automatic upper bound unless 0
-  time_t startTime;      ///< of construction or the last reset
-  time_t stopTime;       ///< likewise
-  tzLoopFunc funcLoop;
-  tzStatFunc funcStat;
-  tzCallFunc funcCall;
-  tzInitFunc funcInit;
-
   /// @name Generic timing through the call function alone
   /// What lies inside the timed stretch is told at each; `resetVectors` calls the vector hook.
   /// @{
@@ -159,8 +168,40 @@ class tzTool {
   tzResult callGuarded(Path path, int& n, long long& clocks);
   tzResult callFunctions(Path path, int& n, long long& clocks);
 
-  friend class tzBestOf;
+  class BestOf;  // one measurement of that method
+
+  tzResult m_result;       ///< worst code of this measurement
+  double m_funcClocks;     ///< clocks per call
+  int m_numLoops;          ///< repetitions of the last run
+  double m_accuracyLimit;  ///< setting: the accuracy that is good enough
+  double m_timeLimit;      ///< setting, automatic and best-of: seconds of repeating; 0: no limit
+  int m_method;            ///< setting: a Method
+  int m_loopCount;         ///< setting, manual: repetitions
+  int m_minLoops;          ///< setting, best-of: lower bound
+  int m_maxLoops;          ///< setting, best-of: upper bound
+  bool m_statMode;         ///< setting: best-of runs time call by call
+  bool m_callMode;         ///< setting: only the call function, with its data set-up, is timed
+  long long m_minClocks;   ///< setting, best-of: clocks a run must last
+  int m_minCalls;          ///< setting, statistical: least number of calls
+  long long m_maxClocks;   ///< setting, statistical: clocks after which calls stop
+  bool m_checkCtrl;        ///< setting: avoid a modified control status
+  bool m_checkCtrlNow;     ///< `checkCtrl` of the best-of measurement under way
+  tzString m_resultText;   ///< what went wrong, in words
+  tzString m_infoText;     ///< note for the result line: "nLps=64 acc=7.1%"
+  long long m_numClocks;   ///< clocks of the last run
+  double m_accuracy;       ///< of the last measurement; 1 before it
+  int m_autoMinLoops;      ///< setting: replaces the automatic lower bound unless 0
+  int m_autoMaxLoops;      ///< setting: replaces the automatic upper bound unless 0
+  time_t m_startTime;      ///< of construction or the last reset
+  time_t m_stopTime;       ///< likewise
+  tzLoopFunc m_funcLoop;
+  tzStatFunc m_funcStat;
+  tzCallFunc m_funcCall;
+  tzInitFunc m_funcInit;
 };
+
+/// Microseconds per call of the tool's last measurement; empty where the frequency is not known.
+tzString usecString(const tzTool& tool);
 
 /// The session's tool: its settings are the defaults of every test.
 extern tzTool g_tool;

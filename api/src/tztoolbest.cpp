@@ -19,14 +19,14 @@ constexpr int numSamplesAfterBadStatus = 6;
 }  // namespace
 
 /// One measurement. Loop counts stay within an int: they stop growing at the largest one.
-class tzBestOf {
+class tzTool::BestOf {
  public:
-  tzBestOf(tzTool& tool, int from, int to, long long clocks)
+  BestOf(tzTool& tool, int from, int to, long long clocks)
       : m_tool(tool),
         m_loops(from),
         m_maxLoops(to),
         m_minClocks(clocks),
-        m_deadline(tzTool::seconds() + tool.timeLimit) {}
+        m_deadline(tzTool::seconds() + tool.m_timeLimit) {}
 
   void run();
 
@@ -47,7 +47,7 @@ class tzBestOf {
   void stop();
   void tellTimeLimit();
   void logResult(tzResult code);
-  const char* label() const { return m_tool.statMode ? "numCalls" : "numLoops"; }
+  const char* label() const { return m_tool.m_statMode ? "numCalls" : "numLoops"; }
 
   tzTool& m_tool;
   tzToolLog m_log;
@@ -61,12 +61,12 @@ class tzBestOf {
 };
 
 void tzTool::bestTiming(int from, int to, long long clocks) {
-  tzBestOf(*this, from, to, clocks).run();
+  BestOf(*this, from, to, clocks).run();
 }
 
-void tzBestOf::run() {
-  m_tool.checkCtrlNow = m_tool.checkCtrl;
-  if (!m_tool.funcStat && !m_tool.funcCall) m_tool.statMode = false;
+void tzTool::BestOf::run() {
+  m_tool.m_checkCtrlNow = m_tool.m_checkCtrl;
+  if (!m_tool.m_funcStat && !m_tool.m_funcCall) m_tool.m_statMode = false;
   m_log << "    Auto method: start\n"
         << "        minClocks  = " << tzTool::clockStr(m_minClocks) << "\n";
 
@@ -80,33 +80,33 @@ void tzBestOf::run() {
   if (next == Next::FAIL) m_log.writeError();
 }
 
-void tzBestOf::measure(int loops, double& clocks) {
+void tzTool::BestOf::measure(int loops, double& clocks) {
   const double before = tzTool::seconds();
   m_tool.runTimFunc(loops, clocks, false);
   m_secondsPerLoop = (tzTool::seconds() - before) / loops;
 }
 
 // Whether a run of so many repetitions, at the pace of the last one, would end after the limit.
-bool tzBestOf::isOutOfTime(int loops) {
-  if (m_tool.timeLimit <= 0) return false;
+bool tzTool::BestOf::isOutOfTime(int loops) {
+  if (m_tool.m_timeLimit <= 0) return false;
   const bool late = tzTool::seconds() + loops * m_secondsPerLoop > m_deadline;
   m_outOfTime = m_outOfTime || late;
   return late;
 }
 
-void tzBestOf::logResult(tzResult code) {
+void tzTool::BestOf::logResult(tzResult code) {
   m_log << "        result     = " << tzResultString(code) << "\n";
   m_log.writeInfo();
 }
 
-tzBestOf::Next tzBestOf::priorMeasurement() {
+tzTool::BestOf::Next tzTool::BestOf::priorMeasurement() {
   for (;;) {
     m_log << "    Prior Measurement: \n"
           << "        " << label() << "   = " << m_loops << "\n";
     m_log.writeInfo();
     const tzResult code = startIterations();
-    m_log << "        numClocks  = " << m_tool.numClocks << "\n"
-          << "        funcClocks = " << m_tool.funcClocks << "\n";
+    m_log << "        numClocks  = " << m_tool.m_numClocks << "\n"
+          << "        funcClocks = " << m_tool.m_funcClocks << "\n";
     logResult(code);
     if (code > TZ_ACCURFAIL) return Next::EXIT;
     if (code != TZ_ACCURFAIL) break;
@@ -115,21 +115,21 @@ tzBestOf::Next tzBestOf::priorMeasurement() {
     m_loops = timesUpTo(m_loops, 10);
     m_maxLoops = timesUpTo(m_maxLoops, 10);
   }
-  m_startLoops = timesUpTo(m_tool.numLoops, 4);
-  return m_tool.numLoops < m_maxLoops ? Next::GO_ON : Next::STOP;
+  m_startLoops = timesUpTo(m_tool.m_numLoops, 4);
+  return m_tool.m_numLoops < m_maxLoops ? Next::GO_ON : Next::STOP;
 }
 
-tzResult tzBestOf::startIterations() {
+tzResult tzTool::BestOf::startIterations() {
   // The product of a quotient may miss the clocks by a rounding error.
   constexpr double roundingError = 1e-12;
-  m_tool.numLoops = m_loops;
-  measure(m_loops, m_tool.funcClocks);
-  if (tzIsFailure(m_tool.result)) return m_tool.result;
-  const double clocks = m_loops * m_tool.funcClocks * (1 + roundingError);
+  m_tool.m_numLoops = m_loops;
+  measure(m_loops, m_tool.m_funcClocks);
+  if (tzIsFailure(m_tool.m_result)) return m_tool.m_result;
+  const double clocks = m_loops * m_tool.m_funcClocks * (1 + roundingError);
   return static_cast<double>(m_minClocks) > clocks ? TZ_ACCURFAIL : TZ_OK;
 }
 
-tzBestOf::Next tzBestOf::iterationMeasurement() {
+tzTool::BestOf::Next tzTool::BestOf::iterationMeasurement() {
   m_log << "    Iteration Measurement: \n"
         << "        startLoops = " << m_startLoops << "\n"
         << "        maxLoops   = " << m_maxLoops << "\n";
@@ -137,69 +137,70 @@ tzBestOf::Next tzBestOf::iterationMeasurement() {
   // No time to grow: what time is left goes into samples of the count that is there.
   const bool canGrow = !isOutOfTime(std::min(m_startLoops, m_maxLoops));
   const tzResult code = canGrow ? continueIterations() : TZ_ACCURWRN;
-  m_log << "        stopLoops  = " << m_tool.numLoops << "\n"
-        << "        stopClocks = " << m_tool.numClocks << "\n"
-        << "        accuracy   = " << tzTool::getAccuracyStr(m_tool.accuracy) << "\n"
-        << "        funcClocks = " << m_tool.funcClocks << "\n";
+  m_log << "        stopLoops  = " << m_tool.m_numLoops << "\n"
+        << "        stopClocks = " << m_tool.m_numClocks << "\n"
+        << "        accuracy   = " << tzTool::getAccuracyStr(m_tool.m_accuracy) << "\n"
+        << "        funcClocks = " << m_tool.m_funcClocks << "\n";
   logResult(code);
   return judgeIterations(code);
 }
 
-tzResult tzBestOf::continueIterations() {
-  m_tool.numLoops = std::min(m_startLoops, m_maxLoops);
-  double previous = m_tool.funcClocks;
+tzResult tzTool::BestOf::continueIterations() {
+  m_tool.m_numLoops = std::min(m_startLoops, m_maxLoops);
+  double previous = m_tool.m_funcClocks;
   for (;;) {
-    measure(m_tool.numLoops, m_tool.funcClocks);
+    measure(m_tool.m_numLoops, m_tool.m_funcClocks);
     // A function that crashed is not called again: nobody knows what it left behind.
-    if (m_tool.result == TZ_EXCPTFAIL) return m_tool.result;
-    if (m_tool.funcClocks <= 0) return TZ_ACCURFAIL;
-    m_tool.accuracy = tzTool::computeAccuracy(m_tool.funcClocks, previous);
-    if (m_tool.checkCtrlNow && m_tool.badCtrlStatus()) {
-      m_tool.numLoops /= 2;
-      m_tool.funcClocks = previous;
+    if (m_tool.m_result == TZ_EXCPTFAIL) return m_tool.m_result;
+    if (m_tool.m_funcClocks <= 0) return TZ_ACCURFAIL;
+    m_tool.m_accuracy = tzTool::computeAccuracy(m_tool.m_funcClocks, previous);
+    if (m_tool.m_checkCtrlNow && m_tool.badCtrlStatus()) {
+      m_tool.m_numLoops /= 2;
+      m_tool.m_funcClocks = previous;
       return TZ_BADSTSWRN;
     }
-    if (m_tool.accuracy <= m_tool.accuracyLimit) return TZ_OK;
-    if (m_tool.numLoops > m_maxLoops / 2 || isOutOfTime(2 * m_tool.numLoops)) return TZ_ACCURWRN;
-    previous = m_tool.funcClocks;
-    m_tool.numLoops *= 2;
+    if (m_tool.m_accuracy <= m_tool.m_accuracyLimit) return TZ_OK;
+    if (m_tool.m_numLoops > m_maxLoops / 2 || isOutOfTime(2 * m_tool.m_numLoops))
+      return TZ_ACCURWRN;
+    previous = m_tool.m_funcClocks;
+    m_tool.m_numLoops *= 2;
   }
 }
 
-tzBestOf::Next tzBestOf::judgeIterations(tzResult code) {
+tzTool::BestOf::Next tzTool::BestOf::judgeIterations(tzResult code) {
   if (code > TZ_ACCURFAIL) return Next::EXIT;
   if (code == TZ_ACCURFAIL) return tooShort();
   if (code == TZ_BADSTSWRN) return avoidBadStatus();
-  if (m_tool.accuracy <= excellentAccuracy) return Next::STOP;
+  if (m_tool.m_accuracy <= excellentAccuracy) return Next::STOP;
 
   m_log << "    Simple Measurements: \n";
-  code = repeatTiming(m_tool.numLoops, numSamples);
+  code = repeatTiming(m_tool.m_numLoops, numSamples);
   if (code > TZ_ACCURFAIL) return Next::EXIT;
   if (code == TZ_ACCURFAIL) return tooShort();
   if (code != TZ_ACCURWRN || m_outOfTime) return Next::STOP;
-  m_startLoops = timesUpTo(m_tool.numLoops, 4);
-  return m_tool.numLoops < m_maxLoops ? Next::GO_ON : Next::STOP;
+  m_startLoops = timesUpTo(m_tool.m_numLoops, 4);
+  return m_tool.m_numLoops < m_maxLoops ? Next::GO_ON : Next::STOP;
 }
 
 // With a clock factor of 1 every count is enough to call the function unmeasurable; only a counter
 // that ticks slower earns it longer runs.
-tzBestOf::Next tzBestOf::tooShort() {
+tzTool::BestOf::Next tzTool::BestOf::tooShort() {
   if (m_startLoops >= tzCpuTicker::getClockFactor()) return Next::FAIL;
   m_startLoops = timesUpTo(m_startLoops, 10);
   m_maxLoops = timesUpTo(m_maxLoops, 10);
-  return m_tool.numLoops < m_maxLoops ? Next::GO_ON : Next::STOP;
+  return m_tool.m_numLoops < m_maxLoops ? Next::GO_ON : Next::STOP;
 }
 
-tzBestOf::Next tzBestOf::avoidBadStatus() {
-  const double limit = 2 * m_tool.accuracyLimit;
+tzTool::BestOf::Next tzTool::BestOf::avoidBadStatus() {
+  const double limit = 2 * m_tool.m_accuracyLimit;
   m_tool.printBadCtrlStatus(true);
   g_ostrm << L_WARN << "-- Attempting to avoid bad control status\n" << L_END;
   m_log << "    Reduce loops to avoid bad ctrl status.\n"
         << "    Simple Measurements: \n";
   m_tool.clearCtrlStatus();
-  const tzResult code = repeatTiming(m_tool.numLoops, numSamplesAfterBadStatus);
+  const tzResult code = repeatTiming(m_tool.m_numLoops, numSamplesAfterBadStatus);
   if (tzIsFailure(code)) return Next::EXIT;
-  if (code == TZ_BADSTSWRN || m_tool.accuracy > limit) {
+  if (code == TZ_BADSTSWRN || m_tool.m_accuracy > limit) {
     m_log << "    Cannot avoid bad ctrl status\n";
     m_log.writeInfo();
     g_ostrm << L_WARN << "-- Attempt fails: "
@@ -212,49 +213,49 @@ tzBestOf::Next tzBestOf::avoidBadStatus() {
   return Next::STOP;
 }
 
-tzResult tzBestOf::repeatTiming(int loops, int count) {
+tzResult tzTool::BestOf::repeatTiming(int loops, int count) {
   std::vector<double> samples;
-  if (m_tool.numLoops == loops) samples.push_back(m_tool.funcClocks);
-  m_tool.numLoops = loops;
+  if (m_tool.m_numLoops == loops) samples.push_back(m_tool.m_funcClocks);
+  m_tool.m_numLoops = loops;
   while (samples.size() < static_cast<size_t>(count)) {
     if (!samples.empty() && isOutOfTime(loops)) break;
     double sample = 0;
     measure(loops, sample);
     m_log << "        " << label() << "   = " << loops << "\n"
-          << "        numClocks  = " << m_tool.numClocks << "\n"
+          << "        numClocks  = " << m_tool.m_numClocks << "\n"
           << "        funcClocks = " << sample << "\n";
-    if (tzIsFailure(m_tool.result)) {
-      logResult(m_tool.result);
-      return m_tool.result;
+    if (tzIsFailure(m_tool.m_result)) {
+      logResult(m_tool.m_result);
+      return m_tool.m_result;
     }
     samples.push_back(sample);
   }
   return judgeSamples(samples);
 }
 
-tzResult tzBestOf::judgeSamples(const std::vector<double>& samples) {
+tzResult tzTool::BestOf::judgeSamples(const std::vector<double>& samples) {
   const int count = static_cast<int>(samples.size());
   // One sample alone, for which there was no time to take others, agrees with nothing.
-  if (count > 1) m_tool.accuracy = tzTool::computeAccuracy(samples.data(), count);
-  m_tool.funcClocks = tzTool::computeBest(samples.data(), count);
-  tzResult code = m_tool.accuracy > m_tool.accuracyLimit ? TZ_ACCURWRN : TZ_OK;
-  if (m_tool.checkCtrlNow && m_tool.badCtrlStatus()) code = TZ_BADSTSWRN;
-  m_log << "        accuracy   = " << tzTool::getAccuracyStr(m_tool.accuracy) << "\n"
-        << "        bestClocks = " << m_tool.funcClocks << "\n"
+  if (count > 1) m_tool.m_accuracy = tzTool::computeAccuracy(samples.data(), count);
+  m_tool.m_funcClocks = tzTool::computeBest(samples.data(), count);
+  tzResult code = m_tool.m_accuracy > m_tool.m_accuracyLimit ? TZ_ACCURWRN : TZ_OK;
+  if (m_tool.m_checkCtrlNow && m_tool.badCtrlStatus()) code = TZ_BADSTSWRN;
+  m_log << "        accuracy   = " << tzTool::getAccuracyStr(m_tool.m_accuracy) << "\n"
+        << "        bestClocks = " << m_tool.m_funcClocks << "\n"
         << "        result     = " << tzResultString(code) << "\n";
-  m_tool.printBadCtrlStatus(m_tool.checkCtrlNow);
+  m_tool.printBadCtrlStatus(m_tool.m_checkCtrlNow);
   m_log.writeInfo();
   return code;
 }
 
-void tzBestOf::stop() {
-  m_tool.infoText << (m_tool.statMode ? "nCalls=" : "nLps=") << m_tool.numLoops;
-  if (m_tool.accuracy > m_tool.accuracyLimit) {
-    const tzString spread = tzTool::getAccuracyStr(m_tool.accuracy);
-    m_tool.infoText << " acc=" << spread;
-    if (m_tool.result < TZ_ACCURWRN) {
-      m_tool.result = TZ_ACCURWRN;
-      m_tool.resultText << "actual accuracy = " << spread;
+void tzTool::BestOf::stop() {
+  m_tool.m_infoText << (m_tool.m_statMode ? "nCalls=" : "nLps=") << m_tool.m_numLoops;
+  if (m_tool.m_accuracy > m_tool.m_accuracyLimit) {
+    const tzString spread = tzTool::getAccuracyStr(m_tool.m_accuracy);
+    m_tool.m_infoText << " acc=" << spread;
+    if (m_tool.m_result < TZ_ACCURWRN) {
+      m_tool.m_result = TZ_ACCURWRN;
+      m_tool.m_resultText << "actual accuracy = " << spread;
     }
   }
   if (m_outOfTime) tellTimeLimit();
@@ -262,11 +263,11 @@ void tzBestOf::stop() {
   m_log.writeInfo();
 }
 
-void tzBestOf::tellTimeLimit() {
+void tzTool::BestOf::tellTimeLimit() {
   tzString limit;
-  limit << m_tool.timeLimit << " s";
+  limit << m_tool.m_timeLimit << " s";
   m_tool.updateResult(TZ_ACCURWRN);
-  m_tool.infoText << " time limit";
+  m_tool.m_infoText << " time limit";
   g_ostrm << L_WARN << "-- The time limit of a row, " << limit << ", ended the repetitions\n"
           << L_END;
 }

@@ -23,26 +23,26 @@ bool keepStatus(int& kept, int status) {
 }  // namespace
 
 tzResult tzTool::timCall_Loop(int n, long long* clocks, bool resetVectors) {
-  if (!funcCall) return internalError(758);
-  if (funcInit) funcInit();
-  int status = funcCall();
+  if (!m_funcCall) return internalError(758);
+  if (m_funcInit) m_funcInit();
+  int status = m_funcCall();
   if (status < 0 && m_pCheckStatus) return m_pCheckStatus(status);
 
   const bool reset = resetVectors && m_pResetVectors;
   const unsigned long long first = rkd_get_quorvex_counter();
   for (int i = 0; i < n; ++i) {
-    if (funcInit) funcInit();
+    if (m_funcInit) m_funcInit();
     if (reset) m_pResetVectors();
-    if (!keepStatus(status, funcCall())) break;
+    if (!keepStatus(status, m_funcCall())) break;
   }
   *clocks = clocksBetween(first, rkd_get_quorvex_counter());
   return verdict(status);
 }
 
 tzResult tzTool::timCall_Stat(int* calls, long long* clocks, bool resetVectors) {
-  if (!funcCall) return internalError(795);
-  if (funcInit) funcInit();
-  int status = funcCall();
+  if (!m_funcCall) return internalError(795);
+  if (m_funcInit) m_funcInit();
+  int status = m_funcCall();
   if (status < 0 && m_pCheckStatus) return m_pCheckStatus(status);
 
   const bool reset = resetVectors && m_pResetVectors;
@@ -51,13 +51,13 @@ tzResult tzTool::timCall_Stat(int* calls, long long* clocks, bool resetVectors) 
   long long sum = 0;
   int made = 0;
   while (made < leastCalls || (sum < budget && made < INT_MAX)) {
-    if (funcInit) funcInit();
+    if (m_funcInit) m_funcInit();
     const unsigned long long first = rkd_get_quorvex_counter();
     if (reset) m_pResetVectors();
-    funcCall();
+    m_funcCall();
     sum += clocksBetween(first, rkd_get_quorvex_counter());
     // The second call, untimed, is the one whose status counts.
-    const bool good = keepStatus(status, funcCall());
+    const bool good = keepStatus(status, m_funcCall());
     ++made;
     if (!good) break;
   }

@@ -8,7 +8,6 @@
 
 #include "capture.h"
 #include "tzcpu.h"
-#include "tzreport.h"
 #include "tzsymbols.h"
 
 namespace {

@@ -151,7 +151,7 @@ TEST(Keys, SettersReachWhatTheySet) {
       {"-H only", [] { return std::to_string(tzTest::m_hot); }, "2"},
       {"-V", [] { return std::to_string(tzTest::m_verifyMode); }, "1"},
       {"-VONLY", [] { return std::to_string(tzTest::m_verifyMode); }, "2"},
-      {"-SU", [] { return std::to_string(g_tool.callMode); }, "1"},
+      {"-SU", [] { return std::to_string(g_tool.callMode()); }, "1"},
       {"-C", [] { return std::to_string(tzTest::m_cache); }, "1"},
       {"-d a=1 -d b=2 -d a=3", [] { return g_istrm.presets().find("a")->str(); }, "3"},
       {"-d a=1 -d b=2 -d a=3", [] { return g_istrm.presets().find("b")->str(); }, "2"},

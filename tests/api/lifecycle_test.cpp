@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "scripttest.h"
+#include "toolkit.h"
 #include "tzconditions.h"
 #include "tzctrl.h"
 #include "tzistream.h"
@@ -348,7 +349,7 @@ TEST(Lifecycle, EachRunTakesTheSessionsToolAfresh) {
   test.declare = [](ScriptTest& t) { t.tool().setMethodLoop(7); };
   test.run();
   EXPECT_THAT(state.table.take(), HasSubstr("nLps=7"));
-  EXPECT_EQ(g_tool.loopCount, 1);
+  EXPECT_EQ(loopCountOf(g_tool), 1);
   test.declare = nullptr;
   test.run();
   EXPECT_THAT(state.table.take(), HasSubstr("nLps=1,"));
@@ -412,7 +413,7 @@ TEST(Lifecycle, ClocksHaveTheDecimalsThatTheirSizeDeserves) {
 
 TEST(Lifecycle, AModeThatTheTestDoesNotSupportIsToldAndNotCountedAsFailure) {
   ScriptedRunState state;
-  g_tool.callMode = true;
+  g_tool.setCallMode(true);
   ScriptTest test;  // has a loop function alone
   tzTestList list;
   EXPECT_EQ(test.run(), TZ_UNDEFINED);

@@ -11,10 +11,12 @@
 #include "tzclock.h"
 #include "tzconditions.h"
 #include "tzcpuinfo.h"
+#include "tzenv.h"
 #include "tzistream.h"
 #include "tzregistry.h"
 #include "tzreport.h"
 #include "tzreportlist.h"
+#include "tztestreport.h"
 
 using testing::HasSubstr;
 

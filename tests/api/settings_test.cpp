@@ -7,6 +7,7 @@
 #include "tzistream.h"
 #include "tzmemory.h"
 #include "tzsettings.h"
+#include "toolkit.h"
 #include "tztool.h"
 
 using testing::HasSubstr;
@@ -43,22 +44,22 @@ TEST_F(SettingsTest, EachMethodReadsItsOwnParameters) {
   g_istrm.setPreset("NumLoops=7");
   readTimingMethod();
   EXPECT_EQ(g_tool.getMethod(), tzTool::LOOP);
-  EXPECT_EQ(g_tool.loopCount, 7);
+  EXPECT_EQ(loopCountOf(g_tool), 7);
   EXPECT_EQ(m_console.take(), " Method = Manual\n NumLoops = 7\n");
   g_istrm.setPreset("Method=Statistic");
   g_istrm.setPreset("TotalCpuClocks=500");
   readTimingMethod();
   EXPECT_EQ(g_tool.getMethod(), tzTool::STAT);
-  EXPECT_EQ(g_tool.maxClocks, 500);
+  EXPECT_EQ(maxClocksOf(g_tool), 500);
   EXPECT_EQ(m_console.take(), " Method = Statistic\n NumCalls = 12\n TotalCpuClocks = 500\n");
   g_istrm.setPreset("Method=i");
   g_istrm.setPreset("StartNumLoops=3");
   g_istrm.setPreset("StopNumLoops=10");
   readTimingMethod();
   EXPECT_EQ(g_tool.getMethod(), tzTool::BEST);
-  EXPECT_EQ(g_tool.minLoops, 3);
-  EXPECT_EQ(g_tool.maxLoops, 24);
-  EXPECT_EQ(g_tool.minClocks, tzTool().minClocks);
+  EXPECT_EQ(minLoopsOf(g_tool), 3);
+  EXPECT_EQ(maxLoopsOf(g_tool), 24);
+  EXPECT_EQ(minClocksOf(g_tool), minClocksOf(tzTool()));
 }
 
 TEST_F(SettingsTest, UnusableValuesAreReplacedAndTold) {
@@ -66,14 +67,14 @@ TEST_F(SettingsTest, UnusableValuesAreReplacedAndTold) {
   g_istrm.setPreset("StartNumLoops=0");
   g_istrm.setPreset("StopNumLoops=2147483647");
   readTimingMethod();
-  EXPECT_EQ(g_tool.minLoops, 1);
-  EXPECT_EQ(g_tool.maxLoops, 100000000);
+  EXPECT_EQ(minLoopsOf(g_tool), 1);
+  EXPECT_EQ(maxLoopsOf(g_tool), 100000000);
   EXPECT_THAT(m_console.take(), HasSubstr("-- StartNumLoops = 0 is not allowed: 1 is taken\n"));
   g_istrm.setPreset("Method=Guess");
   g_istrm.setPreset("StartNumLoops=few");
   readTimingMethod();
   EXPECT_EQ(g_tool.getMethod(), tzTool::BEST) << "the method in force stays";
-  EXPECT_EQ(g_tool.minLoops, 1);
+  EXPECT_EQ(minLoopsOf(g_tool), 1);
   EXPECT_THAT(m_console.text(), HasSubstr("-Invalid value of Method = Guess\n"))
       << "the info text alone";
   EXPECT_THAT(m_console.text(), HasSubstr("-Invalid value of StartNumLoops = few\n"));
@@ -91,7 +92,7 @@ TEST_F(SettingsTest, NumbersBeyondTheirTypeAreClampedLikeOthers) {
   for (const auto& c : cases) {
     g_istrm.setPreset("NumLoops", c.text);
     readTimingMethod();
-    EXPECT_EQ(g_tool.loopCount, c.loops) << c.text;
+    EXPECT_EQ(loopCountOf(g_tool), c.loops) << c.text;
     EXPECT_THAT(m_console.take(),
                 HasSubstr(std::string("-- NumLoops = ") + c.text + " is not allowed: "));
   }
@@ -105,11 +106,11 @@ TEST_F(SettingsTest, APreviewTellsWhatWillBeUsedAndChangesNothing) {
   g_istrm.setPreset("Accuracy=1000");
   const int mistakes = tzMistakes::count();
   EXPECT_EQ(tzPreviewTool().getMethod(), tzTool::AUTO);
-  EXPECT_DOUBLE_EQ(tzPreviewTool().accuracyLimit, 1);
+  EXPECT_DOUBLE_EQ(tzPreviewTool().accuracyLimit(), 1);
   g_istrm.setPreset("Method=Man");
   EXPECT_EQ(tzPreviewTool().getMethod(), tzTool::LOOP);
   EXPECT_EQ(g_tool.getMethod(), tzTool::AUTO);
-  EXPECT_DOUBLE_EQ(g_tool.accuracyLimit, 0.05);
+  EXPECT_DOUBLE_EQ(g_tool.accuracyLimit(), 0.05);
   EXPECT_EQ(m_console.text(), "");
   EXPECT_EQ(tzMistakes::count(), mistakes);
 }
@@ -119,10 +120,10 @@ TEST_F(SettingsTest, TheTimeLimitOfARowIsInSeconds) {
   EXPECT_EQ(m_console.take(), " TimeLimit = 10\n");
   g_istrm.setPreset("TimeLimit=2.5");
   readTimeLimit();
-  EXPECT_EQ(g_tool.timeLimit, 2.5);
+  EXPECT_EQ(g_tool.timeLimit(), 2.5);
   g_istrm.setPreset("TimeLimit=0");
   readTimeLimit();
-  EXPECT_EQ(g_tool.timeLimit, 0.1);
+  EXPECT_EQ(g_tool.timeLimit(), 0.1);
 }
 
 TEST_F(SettingsTest, PlacementGoesToTrackedMemory) {
@@ -157,7 +158,7 @@ TEST_F(SettingsTest, PlacementGoesToTrackedMemory) {
 TEST_F(SettingsTest, AccuracyIsAPercentage) {
   readAccuracy();
   EXPECT_EQ(m_console.take(), " Accuracy = 5\n");
-  EXPECT_DOUBLE_EQ(g_tool.accuracyLimit, 0.05);
+  EXPECT_DOUBLE_EQ(g_tool.accuracyLimit(), 0.05);
   const struct {
     const char* text;
     double limit;
@@ -165,7 +166,7 @@ TEST_F(SettingsTest, AccuracyIsAPercentage) {
   for (const auto& c : cases) {
     g_istrm.setPreset("Accuracy", c.text);
     readAccuracy();
-    EXPECT_DOUBLE_EQ(g_tool.accuracyLimit, c.limit) << c.text;
+    EXPECT_DOUBLE_EQ(g_tool.accuracyLimit(), c.limit) << c.text;
   }
 }
 
@@ -183,11 +184,11 @@ TEST_F(SettingsTest, QuestionsStandUnderAHeadingAndNameTheUnit) {
             "\n AlignVectorsBy {byte|element} [byte] = \n VectorAlign by Element, 0..63 [0] = "
             "\n MisalignFirstVectorOnly {yes|no} [no] = "
             "\n MutualVectorShift in Bytes, divisible by 64 [0] = \n Accuracy, % [5] = ");
-  EXPECT_EQ(g_tool.loopCount, 4);
+  EXPECT_EQ(loopCountOf(g_tool), 4);
   EXPECT_EQ(VectorAlign, 2);
   EXPECT_EQ(VectorShift, 64);
   EXPECT_FALSE(AlignSrc);
-  EXPECT_DOUBLE_EQ(g_tool.accuracyLimit, 0.03);
+  EXPECT_DOUBLE_EQ(g_tool.accuracyLimit(), 0.03);
 }
 
 TEST_F(SettingsTest, TheSampleFileSaysNothingWrong) {

@@ -159,7 +159,7 @@ TEST(TestData, TimingThroughTheCallFunctionResetsTheDataBetweenCalls) {
   CallTest test;
   test.run();
   EXPECT_EQ(test.object.reserved + test.object.reset, 0);
-  g_tool.callMode = true;
+  g_tool.setCallMode(true);
   calls = 0;
   EXPECT_EQ(test.run(), TZ_OK);
   EXPECT_EQ(test.object.reserved, 1);

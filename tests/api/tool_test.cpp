@@ -10,6 +10,7 @@
 
 #include "apikit.h"
 #include "tzctrl.h"
+#include "toolkit.h"
 #include "tztool.h"
 #include "tztrace.h"
 
@@ -99,10 +100,10 @@ TEST_F(Tool, ASteadyFunctionNeedsTwoRunsAndTellsThemAtDetailLevel) {
   g_ostrm.setOutLevel(15);
   EXPECT_EQ(loop({{100}}), TZ_OK);
   EXPECT_THAT(script.loops, ElementsAre(1, 4));
-  EXPECT_EQ(tool.funcClocks, 100);
-  EXPECT_EQ(tool.accuracy, 0);
-  EXPECT_EQ(tool.infoText, "nLps=4");
-  EXPECT_EQ(tool.resultText, "successfully");
+  EXPECT_EQ(tool.funcClocks(), 100);
+  EXPECT_EQ(tool.accuracy(), 0);
+  EXPECT_EQ(tool.infoText(), "nLps=4");
+  EXPECT_EQ(tool.resultText(), "successfully");
   EXPECT_EQ(console.text(),
             "    Auto method: start\n"
             "        minClocks  = 10\n"
@@ -131,9 +132,9 @@ TEST_F(Tool, ASlightSpreadIsSettledByTheBestOfThreeSamples) {
   g_ostrm.setOutLevel(15);
   EXPECT_EQ(loop({{203}, {200}, {198}, {199}}), TZ_OK);
   EXPECT_THAT(script.loops, ElementsAre(1, 4, 4, 4));
-  EXPECT_EQ(tool.funcClocks, 198);
-  EXPECT_NEAR(tool.accuracy, 1.0 / 199, 1e-12);
-  EXPECT_EQ(tool.infoText, "nLps=4");
+  EXPECT_EQ(tool.funcClocks(), 198);
+  EXPECT_NEAR(tool.accuracy(), 1.0 / 199, 1e-12);
+  EXPECT_EQ(tool.infoText(), "nLps=4");
   EXPECT_THAT(console.text(), HasSubstr("    Simple Measurements: \n"
                                         "        numLoops   = 4\n"
                                         "        numClocks  = 792\n"
@@ -148,7 +149,7 @@ TEST_F(Tool, ASlightSpreadIsSettledByTheBestOfThreeSamples) {
 }
 
 TEST_F(Tool, AccuraciesOfExactlyTheLimitsAreGood) {
-  tool.accuracyLimit = 0.1;
+  tool.setAccuracyLimit(0.1);
   EXPECT_EQ(loop({{105}, {95}}), TZ_OK);  // a spread of 10 % of the mean
   EXPECT_THAT(script.loops, ElementsAre(1, 4, 4, 4)) << "10 % must end the doubling";
   EXPECT_EQ(loop({{201}, {199}}), TZ_OK);  // exactly 1 %
@@ -160,9 +161,9 @@ TEST_F(Tool, AnUnsteadyFunctionIsRunUpToTheBoundAndSaysSo) {
   EXPECT_EQ(loop({{100}, {200}, {100}, {200}, {100}, {200}, {200}, {100}}), TZ_ACCURWRN);
   // Doubling to 16, three samples there, then the bound itself and its samples.
   EXPECT_THAT(script.loops, ElementsAre(1, 4, 8, 16, 16, 16, 30, 30, 30));
-  EXPECT_EQ(tool.funcClocks, 100);
-  EXPECT_EQ(tool.infoText, "nLps=30 acc=50.0%");
-  EXPECT_EQ(tool.resultText, "successfullyactual accuracy = 50.0%") << "added to what is there";
+  EXPECT_EQ(tool.funcClocks(), 100);
+  EXPECT_EQ(tool.infoText(), "nLps=30 acc=50.0%");
+  EXPECT_EQ(tool.resultText(), "successfullyactual accuracy = 50.0%") << "added to what is there";
   EXPECT_EQ(console.text(), "");
 }
 
@@ -177,7 +178,7 @@ TEST_F(Tool, TheInitialisationRunsBeforeLoopsOnlyWhereTheStatusIsChecked) {
     calls = {};
     script.loops.clear();
     script.runs = {{100}};
-    tool.checkCtrl = check;
+    tool.setCheckCtrl(check);
     tool.timing(scriptedLoop, nullptr, nullptr, countedInit);
     EXPECT_EQ(calls.init, check ? 2 : 0);
   }
@@ -185,11 +186,11 @@ TEST_F(Tool, TheInitialisationRunsBeforeLoopsOnlyWhereTheStatusIsChecked) {
 
 TEST_F(Tool, ABoundBelowTheSecondRunEndsAfterTheFirst) {
   tool.setLoopFactor(11);
-  EXPECT_EQ(tool.autoMinLoops, 0);
-  EXPECT_EQ(tool.autoMaxLoops, 1);
+  EXPECT_EQ(tool.autoMinLoops(), 0);
+  EXPECT_EQ(tool.autoMaxLoops(), 1);
   EXPECT_EQ(loop({{100}}), TZ_ACCURWRN);
   EXPECT_THAT(script.loops, ElementsAre(1));
-  EXPECT_EQ(tool.infoText, "nLps=1 acc=100.0%");
+  EXPECT_EQ(tool.infoText(), "nLps=1 acc=100.0%");
 }
 
 TEST_F(Tool, ATooShortFirstRunIsRetriedOnceTenTimesAsLong) {
@@ -211,8 +212,8 @@ TEST_F(Tool, TheLeastClocksAreMetInSpiteOfRoundingErrors) {
 TEST_F(Tool, AMeasurementThatStaysTooShortFailsAndPrintsItsTraceOnce) {
   EXPECT_EQ(loop({{0.5}}), TZ_ACCURFAIL);
   EXPECT_THAT(script.loops, ElementsAre(1, 10));
-  EXPECT_EQ(tool.resultText, "accuracy error");
-  EXPECT_EQ(tool.infoText, "");
+  EXPECT_EQ(tool.resultText(), "accuracy error");
+  EXPECT_EQ(tool.infoText(), "");
   const std::string trace =
       "    Auto method: start\n"
       "        minClocks  = 10\n"
@@ -247,12 +248,12 @@ TEST_F(Tool, ALargerStartingCountThatIsTooShortFailsAtOnce) {
 TEST_F(Tool, ARunWithoutClocksIsRepeatedOnce) {
   EXPECT_EQ(loop({{0}, {50}, {0}, {50}}), TZ_OK);
   EXPECT_THAT(script.loops, ElementsAre(1, 1, 4, 4));
-  EXPECT_EQ(tool.funcClocks, 50);
+  EXPECT_EQ(tool.funcClocks(), 50);
 
   tool.setMethodLoop(7);
   EXPECT_EQ(loop({{0}}), TZ_OK);
   EXPECT_THAT(script.loops, ElementsAre(7, 7));
-  EXPECT_EQ(tool.funcClocks, 0);
+  EXPECT_EQ(tool.funcClocks(), 0);
 }
 
 TEST_F(Tool, ClocksThatVanishInALaterRunFailTheMeasurement) {
@@ -269,7 +270,7 @@ TEST_F(Tool, AFailureIsKeptThroughTheIterations) {
   EXPECT_THAT(script.loops, ElementsAre(1, 4, 8)) << "the iterations go on";
   EXPECT_EQ(loop({{103}, {100}, bad}), TZ_FUNCFAIL);
   EXPECT_THAT(script.loops, ElementsAre(1, 4, 4)) << "samples of it are worth nothing";
-  EXPECT_EQ(tool.resultText, "lib function error");
+  EXPECT_EQ(tool.resultText(), "lib function error");
   // After a crash nobody knows what the function left behind.
   EXPECT_EQ(loop({{200}, {100, TZ_OK, [] { std::raise(SIGSEGV); }}}), TZ_EXCPTFAIL);
   EXPECT_THAT(script.loops, ElementsAre(1, 4));
@@ -295,7 +296,7 @@ TEST_F(Tool, TheTimeLimitEndsTheRepetitionsAndSaysSo) {
       {2, {1.02, 1, 1}, {1, 1, 1}, TZ_ACCURWRN, "nLps=1 time limit"},
   };
   tzTool::m_pSeconds = [] { return s_seconds; };
-  tool.timeLimit = 8;
+  tool.setTimeLimit(8);
   for (const Case& c : cases) {
     SCOPED_TRACE(c.note);
     std::vector<Shot> runs;
@@ -307,12 +308,12 @@ TEST_F(Tool, TheTimeLimitEndsTheRepetitionsAndSaysSo) {
     }
     EXPECT_EQ(loop(runs), c.result);
     EXPECT_EQ(script.loops, c.loops);
-    EXPECT_EQ(tool.infoText, c.note);
-    const bool limited = tool.infoText.find("time limit") >= 0;
+    EXPECT_EQ(tool.infoText(), c.note);
+    const bool limited = tool.infoText().find("time limit") >= 0;
     EXPECT_EQ(console.take(),
               limited ? "-- The time limit of a row, 8 s, ended the repetitions\n" : "");
   }
-  tool.timeLimit = 0;
+  tool.setTimeLimit(0);
   EXPECT_EQ(loop({{1000, TZ_OK, [] { s_seconds += 1e6; }}}), TZ_OK) << "0 is no limit";
   tzTool::m_pSeconds = nullptr;
 }
@@ -320,12 +321,12 @@ TEST_F(Tool, TheTimeLimitEndsTheRepetitionsAndSaysSo) {
 TEST_F(Tool, AWarningIsKeptAndTheMeasurementGoesOn) {
   EXPECT_EQ(loop({{100, TZ_FUNCWRN}, {100}}), TZ_FUNCWRN);
   EXPECT_THAT(script.loops, ElementsAre(1, 4));
-  EXPECT_EQ(tool.resultText, "lib function warning");
+  EXPECT_EQ(tool.resultText(), "lib function warning");
   tool.setMethodBest(1, 8, 1);
   EXPECT_EQ(loop({{100}, {200, TZ_FUNCWRN}, {100}, {200}}), TZ_FUNCWRN) << "the spread is less";
-  EXPECT_THAT(tool.infoText.str(), HasSubstr(" acc="));
+  EXPECT_THAT(tool.infoText().str(), HasSubstr(" acc="));
   EXPECT_THAT(script.loops, ElementsAre(1, 4, 8, 8, 8)) << "a bound that doubling meets is run";
-  EXPECT_EQ(tool.resultText, "lib function warning");
+  EXPECT_EQ(tool.resultText(), "lib function warning");
 }
 
 // Control status: runs of 8 and more raise an exception, the first three differ too much to settle.
@@ -343,7 +344,7 @@ class ToolCtrl : public Tool, public testing::WithParamInterface<CtrlCase> {};
 
 TEST_P(ToolCtrl, FewerLoopsAreTried) {
   const CtrlCase& c = GetParam();
-  tool.checkCtrl = true;
+  tool.setCheckCtrl(true);
   EXPECT_EQ(loop(c.runs), c.result);
   const std::string outcome = c.outcome;
   EXPECT_EQ(console.text(),
@@ -352,8 +353,8 @@ TEST_P(ToolCtrl, FewerLoopsAreTried) {
                 outcome);
   // Sample 0 is the run before the change; five more follow.
   EXPECT_THAT(script.loops, ElementsAre(1, 4, 8, 4, 4, 4, 4, 4));
-  EXPECT_EQ(tool.numLoops, 4);
-  EXPECT_EQ(tool.funcClocks, c.clocks);
+  EXPECT_EQ(tool.numLoops(), 4);
+  EXPECT_EQ(tool.funcClocks(), c.clocks);
 }
 
 // Faster than the runs without exceptions, so that its figure would show.
@@ -390,16 +391,16 @@ TEST_F(Tool, AModifiedStatusIsLeftToTheTestUnlessAvoidingIsAskedFor) {
 }
 
 TEST_F(Tool, TheStatisticalPathOfBestOfCountsCalls) {
-  tool.statMode = true;
+  tool.setStatMode(true);
   EXPECT_EQ(stat({{100}}), TZ_OK);
   EXPECT_THAT(script.loops, ElementsAre(1, 4));
   EXPECT_EQ(script.budget, 0);
-  EXPECT_EQ(tool.infoText, "nCalls=4");
+  EXPECT_EQ(tool.infoText(), "nCalls=4");
   script.statCalls = 0;
   EXPECT_EQ(stat({{100}}), TZ_ACCURFAIL) << "no call made: nothing to divide by";
   EXPECT_THAT(script.loops, ElementsAre(1, 1, 10, 10));
   EXPECT_EQ(loop({{100}}), TZ_OK);
-  EXPECT_FALSE(tool.statMode) << "a loop function alone can't be timed call by call";
+  EXPECT_FALSE(tool.statMode()) << "a loop function alone can't be timed call by call";
 }
 
 TEST_F(Tool, TheManualMethodIsOneRun) {
@@ -407,8 +408,8 @@ TEST_F(Tool, TheManualMethodIsOneRun) {
   tool.setMethodLoop(25);
   EXPECT_EQ(loop({{4}}), TZ_OK);
   EXPECT_THAT(script.loops, ElementsAre(25));
-  EXPECT_EQ(tool.infoText, "nLps=25");
-  EXPECT_EQ(tool.accuracy, 0);
+  EXPECT_EQ(tool.infoText(), "nLps=25");
+  EXPECT_EQ(tool.accuracy(), 0);
   EXPECT_EQ(console.text(),
             "    Manual method: \n"
             "        numLoops   = 25\n"
@@ -423,8 +424,8 @@ TEST_F(Tool, TheStatisticalMethodIsOneRunWithABudget) {
   EXPECT_EQ(stat({{4}}), TZ_OK);
   EXPECT_THAT(script.loops, ElementsAre(12));
   EXPECT_EQ(script.budget, 123456789012);
-  EXPECT_EQ(tool.funcClocks, 4);
-  EXPECT_EQ(tool.infoText, "nCalls=20");
+  EXPECT_EQ(tool.funcClocks(), 4);
+  EXPECT_EQ(tool.infoText(), "nCalls=20");
   EXPECT_EQ(console.text(),
             "    Statistical method:\n"
             "        minCalls   = 12\n"
@@ -434,7 +435,7 @@ TEST_F(Tool, TheStatisticalMethodIsOneRunWithABudget) {
             "        result     = successfully\n");
   script.statCalls = 0;
   stat({{4}});
-  EXPECT_EQ(tool.funcClocks, 0);
+  EXPECT_EQ(tool.funcClocks(), 0);
 }
 
 TEST_F(Tool, AMethodWithoutItsFunctionGivesWayToTheOther) {
@@ -456,11 +457,11 @@ TEST_F(Tool, AMethodWithoutItsFunctionGivesWayToTheOther) {
 
 TEST_F(Tool, WhatCannotBeTimedIsAnInternalError) {
   EXPECT_EQ(tool.timing(nullptr, nullptr, nullptr, countedInit), TZ_FAIL);
-  EXPECT_EQ(tool.resultText, "error");
+  EXPECT_EQ(tool.resultText(), "error");
   EXPECT_EQ(console.take(),
             " Internal test problem: The test cannot execute standard timing.\n"
             " No one of funcLoop, funcStat or funcCall is registered in the test.\n");
-  tool.method = 4;
+  tool.setMethod(4);
   EXPECT_EQ(loop({{1}}), TZ_FAIL);
   EXPECT_EQ(console.take(), "TZ internal error: file api/src/tztool, line 746\n");
   tool.setMethodAuto();
@@ -479,18 +480,17 @@ TEST_F(Tool, WhatCannotBeTimedIsAnInternalError) {
 TEST_F(Tool, TheOlderFormLeavesItsClocksInTheTool) {
   script.runs = {{30}};
   EXPECT_EQ(tool.timing([](tzTool& t, int n) -> tzResult {
-    t.numClocks = std::llround(nextRun(n).perLoop * n);
+    t.setNumClocks(std::llround(nextRun(n).perLoop * n));
     return TZ_OK;
   }),
             TZ_OK);
   EXPECT_THAT(script.loops, ElementsAre(1, 4));
-  EXPECT_EQ(tool.funcClocks, 30);
+  EXPECT_EQ(tool.funcClocks(), 30);
 }
 
 TEST_F(Tool, TheGenericLoopInitialisesBeforeEveryCallAndStopsAtAFailure) {
   tzTool::m_pResetVectors = countedReset;
-  tool.funcCall = countedCall;
-  tool.funcInit = countedInit;
+  tool.setFunctions(nullptr, nullptr, countedCall, countedInit);
   long long clocks = 0;
   EXPECT_EQ(tool.timCall_Loop(5, &clocks, true), TZ_OK);
   EXPECT_GT(clocks, 0);
@@ -513,8 +513,7 @@ TEST_F(Tool, TheGenericLoopInitialisesBeforeEveryCallAndStopsAtAFailure) {
 TEST_F(Tool, TheGenericStatisticsTimeEveryOtherCall) {
   tzTool::m_pResetVectors = countedReset;
   tzTool::m_pCheckStatus = judge;
-  tool.funcCall = countedCall;
-  tool.funcInit = countedInit;
+  tool.setFunctions(nullptr, nullptr, countedCall, countedInit);
   int made = 3;
   long long clocks = 0;
   EXPECT_EQ(tool.timCall_Stat(&made, &clocks, true), TZ_OK);
@@ -542,8 +541,8 @@ TEST_F(Tool, TheGenericStatisticsTimeEveryOtherCall) {
 
 TEST_F(Tool, CallModeTimesTheCallWithItsDataAndWatchesNothing) {
   tzTool::m_pResetVectors = countedReset;
-  tool.callMode = true;
-  tool.checkCtrl = true;
+  tool.setCallMode(true);
+  tool.setCheckCtrl(true);
   tool.setMethodLoop(5);
   const auto raisingCall = [] {
     divideByZero();
@@ -558,7 +557,7 @@ TEST_F(Tool, CallModeTimesTheCallWithItsDataAndWatchesNothing) {
 }
 
 TEST_F(Tool, EveryRunIsBracketedInTheTrace) {
-  tool.checkCtrl = true;
+  tool.setCheckCtrl(true);
   tool.setMethodLoop(3);
   const int before = g_trace.text().length();
   script.runs = {{10}};
@@ -582,7 +581,7 @@ TEST_F(Tool, ASignalEndsTheMeasurementAndLeavesTheUnitsAsTheyWere) {
     std::raise(SIGSEGV);
   };
   for (const bool callMode : {false, true}) {
-    tool.callMode = callMode;
+    tool.setCallMode(callMode);
     script.loops.clear();
     script.runs = {{100}, {100, TZ_OK, spoil}};
     const auto spoiledCall = [] {
@@ -591,7 +590,7 @@ TEST_F(Tool, ASignalEndsTheMeasurementAndLeavesTheUnitsAsTheyWere) {
     };
     EXPECT_EQ(tool.timing(scriptedLoop, nullptr, spoiledCall, nullptr), TZ_EXCPTFAIL);
     EXPECT_EQ(script.loops.size(), 2U);
-    EXPECT_EQ(tool.resultText, "exception: SIGSEGV, Illegal storage access.");
+    EXPECT_EQ(tool.resultText(), "exception: SIGSEGV, Illegal storage access.");
     EXPECT_EQ(ts87Base::getCW(), x87);
     EXPECT_EQ(tsSSXBase::getCW(), ssx);
   }
@@ -606,7 +605,7 @@ TEST_F(Tool, ControlWordsThatAFunctionLeavesBehindDoNotReachTheNext) {
 
 TEST_F(Tool, CountsThatWouldOutgrowAnIntStopAtTheLargest) {
   tool.setMethodBest(INT_MAX / 4, 10, 1);
-  EXPECT_EQ(tool.maxLoops, INT_MAX);
+  EXPECT_EQ(maxLoopsOf(tool), INT_MAX);
   EXPECT_EQ(loop({{1}, {2}, {1}, {2}, {2}, {1}}), TZ_ACCURWRN);
   EXPECT_THAT(script.loops, ElementsAre(INT_MAX / 4, INT_MAX - 3, INT_MAX - 3, INT_MAX - 3, INT_MAX,
                                         INT_MAX, INT_MAX));
@@ -616,20 +615,19 @@ TEST_F(Tool, CountsThatWouldOutgrowAnIntStopAtTheLargest) {
 
 TEST_F(Tool, ResetForgetsResultsAndKeepsSettings) {
   tool.setMethodBest(2, 40, 50);
-  tool.accuracyLimit = 0.2;
-  tool.checkCtrl = true;
+  tool.setAccuracyLimit(0.2);
+  tool.setCheckCtrl(true);
   loop({{100}, {900}});
   tool.reset();
-  EXPECT_EQ(tool.result, TZ_UNDEFINED);
-  EXPECT_EQ(tool.funcClocks, 0);
-  EXPECT_EQ(tool.accuracy, 1.0);
-  EXPECT_EQ(tool.infoText, "");
-  EXPECT_EQ(tool.resultText, "");
-  EXPECT_EQ(tool.funcLoop, nullptr);
-  EXPECT_EQ(tool.method, tzTool::BEST);
-  EXPECT_EQ(tool.maxLoops, 40);
-  EXPECT_EQ(tool.accuracyLimit, 0.2);
-  EXPECT_TRUE(tool.checkCtrl);
+  EXPECT_EQ(tool.result(), TZ_UNDEFINED);
+  EXPECT_EQ(tool.funcClocks(), 0);
+  EXPECT_EQ(tool.accuracy(), 1.0);
+  EXPECT_EQ(tool.infoText(), "");
+  EXPECT_EQ(tool.resultText(), "");
+  EXPECT_EQ(tool.getMethod(), tzTool::BEST);
+  EXPECT_EQ(maxLoopsOf(tool), 40);
+  EXPECT_EQ(tool.accuracyLimit(), 0.2);
+  EXPECT_TRUE(tool.checkCtrl());
 }
 
 }  // namespace

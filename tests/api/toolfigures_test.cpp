@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "capture.h"
+#include "toolkit.h"
 #include "tztool.h"
 
 namespace {
@@ -27,7 +28,7 @@ TEST(ToolSettings, ClampAndShift) {
   tool.getMethodBest(from, to, clocks);
   EXPECT_THAT((std::vector<long long>{from, to}), ElementsAre(1, -5)) << "-8 is less";
   tool.setMethodLoop(0);
-  EXPECT_EQ(tool.loopCount, 1);
+  EXPECT_EQ(loopCountOf(tool), 1);
 
   struct Shift {
     int factor, min, max;
@@ -37,8 +38,8 @@ TEST(ToolSettings, ClampAndShift) {
         Shift{-19, 1 << 19, 1 << 30}, Shift{-20, 1 << 20, INT_MAX}, Shift{-31, INT_MAX, INT_MAX},
         Shift{40, 0, 0}, Shift{INT_MAX, 0, 0}, Shift{INT_MIN, INT_MAX, INT_MAX}, Shift{0, 0, 0}}) {
     tool.setLoopFactor(s.factor);
-    EXPECT_EQ(tool.autoMinLoops, s.min) << s.factor;
-    EXPECT_EQ(tool.autoMaxLoops, s.max) << s.factor;
+    EXPECT_EQ(tool.autoMinLoops(), s.min) << s.factor;
+    EXPECT_EQ(tool.autoMaxLoops(), s.max) << s.factor;
   }
 }
 

@@ -1,0 +1,3 @@
+#include "tzrequest.h"
+
+tzRequest g_request;
