@@ -78,4 +78,19 @@ RkdStatus rkdiReconstructPredRow_JPEG_16s_C1(const int16_t* src, const int16_t* 
   return rkdStsNoErr;
 }
 
+#define REF_POINT_TRANSFORM(Name, S, D, shifted)                                            \
+  RkdStatus Name(const S* src, int srcStep, D* dst, int dstStep, RkdiSize size, int bits) { \
+    for (int y = 0; y < size.height; ++y) {                                                 \
+      for (int x = 0; x < size.width; ++x) {                                                \
+        const auto v = static_cast<uint16_t>(S(row(src, srcStep, y)[x]));                   \
+        row(dst, dstStep, y)[x] = static_cast<D>(shifted);                                  \
+      }                                                                                     \
+    }                                                                                       \
+    return rkdStsNoErr;                                                                     \
+  }
+REF_POINT_TRANSFORM(rkdiPointTransformFwd_JPEG_8u16s_C1R, uint8_t, int16_t, v >> bits)
+REF_POINT_TRANSFORM(rkdiPointTransformFwd_JPEG_16u16s_C1R, uint16_t, int16_t, v >> bits)
+REF_POINT_TRANSFORM(rkdiPointTransformInv_JPEG_16s8u_C1R, int16_t, uint8_t, unsigned{v} << bits)
+REF_POINT_TRANSFORM(rkdiPointTransformInv_JPEG_16s16u_C1R, int16_t, uint16_t, unsigned{v} << bits)
+
 }  // namespace ref

@@ -168,6 +168,35 @@ RkdStatus rkdiSampleDownRowH2V2_Box_JPEG_8u_C1(const uint8_t* src1, const uint8_
 RkdStatus rkdiSampleUpRowH2V1_Triangle_JPEG_8u_C1(const uint8_t* src, int srcWidth, uint8_t* dst);
 RkdStatus rkdiSampleUpRowH2V2_Triangle_JPEG_8u_C1(const uint8_t* src1, const uint8_t* src2,
                                                   int srcWidth, uint8_t* dst);
+RkdStatus rkdiSampleDownH1V2_JPEG_8u_C1R(const uint8_t* src, int srcStep, RkdiSize srcSize,
+                                         uint8_t* dst, int dstStep, RkdiSize dstSize);
+RkdStatus rkdiSampleDownH4V1_JPEG_8u_C1R(const uint8_t* src, int srcStep, RkdiSize srcSize,
+                                         uint8_t* dst, int dstStep, RkdiSize dstSize);
+RkdStatus rkdiSampleUpH1V2_JPEG_8u_C1R(const uint8_t* src, int srcStep, RkdiSize srcSize,
+                                       uint8_t* dst, int dstStep, RkdiSize dstSize);
+RkdStatus rkdiSampleUpH4V1_JPEG_8u_C1R(const uint8_t* src, int srcStep, RkdiSize srcSize,
+                                       uint8_t* dst, int dstStep, RkdiSize dstSize);
+RkdStatus rkdiSampleDown_Box_JPEG_8u_C1R(const uint8_t* src, int srcStep, RkdiSize srcSize,
+                                         uint8_t* dst, int dstStep, RkdiSize dstSize, int factorX,
+                                         int factorY);
+RkdStatus rkdiSampleDown_Box_JPEG_16u_C1R(const uint16_t* src, int srcStep, RkdiSize srcSize,
+                                          uint16_t* dst, int dstStep, RkdiSize dstSize, int factorX,
+                                          int factorY);
+RkdStatus rkdiSampleUp_Replicate_JPEG_8u_C1R(const uint8_t* src, int srcStep, RkdiSize srcSize,
+                                             uint8_t* dst, int dstStep, RkdiSize dstSize,
+                                             int factorX, int factorY);
+RkdStatus rkdiSampleUp_Replicate_JPEG_16u_C1R(const uint16_t* src, int srcStep, RkdiSize srcSize,
+                                              uint16_t* dst, int dstStep, RkdiSize dstSize,
+                                              int factorX, int factorY);
+RkdStatus rkdiSampleDownRowH1V2_Box_JPEG_8u_C1(const uint8_t* src1, const uint8_t* src2,
+                                               int srcWidth, uint8_t* dst);
+RkdStatus rkdiSampleDownRowH4V1_Box_JPEG_8u_C1(const uint8_t* src, int srcWidth, uint8_t* dst);
+RkdStatus rkdiSampleUpRowH1V2_Triangle_JPEG_8u_C1(const uint8_t* above, const uint8_t* src,
+                                                  const uint8_t* below, int srcWidth, uint8_t* dst1,
+                                                  uint8_t* dst2);
+RkdStatus rkdiSampleUpRowH4V1_Triangle_JPEG_8u_C1(const uint8_t* src, int srcWidth, uint8_t* dst);
+RkdStatus rkdiSampleUpRow_Replicate_JPEG_8u_C1(const uint8_t* src, int srcWidth, uint8_t* dst,
+                                               int factor);
 /// @}
 
 }  // namespace ref

@@ -168,6 +168,14 @@ RkdStatus rkdiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(const uint8_t* stream, int
                                                       RkdiDecodeHuffmanState* state);
 
 // Lossless predictors.
+RkdStatus rkdiPointTransformFwd_JPEG_8u16s_C1R(const uint8_t* src, int srcStep, int16_t* dst,
+                                               int dstStep, RkdiSize size, int pointTransform);
+RkdStatus rkdiPointTransformFwd_JPEG_16u16s_C1R(const uint16_t* src, int srcStep, int16_t* dst,
+                                                int dstStep, RkdiSize size, int pointTransform);
+RkdStatus rkdiPointTransformInv_JPEG_16s8u_C1R(const int16_t* src, int srcStep, uint8_t* dst,
+                                               int dstStep, RkdiSize size, int pointTransform);
+RkdStatus rkdiPointTransformInv_JPEG_16s16u_C1R(const int16_t* src, int srcStep, uint16_t* dst,
+                                                int dstStep, RkdiSize size, int pointTransform);
 RkdStatus rkdiDiffPredFirstRow_JPEG_16s_C1(const int16_t* src, int16_t* dst, int width,
                                            int precision, int pointTransform);
 RkdStatus rkdiReconstructPredFirstRow_JPEG_16s_C1(const int16_t* src, int16_t* dst, int width,

@@ -54,6 +54,18 @@ RkdStatus rkdiWTFwdRow_D97_JPEG2K_32s_C1R(const int32_t* src, int srcStep, int32
 RkdStatus rkdiWTInvRow_D97_JPEG2K_32s_C1R(const int32_t* low, int lowStep, const int32_t* high,
                                           int highStep, int32_t* dst, int dstStep, RkdiSize size,
                                           int phase);
+RkdStatus rkdiWTFwdCol_D97_JPEG2K_16s_C1R(const int16_t* src, int srcStep, int16_t* low,
+                                          int lowStep, int16_t* high, int highStep, RkdiSize size,
+                                          int phase);
+RkdStatus rkdiWTInvCol_D97_JPEG2K_16s_C1R(const int16_t* low, int lowStep, const int16_t* high,
+                                          int highStep, int16_t* dst, int dstStep, RkdiSize size,
+                                          int phase);
+RkdStatus rkdiWTFwdCol_D97_JPEG2K_32s_C1R(const int32_t* src, int srcStep, int32_t* low,
+                                          int lowStep, int32_t* high, int highStep, RkdiSize size,
+                                          int phase);
+RkdStatus rkdiWTInvCol_D97_JPEG2K_32s_C1R(const int32_t* low, int lowStep, const int32_t* high,
+                                          int highStep, int32_t* dst, int dstStep, RkdiSize size,
+                                          int phase);
 /// @}
 
 /// @name Both directions
@@ -90,6 +102,14 @@ RkdStatus rkdiWTFwd_D97_JPEG2K_32s_C1IR(int32_t* srcDst, int srcDstStep, RkdiSiz
 RkdStatus rkdiWTInv_D97_JPEG2K_32s_C1R(const int32_t* src, int srcStep, int32_t* dst, int dstStep,
                                        RkdiSize size, int phaseX, int phaseY, void* buffer);
 RkdStatus rkdiWTInv_D97_JPEG2K_32s_C1IR(int32_t* srcDst, int srcDstStep, RkdiSize size, int phaseX,
+                                        int phaseY, void* buffer);
+RkdStatus rkdiWTFwd_D97_JPEG2K_32f_C1R(const float* src, int srcStep, float* dst, int dstStep,
+                                       RkdiSize size, int phaseX, int phaseY, void* buffer);
+RkdStatus rkdiWTFwd_D97_JPEG2K_32f_C1IR(float* srcDst, int srcDstStep, RkdiSize size, int phaseX,
+                                        int phaseY, void* buffer);
+RkdStatus rkdiWTInv_D97_JPEG2K_32f_C1R(const float* src, int srcStep, float* dst, int dstStep,
+                                       RkdiSize size, int phaseX, int phaseY, void* buffer);
+RkdStatus rkdiWTInv_D97_JPEG2K_32f_C1IR(float* srcDst, int srcDstStep, RkdiSize size, int phaseX,
                                         int phaseY, void* buffer);
 /// @}
 

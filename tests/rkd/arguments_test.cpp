@@ -35,11 +35,70 @@ FAMILY(SignalAndImage) {
   REFUSES(rkdiSet_8u_C1R, "=3 p s1 z");
   REFUSES(rkdiSet_16s_C1R, "=3 p s1 z");
   REFUSES(rkdiSet_32s_C1R, "=3 p s1 z");
+  REFUSES(rkdiCopy_8u_C3P3R, "p s3 P3 s1 z");
+  REFUSES(rkdiCopy_8u_P3C3R, "P3 s1 p s3 z");
+  REFUSES(rkdiCopy_8u_C4P4R, "p s4 P4 s1 z");
+  REFUSES(rkdiCopy_8u_P4C4R, "P4 s1 p s4 z");
+  REFUSES(rkdiCopy_16u_C3P3R, "p s3 P3 s1 z");
+  REFUSES(rkdiCopy_16u_P3C3R, "P3 s1 p s3 z");
+  REFUSES(rkdiCopy_16u_C4P4R, "p s4 P4 s1 z");
+  REFUSES(rkdiCopy_16u_P4C4R, "P4 s1 p s4 z");
+  REFUSES(rkdiInvert_8u_C1R, "p s1 p s1 z");
+  REFUSES(rkdiInvert_8u_C4R, "p s4 p s4 z");
+  REFUSES(rkdiInvert_8u_C1IR, "p s1 z");
+  REFUSES(rkdiInvert_8u_C4IR, "p s4 z");
 }
 
 FAMILY(LevelShift) {
   REFUSES(rkdiAdd128_JPEG_16s8u_C1R, "p s1 p s1 z");
   REFUSES(rkdiSub128_JPEG_8u16s_C1R, "p s1 p s1 z");
+}
+
+FAMILY(LevelShiftOfWavelets) {
+  REFUSES(rkdiLevelShiftFwd_JPEG2K_8u16s_C1R, "p s1 p s1 z =8 =0");
+  REFUSES(rkdiLevelShiftInv_JPEG2K_16s8u_C1R, "p s1 p s1 z =8 =0");
+  REFUSES(rkdiLevelShiftFwd_JPEG2K_8u16s_C3P3R, "p s3 P3 s1 z =8 =0");
+  REFUSES(rkdiLevelShiftInv_JPEG2K_16s8u_P3C3R, "P3 s1 p s3 z =8 =0");
+  REFUSES(rkdiLevelShiftFwd_JPEG2K_8u32s_C1R, "p s1 p s1 z =8 =0");
+  REFUSES(rkdiLevelShiftInv_JPEG2K_32s8u_C1R, "p s1 p s1 z =8 =0");
+  REFUSES(rkdiLevelShiftFwd_JPEG2K_8u32s_C3P3R, "p s3 P3 s1 z =8 =0");
+  REFUSES(rkdiLevelShiftInv_JPEG2K_32s8u_P3C3R, "P3 s1 p s3 z =8 =0");
+  REFUSES(rkdiLevelShiftFwd_JPEG2K_8u32f_C1R, "p s1 p s1 z =8 =0");
+  REFUSES(rkdiLevelShiftInv_JPEG2K_32f8u_C1R, "p s1 p s1 z =8 =0");
+  REFUSES(rkdiLevelShiftFwd_JPEG2K_8u32f_C3P3R, "p s3 P3 s1 z =8 =0");
+  REFUSES(rkdiLevelShiftInv_JPEG2K_32f8u_P3C3R, "P3 s1 p s3 z =8 =0");
+  REFUSES(rkdiLevelShiftFwd_JPEG2K_16u16s_C1R, "p s1 p s1 z =8 =0");
+  REFUSES(rkdiLevelShiftInv_JPEG2K_16s16u_C1R, "p s1 p s1 z =8 =0");
+  REFUSES(rkdiLevelShiftFwd_JPEG2K_16u16s_C3P3R, "p s3 P3 s1 z =8 =0");
+  REFUSES(rkdiLevelShiftInv_JPEG2K_16s16u_P3C3R, "P3 s1 p s3 z =8 =0");
+  REFUSES(rkdiLevelShiftFwd_JPEG2K_16u32s_C1R, "p s1 p s1 z =8 =0");
+  REFUSES(rkdiLevelShiftInv_JPEG2K_32s16u_C1R, "p s1 p s1 z =8 =0");
+  REFUSES(rkdiLevelShiftFwd_JPEG2K_16u32s_C3P3R, "p s3 P3 s1 z =8 =0");
+  REFUSES(rkdiLevelShiftInv_JPEG2K_32s16u_P3C3R, "P3 s1 p s3 z =8 =0");
+  REFUSES(rkdiLevelShiftFwd_JPEG2K_16u32f_C1R, "p s1 p s1 z =8 =0");
+  REFUSES(rkdiLevelShiftInv_JPEG2K_32f16u_C1R, "p s1 p s1 z =8 =0");
+  REFUSES(rkdiLevelShiftFwd_JPEG2K_16u32f_C3P3R, "p s3 P3 s1 z =8 =0");
+  REFUSES(rkdiLevelShiftInv_JPEG2K_32f16u_P3C3R, "P3 s1 p s3 z =8 =0");
+  REFUSES(rkdiLevelShiftFwd_JPEG2K_32s16s_C1R, "p s1 p s1 z =8 =0");
+  REFUSES(rkdiLevelShiftInv_JPEG2K_16s32s_C1R, "p s1 p s1 z =8 =0");
+  REFUSES(rkdiLevelShiftFwd_JPEG2K_32s_C1R, "p s1 p s1 z =8 =0");
+  REFUSES(rkdiLevelShiftInv_JPEG2K_32s_C1R, "p s1 p s1 z =8 =0");
+  REFUSES(rkdiLevelShiftFwd_JPEG2K_32s32f_C1R, "p s1 p s1 z =8 =0");
+  REFUSES(rkdiLevelShiftInv_JPEG2K_32f32s_C1R, "p s1 p s1 z =8 =0");
+}
+
+FAMILY(Bands) {
+  REFUSES(rkdiQuantFwd_JPEG2K_32f32s_C1R, "p s1 p s1 z =1");
+  REFUSES(rkdiQuantFwd_JPEG2K_32s_C1R, "p s1 p s1 z =1");
+  REFUSES(rkdiQuantFwd_JPEG2K_16s32s_C1R, "p s1 p s1 z =1");
+  REFUSES(rkdiQuantInv_JPEG2K_32s32f_C1R, "p s1 p s1 z =1 =0");
+  REFUSES(rkdiQuantInv_JPEG2K_32s_C1R, "p s1 p s1 z =1 =0");
+  REFUSES(rkdiQuantInv_JPEG2K_32s16s_C1R, "p s1 p s1 z =1 =0");
+  REFUSES(rkdiBandFwd_JPEG2K_16s32s_C1R, "p s1 p s1 z");
+  REFUSES(rkdiBandInv_JPEG2K_32s16s_C1R, "p s1 p s1 z =1");
+  REFUSES(rkdiBandInv_JPEG2K_32s_C1R, "p s1 p s1 z =1");
+  REFUSES(rkdiRegionFwd_JPEG2K_32s_C1IR, "p s1 p s1 z =5");
+  REFUSES(rkdiRegionInv_JPEG2K_32s_C1IR, "p s1 z =5 =1");
 }
 
 FAMILY(Colour) {
@@ -104,6 +163,10 @@ FAMILY(Wavelet) {
   REFUSES(rkdiWTInvCol_B53_JPEG2K_32s_C1R, "p s1 p s1 p s1 z =0");
   REFUSES(rkdiWTFwdCol_D97_JPEG2K_32f_C1R, "p s1 p s1 p s1 z =0");
   REFUSES(rkdiWTInvCol_D97_JPEG2K_32f_C1R, "p s1 p s1 p s1 z =0");
+  REFUSES(rkdiWTFwdCol_D97_JPEG2K_16s_C1R, "p s1 p s1 p s1 z =0");
+  REFUSES(rkdiWTInvCol_D97_JPEG2K_16s_C1R, "p s1 p s1 p s1 z =0");
+  REFUSES(rkdiWTFwdCol_D97_JPEG2K_32s_C1R, "p s1 p s1 p s1 z =0");
+  REFUSES(rkdiWTInvCol_D97_JPEG2K_32s_C1R, "p s1 p s1 p s1 z =0");
   REFUSES(rkdiWTFwd_B53_JPEG2K_16s_C1R, "p s1 p s1 z =0 =1 p");
   REFUSES(rkdiWTFwd_B53_JPEG2K_16s_C1IR, "p s1 z =0 =1 p");
   REFUSES(rkdiWTInv_B53_JPEG2K_16s_C1R, "p s1 p s1 z =0 =1 p");
@@ -120,6 +183,10 @@ FAMILY(Wavelet) {
   REFUSES(rkdiWTFwd_D97_JPEG2K_32s_C1IR, "p s1 z =0 =1 p");
   REFUSES(rkdiWTInv_D97_JPEG2K_32s_C1R, "p s1 p s1 z =0 =1 p");
   REFUSES(rkdiWTInv_D97_JPEG2K_32s_C1IR, "p s1 z =0 =1 p");
+  REFUSES(rkdiWTFwd_D97_JPEG2K_32f_C1R, "p s1 p s1 z =0 =1 p");
+  REFUSES(rkdiWTFwd_D97_JPEG2K_32f_C1IR, "p s1 z =0 =1 p");
+  REFUSES(rkdiWTInv_D97_JPEG2K_32f_C1R, "p s1 p s1 z =0 =1 p");
+  REFUSES(rkdiWTInv_D97_JPEG2K_32f_C1IR, "p s1 z =0 =1 p");
   REFUSES(rkdiWTFwdColLift_B53_JPEG2K_16s_C1, "p p p p p p n");
   REFUSES(rkdiWTFwdColLift_B53_JPEG2K_32s_C1, "p p p p p p n");
   REFUSES(rkdiWTFwdColLift_D97_JPEG2K_16s_C1, "p p P4 p p n");
@@ -182,6 +249,19 @@ FAMILY(Sample) {
   REFUSES(rkdiSampleDownH2V2_JPEG_8u_C1R, "p s1 z p r10 z10x2");
   REFUSES(rkdiSampleUpH2V1_JPEG_8u_C1R, "p r10 z10x3 p s1 z");
   REFUSES(rkdiSampleUpH2V2_JPEG_8u_C1R, "p r10 z10x2 p s1 z");
+  REFUSES(rkdiSampleDownRowH1V2_Box_JPEG_8u_C1, "p p n p");
+  REFUSES(rkdiSampleDownRowH4V1_Box_JPEG_8u_C1, "p n p");
+  REFUSES(rkdiSampleUpRowH1V2_Triangle_JPEG_8u_C1, "p p p n p p");
+  REFUSES(rkdiSampleUpRowH4V1_Triangle_JPEG_8u_C1, "p n p");
+  REFUSES(rkdiSampleUpRow_Replicate_JPEG_8u_C1, "p n p =3");
+  REFUSES(rkdiSampleDownH1V2_JPEG_8u_C1R, "p s1 z p s1 z19x2");
+  REFUSES(rkdiSampleDownH4V1_JPEG_8u_C1R, "p s1 z p r5 z5x3");
+  REFUSES(rkdiSampleUpH1V2_JPEG_8u_C1R, "p s1 z19x2 p s1 z");
+  REFUSES(rkdiSampleUpH4V1_JPEG_8u_C1R, "p r5 z5x3 p s1 z");
+  REFUSES(rkdiSampleDown_Box_JPEG_8u_C1R, "p s1 z p r7 z7x2 =3 =2");
+  REFUSES(rkdiSampleDown_Box_JPEG_16u_C1R, "p s1 z p r7 z7x2 =3 =2");
+  REFUSES(rkdiSampleUp_Replicate_JPEG_8u_C1R, "p r7 z7x2 p s1 z =3 =2");
+  REFUSES(rkdiSampleUp_Replicate_JPEG_16u_C1R, "p r7 z7x2 p s1 z =3 =2");
 }
 
 FAMILY(Tiff) {
@@ -239,7 +319,19 @@ FAMILY(Texture) {
   REFUSES(rkdiTextureDecodeBlockToRGBA_DXT5_8u_C1C4R, "p r80 p r80 z20x8");
 }
 
+FAMILY(Tables) {
+  REFUSES(rkdiGetZigzag_JPEG_8u, "p");
+  REFUSES(rkdiGetQuantisers_JPEG_8u, "=0 p");
+  REFUSES(rkdiScaleQuantisers_JPEG_8u, "p =75 p");
+  REFUSES(rkdiScaleQuantisers_JPEG_8u16u, "p =75 p");
+  REFUSES(rkdiGetHuffmanTable_JPEG_8u, "=1 =0 p p");
+}
+
 FAMILY(Predictors) {
+  REFUSES(rkdiPointTransformFwd_JPEG_8u16s_C1R, "p s1 p s1 z =2");
+  REFUSES(rkdiPointTransformFwd_JPEG_16u16s_C1R, "p s1 p s1 z =2");
+  REFUSES(rkdiPointTransformInv_JPEG_16s8u_C1R, "p s1 p s1 z =2");
+  REFUSES(rkdiPointTransformInv_JPEG_16s16u_C1R, "p s1 p s1 z =2");
   REFUSES(rkdiDiffPredFirstRow_JPEG_16s_C1, "p p n =8 =0");
   REFUSES(rkdiReconstructPredFirstRow_JPEG_16s_C1, "p p n =8 =0");
   REFUSES(rkdiDiffPredRow_JPEG_16s_C1, "p p p n =1");

@@ -24,11 +24,70 @@ GUARDED_FAMILY(SignalAndImage) {
   GUARDED(rkdiSet_8u_C1R, "=3 pwxh s z");
   GUARDED(rkdiSet_16s_C1R, "=3 pwxh s z");
   GUARDED(rkdiSet_32s_C1R, "=3 pwxh s z");
+  GUARDED(rkdiCopy_8u_C3P3R, "p3wxh s P3*wxh s z");
+  GUARDED(rkdiCopy_8u_P3C3R, "P3*wxh s p3wxh s z");
+  GUARDED(rkdiCopy_8u_C4P4R, "p4wxh s P4*wxh s z");
+  GUARDED(rkdiCopy_8u_P4C4R, "P4*wxh s p4wxh s z");
+  GUARDED(rkdiCopy_16u_C3P3R, "p3wxh s P3*wxh s z");
+  GUARDED(rkdiCopy_16u_P3C3R, "P3*wxh s p3wxh s z");
+  GUARDED(rkdiCopy_16u_C4P4R, "p4wxh s P4*wxh s z");
+  GUARDED(rkdiCopy_16u_P4C4R, "P4*wxh s p4wxh s z");
+  GUARDED(rkdiInvert_8u_C1R, "pwxh s pwxh s z");
+  GUARDED(rkdiInvert_8u_C4R, "p4wxh s p4wxh s z");
+  GUARDED(rkdiInvert_8u_C1IR, "pwxh s z");
+  GUARDED(rkdiInvert_8u_C4IR, "p4wxh s z");
 }
 
 GUARDED_FAMILY(LevelShift) {
   GUARDED(rkdiAdd128_JPEG_16s8u_C1R, "pwxh s pwxh s z");
   GUARDED(rkdiSub128_JPEG_8u16s_C1R, "pwxh s pwxh s z");
+}
+
+GUARDED_FAMILY(LevelShiftOfWavelets) {
+  GUARDED(rkdiLevelShiftFwd_JPEG2K_8u16s_C1R, "pwxh s pwxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftInv_JPEG2K_16s8u_C1R, "pwxh s pwxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftFwd_JPEG2K_8u16s_C3P3R, "p3wxh s P3*wxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftInv_JPEG2K_16s8u_P3C3R, "P3*wxh s p3wxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftFwd_JPEG2K_8u32s_C1R, "pwxh s pwxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftInv_JPEG2K_32s8u_C1R, "pwxh s pwxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftFwd_JPEG2K_8u32s_C3P3R, "p3wxh s P3*wxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftInv_JPEG2K_32s8u_P3C3R, "P3*wxh s p3wxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftFwd_JPEG2K_8u32f_C1R, "pwxh s pwxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftInv_JPEG2K_32f8u_C1R, "pwxh s pwxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftFwd_JPEG2K_8u32f_C3P3R, "p3wxh s P3*wxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftInv_JPEG2K_32f8u_P3C3R, "P3*wxh s p3wxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftFwd_JPEG2K_16u16s_C1R, "pwxh s pwxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftInv_JPEG2K_16s16u_C1R, "pwxh s pwxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftFwd_JPEG2K_16u16s_C3P3R, "p3wxh s P3*wxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftInv_JPEG2K_16s16u_P3C3R, "P3*wxh s p3wxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftFwd_JPEG2K_16u32s_C1R, "pwxh s pwxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftInv_JPEG2K_32s16u_C1R, "pwxh s pwxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftFwd_JPEG2K_16u32s_C3P3R, "p3wxh s P3*wxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftInv_JPEG2K_32s16u_P3C3R, "P3*wxh s p3wxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftFwd_JPEG2K_16u32f_C1R, "pwxh s pwxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftInv_JPEG2K_32f16u_C1R, "pwxh s pwxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftFwd_JPEG2K_16u32f_C3P3R, "p3wxh s P3*wxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftInv_JPEG2K_32f16u_P3C3R, "P3*wxh s p3wxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftFwd_JPEG2K_32s16s_C1R, "pwxh s pwxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftInv_JPEG2K_16s32s_C1R, "pwxh s pwxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftFwd_JPEG2K_32s_C1R, "pwxh s pwxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftInv_JPEG2K_32s_C1R, "pwxh s pwxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftFwd_JPEG2K_32s32f_C1R, "pwxh s pwxh s z =1-8 =0-1");
+  GUARDED(rkdiLevelShiftInv_JPEG2K_32f32s_C1R, "pwxh s pwxh s z =1-8 =0-1");
+}
+
+GUARDED_FAMILY(Bands) {
+  GUARDED(rkdiQuantFwd_JPEG2K_32f32s_C1R, "pwxh s pwxh s z =1-3");
+  GUARDED(rkdiQuantFwd_JPEG2K_32s_C1R, "pwxh s pwxh s z =1-3");
+  GUARDED(rkdiQuantFwd_JPEG2K_16s32s_C1R, "pwxh s pwxh s z =1-3");
+  GUARDED(rkdiQuantInv_JPEG2K_32s32f_C1R, "pwxh s pwxh s z =1-3 =0-1");
+  GUARDED(rkdiQuantInv_JPEG2K_32s_C1R, "pwxh s pwxh s z =1-3 =0-1");
+  GUARDED(rkdiQuantInv_JPEG2K_32s16s_C1R, "pwxh s pwxh s z =1-3 =0-1");
+  GUARDED(rkdiBandFwd_JPEG2K_16s32s_C1R, "pwxh s pwxh s z");
+  GUARDED(rkdiBandInv_JPEG2K_32s16s_C1R, "pwxh s pwxh s z =0-1");
+  GUARDED(rkdiBandInv_JPEG2K_32s_C1R, "pwxh s pwxh s z =0-1");
+  GUARDED(rkdiRegionFwd_JPEG2K_32s_C1IR, "pwxh s pwxh s z =0-20");
+  GUARDED(rkdiRegionInv_JPEG2K_32s_C1IR, "pwxh s z =0-20 =0-1");
 }
 
 GUARDED_FAMILY(Colour) {
@@ -92,6 +151,10 @@ GUARDED_FAMILY(Wavelet) {
   GUARDED(rkdiWTInvCol_B53_JPEG2K_32s_C1R, "pwxL s pwxG s pwxh s z F");
   GUARDED(rkdiWTFwdCol_D97_JPEG2K_32f_C1R, "pwxh s pwxL s pwxG s z F");
   GUARDED(rkdiWTInvCol_D97_JPEG2K_32f_C1R, "pwxL s pwxG s pwxh s z F");
+  GUARDED(rkdiWTFwdCol_D97_JPEG2K_16s_C1R, "pwxh s pwxL s pwxG s z F");
+  GUARDED(rkdiWTInvCol_D97_JPEG2K_16s_C1R, "pwxL s pwxG s pwxh s z F");
+  GUARDED(rkdiWTFwdCol_D97_JPEG2K_32s_C1R, "pwxh s pwxL s pwxG s z F");
+  GUARDED(rkdiWTInvCol_D97_JPEG2K_32s_C1R, "pwxL s pwxG s pwxh s z F");
   GUARDED(rkdiWTFwd_B53_JPEG2K_16s_C1R, "pwxh s pwxh s z f F b");
   GUARDED(rkdiWTFwd_B53_JPEG2K_16s_C1IR, "pwxh s z f F b");
   GUARDED(rkdiWTInv_B53_JPEG2K_16s_C1R, "pwxh s pwxh s z f F b");
@@ -108,6 +171,10 @@ GUARDED_FAMILY(Wavelet) {
   GUARDED(rkdiWTFwd_D97_JPEG2K_32s_C1IR, "pwxh s z f F b");
   GUARDED(rkdiWTInv_D97_JPEG2K_32s_C1R, "pwxh s pwxh s z f F b");
   GUARDED(rkdiWTInv_D97_JPEG2K_32s_C1IR, "pwxh s z f F b");
+  GUARDED(rkdiWTFwd_D97_JPEG2K_32f_C1R, "pwxh s pwxh s z f F b");
+  GUARDED(rkdiWTFwd_D97_JPEG2K_32f_C1IR, "pwxh s z f F b");
+  GUARDED(rkdiWTInv_D97_JPEG2K_32f_C1R, "pwxh s pwxh s z f F b");
+  GUARDED(rkdiWTInv_D97_JPEG2K_32f_C1IR, "pwxh s z f F b");
   GUARDED(rkdiWTFwdColLift_B53_JPEG2K_16s_C1, "pw pw pw pw pw pw n");
   GUARDED(rkdiWTFwdColLift_B53_JPEG2K_32s_C1, "pw pw pw pw pw pw n");
   GUARDED(rkdiWTFwdColLift_D97_JPEG2K_16s_C1, "pw pw P4*w pw pw n");
@@ -170,6 +237,20 @@ GUARDED_FAMILY(Sample) {
   GUARDED(rkdiSampleDownH2V2_JPEG_8u_C1R, "pwxh s z pcxr s z:cxr");
   GUARDED(rkdiSampleUpH2V1_JPEG_8u_C1R, "pcxh s z:cxh pwxh s z");
   GUARDED(rkdiSampleUpH2V2_JPEG_8u_C1R, "pcxr s z:cxr pwxh s z");
+  GUARDED(rkdiSampleDownRowH1V2_Box_JPEG_8u_C1, "pw pw n pw");
+  GUARDED(rkdiSampleDownRowH4V1_Box_JPEG_8u_C1, "pw n pe");
+  GUARDED(rkdiSampleUpRowH1V2_Triangle_JPEG_8u_C1, "pw pw pw n pw pw");
+  GUARDED(rkdiSampleUpRowH4V1_Triangle_JPEG_8u_C1, "pw n p4w");
+  GUARDED(rkdiSampleUpRow_Replicate_JPEG_8u_C1, "pw n p3w =3");
+  GUARDED(rkdiSampleUpRow_Replicate_JPEG_8u_C1, "pw n p4w =4");
+  GUARDED(rkdiSampleDownH1V2_JPEG_8u_C1R, "pwxh s z pwxr s z:wxr");
+  GUARDED(rkdiSampleDownH4V1_JPEG_8u_C1R, "pwxh s z pexh s z:exh");
+  GUARDED(rkdiSampleUpH1V2_JPEG_8u_C1R, "pwxr s z:wxr pwxh s z");
+  GUARDED(rkdiSampleUpH4V1_JPEG_8u_C1R, "pexh s z:exh pwxh s z");
+  GUARDED(rkdiSampleDown_Box_JPEG_8u_C1R, "pwxh s z pcxr s z:cxr =2 =2");
+  GUARDED(rkdiSampleDown_Box_JPEG_16u_C1R, "pwxh s z pexr s z:exr =4 =2");
+  GUARDED(rkdiSampleUp_Replicate_JPEG_8u_C1R, "pcxr s z:cxr pwxh s z =2 =2");
+  GUARDED(rkdiSampleUp_Replicate_JPEG_16u_C1R, "pexr s z:exr pwxh s z =4 =2");
 }
 
 GUARDED_FAMILY(Tiff) {
@@ -227,7 +308,20 @@ GUARDED_FAMILY(Texture) {
 
 GUARDED_FAMILY(HuffmanLists) { GUARDED(rkdiEncodeHuffmanRawTableInit_JPEG_8u, "v256 p16 p256"); }
 
+GUARDED_FAMILY(Tables) {
+  GUARDED(rkdiGetZigzag_JPEG_8u, "p64");
+  GUARDED(rkdiGetQuantisers_JPEG_8u, "=0-1 p64");
+  GUARDED(rkdiScaleQuantisers_JPEG_8u, "v64 =1-100 p64");
+  GUARDED(rkdiScaleQuantisers_JPEG_8u16u, "v64 =1-100 p64");
+  GUARDED(rkdiGetHuffmanTable_JPEG_8u, "=0 =0-1 p16 p12");
+  GUARDED(rkdiGetHuffmanTable_JPEG_8u, "=1 =0-1 p16 p162");
+}
+
 GUARDED_FAMILY(Predictors) {
+  GUARDED(rkdiPointTransformFwd_JPEG_8u16s_C1R, "pwxh s pwxh s z =0-15");
+  GUARDED(rkdiPointTransformFwd_JPEG_16u16s_C1R, "pwxh s pwxh s z =0-15");
+  GUARDED(rkdiPointTransformInv_JPEG_16s8u_C1R, "pwxh s pwxh s z =0-15");
+  GUARDED(rkdiPointTransformInv_JPEG_16s16u_C1R, "pwxh s pwxh s z =0-15");
   GUARDED(rkdiDiffPredFirstRow_JPEG_16s_C1, "pw pw n =8 =0-7");
   GUARDED(rkdiReconstructPredFirstRow_JPEG_16s_C1, "pw pw n =8 =0-7");
   GUARDED(rkdiDiffPredRow_JPEG_16s_C1, "pw pw pw n =1-7");

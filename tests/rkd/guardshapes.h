@@ -16,7 +16,7 @@
 /// Lengths are a number, a letter, or both:
 ///   w h     width, height of the case          c r     half of them, rounded up
 ///   l g     lows and highs of a line of width  L G     of a line of height
-///   k       a quarter of the height
+///   k       a quarter of the height            e       of the width, rounded up
 ///
 /// Functions that need more than data of any kind are called by hand, through GUARDED_CALL.
 #pragma once
@@ -105,6 +105,8 @@ inline int sideOf(char letter, const Case& c) {
       return (h + c.phase(1)) / 2;
     case 'k':
       return h / 4;
+    case 'e':
+      return (w + 3) / 4;
     default:
       ADD_FAILURE() << "no side " << letter;
       return 1;

@@ -2,7 +2,7 @@
 /// Predictors of the lossless process of ITU-T T.81: rows of samples to rows of differences and
 /// back.
 ///
-/// Samples are those after the point transform (sample >> Pt): the caller shifts, and shifts back.
+/// Samples are those after the point transform, sample >> Pt.
 /// They may have up to 16 bits and are taken as unsigned, so a 16-bit sample stands in its 16s
 /// storage as its bit pattern. Differences are modulo 2^16, shown as -32768..32767. Every input is
 /// defined, and reconstructing the differences of a row gives back the row exactly.
@@ -14,6 +14,31 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+/// @name Point transform
+/// Fwd: dst = src >> pointTransform. Inv: dst = src << pointTransform, of which the low 8 or 16
+/// bits.
+/// @param src,dst          first rows; must not overlap
+/// @param srcStep,dstStep  BYTES between row starts, at least one row
+/// @param size             region in SAMPLES, both > 0
+/// @param pointTransform   0..15
+/// @return rkdStsNoErr; rkdStsNullPtrErr, rkdStsSizeErr, rkdStsStepErr, rkdStsBadArgErr with dst
+///         untouched
+/// @see ITU-T T.81, H.1.2
+/// @{
+RKD_API RkdStatus rkdiPointTransformFwd_JPEG_8u16s_C1R(const uint8_t* src, int srcStep,
+                                                       int16_t* dst, int dstStep, RkdiSize size,
+                                                       int pointTransform);
+RKD_API RkdStatus rkdiPointTransformFwd_JPEG_16u16s_C1R(const uint16_t* src, int srcStep,
+                                                        int16_t* dst, int dstStep, RkdiSize size,
+                                                        int pointTransform);
+RKD_API RkdStatus rkdiPointTransformInv_JPEG_16s8u_C1R(const int16_t* src, int srcStep,
+                                                       uint8_t* dst, int dstStep, RkdiSize size,
+                                                       int pointTransform);
+RKD_API RkdStatus rkdiPointTransformInv_JPEG_16s16u_C1R(const int16_t* src, int srcStep,
+                                                        uint16_t* dst, int dstStep, RkdiSize size,
+                                                        int pointTransform);
+/// @}
 
 /// @name First row
 /// The first row of a scan or restart interval: each sample is predicted by its left neighbour, the

@@ -94,6 +94,18 @@ RKD_API RkdStatus rkdiWTFwdRow_D97_JPEG2K_32s_C1R(const int32_t* src, int srcSte
 RKD_API RkdStatus rkdiWTInvRow_D97_JPEG2K_32s_C1R(const int32_t* low, int lowStep,
                                                   const int32_t* high, int highStep, int32_t* dst,
                                                   int dstStep, RkdiSize size, int phase);
+RKD_API RkdStatus rkdiWTFwdCol_D97_JPEG2K_16s_C1R(const int16_t* src, int srcStep, int16_t* low,
+                                                  int lowStep, int16_t* high, int highStep,
+                                                  RkdiSize size, int phase);
+RKD_API RkdStatus rkdiWTInvCol_D97_JPEG2K_16s_C1R(const int16_t* low, int lowStep,
+                                                  const int16_t* high, int highStep, int16_t* dst,
+                                                  int dstStep, RkdiSize size, int phase);
+RKD_API RkdStatus rkdiWTFwdCol_D97_JPEG2K_32s_C1R(const int32_t* src, int srcStep, int32_t* low,
+                                                  int lowStep, int32_t* high, int highStep,
+                                                  RkdiSize size, int phase);
+RKD_API RkdStatus rkdiWTInvCol_D97_JPEG2K_32s_C1R(const int32_t* low, int lowStep,
+                                                  const int32_t* high, int highStep, int32_t* dst,
+                                                  int dstStep, RkdiSize size, int phase);
 /// @}
 
 /// @name Both directions
@@ -101,7 +113,7 @@ RKD_API RkdStatus rkdiWTInvRow_D97_JPEG2K_32s_C1R(const int32_t* low, int lowSte
 /// the top left, horizontal highs at the top right, vertical highs at the bottom left.
 /// @param phaseX,phaseY  of rows and columns
 /// @param buffer         work memory of the size that GetBufSize tells, at any address
-/// @param type           rkd16s or rkd32s, else rkdStsBadArgErr
+/// @param type           rkd16s, rkd32s or rkd32f, else rkdStsBadArgErr
 /// @param bytes          receives the size; a tile that would need 2^31 bytes: rkdStsSizeErr
 /// @{
 RKD_API RkdStatus rkdiWTGetBufSize_JPEG2K(RkdiSize size, RkdDataType type, int* bytes);
@@ -144,6 +156,16 @@ RKD_API RkdStatus rkdiWTInv_D97_JPEG2K_32s_C1R(const int32_t* src, int srcStep, 
                                                int dstStep, RkdiSize size, int phaseX, int phaseY,
                                                void* buffer);
 RKD_API RkdStatus rkdiWTInv_D97_JPEG2K_32s_C1IR(int32_t* srcDst, int srcDstStep, RkdiSize size,
+                                                int phaseX, int phaseY, void* buffer);
+RKD_API RkdStatus rkdiWTFwd_D97_JPEG2K_32f_C1R(const float* src, int srcStep, float* dst,
+                                               int dstStep, RkdiSize size, int phaseX, int phaseY,
+                                               void* buffer);
+RKD_API RkdStatus rkdiWTFwd_D97_JPEG2K_32f_C1IR(float* srcDst, int srcDstStep, RkdiSize size,
+                                                int phaseX, int phaseY, void* buffer);
+RKD_API RkdStatus rkdiWTInv_D97_JPEG2K_32f_C1R(const float* src, int srcStep, float* dst,
+                                               int dstStep, RkdiSize size, int phaseX, int phaseY,
+                                               void* buffer);
+RKD_API RkdStatus rkdiWTInv_D97_JPEG2K_32f_C1IR(float* srcDst, int srcDstStep, RkdiSize size,
                                                 int phaseX, int phaseY, void* buffer);
 /// @}
 

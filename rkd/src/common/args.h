@@ -156,6 +156,13 @@ inline RkdStatus runRegion(Kernel kernel, Src src, Dst dst, RkdiSize size, Param
                             ::rkd::Planes<D, DP>{dst, dstStep}, size);               \
   }
 
+// ..._C1IR: interleaved in place.
+#define RKD_PIXELS_IN_PLACE(Name, kernel, T, C)                        \
+  RkdStatus Name(T* srcDst, int step, RkdiSize size) {                 \
+    return ::rkd::runRegion(kernel, ::rkd::Pixels<T, C>{srcDst, step}, \
+                            ::rkd::Pixels<T, C>{srcDst, step}, size);  \
+  }
+
 // ..._P3IR: planar in place.
 #define RKD_PLANES_IN_PLACE(Name, kernel, T, P)                        \
   RkdStatus Name(T* const srcDst[P], int step, RkdiSize size) {        \

@@ -6,6 +6,7 @@
 #include "common/bytes-inl.h"
 #include "common/levels.h"
 #include "hwy/highway.h"
+#include "jpeg/sample-inl.h"
 #include "jpeg/sample.h"
 #include "rkd/rkdjpeg_sample.h"
 
@@ -119,15 +120,6 @@ HWY_INLINE V8 blocksDown(V8 v, V8 edge) {
   static_cast<void>(v);
   return edge;
 #endif
-}
-
-// (3 * a + b + 1) >> 2 and (3 * a + b + 2) >> 2 in bytes: the mean of a and the mean of both, one
-// rounded up and one down.
-HWY_INLINE V8 mean3to1Down(V8 a, V8 b) {
-  return hn::Not(hn::AverageRound(hn::Not(a), hn::Not(hn::AverageRound(a, b))));
-}
-HWY_INLINE V8 mean3to1Up(V8 a, V8 b) {
-  return hn::AverageRound(a, hn::Not(hn::AverageRound(hn::Not(a), hn::Not(b))));
 }
 
 // For lambdas too large for the compiler to put where they are called, and called too often for
@@ -324,9 +316,6 @@ HWY_EXPORT(upH2V2);
 
 namespace {
 
-// Whether `whole` samples and `half` as many belong together.
-bool isHalf(int whole, int half) { return half == whole / 2 + whole % 2; }
-
 template <class Kernel>
 RkdStatus runImages(Kernel kernel, const SampleImages& io, bool sizesMatch) {
   if (const RkdStatus status = io.check(sizesMatch)) return status;
@@ -374,24 +363,26 @@ RkdStatus rkdiSampleUpRowH2V2_Triangle_JPEG_8u_C1(const uint8_t* src1, const uin
 RkdStatus rkdiSampleDownH2V1_JPEG_8u_C1R(const uint8_t* src, int srcStep, RkdiSize srcSize,
                                          uint8_t* dst, int dstStep, RkdiSize dstSize) {
   return runImages(RKD_AT_LEVEL(downH2V1), {src, srcStep, srcSize, dst, dstStep, dstSize},
-                   isHalf(srcSize.width, dstSize.width) && srcSize.height == dstSize.height);
+                   isPartOf(2, srcSize.width, dstSize.width) && srcSize.height == dstSize.height);
 }
 
 RkdStatus rkdiSampleDownH2V2_JPEG_8u_C1R(const uint8_t* src, int srcStep, RkdiSize srcSize,
                                          uint8_t* dst, int dstStep, RkdiSize dstSize) {
-  return runImages(RKD_AT_LEVEL(downH2V2), {src, srcStep, srcSize, dst, dstStep, dstSize},
-                   isHalf(srcSize.width, dstSize.width) && isHalf(srcSize.height, dstSize.height));
+  return runImages(
+      RKD_AT_LEVEL(downH2V2), {src, srcStep, srcSize, dst, dstStep, dstSize},
+      isPartOf(2, srcSize.width, dstSize.width) && isPartOf(2, srcSize.height, dstSize.height));
 }
 
 RkdStatus rkdiSampleUpH2V1_JPEG_8u_C1R(const uint8_t* src, int srcStep, RkdiSize srcSize,
                                        uint8_t* dst, int dstStep, RkdiSize dstSize) {
   return runImages(RKD_AT_LEVEL(upH2V1), {src, srcStep, srcSize, dst, dstStep, dstSize},
-                   isHalf(dstSize.width, srcSize.width) && srcSize.height == dstSize.height);
+                   isPartOf(2, dstSize.width, srcSize.width) && srcSize.height == dstSize.height);
 }
 
 RkdStatus rkdiSampleUpH2V2_JPEG_8u_C1R(const uint8_t* src, int srcStep, RkdiSize srcSize,
                                        uint8_t* dst, int dstStep, RkdiSize dstSize) {
-  return runImages(RKD_AT_LEVEL(upH2V2), {src, srcStep, srcSize, dst, dstStep, dstSize},
-                   isHalf(dstSize.width, srcSize.width) && isHalf(dstSize.height, srcSize.height));
+  return runImages(
+      RKD_AT_LEVEL(upH2V2), {src, srcStep, srcSize, dst, dstStep, dstSize},
+      isPartOf(2, dstSize.width, srcSize.width) && isPartOf(2, dstSize.height, srcSize.height));
 }
 #endif  // HWY_ONCE

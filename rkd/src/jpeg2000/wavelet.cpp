@@ -123,6 +123,8 @@ void fwdD9716s(const Tile<int16_t>& t) { forwardTile<D97>(t); }
 void invD9716s(const Tile<int16_t>& t) { inverseTile<D97>(t); }
 void fwdD9732s(const Tile<int32_t>& t) { forwardTile<D97>(t); }
 void invD9732s(const Tile<int32_t>& t) { inverseTile<D97>(t); }
+void fwdD9732f(const Tile<float>& t) { forwardTile<D97>(t); }
+void invD9732f(const Tile<float>& t) { inverseTile<D97>(t); }
 
 }  // namespace rkd::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
@@ -137,6 +139,8 @@ HWY_EXPORT(fwdD9716s);
 HWY_EXPORT(invD9716s);
 HWY_EXPORT(fwdD9732s);
 HWY_EXPORT(invD9732s);
+HWY_EXPORT(fwdD9732f);
+HWY_EXPORT(invD9732f);
 }  // namespace rkd
 
 using namespace rkd;
@@ -162,10 +166,12 @@ TILES(rkdiWTFwd_D97_JPEG2K_16s, fwdD9716s, int16_t)
 TILES(rkdiWTInv_D97_JPEG2K_16s, invD9716s, int16_t)
 TILES(rkdiWTFwd_D97_JPEG2K_32s, fwdD9732s, int32_t)
 TILES(rkdiWTInv_D97_JPEG2K_32s, invD9732s, int32_t)
+TILES(rkdiWTFwd_D97_JPEG2K_32f, fwdD9732f, float)
+TILES(rkdiWTInv_D97_JPEG2K_32f, invD9732f, float)
 
 RkdStatus rkdiWTGetBufSize_JPEG2K(RkdiSize size, RkdDataType type, int* bytes) {
   if (const RkdStatus status = firstOf(checkSize(size), checkPointers(bytes))) return status;
-  if (type != rkd16s && type != rkd32s) return rkdStsBadArgErr;
+  if (type != rkd16s && type != rkd32s && type != rkd32f) return rkdStsBadArgErr;
   const int64_t needed = tileBytes(size, type == rkd16s ? 2 : 4);
   if (needed > INT32_MAX) return rkdStsSizeErr;
   *bytes = static_cast<int>(needed);

@@ -111,6 +111,10 @@ void fwdRowD9732f(const ForwardBands<float>& b) { forwardRows<D97>(b); }
 void invRowD9732f(const InverseBands<float>& b) { inverseRows<D97>(b); }
 void fwdColD9732f(const ForwardBands<float>& b) { forwardColumns<D97>(b); }
 void invColD9732f(const InverseBands<float>& b) { inverseColumns<D97>(b); }
+void fwdColD9716s(const ForwardBands<int16_t>& b) { forwardColumns<D97>(b); }
+void invColD9716s(const InverseBands<int16_t>& b) { inverseColumns<D97>(b); }
+void fwdColD9732s(const ForwardBands<int32_t>& b) { forwardColumns<D97>(b); }
+void invColD9732s(const InverseBands<int32_t>& b) { inverseColumns<D97>(b); }
 void fwdRowD9716s(const ForwardBands<int16_t>& b) { forwardRows<D97>(b); }
 void invRowD9716s(const InverseBands<int16_t>& b) { inverseRows<D97>(b); }
 void fwdRowD9732s(const ForwardBands<int32_t>& b) { forwardRows<D97>(b); }
@@ -133,6 +137,10 @@ HWY_EXPORT(fwdRowD9732f);
 HWY_EXPORT(invRowD9732f);
 HWY_EXPORT(fwdColD9732f);
 HWY_EXPORT(invColD9732f);
+HWY_EXPORT(fwdColD9716s);
+HWY_EXPORT(invColD9716s);
+HWY_EXPORT(fwdColD9732s);
+HWY_EXPORT(invColD9732s);
 HWY_EXPORT(fwdRowD9716s);
 HWY_EXPORT(invRowD9716s);
 HWY_EXPORT(fwdRowD9732s);
@@ -167,6 +175,10 @@ FORWARD_BANDS(rkdiWTFwdRow_D97_JPEG2K_32f_C1R, fwdRowD9732f, float, true)
 INVERSE_BANDS(rkdiWTInvRow_D97_JPEG2K_32f_C1R, invRowD9732f, float, true)
 FORWARD_BANDS(rkdiWTFwdCol_D97_JPEG2K_32f_C1R, fwdColD9732f, float, false)
 INVERSE_BANDS(rkdiWTInvCol_D97_JPEG2K_32f_C1R, invColD9732f, float, false)
+FORWARD_BANDS(rkdiWTFwdCol_D97_JPEG2K_16s_C1R, fwdColD9716s, int16_t, false)
+INVERSE_BANDS(rkdiWTInvCol_D97_JPEG2K_16s_C1R, invColD9716s, int16_t, false)
+FORWARD_BANDS(rkdiWTFwdCol_D97_JPEG2K_32s_C1R, fwdColD9732s, int32_t, false)
+INVERSE_BANDS(rkdiWTInvCol_D97_JPEG2K_32s_C1R, invColD9732s, int32_t, false)
 FORWARD_BANDS(rkdiWTFwdRow_D97_JPEG2K_16s_C1R, fwdRowD9716s, int16_t, true)
 INVERSE_BANDS(rkdiWTInvRow_D97_JPEG2K_16s_C1R, invRowD9716s, int16_t, true)
 FORWARD_BANDS(rkdiWTFwdRow_D97_JPEG2K_32s_C1R, fwdRowD9732s, int32_t, true)
