@@ -14,6 +14,7 @@ int main(int argc, char** argv) {
   bench::benchDct(table);
   bench::benchSample(table);
   bench::benchWavelet(table);
+  bench::benchComponent(table);
   bench::benchHuffman(table);
   bench::benchPct(table);
   bench::benchTiff(table);

@@ -1,5 +1,5 @@
-// Wavelets and component transforms of JPEG 2000 beside OpenJPEG; then every one of these functions
-// by itself beside a copy of the same bytes.
+// Wavelets of JPEG 2000 beside OpenJPEG; then every one of these functions by itself beside a copy
+// of the same bytes.
 //
 // The peer's transforms have no interface of their own, but its static archive holds them. What
 // they read of the structures around them, a few numbers and pointers, is declared here by its
@@ -22,7 +22,7 @@
 #include <vector>
 
 #include "benchkit.h"
-#include "rkd/rkdcolor.h"
+#include "planes.h"
 #include "rkd/rkdjpeg_wavelet.h"
 
 namespace bench::peer {
@@ -57,10 +57,6 @@ int opj_dwt_encode(Tile* tile, Component* component);
 int opj_dwt_encode_real(Tile* tile, Component* component);
 int opj_dwt_decode(Tile* tile, Component* component, uint32_t resolutions);
 int opj_dwt_decode_real(Tile* tile, Component* component, uint32_t resolutions);
-void opj_mct_encode(int32_t* c0, int32_t* c1, int32_t* c2, size_t n);
-void opj_mct_decode(int32_t* c0, int32_t* c1, int32_t* c2, size_t n);
-void opj_mct_encode_real(float* c0, float* c1, float* c2, size_t n);
-void opj_mct_decode_real(float* c0, float* c1, float* c2, size_t n);
 }
 
 }  // namespace bench::peer
@@ -71,56 +67,6 @@ namespace {
 constexpr int kSide = 1024;
 constexpr int kLevels = 5;
 constexpr size_t kSamples = size_t{kSide} * kSide;
-
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "bench_wavelet: %s\n", what);
-  std::exit(1);
-}
-
-/// Samples at an address that suits the peer's aligned accesses.
-template <class T>
-class Plane {
- public:
-  explicit Plane(size_t count) : m_count(count) {
-    void* const memory = std::aligned_alloc(64, (count * sizeof(T) + 63) / 64 * 64);
-    require(memory != nullptr, "no memory");
-    m_data.reset(static_cast<T*>(memory));
-    std::fill_n(data(), count, T{});
-  }
-  T* data() const { return m_data.get(); }
-  size_t bytes() const { return m_count * sizeof(T); }
-  void copyFrom(const Plane& other) const { std::memcpy(data(), other.data(), bytes()); }
-
- private:
-  struct Free {
-    void operator()(void* memory) const { std::free(memory); }
-  };
-  std::unique_ptr<T[], Free> m_data;
-  size_t m_count;
-};
-
-/// Waves and noise about zero, as level-shifted samples of a picture are.
-template <class T>
-void fillPicture(const Plane<T>& plane) {
-  std::mt19937 random(11);
-  for (size_t i = 0; i < plane.bytes() / sizeof(T); ++i) {
-    const size_t row = i / kSide;
-    const double x = double(i % kSide), y = double(row);
-    const double wave = 50 * std::sin(x / 17) + 40 * std::cos(y / 23 + x / 91);
-    plane.data()[i] = T(std::lround(wave) + int(random() % 33) - 16);
-  }
-}
-
-/// The largest difference of two planes.
-template <class T>
-double distance(const Plane<T>& a, const Plane<T>& b) {
-  double most = 0;
-  for (size_t i = 0; i < a.bytes() / sizeof(T); ++i) {
-    most = std::max(most, std::abs(double(a.data()[i]) - double(b.data()[i])));
-  }
-  return most;
-}
 
 // ---- five levels ----
 
@@ -272,11 +218,6 @@ struct Five97 {
   }
 };
 
-/// Two of a kind, forward and inverse, with the ratios asked for.
-struct Asked {
-  double must, aim;
-};
-
 /// The peer works in place: its samples are put back before each turn, and that time is taken off.
 template <class T, class Ours, class Work>
 void againstPeer(Table& table, const std::string& name, Asked asked, Ours ours,
@@ -355,67 +296,6 @@ void benchFiveLevels97(Table& table) {
       work, [&] { peer.inverse97(); });
 }
 
-// ---- component transforms, in place ----
-
-// Three planes of 32-bit samples that fit the second-level cache.
-constexpr RkdiSize kPart = {256, 64};
-constexpr size_t kPartPixels = size_t{256} * 64;
-constexpr int kRepeat = 8;
-
-template <class T>
-struct Three {
-  Plane<T> plane[3] = {Plane<T>(kPartPixels), Plane<T>(kPartPixels), Plane<T>(kPartPixels)};
-  T* data[3] = {plane[0].data(), plane[1].data(), plane[2].data()};
-  static constexpr int kStep = kPart.width * int(sizeof(T));
-};
-
-template <class Body>
-std::function<void()> repeated(Body body) {
-  return [body] {
-    for (int i = 0; i < kRepeat; ++i) body();
-  };
-}
-
-/// Where samples are of the peer's kind, ours and its agree on a picture.
-template <class T, class P, class Way>
-void requireSameComponents(Way way, void (*peerWay)(P*, P*, P*, size_t)) {
-  if constexpr (std::is_same_v<T, P>) {
-    Three<T> ours, theirs;
-    for (int p = 0; p < 3; ++p) {
-      fillPicture(ours.plane[p]);
-      for (size_t i = 0; i < kPartPixels; ++i) ours.data[p][i] *= T(p + 1);
-      theirs.plane[p].copyFrom(ours.plane[p]);
-    }
-    way(ours.data, Three<T>::kStep, kPart);
-    peerWay(theirs.data[0], theirs.data[1], theirs.data[2], kPartPixels);
-    for (int p = 0; p < 3; ++p) {
-      require(distance(ours.plane[p], theirs.plane[p]) < .01, "components differ from the peer's");
-    }
-  }
-}
-
-/// Samples are zero, and stay it in place however often: floating point neither decays nor grows.
-template <class T, class P, class Way>
-void benchComponents(Table& table, const char* name, Asked asked, Way forward, Way inverse,
-                     void (*peerForward)(P*, P*, P*, size_t),
-                     void (*peerInverse)(P*, P*, P*, size_t)) {
-  Three<T> ours;
-  Three<P> theirs;
-  const std::string peer = std::string("OpenJPEG ") + opj_version();
-  requireSameComponents<T>(forward, peerForward);
-  requireSameComponents<T>(inverse, peerInverse);
-  for (const bool isForward : {true, false}) {
-    const Way way = isForward ? forward : inverse;
-    const auto peerWay = isForward ? peerForward : peerInverse;
-    table.run({std::string(name) + (isForward ? " forward" : " inverse"), "px",
-               double(kPartPixels) * kRepeat, asked.must, asked.aim,
-               repeated([&ours, way] { way(ours.data, Three<T>::kStep, kPart); }), peer,
-               repeated([&theirs, peerWay] {
-                 peerWay(theirs.data[0], theirs.data[1], theirs.data[2], kPartPixels);
-               })});
-  }
-}
-
 // ---- every function by itself ----
 
 /// A function's line beside a copy of the samples. No ratio is asked for: a copy has no arithmetic.
@@ -487,56 +367,6 @@ class ByItself {
   Plane<T> m_a{kPartPixels}, m_b{kPartPixels}, m_buffer{2 * kPartPixels};
 };
 
-RKD_BENCH_WIDE void plainUpdate(uint32_t* a, uint32_t* b, uint32_t* c, size_t n) {
-  for (size_t i = 0; i < n; ++i) {
-    ++a[i];
-    ++b[i];
-    ++c[i];
-  }
-}
-
-/// Component transforms beside plain loops over the same bytes. Those that hardly do more than move
-/// memory are held to them.
-template <class T>
-class Components {
- public:
-  explicit Components(Table& table) : m_table(table) {}
-
-  void line(const char* name, RkdStatus (*function)(T* const*, int, RkdiSize)) {
-    run(
-        name, [=, this] { function(m_three.data, kStep, kPart); },
-        [this] {
-          const auto words = [this](int p) { return reinterpret_cast<uint32_t*>(m_plain.data[p]); };
-          plainUpdate(words(0), words(1), words(2), kPartPixels * sizeof(T) / sizeof(uint32_t));
-        });
-  }
-  void line(const char* name, RkdStatus (*function)(const T*, int, T* const*, int, RkdiSize)) {
-    run(
-        name, [=, this] { function(m_pixels.data(), 3 * kStep, m_three.data, kStep, kPart); },
-        [this] { m_copy.copyFrom(m_pixels); });
-  }
-  void line(const char* name, RkdStatus (*function)(const T* const*, int, T*, int, RkdiSize)) {
-    run(
-        name, [=, this] { function(m_three.data, kStep, m_pixels.data(), 3 * kStep, kPart); },
-        [this] { m_pixels.copyFrom(m_copy); });
-  }
-
- private:
-  static constexpr int kStep = Three<T>::kStep;
-
-  template <class Ours, class Plain>
-  void run(const std::string& name, Ours ours, Plain plain) {
-    // ICT multiplies up to nine times a pixel.
-    const bool moves = name.starts_with("RCT");
-    m_table.run({name, "px", double(kPartPixels) * kRepeat, moves ? 1.5 : 0, moves ? 1.1 : 0,
-                 repeated(ours), "plain loop", repeated(plain)});
-  }
-
-  Table& m_table;
-  Three<T> m_three, m_plain;
-  Plane<T> m_pixels{3 * kPartPixels}, m_copy{3 * kPartPixels};
-};
-
 #define LINE(object, way, name, ...) object.way(#name, rkdi##name __VA_OPT__(, ) __VA_ARGS__)
 
 void benchByThemselves(Table& table) {
@@ -585,26 +415,6 @@ void benchByThemselves(Table& table) {
   LINE(wide, step, WTInvColLift_D97_JPEG2K_32s_C1);
   LINE(floating, step, WTFwdColLift_D97_JPEG2K_32f_C1);
   LINE(floating, step, WTInvColLift_D97_JPEG2K_32f_C1);
-
-  Components<int16_t> narrowPlanes(table);
-  Components<int32_t> widePlanes(table);
-  Components<float> floatingPlanes(table);
-  LINE(narrowPlanes, line, RCTFwd_JPEG2K_16s_P3IR);
-  LINE(narrowPlanes, line, RCTInv_JPEG2K_16s_P3IR);
-  LINE(narrowPlanes, line, RCTFwd_JPEG2K_16s_C3P3R);
-  LINE(narrowPlanes, line, RCTInv_JPEG2K_16s_P3C3R);
-  LINE(widePlanes, line, RCTFwd_JPEG2K_32s_P3IR);
-  LINE(widePlanes, line, RCTInv_JPEG2K_32s_P3IR);
-  LINE(widePlanes, line, RCTFwd_JPEG2K_32s_C3P3R);
-  LINE(widePlanes, line, RCTInv_JPEG2K_32s_P3C3R);
-  LINE(narrowPlanes, line, ICTFwd_JPEG2K_16s_P3IR);
-  LINE(narrowPlanes, line, ICTInv_JPEG2K_16s_P3IR);
-  LINE(widePlanes, line, ICTFwd_JPEG2K_32s_P3IR);
-  LINE(widePlanes, line, ICTInv_JPEG2K_32s_P3IR);
-  LINE(floatingPlanes, line, ICTFwd_JPEG2K_32f_P3IR);
-  LINE(floatingPlanes, line, ICTInv_JPEG2K_32f_P3IR);
-  LINE(floatingPlanes, line, ICTFwd_JPEG2K_32f_C3P3R);
-  LINE(floatingPlanes, line, ICTInv_JPEG2K_32f_P3C3R);
 }
 
 }  // namespace
@@ -612,16 +422,6 @@ void benchByThemselves(Table& table) {
 void benchWavelet(Table& table) {
   benchFiveLevels53(table);
   benchFiveLevels97(table);
-  constexpr Asked wide = {1.05, 1}, narrow = {.5, .45};
-  using namespace peer;
-  benchComponents<int32_t>(table, "RCT 32s", wide, rkdiRCTFwd_JPEG2K_32s_P3IR,
-                           rkdiRCTInv_JPEG2K_32s_P3IR, opj_mct_encode, opj_mct_decode);
-  benchComponents<float>(table, "ICT 32f", wide, rkdiICTFwd_JPEG2K_32f_P3IR,
-                         rkdiICTInv_JPEG2K_32f_P3IR, opj_mct_encode_real, opj_mct_decode_real);
-  benchComponents<int16_t>(table, "RCT 16s", narrow, rkdiRCTFwd_JPEG2K_16s_P3IR,
-                           rkdiRCTInv_JPEG2K_16s_P3IR, opj_mct_encode, opj_mct_decode);
-  benchComponents<int16_t>(table, "ICT 16s", narrow, rkdiICTFwd_JPEG2K_16s_P3IR,
-                           rkdiICTInv_JPEG2K_16s_P3IR, opj_mct_encode_real, opj_mct_decode_real);
   benchByThemselves(table);
 }
 

@@ -67,6 +67,7 @@ class Table {
 // The families, each in its bench_*.cpp.
 void benchCodeBlock(Table& table);
 void benchColor(Table& table);
+void benchComponent(Table& table);
 void benchDct(Table& table);
 void benchHuffman(Table& table);
 void benchSample(Table& table);

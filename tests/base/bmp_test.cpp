@@ -73,16 +73,15 @@ Bytes masks(std::initializer_list<uint32_t> all) {
 const Bytes kGrays = {10, 10, 10, 0, 20, 20, 20, 0};
 const Bytes kColours = {1, 2, 3, 0, 4, 5, 6, 0};
 
-}  // namespace
+struct Case {
+  const char* name;
+  Source source;
+  int channels;
+  Bytes top, bottom;
+};
 
-TEST(BmpFile, EveryDepth) {
-  struct Case {
-    const char* name;
-    Source source;
-    int channels;
-    Bytes top, bottom;
-  };
-  const Case cases[] = {
+std::vector<Case> casesOfEveryDepth() {
+  return {
       {"1 gray",
        {.width = 10,
         .bits = 1,
@@ -118,7 +117,12 @@ TEST(BmpFile, EveryDepth) {
       {"24", {.width = 1, .pixels = {1, 2, 3, 99, 4, 5, 6, 99}}, 3, {6, 5, 4}, {3, 2, 1}},
       {"32", {.width = 1, .bits = 32, .pixels = {1, 2, 3, 4, 5, 6, 7, 8}}, 3, {7, 6, 5}, {3, 2, 1}},
   };
-  for (const Case& c : cases) {
+}
+
+}  // namespace
+
+TEST(BmpFile, EveryDepth) {
+  for (const Case& c : casesOfEveryDepth()) {
     for (const auto order : {ByteOrder::little, ByteOrder::big}) {
       SCOPED_TRACE(c.name);
       Source source = c.source;

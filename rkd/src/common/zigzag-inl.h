@@ -21,7 +21,7 @@
 #include <immintrin.h>
 #endif
 
-#include "jpeg/huffman.h"
+#include "common/zigzag.h"
 
 // Every processor of the AVX2 level counts leading zeros in one step; Highway does not ask g++ for
 // it. (clang has no pragma that adds to a target; it gets by without.)
