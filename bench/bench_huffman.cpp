@@ -2,11 +2,6 @@
 // jpeg_read_coefficients and jpeg_write_coefficients on the same picture in memory, with their
 // marker segments (a few hundred bytes), tables and walk over arrays; ours makes its tables within
 // the time as well. A refinement scan of the peer is the difference of two files, with and without.
-#include <cstddef>
-#include <cstdio>
-
-#include <jpeglib.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -15,6 +10,7 @@
 #include <vector>
 
 #include "benchkit.h"
+#include "jpegwriter.h"
 #include "photo.h"
 #include "rkd/rkdjpeg_huffman.h"
 #include "rkd/rkdjpeg_pred.h"
@@ -32,36 +28,6 @@ void require(bool holds, const char* what) {
 
 // ---- the peer ----
 
-Bytes taken(unsigned char* memory, unsigned long size) {
-  Bytes file(memory, memory + size);
-  std::free(memory);
-  return file;
-}
-
-Bytes compress(const Bytes& rgb, int width, int height, int quality) {
-  jpeg_compress_struct c;
-  jpeg_error_mgr errors;
-  c.err = jpeg_std_error(&errors);
-  jpeg_create_compress(&c);
-  unsigned char* memory = nullptr;
-  unsigned long size = 0;
-  jpeg_mem_dest(&c, &memory, &size);
-  c.image_width = JDIMENSION(width);
-  c.image_height = JDIMENSION(height);
-  c.input_components = 3;
-  c.in_color_space = JCS_RGB;
-  jpeg_set_defaults(&c);
-  jpeg_set_quality(&c, quality, TRUE);
-  jpeg_start_compress(&c, TRUE);
-  while (c.next_scanline < c.image_height) {
-    JSAMPROW row = const_cast<uint8_t*>(&rgb[size_t(c.next_scanline) * width * 3]);
-    jpeg_write_scanlines(&c, &row, 1);
-  }
-  jpeg_finish_compress(&c);
-  jpeg_destroy_compress(&c);
-  return taken(memory, size);
-}
-
 /// A picture's coefficients as the peer holds them, ready to be written again and again.
 class Coefficients {
  public:
@@ -77,22 +43,14 @@ class Coefficients {
   Coefficients& operator=(const Coefficients&) = delete;
 
   Bytes write(const std::vector<jpeg_scan_info>* script) {
-    jpeg_compress_struct c;
-    jpeg_error_mgr errors;
-    c.err = jpeg_std_error(&errors);
-    jpeg_create_compress(&c);
-    unsigned char* memory = nullptr;
-    unsigned long size = 0;
-    jpeg_mem_dest(&c, &memory, &size);
-    jpeg_copy_critical_parameters(&d_, &c);
-    if (script != nullptr) {
-      c.scan_info = script->data();
-      c.num_scans = int(script->size());
-    }
-    jpeg_write_coefficients(&c, arrays_);
-    jpeg_finish_compress(&c);
-    jpeg_destroy_compress(&c);
-    return taken(memory, size);
+    return jpegwriter::fileBy([&](jpeg_compress_struct& c) {
+      jpeg_copy_critical_parameters(&d_, &c);
+      if (script != nullptr) {
+        c.scan_info = script->data();
+        c.num_scans = int(script->size());
+      }
+      jpeg_write_coefficients(&c, arrays_);
+    });
   }
 
   /// Whole MCUs of a component, block by block.
@@ -325,7 +283,7 @@ constexpr int kHeight = 512;
 constexpr const char* kPeer = "libjpeg-turbo";
 
 void benchBlocks(bench::Table& table, const Bytes& rgb, int quality) {
-  const Bytes file = compress(rgb, kWidth, kHeight, quality);
+  const Bytes file = jpegwriter::file(rgb, kWidth, kHeight, quality);
   Coefficients peer(file);
   Picture ours(peer);
   const double blocks = ours.blocks();

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "hex.h"
 #include "ref_code2k.h"
 #include "rkd/rkdjpeg_codeblock.h"
 #include "rkdkit.h"
@@ -131,22 +132,6 @@ class Decoder {
   RkdStatus status = rkdStsNoErr;
   typename Coder::DecodeState* state = nullptr;
 };
-
-inline std::string hex(const Bytes& bytes) {
-  std::string text;
-  for (const uint8_t byte : bytes) {
-    for (const int digit : {byte >> 4, byte & 15}) text += "0123456789ABCDEF"[digit];
-  }
-  return text;
-}
-
-inline Bytes fromHex(const std::string& text) {
-  Bytes bytes;
-  for (size_t i = 0; i + 1 < text.size(); i += 2) {
-    bytes.push_back(uint8_t(std::stoi(text.substr(i, 2), nullptr, 16)));
-  }
-  return bytes;
-}
 
 /// Kinds of data that drive the coder into its corners.
 enum class Fill { picture, sparse, dense, wide, extremes, kinds };

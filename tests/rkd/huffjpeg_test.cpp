@@ -1,13 +1,9 @@
 // Whole files, with libjpeg at the other end: it reads the coefficients that these coders wrote and
 // writes those that they read.
-#include <cstddef>
-#include <cstdio>
-
-#include <jpeglib.h>
-
 #include <functional>
 
 #include "huffjpeg.h"
+#include "jpegwriter.h"
 
 using namespace huffkit;
 using rkdkit::forEachLevel;
@@ -88,40 +84,18 @@ TEST(HuffmanFiles, AnotherDecoderReadsWhatTheEncodersWrote) {
   });
 }
 
-/// A file of libjpeg's own making.
+/// A file of libjpeg's own making: waves of growing frequency with noise on one side.
 Bytes compressed(int width, int height, int quality,
                  const std::function<void(j_compress_ptr)>& set) {
-  jpeg_compress_struct c;
-  jpeg_error_mgr errors;
-  c.err = jpeg_std_error(&errors);
-  jpeg_create_compress(&c);
-  unsigned char* memory = nullptr;
-  unsigned long size = 0;
-  jpeg_mem_dest(&c, &memory, &size);
-  c.image_width = JDIMENSION(width);
-  c.image_height = JDIMENSION(height);
-  c.input_components = 3;
-  c.in_color_space = JCS_RGB;
-  jpeg_set_defaults(&c);
-  jpeg_set_quality(&c, quality, TRUE);
-  set(&c);
-  jpeg_start_compress(&c, TRUE);
   Random random;
-  Bytes row(size_t(width) * 3);
-  while (c.next_scanline < c.image_height) {
-    // Waves of growing frequency with noise on one side.
+  Bytes rgb;
+  for (int y = 0; y < height; ++y) {
     for (int x = 0; x < 3 * width; ++x) {
-      const int wave = (x * x / 300 + int(c.next_scanline) * (x % 3 + 1)) & 255;
-      row[size_t(x)] = uint8_t(x > width ? wave : (wave + random.between(0, 255)) / 2);
+      const int wave = (x * x / 300 + y * (x % 3 + 1)) & 255;
+      rgb.push_back(uint8_t(x > width ? wave : (wave + random.between(0, 255)) / 2));
     }
-    JSAMPROW pointer = row.data();
-    jpeg_write_scanlines(&c, &pointer, 1);
   }
-  jpeg_finish_compress(&c);
-  jpeg_destroy_compress(&c);
-  Bytes file(memory, memory + size);
-  std::free(memory);
-  return file;
+  return jpegwriter::file(rgb, width, height, quality, set);
 }
 
 TEST(HuffmanFiles, TheDecodersReadWhatAnotherEncoderWrote) {

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <vector>
 
+#include "hex.h"
 #include "ref_huffman.h"
 #include "rkd/rkdjpeg_huffman.h"
 #include "rkdkit.h"
@@ -207,22 +208,6 @@ struct In {
   int position = 0;
   int marker = -1;
 };
-
-inline std::string hex(const Bytes& bytes) {
-  std::string text;
-  for (const uint8_t byte : bytes) {
-    for (const int digit : {byte >> 4, byte & 15}) text += "0123456789ABCDEF"[digit];
-  }
-  return text;
-}
-
-inline Bytes fromHex(const std::string& text) {
-  Bytes bytes;
-  for (size_t i = 0; i + 1 < text.size(); i += 2) {
-    bytes.push_back(uint8_t(std::stoi(text.substr(i, 2), nullptr, 16)));
-  }
-  return bytes;
-}
 
 /// Blocks given by their non-zero coefficients: zigzag index, value.
 inline Block sparse(std::initializer_list<std::pair<int, int>> coefficients) {

@@ -1,6 +1,7 @@
 // Rows of TIFF images.
 #include <string>
 
+#include "hex.h"
 #include "ref_tiff.h"
 #include "rkd/rkdjpeg_tiff.h"
 #include "rkdkit.h"
@@ -13,14 +14,6 @@ using rkdkit::sz;
 namespace {
 
 using Bytes = std::vector<uint8_t>;
-
-Bytes hex(const std::string& text) {
-  Bytes bytes;
-  for (size_t i = 0; i < text.size(); i += 2) {
-    bytes.push_back(static_cast<uint8_t>(std::stoi(text.substr(i, 2), nullptr, 16)));
-  }
-  return bytes;
-}
 
 Bytes repeated(int count, uint8_t value) { return Bytes(static_cast<size_t>(count), value); }
 
@@ -105,25 +98,25 @@ struct Known {
 
 TEST(PackBits, WritesKnownPackets) {
   const std::vector<Known> known = {
-      {hex("07"), hex("0007")},
-      {hex("0909"), hex("FF09")},
-      {hex("0908"), hex("010908")},
-      {hex("050505"), hex("FE05")},
-      {repeated(128, 1), hex("8101")},
-      {repeated(129, 1), hex("81010001")},
-      {repeated(130, 1), hex("8101FF01")},
-      {repeated(256, 0), hex("81008100")},
-      {repeated(300, 255), hex("81FF81FFD5FF")},
-      {ascending(128), joined({hex("7F"), ascending(128)})},
-      {ascending(129), joined({hex("7F"), ascending(128), hex("0080")})},
-      {hex("010203030405"), hex("05010203030405")},
-      {hex("01020303"), hex("0301020303")},
-      {hex("03030102"), hex("FF03010102")},
-      {hex("01020303030405"), hex("010102FE03010405")},
-      {hex("0101020203030404"), hex("FF01FF02FF03FF04")},
-      {hex("00000000000101010101020303030303"), hex("FC00FC010002FC03")},
-      {hex("AAAAAA80002AAAAAAAAA80002A22AAAAAAAAAAAAAAAAAAAA"),
-       hex("FEAA0280002AFDAA0380002A22F7AA")},
+      {fromHex("07"), fromHex("0007")},
+      {fromHex("0909"), fromHex("FF09")},
+      {fromHex("0908"), fromHex("010908")},
+      {fromHex("050505"), fromHex("FE05")},
+      {repeated(128, 1), fromHex("8101")},
+      {repeated(129, 1), fromHex("81010001")},
+      {repeated(130, 1), fromHex("8101FF01")},
+      {repeated(256, 0), fromHex("81008100")},
+      {repeated(300, 255), fromHex("81FF81FFD5FF")},
+      {ascending(128), joined({fromHex("7F"), ascending(128)})},
+      {ascending(129), joined({fromHex("7F"), ascending(128), fromHex("0080")})},
+      {fromHex("010203030405"), fromHex("05010203030405")},
+      {fromHex("01020303"), fromHex("0301020303")},
+      {fromHex("03030102"), fromHex("FF03010102")},
+      {fromHex("01020303030405"), fromHex("010102FE03010405")},
+      {fromHex("0101020203030404"), fromHex("FF01FF02FF03FF04")},
+      {fromHex("00000000000101010101020303030303"), fromHex("FC00FC010002FC03")},
+      {fromHex("AAAAAA80002AAAAAAAAA80002A22AAAAAAAAAAAAAAAAAAAA"),
+       fromHex("FEAA0280002AFDAA0380002A22F7AA")},
   };
   forEachLevel([&] {
     for (const Known& k : known) {
@@ -137,9 +130,11 @@ TEST(PackBits, WritesKnownPackets) {
 
 TEST(PackBits, UnpacksWhatOthersMayWrite) {
   const std::vector<Known> known = {
-      {hex("FF414141"), hex("8000FF80FE41")}, {hex("01010203040404"), hex("FF018001020380FE04")},
-      {repeated(129, 1), hex("8201FF01")},    {hex("01020303"), hex("010102FF03")},
-      {repeated(128, 0x55), hex("8155")},
+      {fromHex("FF414141"), fromHex("8000FF80FE41")},
+      {fromHex("01010203040404"), fromHex("FF018001020380FE04")},
+      {repeated(129, 1), fromHex("8201FF01")},
+      {fromHex("01020303"), fromHex("010102FF03")},
+      {repeated(128, 0x55), fromHex("8155")},
   };
   for (const Known& k : known) {
     EXPECT_EQ((Unpacked{rkdStsNoErr, static_cast<int>(k.packed.size()), k.row}),
@@ -167,7 +162,7 @@ TEST(PackBits, EveryLevelEqualsThePlainVersionAndComesBack) {
 }
 
 TEST(PackBits, FullDestinationsKeepWholePackets) {
-  const Bytes row = hex("AAAAAA80002AAAAAAAAA");  // FE AA | 02 80 00 2A | FD AA
+  const Bytes row = fromHex("AAAAAA80002AAAAAAAAA");  // FE AA | 02 80 00 2A | FD AA
   const std::vector<int> kept = {0, 0, 2, 2, 2, 2, 6, 6, 8};
   forEachLevel([&] {
     for (int room = 1; room <= 8; ++room) {
@@ -182,13 +177,13 @@ TEST(PackBits, FullDestinationsKeepWholePackets) {
 }
 
 TEST(PackBits, CorruptStreamsStopInsideTheirLengths) {
-  EXPECT_EQ((Unpacked{rkdStsSrcEndErr, 1, {}}), unpack(hex("80"), 1));
-  EXPECT_EQ((Unpacked{rkdStsSrcEndErr, 1, {}}), unpack(hex("FE"), 3));
-  EXPECT_EQ((Unpacked{rkdStsSrcEndErr, 3, hex("0102")}), unpack(hex("050102"), 9));
-  EXPECT_EQ((Unpacked{rkdStsSrcEndErr, 2, hex("0707")}), unpack(hex("FF07"), 3));
-  EXPECT_EQ((Unpacked{rkdStsDstFullErr, 2, hex("0707")}), unpack(hex("FE07"), 2));
-  EXPECT_EQ((Unpacked{rkdStsDstFullErr, 3, hex("0102")}), unpack(hex("02010203"), 2));
-  EXPECT_EQ((Unpacked{rkdStsNoErr, 2, hex("0707")}), unpack(hex("FF078080"), 2));
+  EXPECT_EQ((Unpacked{rkdStsSrcEndErr, 1, {}}), unpack(fromHex("80"), 1));
+  EXPECT_EQ((Unpacked{rkdStsSrcEndErr, 1, {}}), unpack(fromHex("FE"), 3));
+  EXPECT_EQ((Unpacked{rkdStsSrcEndErr, 3, fromHex("0102")}), unpack(fromHex("050102"), 9));
+  EXPECT_EQ((Unpacked{rkdStsSrcEndErr, 2, fromHex("0707")}), unpack(fromHex("FF07"), 3));
+  EXPECT_EQ((Unpacked{rkdStsDstFullErr, 2, fromHex("0707")}), unpack(fromHex("FE07"), 2));
+  EXPECT_EQ((Unpacked{rkdStsDstFullErr, 3, fromHex("0102")}), unpack(fromHex("02010203"), 2));
+  EXPECT_EQ((Unpacked{rkdStsNoErr, 2, fromHex("0707")}), unpack(fromHex("FF078080"), 2));
   Random random;
   for (int round = 0; round < 3000; ++round) {
     Bytes packed(static_cast<size_t>(random.between(1, 60)));
@@ -200,7 +195,7 @@ TEST(PackBits, CorruptStreamsStopInsideTheirLengths) {
 }
 
 TEST(PackBits, RowsFollowEachOtherInOneBuffer) {
-  const Bytes first = hex("0102"), second = hex("030303");
+  const Bytes first = fromHex("0102"), second = fromHex("030303");
   Bytes strip(16);
   int position = 0;
   rkdiPackBitsRow_TIFF_8u_C1(first.data(), 2, strip.data(), 16, &position);

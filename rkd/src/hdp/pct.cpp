@@ -9,6 +9,7 @@
 
 #include "common/lanes-inl.h"
 #include "common/levels.h"
+#include "common/transpose-inl.h"
 #include "hwy/highway.h"
 #include "rkd/rkdjpeg_hdp.h"
 
@@ -173,21 +174,6 @@ HWY_INLINE void transform(V* x, Load&& load, Store&& store) {
     lift<false>(x);
     naturalRows(x, store);
   }
-}
-
-// The 4x4 transpose in every 128-bit block.
-template <class V>
-RKD_BLOCK void transpose4x4(V& r0, V& r1, V& r2, V& r3) {
-  const hn::DFromV<V> d;
-  const hn::Repartition<int64_t, decltype(d)> d64;
-  const auto low01 = hn::BitCast(d64, hn::InterleaveLower(d, r0, r1));
-  const auto high01 = hn::BitCast(d64, hn::InterleaveUpper(d, r0, r1));
-  const auto low23 = hn::BitCast(d64, hn::InterleaveLower(d, r2, r3));
-  const auto high23 = hn::BitCast(d64, hn::InterleaveUpper(d, r2, r3));
-  r0 = hn::BitCast(d, hn::InterleaveLower(d64, low01, low23));
-  r1 = hn::BitCast(d, hn::InterleaveUpper(d64, low01, low23));
-  r2 = hn::BitCast(d, hn::InterleaveLower(d64, high01, high23));
-  r3 = hn::BitCast(d, hn::InterleaveUpper(d64, high01, high23));
 }
 
 // Transforms four groups of blocks at once. A group is as wide as a vector and 4 rows high.

@@ -10,6 +10,7 @@
 #include <array>
 
 #include "common/lanes-inl.h"
+#include "common/transpose-inl.h"
 #include "hwy/highway.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -81,20 +82,6 @@ HWY_INLINE V32 reorder(V32 v, const Order& from) {
   } else {
     return hn::TableLookupLanes(v, hn::SetTableIndices(D32(), from.data()));
   }
-}
-
-// The 4x4 transpose of 32-bit lanes in every 128-bit block.
-HWY_INLINE void transpose4x4(V32& v0, V32& v1, V32& v2, V32& v3) {
-  const D32 d;
-  const hn::Repartition<int64_t, D32> d64;
-  const auto a0 = hn::BitCast(d64, hn::InterleaveLower(d, v0, v1));
-  const auto a1 = hn::BitCast(d64, hn::InterleaveUpper(d, v0, v1));
-  const auto b0 = hn::BitCast(d64, hn::InterleaveLower(d, v2, v3));
-  const auto b1 = hn::BitCast(d64, hn::InterleaveUpper(d, v2, v3));
-  v0 = hn::BitCast(d, hn::InterleaveLower(d64, a0, b0));
-  v1 = hn::BitCast(d, hn::InterleaveUpper(d64, a0, b0));
-  v2 = hn::BitCast(d, hn::InterleaveLower(d64, a1, b1));
-  v3 = hn::BitCast(d, hn::InterleaveUpper(d64, a1, b1));
 }
 
 // The words of a group's blocks in the transposed order; in memory a block's words lie together.
