@@ -12,8 +12,7 @@
 ///         destination untouched
 ///
 /// Integer results are the same bits at every processor level.
-#ifndef RKD_RKDCOLOR_H_
-#define RKD_RKDCOLOR_H_
+#pragma once
 
 #include "rkd/rkdbase.h"
 
@@ -155,5 +154,3 @@ RKD_API RkdStatus rkdiRCTInv_JPEG2K_32s_P3C3R(const int32_t* const src[3], int s
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* RKD_RKDCOLOR_H_ */

@@ -12,20 +12,17 @@
 ///   (rkdiGetCodeBlockSegment_JPEG2K) and after the last; the bytes between two ends are a segment.
 ///   Segments follow one another without gaps, and none ends in 0xFF.
 /// - **Reconstruction.** A coefficient whose lowest decoded plane is p > 0 becomes the middle of
-/// what
-///   it can be: its decoded bits, then a 1, then zeros. After the last plane it is exact; one that
-///   is not yet significant is 0.
+///   what it can be: its decoded bits, then a 1, then zeros. After the last plane it is exact; one
+///   that is not yet significant is 0.
 /// - **Objects** may lie at any address, but are not to be moved; they own no memory. A state
-/// serves
-///   one block after the other. Nothing is allocated while coding.
+///   serves one block after the other. Nothing is allocated while coding.
 ///
 /// Statuses beside rkdStsNoErr: rkdStsNullPtrErr; rkdStsSizeErr (size of the block, a length, a
 /// position); rkdStsStepErr; rkdStsBadArgErr (band, style, planes, passes, lengths of segments that
 /// do not fit the passes or the bytes); rkdStsContextErr (a state that Init has not made, one of
 /// the other kind, or one that no block has been given to).
 /// @see ITU-T T.800, annexes C and D
-#ifndef RKD_RKDJPEG_CODEBLOCK_H_
-#define RKD_RKDJPEG_CODEBLOCK_H_
+#pragma once
 
 #include "rkd/rkdbase.h"
 
@@ -152,5 +149,3 @@ RKD_API RkdStatus rkdiDecodeCBProgrGet_JPEG2K_32s_C1R(int32_t* dst, int dstStep,
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* RKD_RKDJPEG_CODEBLOCK_H_ */

@@ -13,8 +13,7 @@
 /// - forward: within 1 before quantisation (mean error below 0.0015), hence a quantised coefficient
 ///   is within 1 of the nearest integer to F / q;
 /// - inverse: within 1 of the nearest integer; the full 8x8 transforms to 16s and 8u keep the
-/// limits
-///   of IEEE 1180-1990.
+///   limits of IEEE 1180-1990.
 #pragma once
 
 #include "rkd/rkdbase.h"

@@ -8,8 +8,7 @@
 ///
 /// @param srcDst  samples or coefficients; what is not transformed stays untouched
 /// @param step    BYTES from row to row, not less than a row
-#ifndef RKD_RKDJPEG_HDP_H_
-#define RKD_RKDJPEG_HDP_H_
+#pragma once
 
 #include "rkd/rkdbase.h"
 
@@ -46,5 +45,3 @@ RKD_API RkdStatus rkdiPCTInv8x8_HDP_32s_C1IR(int32_t* srcDst, int step);
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* RKD_RKDJPEG_HDP_H_ */

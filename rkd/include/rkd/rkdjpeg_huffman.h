@@ -36,8 +36,7 @@
 /// rkdStsCoefRangeErr (the table has no code for what was met). Decoders: rkdStsHuffCodeErr (bits
 /// that are no code of the table); rkdStsDataErr (a symbol that cannot stand there, a run out of
 /// the band); rkdStsSrcEndErr (a marker or the end of the stream inside a block).
-#ifndef RKD_RKDJPEG_HUFFMAN_H_
-#define RKD_RKDJPEG_HUFFMAN_H_
+#pragma once
 
 #include "rkd/rkdbase.h"
 
@@ -281,5 +280,3 @@ RKD_API RkdStatus rkdiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(const uint8_t* str
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* RKD_RKDJPEG_HUFFMAN_H_ */

@@ -4,13 +4,11 @@
 ///
 /// What holds for all functions here:
 /// - An **MCU** is 8x8 pixels for `444`, 16x8 (width x height) for `422`, 16x16 for `411`. Its
-/// first
-///   component, and K, have 1, 2, 4 blocks, Cb and Cr one each.
+///   first component, and K, have 1, 2, 4 blocks, Cb and Cr one each.
 /// - A **plane** is a pointer to consecutive 64-element blocks, in raster order within the MCU.
 /// - **Down-sampling** averages: 422 (a + b + bias) >> 1 with bias 0, 1, 0, 1 ... along the row;
-/// 411
-///   (a + b + c + d + bias) >> 2 with bias 1, 2, 1, 2 ...; on the 8-bit converted samples, before
-///   the level shift. **Up-sampling** repeats a sample over its 2 or 4 pixels.
+///   411 (a + b + c + d + bias) >> 2 with bias 1, 2, 1, 2 ...; on the 8-bit converted samples,
+///   before the level shift. **Up-sampling** repeats a sample over its 2 or 4 pixels.
 /// - **Level shift**: minus 128 on the way to blocks; on the way back plus 128, clamped to 0..255,
 ///   whatever the 16-bit input.
 /// - The colour conversions and pixel formats are those of rkdcolor.h; `C2` pixels are Y Cb Y Cr.
@@ -22,8 +20,7 @@
 ///         untouched
 /// Results are the same bits at every processor level.
 /// @see ITU-T T.81, A.2
-#ifndef RKD_RKDJPEG_MCU_H_
-#define RKD_RKDJPEG_MCU_H_
+#pragma once
 
 #include "rkd/rkdbase.h"
 
@@ -140,5 +137,3 @@ RKD_API RkdStatus rkdiJoin422LS_MCU_16s8u_P3C2R(const int16_t* const src[3], uin
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* RKD_RKDJPEG_MCU_H_ */

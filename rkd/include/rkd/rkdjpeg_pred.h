@@ -6,8 +6,7 @@
 /// They may have up to 16 bits and are taken as unsigned, so a 16-bit sample stands in its 16s
 /// storage as its bit pattern. Differences are modulo 2^16, shown as -32768..32767. Every input is
 /// defined, and reconstructing the differences of a row gives back the row exactly.
-#ifndef RKD_RKDJPEG_PRED_H_
-#define RKD_RKDJPEG_PRED_H_
+#pragma once
 
 #include "rkd/rkdbase.h"
 
@@ -76,5 +75,3 @@ RKD_API RkdStatus rkdiReconstructPredRow_JPEG_16s_C1(const int16_t* src, const i
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* RKD_RKDJPEG_PRED_H_ */

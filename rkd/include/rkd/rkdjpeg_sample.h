@@ -3,19 +3,16 @@
 /// as many samples the full side has across and down.
 ///
 /// - **Box** down-sampling: H2V1 (a + b + bias) >> 1 with bias 0, 1, 0, 1 ... along the row; H2V2
-///   (a + b + c + d + bias) >> 2 with bias 1, 2, 1, 2 ...; H1V2,
-///   H4V1 and any other factors (sum + count / 2) / count.
+///   (a + b + c + d + bias) >> 2 with bias 1, 2, 1, 2 ...; H1V2, H4V1 and any other factors (sum +
+///   count / 2) / count.
 /// - **Triangle** up-sampling: H2V1 (3 near + far + 1) >> 2 for the left and + 2 for the right of
-/// the
-///   two outputs of a sample, the first and the last output of the row equal to the edge sample;
-///   H2V2 vertical weights 3:1 first, then horizontal 3:1 on these sums with (.. + 8) >> 4 left and
-///   (.. + 7) >> 4 right, edge outputs (4 sum + 8) >> 4 and (4 sum + 7) >> 4.
-///   H1V2 as H2V1 with the rows above and below, the upper output being the left one; H4V1 weights
-///   of 8: 5:3 and 7:1 with the sample before, (.. + 3) >> 3, 7:1 and 5:3 with the one behind,
-///   (.. + 4) >> 3.
+///   the two outputs of a sample, the first and the last output of the row equal to the edge
+///   sample; H2V2 vertical weights 3:1 first, then horizontal 3:1 on these sums with (.. + 8) >> 4
+///   left and (.. + 7) >> 4 right, edge outputs (4 sum + 8) >> 4 and (4 sum + 7) >> 4. H1V2 as H2V1
+///   with the rows above and below, the upper output being the left one; H4V1 weights of 8: 5:3 and
+///   7:1 with the sample before, (.. + 3) >> 3, 7:1 and 5:3 with the one behind, (.. + 4) >> 3.
 /// - The image functions down-sample by box and up-sample by triangle; above the first and below
 ///   the last row the edge row stands in for its missing neighbour.
-///
 /// - **Replicating** up-sampling repeats a sample.
 ///
 /// Sizes: the smaller side has n / factor samples of n, rounded up. Where that was rounded, the
@@ -23,8 +20,7 @@
 /// outputs are left out when up-sampling.
 ///
 /// Results are the same bits at every processor level.
-#ifndef RKD_RKDJPEG_SAMPLE_H_
-#define RKD_RKDJPEG_SAMPLE_H_
+#pragma once
 
 #include "rkd/rkdbase.h"
 
@@ -105,5 +101,3 @@ RKD_API RkdStatus rkdiSampleUpRow_Replicate_JPEG_8u_C1(const uint8_t* src, int s
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* RKD_RKDJPEG_SAMPLE_H_ */

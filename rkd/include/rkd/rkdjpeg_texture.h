@@ -24,8 +24,7 @@
 ///    towards c1. Equal ends take index 0.
 /// 6. DXT3 rounds alpha to multiples of 17. DXT5 takes the largest and the smallest alpha as ends,
 ///    and the nearest of the 8 levels.
-#ifndef RKD_RKDJPEG_TEXTURE_H_
-#define RKD_RKDJPEG_TEXTURE_H_
+#pragma once
 
 #include "rkd/rkdbase.h"
 
@@ -63,6 +62,4 @@ RKD_API RkdStatus rkdiTextureDecodeBlockToRGBA_DXT5_8u_C1C4R(const uint8_t* src,
 
 #ifdef __cplusplus
 }
-#endif
-
 #endif

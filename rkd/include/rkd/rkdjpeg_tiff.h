@@ -1,7 +1,6 @@
 /// @file rkdjpeg_tiff.h
 /// Rows of TIFF images: PackBits compression, and 16-bit samples split into bytes.
-#ifndef RKD_RKDJPEG_TIFF_H_
-#define RKD_RKDJPEG_TIFF_H_
+#pragma once
 
 #include "rkd/rkdbase.h"
 
@@ -55,5 +54,3 @@ RKD_API RkdStatus rkdiJoinRow_TIFF_8u16u_C1(const uint8_t* src, uint16_t* dst, i
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* RKD_RKDJPEG_TIFF_H_ */

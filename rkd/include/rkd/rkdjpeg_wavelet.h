@@ -7,8 +7,7 @@
 ///   one; rkdWTFirstHigh: it is odd and becomes a high one. A line of n samples has (n + 1) / 2 low
 ///   and n / 2 high ones with FirstLow, n / 2 and (n + 1) / 2 with FirstHigh. Any length from 1.
 /// - **Ends** are mirrored about the last sample. A line of one sample stays as it is with
-/// FirstLow;
-///   with FirstHigh it is doubled (halved on the way back, rounding down).
+///   FirstLow; with FirstHigh it is doubled (halved on the way back, rounding down).
 /// - **5/3**: high[i] = x[i] - ((x[i-1] + x[i+1]) >> 1), low[i] = x[i] + ((high[i-1] + high[i+1] +
 ///   2) >> 2), neighbours by coordinate; the inner sums are exact, the outer ones wrap around. The
 ///   inverse gives back every input bit by bit; no coefficient has wrapped for input of 15 bits in
@@ -30,8 +29,7 @@
 /// @return rkdStsNoErr; rkdStsNullPtrErr, rkdStsSizeErr, rkdStsStepErr, rkdStsBadArgErr with the
 ///         destination untouched
 /// @see ITU-T T.800, annex F
-#ifndef RKD_RKDJPEG_WAVELET_H_
-#define RKD_RKDJPEG_WAVELET_H_
+#pragma once
 
 #include "rkd/rkdbase.h"
 
@@ -219,5 +217,3 @@ RKD_API RkdStatus rkdiWTInvColLift_D97_JPEG2K_32f_C1(const float* low, const flo
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* RKD_RKDJPEG_WAVELET_H_ */
