@@ -18,6 +18,14 @@ namespace base {
 ImageStatus placeRows(ImageLayout& layout, uint64_t firstRow, uint64_t rowBytes, uint64_t rowStep,
                       uint64_t fileBytes);
 
+/// The same for files of nothing but a header and the shape's samples: refuses extents that are not
+/// positive, and sets how rows are read and written.
+ImageStatus placePlainRows(ImageLayout& layout, size_t headerBytes, bool bigEndian,
+                           uint64_t fileBytes);
+
+/// For a file that is to be written: there is no size yet, but there are numbers too large.
+ImageStatus startPlainRows(ImageLayout& layout, size_t headerBytes);
+
 /// Refuses extents that are not positive.
 inline ImageStatus checkExtent(const ImageShape& shape) {
   return shape.width > 0 && shape.height > 0 ? ImageStatus::ok : ImageStatus::badExtent;

@@ -119,6 +119,20 @@ ImageStatus placeRows(ImageLayout& layout, uint64_t firstRow, uint64_t rowBytes,
   return ImageStatus::ok;
 }
 
+ImageStatus placePlainRows(ImageLayout& layout, size_t headerBytes, bool bigEndian,
+                           uint64_t fileBytes) {
+  if (const auto status = checkExtent(layout.shape); status != ImageStatus::ok) return status;
+  layout.setPlainRows(bigEndian);
+  const size_t rowBytes = layout.shape.rowBytes();
+  return placeRows(layout, headerBytes, rowBytes, rowBytes, fileBytes);
+}
+
+ImageStatus startPlainRows(ImageLayout& layout, size_t headerBytes) {
+  constexpr uint64_t kAnySize = std::numeric_limits<uint64_t>::max();
+  const auto status = placePlainRows(layout, headerBytes, true, kAnySize);
+  return status == ImageStatus::truncatedPixels ? ImageStatus::tooLarge : status;
+}
+
 ImageStatus readDecimal(ByteReader& reader, int& value) {
   if (!std::isdigit(reader.peek())) return headerFault(reader);
   int64_t all = 0;

@@ -1,7 +1,6 @@
 // PGX: one line of text, then the samples of one component.
 #include "base/pgx.h"
 
-#include <limits>
 #include <string>
 
 #include "base/formatkit.h"
@@ -50,10 +49,7 @@ ImageStatus parsePgx(std::span<const uint8_t> head, uint64_t fileBytes, ImageLay
   if (reader.peek() != '\n') return headerFault(reader);
   reader.u8();
   if (shape.depth < 1 || shape.depth > 32) return ImageStatus::badDepth;
-  if (const auto status = checkExtent(shape); status != ImageStatus::ok) return status;
-  layout.setPlainRows(bigEndian);
-  const size_t rowBytes = shape.rowBytes();
-  return placeRows(layout, reader.position(), rowBytes, rowBytes, fileBytes);
+  return placePlainRows(layout, reader.position(), bigEndian, fileBytes);
 }
 
 ImageStatus startPgx(const ImageShape& shape, ImageLayout& layout, std::vector<uint8_t>& header) {
@@ -61,12 +57,7 @@ ImageStatus startPgx(const ImageShape& shape, ImageLayout& layout, std::vector<u
   append(header, std::string("PG ML ") + (shape.isSigned ? "-" : "+") +
                      std::to_string(shape.depth) + " " + std::to_string(shape.width) + " " +
                      std::to_string(shape.height) + "\n");
-  layout.setPlainRows(true);
-  const size_t rowBytes = shape.rowBytes();
-  return placeRows(layout, header.size(), rowBytes, rowBytes,
-                   std::numeric_limits<uint64_t>::max()) == ImageStatus::ok
-             ? ImageStatus::ok
-             : ImageStatus::tooLarge;
+  return startPlainRows(layout, header.size());
 }
 
 }  // namespace base

@@ -2,7 +2,6 @@
 #include "base/pnm.h"
 
 #include <bit>
-#include <limits>
 #include <string>
 
 #include "base/formatkit.h"
@@ -114,10 +113,7 @@ ImageStatus parsePnm(std::span<const uint8_t> head, uint64_t fileBytes, ImageLay
   const auto status =
       kind == '7' ? readMapHeader(reader, layout.shape) : readPlainHeader(reader, layout.shape);
   if (status != ImageStatus::ok) return status;
-  if (const auto extent = checkExtent(layout.shape); extent != ImageStatus::ok) return extent;
-  layout.setPlainRows(true);
-  const size_t rowBytes = layout.shape.rowBytes();
-  return placeRows(layout, reader.position(), rowBytes, rowBytes, fileBytes);
+  return placePlainRows(layout, reader.position(), true, fileBytes);
 }
 
 ImageStatus startPnm(const ImageShape& shape, ImageFormat format, ImageLayout& layout,
@@ -137,12 +133,7 @@ ImageStatus startPnm(const ImageShape& shape, ImageFormat format, ImageLayout& l
     append(header,
            (shape.channels == 3 ? "P6\n" : "P5\n") + width + " " + height + "\n" + maximum + "\n");
   }
-  layout.setPlainRows(true);
-  const size_t rowBytes = shape.rowBytes();
-  return placeRows(layout, header.size(), rowBytes, rowBytes,
-                   std::numeric_limits<uint64_t>::max()) == ImageStatus::ok
-             ? ImageStatus::ok
-             : ImageStatus::tooLarge;
+  return startPlainRows(layout, header.size());
 }
 
 }  // namespace base

@@ -1,3 +1,4 @@
+// Clocks in turns, and the lines of the table.
 #include "benchkit.h"
 
 #include <algorithm>

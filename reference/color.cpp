@@ -1,3 +1,4 @@
+// Colour conversion of pixels, in fixed point as the public header states it.
 #include <cmath>
 #include <type_traits>
 

@@ -1,3 +1,4 @@
+// One MCU: colour conversion, sampling and level shift, sample by sample.
 #include <array>
 
 #include "pixels.h"

@@ -1,3 +1,4 @@
+// Box down-sampling, replicating and triangle up-sampling.
 #include <algorithm>
 #include <cstddef>
 #include <vector>

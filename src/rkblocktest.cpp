@@ -1,3 +1,4 @@
+// Suites over 8x8 blocks: their data and divisor.
 #include "rkblocktest.h"
 
 #include "rkcommon.h"

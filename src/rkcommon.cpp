@@ -1,3 +1,4 @@
+// Parameters and hot functions that suites share.
 #include "rkcommon.h"
 
 #include "rkd/rkdcore.h"

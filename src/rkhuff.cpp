@@ -1,3 +1,4 @@
+// Pictures as coefficients, and the tables of the standard, for the Huffman suites.
 #include "rkhuff.h"
 
 #include <algorithm>

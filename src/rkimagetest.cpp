@@ -1,3 +1,4 @@
+// Suites over images: their buffers, parameters and divisor.
 #include "rkimagetest.h"
 
 #include <algorithm>

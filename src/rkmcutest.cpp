@@ -1,3 +1,4 @@
+// Suites over MCUs: pixels on one side, blocks on the other.
 #include "rkmcutest.h"
 
 #include "rkcommon.h"

@@ -1,3 +1,4 @@
+// The base of all suites: statuses, restoring, bounded repetitions.
 #include "rktest.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Verified runs: both bindings on the same data, and the first difference.
 #include "rkverify.h"
 
 #include <cmath>

@@ -1,3 +1,4 @@
+// Bytes with a position in bits.
 #include "rkbitvector.h"
 
 bool rkBitVector::createBitVector(int bytes, int bitPosition) {

@@ -1,3 +1,4 @@
+// Fill modes over plain arrays, and the random stream.
 #include "rkfill.h"
 
 #include <algorithm>

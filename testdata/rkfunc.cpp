@@ -1,3 +1,4 @@
+// Function names taken to pieces.
 #include "rkfunc.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Images, interleaved or planar: creation, fills, rows.
 #include "rkimage.h"
 
 #include "rkbmpfile.h"

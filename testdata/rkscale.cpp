@@ -1,3 +1,4 @@
+// The scale factor as a parameter.
 #include "rkscale.h"
 
 #include <algorithm>

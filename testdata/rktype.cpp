@@ -1,3 +1,4 @@
+// Element types: texts, sizes, limits.
 #include "rktype.h"
 
 #include <limits>

@@ -1,3 +1,4 @@
+// Buffers of elements in tracked memory.
 #include "rkvector.h"
 
 #include <cstring>

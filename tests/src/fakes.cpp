@@ -1,3 +1,4 @@
+// Throw-away library functions that suites of the tests measure.
 #include "fakes.h"
 
 #include <csignal>

@@ -1,3 +1,4 @@
+// A session of the harness in memory, with stub tests.
 #include "harnesskit.h"
 
 #include <fcntl.h>

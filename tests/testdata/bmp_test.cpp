@@ -1,3 +1,4 @@
+// Bitmaps into images: depths, byte orders, refusals and their texts.
 #include "rkbmpfile.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// Function names: pieces, types, channels, order.
 #include "rkfunc.h"
 
 #include <gtest/gtest.h>

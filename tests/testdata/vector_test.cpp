@@ -1,3 +1,4 @@
+// Buffers and images: layout, fills, reserved copies.
 #include <gtest/gtest.h>
 
 #include <climits>

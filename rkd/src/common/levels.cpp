@@ -1,3 +1,4 @@
+// Which level a library runs at, and what the processor types mean.
 #include "common/levels.h"
 
 namespace rkd {

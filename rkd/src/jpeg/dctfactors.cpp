@@ -1,3 +1,4 @@
+// Factors of the transforms, paired for multiply-adds.
 #include "jpeg/dctfactors.h"
 
 namespace rkd {
