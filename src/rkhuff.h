@@ -4,9 +4,9 @@
 /// set for each binding.
 
 #include <cstdint>
-#include <cstring>
-#include <vector>
+#include <type_traits>
 
+#include "base/owner.h"
 #include "rkbitvector.h"
 #include "rkd/rkdjpeg.h"
 #include "rkd/rkds.h"
@@ -60,62 +60,54 @@ void rkPrintStreamInfo(int bytes, int pixels);
 /// The support functions of a binding.
 template <class B>
 struct rkHuffman;
-#define RK_HUFFMAN_BINDING(B, Scope)                                                      \
-  template <>                                                                             \
-  struct rkHuffman<B> {                                                                   \
-    using EncodeSpec = Scope RkdiEncodeHuffmanSpec;                                       \
-    using DecodeSpec = Scope RkdiDecodeHuffmanSpec;                                       \
-    using EncodeState = Scope RkdiEncodeHuffmanState;                                     \
-    using DecodeState = Scope RkdiDecodeHuffmanState;                                     \
-    static RkdStatus alloc(const rkHuffTable& t, EncodeSpec** spec) {                     \
-      return Scope rkdiEncodeHuffmanSpecInitAlloc_JPEG_8u(t.bits, t.values, spec);        \
-    }                                                                                     \
-    static RkdStatus alloc(const rkHuffTable& t, DecodeSpec** spec) {                     \
-      return Scope rkdiDecodeHuffmanSpecInitAlloc_JPEG_8u(t.bits, t.values, spec);        \
-    }                                                                                     \
-    static void free(EncodeSpec* spec) { Scope rkdiEncodeHuffmanSpecFree_JPEG_8u(spec); } \
-    static void free(DecodeSpec* spec) { Scope rkdiDecodeHuffmanSpecFree_JPEG_8u(spec); } \
-    static RkdStatus encodeStateSize(int* size) {                                         \
-      return Scope rkdiEncodeHuffmanStateGetBufSize_JPEG_8u(size);                        \
-    }                                                                                     \
-    static RkdStatus decodeStateSize(int* size) {                                         \
-      return Scope rkdiDecodeHuffmanStateGetBufSize_JPEG_8u(size);                        \
-    }                                                                                     \
-    static RkdStatus init(EncodeState* state) {                                           \
-      return Scope rkdiEncodeHuffmanStateInit_JPEG_8u(state);                             \
-    }                                                                                     \
-    static RkdStatus init(DecodeState* state) {                                           \
-      return Scope rkdiDecodeHuffmanStateInit_JPEG_8u(state);                             \
-    }                                                                                     \
+#define RK_HUFFMAN_BINDING(B, Scope)                                                            \
+  template <>                                                                                   \
+  struct rkHuffman<B> {                                                                         \
+    using EncodeState = Scope RkdiEncodeHuffmanState;                                           \
+    using DecodeState = Scope RkdiDecodeHuffmanState;                                           \
+    using EncodeSpec = Scope RkdiEncodeHuffmanSpec;                                             \
+    using DecodeSpec = Scope RkdiDecodeHuffmanSpec;                                             \
+    static constexpr auto freeEncodeSpec = &Scope rkdiEncodeHuffmanSpecFree_JPEG_8u;            \
+    static constexpr auto freeDecodeSpec = &Scope rkdiDecodeHuffmanSpecFree_JPEG_8u;            \
+    static RkdStatus make(const rkHuffTable& t, base::Made<EncodeSpec, freeEncodeSpec>& spec) { \
+      return spec.make(Scope rkdiEncodeHuffmanSpecInitAlloc_JPEG_8u, t.bits, t.values);         \
+    }                                                                                           \
+    static RkdStatus make(const rkHuffTable& t, base::Made<DecodeSpec, freeDecodeSpec>& spec) { \
+      return spec.make(Scope rkdiDecodeHuffmanSpecInitAlloc_JPEG_8u, t.bits, t.values);         \
+    }                                                                                           \
+    static RkdStatus make(base::Placed<EncodeState>& state) {                                   \
+      return state.make(Scope rkdiEncodeHuffmanStateGetBufSize_JPEG_8u,                         \
+                        Scope rkdiEncodeHuffmanStateInit_JPEG_8u);                              \
+    }                                                                                           \
+    static RkdStatus make(base::Placed<DecodeState>& state) {                                   \
+      return state.make(Scope rkdiDecodeHuffmanStateGetBufSize_JPEG_8u,                         \
+                        Scope rkdiDecodeHuffmanStateInit_JPEG_8u);                              \
+    }                                                                                           \
   };
 RK_HUFFMAN_BINDING(rkLibrary, ::)
 RK_HUFFMAN_BINDING(rkReference, ref::)
 
 /// A state object: the working one, and a pristine copy that restores it.
-template <class State>
+template <class B, class State>
 class rkHuffState {
  public:
-  template <class Init>
-  bool create(int size, Init init) {
-    const std::size_t words =
-        (static_cast<std::size_t>(size) + sizeof(uint64_t) - 1) / sizeof(uint64_t);
-    m_size = size;
-    m_working.assign(words, 0);
-    if (init(get()) < 0) return false;
+  RkdStatus create() {
+    const RkdStatus status = rkHuffman<B>::make(m_working);
     m_pristine = m_working;
-    return true;
+    return status;
   }
-  State* get() { return reinterpret_cast<State*>(m_working.data()); }
+  State* get() { return m_working.get(); }
   /// The library's own copy is part of what is measured.
-  void restoreByLibrary() {
-    rkdsCopy_8u(reinterpret_cast<const uint8_t*>(m_pristine.data()),
-                reinterpret_cast<uint8_t*>(m_working.data()), m_size);
+  void restore() {
+    if constexpr (std::is_same_v<B, rkLibrary>) {
+      rkdsCopy_8u(m_pristine.data(), m_working.data(), static_cast<int>(m_working.size()));
+    } else {
+      m_working = m_pristine;
+    }
   }
-  void restore() { m_working = m_pristine; }
 
  private:
-  std::vector<uint64_t> m_working, m_pristine;
-  int m_size = 0;
+  base::Placed<State> m_working, m_pristine;
 };
 
 /// Specifications and states of one binding.
@@ -123,47 +115,29 @@ template <class B>
 class rkHuffCoder {
  public:
   using H = rkHuffman<B>;
-  typename H::EncodeSpec* encodeDC = nullptr;
-  typename H::EncodeSpec* encodeAC = nullptr;
-  typename H::DecodeSpec* decodeDC = nullptr;
-  typename H::DecodeSpec* decodeAC = nullptr;
-  rkHuffState<typename H::EncodeState> encodeState;
-  rkHuffState<typename H::DecodeState> decodeState;
-
-  rkHuffCoder() = default;
-  rkHuffCoder(const rkHuffCoder&) = delete;
-  rkHuffCoder& operator=(const rkHuffCoder&) = delete;
-  ~rkHuffCoder() { free(); }
+  base::Made<typename H::EncodeSpec, H::freeEncodeSpec> encodeDC, encodeAC;
+  base::Made<typename H::DecodeSpec, H::freeDecodeSpec> decodeDC, decodeAC;
+  rkHuffState<B, typename H::EncodeState> encodeState;
+  rkHuffState<B, typename H::DecodeState> decodeState;
 
   /// @return false after an error, which has been reported under the support function's name
   bool alloc(const rkHuffTable& dc, const rkHuffTable& ac) {
-    free();
-    int encodeSize = 0, decodeSize = 0;
-    return good(H::alloc(dc, &encodeDC), "rkdiEncodeHuffmanSpecInitAlloc_JPEG_8u") &&
-           good(H::alloc(ac, &encodeAC), "rkdiEncodeHuffmanSpecInitAlloc_JPEG_8u") &&
-           good(H::alloc(dc, &decodeDC), "rkdiDecodeHuffmanSpecInitAlloc_JPEG_8u") &&
-           good(H::alloc(ac, &decodeAC), "rkdiDecodeHuffmanSpecInitAlloc_JPEG_8u") &&
-           good(H::encodeStateSize(&encodeSize), "rkdiEncodeHuffmanStateGetBufSize_JPEG_8u") &&
-           good(H::decodeStateSize(&decodeSize), "rkdiDecodeHuffmanStateGetBufSize_JPEG_8u") &&
-           encodeState.create(encodeSize, [](auto* state) { return H::init(state); }) &&
-           decodeState.create(decodeSize, [](auto* state) { return H::init(state); });
+    return good(H::make(dc, encodeDC), "rkdiEncodeHuffmanSpecInitAlloc_JPEG_8u") &&
+           good(H::make(ac, encodeAC), "rkdiEncodeHuffmanSpecInitAlloc_JPEG_8u") &&
+           good(H::make(dc, decodeDC), "rkdiDecodeHuffmanSpecInitAlloc_JPEG_8u") &&
+           good(H::make(ac, decodeAC), "rkdiDecodeHuffmanSpecInitAlloc_JPEG_8u") &&
+           good(encodeState.create(), "rkdiEncodeHuffmanStateInit_JPEG_8u") &&
+           good(decodeState.create(), "rkdiDecodeHuffmanStateInit_JPEG_8u");
   }
   void free() {
-    H::free(encodeDC);
-    H::free(encodeAC);
-    H::free(decodeDC);
-    H::free(decodeAC);
-    encodeDC = encodeAC = nullptr;
-    decodeDC = decodeAC = nullptr;
+    encodeDC.reset();
+    encodeAC.reset();
+    decodeDC.reset();
+    decodeAC.reset();
   }
   int restore() {
-    if constexpr (std::is_same_v<B, rkLibrary>) {
-      encodeState.restoreByLibrary();
-      decodeState.restoreByLibrary();
-    } else {
-      encodeState.restore();
-      decodeState.restore();
-    }
+    encodeState.restore();
+    decodeState.restore();
     return 0;
   }
 

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "base/owner.h"
 #include "hex.h"
 #include "ref_code2k.h"
 #include "rkd/rkdjpeg_codeblock.h"
@@ -82,10 +83,7 @@ struct Coded {
 template <class Coder>
 class Encoder {
  public:
-  Encoder() { EXPECT_EQ(rkdStsNoErr, Coder::encodeAlloc(&state)); }
-  ~Encoder() { Coder::encodeFree(state); }
-  Encoder(const Encoder&) = delete;
-  Encoder& operator=(const Encoder&) = delete;
+  Encoder() { EXPECT_EQ(rkdStsNoErr, state.make(Coder::encodeAlloc)); }
 
   Coded encode(const Coefficients& data, const Shape& s, int maxPasses = rkdCodeBlockMaxPasses) {
     Coded coded;
@@ -109,16 +107,13 @@ class Encoder {
     return bytes;
   }
 
-  typename Coder::EncodeState* state = nullptr;
+  base::Made<typename Coder::EncodeState, Coder::encodeFree> state;
 };
 
 template <class Coder>
 class Decoder {
  public:
-  Decoder() { EXPECT_EQ(rkdStsNoErr, Coder::decodeAlloc(&state)); }
-  ~Decoder() { Coder::decodeFree(state); }
-  Decoder(const Decoder&) = delete;
-  Decoder& operator=(const Decoder&) = delete;
+  Decoder() { EXPECT_EQ(rkdStsNoErr, state.make(Coder::decodeAlloc)); }
 
   Coefficients decode(const Bytes& bytes, const std::vector<int>& lengths, const Shape& s,
                       int bitPlanes, int passes) {
@@ -130,7 +125,7 @@ class Decoder {
   }
 
   RkdStatus status = rkdStsNoErr;
-  typename Coder::DecodeState* state = nullptr;
+  base::Made<typename Coder::DecodeState, Coder::decodeFree> state;
 };
 
 /// Kinds of data that drive the coder into its corners.

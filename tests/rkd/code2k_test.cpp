@@ -366,7 +366,7 @@ TEST(CodeBlockRefuses, WhatCannotBeDecoded) {
 
   Coefficients got(16);
   Encoder<Library> encoder;
-  auto* const other = reinterpret_cast<RkdiDecodeCodeBlockState*>(encoder.state);
+  auto* const other = reinterpret_cast<RkdiDecodeCodeBlockState*>(encoder.state.get());
   EXPECT_EQ(rkdStsContextErr, Library::get(got.data(), 16, other));
   Decoder<Library> fresh;
   EXPECT_EQ(rkdStsContextErr, Library::step(bytes.data(), 10, 1, fresh.state));

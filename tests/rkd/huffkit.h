@@ -10,6 +10,7 @@
 #include <cstring>
 #include <vector>
 
+#include "base/owner.h"
 #include "hex.h"
 #include "ref_huffman.h"
 #include "rkd/rkdjpeg_huffman.h"
@@ -140,51 +141,37 @@ struct Reference {
 };
 #undef HUFFKIT_FUNCTIONS
 
-/// An object in memory of the size that the library asks for; the library's begins at an odd
-/// address, as any will do.
+/// An object of either implementation; the library's begins at an odd address, as any will do.
 template <class Coder, class T>
-class Object {
- public:
-  template <class Size>
-  explicit Object(Size size) {
-    int bytes = 0;
-    EXPECT_EQ(rkdStsNoErr, size(&bytes));
-    m_memory.resize(size_t(bytes) + Coder::misalignment);
+struct Object : base::Placed<T, Coder::misalignment> {
+  template <class... Arguments>
+  explicit Object(Arguments... arguments) {
+    EXPECT_EQ(rkdStsNoErr, this->make(arguments...));
   }
-  T* get() { return reinterpret_cast<T*>(m_memory.data() + Coder::misalignment); }
-  const T* get() const { return reinterpret_cast<const T*>(m_memory.data() + Coder::misalignment); }
-  bool operator==(const Object& other) const { return m_memory == other.m_memory; }
-
- private:
-  std::vector<uint8_t> m_memory;
 };
 
 template <class Coder>
 struct EncodeSpec : Object<Coder, typename Coder::EncodeSpec> {
   explicit EncodeSpec(const Table& table)
-      : Object<Coder, typename Coder::EncodeSpec>(Coder::encodeSpecSize) {
-    EXPECT_EQ(rkdStsNoErr,
-              Coder::encodeSpecInit(table.bits.data(), table.values.data(), this->get()));
-  }
+      : Object<Coder, typename Coder::EncodeSpec>(Coder::encodeSpecSize, Coder::encodeSpecInit,
+                                                  table.bits.data(), table.values.data()) {}
 };
 template <class Coder>
 struct DecodeSpec : Object<Coder, typename Coder::DecodeSpec> {
   explicit DecodeSpec(const Table& table)
-      : Object<Coder, typename Coder::DecodeSpec>(Coder::decodeSpecSize) {
-    EXPECT_EQ(rkdStsNoErr,
-              Coder::decodeSpecInit(table.bits.data(), table.values.data(), this->get()));
-  }
+      : Object<Coder, typename Coder::DecodeSpec>(Coder::decodeSpecSize, Coder::decodeSpecInit,
+                                                  table.bits.data(), table.values.data()) {}
 };
 template <class Coder>
 struct EncodeState : Object<Coder, typename Coder::EncodeState> {
-  EncodeState() : Object<Coder, typename Coder::EncodeState>(Coder::encodeStateSize) {
-    EXPECT_EQ(rkdStsNoErr, Coder::encodeStateInit(this->get()));
+  EncodeState()
+      : Object<Coder, typename Coder::EncodeState>(Coder::encodeStateSize, Coder::encodeStateInit) {
   }
 };
 template <class Coder>
 struct DecodeState : Object<Coder, typename Coder::DecodeState> {
-  DecodeState() : Object<Coder, typename Coder::DecodeState>(Coder::decodeStateSize) {
-    EXPECT_EQ(rkdStsNoErr, Coder::decodeStateInit(this->get()));
+  DecodeState()
+      : Object<Coder, typename Coder::DecodeState>(Coder::decodeStateSize, Coder::decodeStateInit) {
   }
 };
 
