@@ -17,8 +17,7 @@
 /// @return rkdStsNoErr; rkdStsNullPtrErr, rkdStsSizeErr, rkdStsStepErr, rkdStsBadArgErr (a
 ///         parameter out of its range) with dst untouched
 /// @see ITU-T T.800, annexes E and H
-#ifndef RKD_RKDJPEG_BANDS_H_
-#define RKD_RKDJPEG_BANDS_H_
+#pragma once
 
 #include "rkd/rkdbase.h"
 
@@ -102,5 +101,3 @@ RKD_API RkdStatus rkdiRegionInv_JPEG2K_32s_C1IR(int32_t* srcDst, int srcDstStep,
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* RKD_RKDJPEG_BANDS_H_ */

@@ -8,9 +8,8 @@
 /// - **Signed** ones, -2^(depth - 1)..2^(depth - 1) - 1, are not shifted. In 8u and 16u they stand
 ///   in two's complement of the whole element, 200 in 8u being -56.
 /// - Fwd takes samples beyond the depth, too: 8u as they are, of 16u the shifted sample modulo
-/// 2^16,
-///   shown as -32768..32767; shifted 32s wrap around, then saturate where the result is 16s. 32f is
-///   exact up to 24 bits, beyond them rounded to nearest.
+///   2^16, shown as -32768..32767; shifted 32s wrap around, then saturate where the result is 16s.
+///   32f is exact up to 24 bits, beyond them rounded to nearest.
 /// - Inv takes every coefficient (32f: every number), rounds 32f to nearest, halves to even, and
 ///   clamps to the depth.
 ///
@@ -26,8 +25,7 @@
 /// @return rkdStsNoErr; rkdStsNullPtrErr (a plane included), rkdStsSizeErr, rkdStsStepErr,
 ///         rkdStsBadArgErr (depth) with the destination untouched
 /// @see ITU-T T.800, G.1
-#ifndef RKD_RKDJPEG_LEVELSHIFT_H_
-#define RKD_RKDJPEG_LEVELSHIFT_H_
+#pragma once
 
 #include "rkd/rkdbase.h"
 
@@ -136,5 +134,3 @@ RKD_API RkdStatus rkdiLevelShiftInv_JPEG2K_32f16u_P3C3R(const float* const src[3
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* RKD_RKDJPEG_LEVELSHIFT_H_ */

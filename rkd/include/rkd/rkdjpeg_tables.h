@@ -3,8 +3,7 @@
 /// nearly every encoder uses, and quantisers for a quality.
 ///
 /// Whatever the call, results go to memory of the caller's; nothing has to be freed.
-#ifndef RKD_RKDJPEG_TABLES_H_
-#define RKD_RKDJPEG_TABLES_H_
+#pragma once
 
 #include "rkd/rkdbase.h"
 
@@ -66,5 +65,3 @@ RKD_API RkdStatus rkdiGetHuffmanTable_JPEG_8u(int tableClass, int table, uint8_t
 #ifdef __cplusplus
 }
 #endif
-
-#endif /* RKD_RKDJPEG_TABLES_H_ */
