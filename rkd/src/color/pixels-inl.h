@@ -43,7 +43,7 @@ struct YccTile {
 
 // ---- pairs of words ----
 
-#if HWY_TARGET == HWY_AVX3_DL
+#if HWY_TARGET <= HWY_AVX3_DL
 // Byte and word permutes between Words and vectors of 16 pixels: those of one half of two groups.
 struct TileIndex {
   alignas(64) uint16_t pairs[2][32];
@@ -68,10 +68,8 @@ inline constexpr TileIndex kTileIndex = [] {
 
 // Pairs (a, b) of one half's words.
 RKD_BLOCK void joinPairs(V16 a, V16 b, V16* pairs) {
-#if HWY_TARGET == HWY_AVX3_DL
-  for (int k = 0; k < 2; ++k) {
-    pairs[k] = V16{_mm512_permutex2var_epi16(a.raw, _mm512_load_si512(kTileIndex.pairs[k]), b.raw)};
-  }
+#if HWY_TARGET <= HWY_AVX3_DL
+  for (int k = 0; k < 2; ++k) pairs[k] = fromTwo(a, b, kTileIndex.pairs[k]);
 #else
   pairs[0] = hn::InterleaveLower(D16(), a, b);
   pairs[1] = hn::InterleaveUpper(D16(), a, b);
@@ -80,8 +78,9 @@ RKD_BLOCK void joinPairs(V16 a, V16 b, V16* pairs) {
 
 // One half's words from the upper 16 bits of its two vectors.
 RKD_BLOCK V16 highWords(V32 a, V32 b) {
-#if HWY_TARGET == HWY_AVX3_DL
-  return V16{_mm512_permutex2var_epi16(a.raw, _mm512_load_si512(kTileIndex.high), b.raw)};
+#if HWY_TARGET <= HWY_AVX3_DL
+  const D16 d16;
+  return fromTwo(hn::BitCast(d16, a), hn::BitCast(d16, b), kTileIndex.high);
 #else
   return pack16(hn::ShiftRight<16>(a), hn::ShiftRight<16>(b));
 #endif
@@ -102,29 +101,6 @@ HWY_INLINE void toChroma(V8 cb, V8 cr, V16* chroma) {
   cr = hn::Xor(cr, centre);
   chroma[0] = hn::BitCast(D16(), hn::InterleaveLower(d8, cb, cr));
   chroma[1] = hn::BitCast(D16(), hn::InterleaveUpper(d8, cb, cr));
-}
-
-// Pairs of signed bytes from words, in their order and clamped.
-RKD_BLOCK V16 signedBytePairs(V16 a, V16 b) {
-#if HWY_TARGET == HWY_EMU128
-  V16 pairs;
-  const auto clamp = [](int v) { return v < -128 ? -128 : v > 127 ? 127 : v; };
-  for (size_t i = 0; i < kTile / 2; ++i) {
-    pairs.raw[i] = static_cast<int16_t>(clamp(b.raw[i]) * 256 + (clamp(a.raw[i]) & 255));
-  }
-  return pairs;
-#else
-  alignas(16) static constexpr uint8_t kInTurns[16] = {0, 8,  1, 9,  2, 10, 3, 11,
-                                                       4, 12, 5, 13, 6, 14, 7, 15};
-#if HWY_TARGET <= HWY_AVX3
-  const V8 bytes{_mm512_packs_epi16(a.raw, b.raw)};
-#elif HWY_TARGET == HWY_AVX2
-  const V8 bytes{_mm256_packs_epi16(a.raw, b.raw)};
-#else
-  const V8 bytes{_mm_packs_epi16(a.raw, b.raw)};
-#endif
-  return hn::BitCast(D16(), hn::TableLookupBytes(bytes, hn::LoadDup128(D8(), kInTurns)));
-#endif
 }
 
 // ---- places: at(b, h) is the first byte of half h of group b. kIsRow: all pixels follow one
@@ -216,28 +192,33 @@ HWY_INLINE V16 quadDifferences(V8 quads) {
   return byteProducts(quads, hn::BitCast(d8, weights));
 }
 
-#if HWY_TARGET == HWY_EMU128
+#if HWY_TARGET > HWY_SSSE3
+// Without byte shuffles pixels are taken one by one.
 template <int C, bool kIsReversed>
 struct PixelVectors {
   const uint8_t* half[2];
   template <class Place>
   explicit PixelVectors(const Place& place) : half{place.at(0, 0), place.at(0, 1)} {}
   V16 channel(int n, int h) const {
-    V16 words;
-    for (int i = 0; i < 8; ++i) words.raw[i] = half[h][C * i + n];
-    return words;
+    LaneArray<V16> words;
+    for (int i = 0; i < 8; ++i) words[i] = half[h][C * i + n];
+    return vectorOf<V16>(words);
   }
   void differences(V16* pairs) const {
-    for (int i = 0; i < 16; ++i) {
-      const uint8_t* pixel = half[i / 8] + C * (i % 8);
-      for (int n = 0; n < 2; ++n) {
-        const int difference = pixel[1] - pixel[quadChannel(2 * n, kIsReversed)];
-        pairs[i / 4].raw[i % 4 * 2 + n] = static_cast<int16_t>(C == 4 ? -difference : difference);
+    for (int k = 0; k < 4; ++k) {
+      LaneArray<V16> lanes;
+      for (int i = 0; i < 4; ++i) {
+        const uint8_t* pixel = half[k / 2] + C * (k % 2 * 4 + i);
+        for (int n = 0; n < 2; ++n) {
+          const int difference = pixel[1] - pixel[quadChannel(2 * n, kIsReversed)];
+          lanes[2 * i + n] = static_cast<int16_t>(C == 4 ? -difference : difference);
+        }
       }
+      pairs[k] = vectorOf<V16>(lanes);
     }
   }
 };
-#elif HWY_TARGET == HWY_AVX3_DL
+#elif HWY_TARGET <= HWY_AVX3_DL
 // Quads v[2 * h + j], of half h of groups 2 * j and 2 * j + 1: from two groups' bytes in a vector
 // each, or, in a row, from vectors j and j + 1 of three.
 template <bool kIsReversed>
@@ -273,35 +254,31 @@ struct PixelVectors {
                            hn::LoadU(d256, place.at(k % 2 * 2, k / 2)));
       }
     } else if constexpr (Place::kIsRow) {
-      __m512i bytes[3];
-      for (int i = 0; i < 3; ++i) bytes[i] = _mm512_loadu_si512(place.first + 64 * i);
+      V8 bytes[3];
+      for (int i = 0; i < 3; ++i) bytes[i] = hn::LoadU(D8(), place.first + 64 * i);
       for (int k = 0; k < 4; ++k) {
-        const auto index = _mm512_load_si512(kQuadIndex3<kIsReversed>.row[k]);
-        v[k] = V8{_mm512_permutex2var_epi8(bytes[k % 2], index, bytes[k % 2 + 1])};
+        v[k] = fromTwo(bytes[k % 2], bytes[k % 2 + 1], kQuadIndex3<kIsReversed>.row[k]);
       }
     } else {
       for (int k = 0; k < 4; ++k) {
         const int group = k % 2 * 2, h = k / 2;
-        const auto index =
-            _mm512_load_si512(kQuadIndex3<kIsReversed>.half[Place::kIsJoined ? h : 0]);
-        v[k] = V8{_mm512_permutex2var_epi8(loadGroup(place, group, h), index,
-                                           loadGroup(place, group + 1, h))};
+        v[k] = fromTwo(loadGroup(place, group, h), loadGroup(place, group + 1, h),
+                       kQuadIndex3<kIsReversed>.half[Place::kIsJoined ? h : 0]);
       }
     }
   }
   // A group's 48 bytes, or 24 of one half.
   template <class Place>
-  static HWY_INLINE __m512i loadGroup(const Place& place, int group, int h) {
-    if constexpr (Place::kIsJoined) return _mm512_maskz_loadu_epi64(0x3F, place.at(group, 0));
-    return _mm512_castsi256_si512(_mm256_maskz_loadu_epi64(0x07, place.at(group, h)));
+  static HWY_INLINE V8 loadGroup(const Place& place, int group, int h) {
+    if constexpr (Place::kIsJoined) return load48<V8>(place.at(group, 0));
+    return load24<V8>(place.at(group, h));
   }
 
   HWY_INLINE V16 channel(int n, int h) const {
-    constexpr __mmask64 kLowBytes = 0x5555555555555555;
+    constexpr uint64_t kLowBytes = 0x5555555555555555;
     const int position = C == 4 || !kIsReversed || n == 1 ? n : 2 - n;
-    return V16{_mm512_maskz_permutex2var_epi8(kLowBytes, v[2 * h].raw,
-                                              _mm512_load_si512(kTileIndex.channel[position]),
-                                              v[2 * h + 1].raw)};
+    return hn::BitCast(
+        D16(), fromTwoOrZero<kLowBytes>(v[2 * h], v[2 * h + 1], kTileIndex.channel[position]));
   }
   HWY_INLINE void differences(V16* pairs) const {
     for (int k = 0; k < 4; ++k) pairs[k] = quadDifferences<C>(quad(k));
@@ -345,7 +322,7 @@ struct PixelVectors {
 #endif
 
 // Words of channels to three interleaved bytes.
-#if HWY_TARGET == HWY_AVX3_DL
+#if HWY_TARGET <= HWY_AVX3_DL
 // From [8 first, 8 second] of one half of all groups, and [8 third of half 0, 8 of half 1]: 24
 // bytes of groups 2 * j and 2 * j + 1, 32 apart.
 inline constexpr auto kMergeIndex3 = [] {
@@ -371,22 +348,20 @@ HWY_INLINE void storeThree(const Words& first, const Words& second, const Words&
   for (int h = 0; h < 2; ++h) {
     const V8 both = pack8(first.half[h], second.half[h]);
     for (int j = 0; j < 2; ++j) {
-      const V8 bytes{
-          _mm512_permutex2var_epi8(both.raw, _mm512_load_si512(kMergeIndex3.half[h][j]), last.raw)};
-      const auto upper = inRegister(hn::UpperHalf(hn::Half<D8>(), bytes));
-      _mm256_mask_storeu_epi64(place.at(2 * j, h), 0x07, hn::LowerHalf(bytes).raw);
-      _mm256_mask_storeu_epi64(place.at(2 * j + 1, h), 0x07, upper.raw);
+      const V8 bytes = fromTwo(both, last, kMergeIndex3.half[h][j]);
+      store24(bytes, place.at(2 * j, h), place.at(2 * j + 1, h));
     }
   }
 }
-#elif HWY_TARGET == HWY_EMU128
+#elif HWY_TARGET > HWY_SSSE3
 template <class Place>
 inline void storeThree(const Words& first, const Words& second, const Words& third,
                        const Place& place) {
-  const V8 channel[3] = {bytesOf(first), bytesOf(second), bytesOf(third)};
+  const LaneArray<V8> channel[3] = {lanesOf(bytesOf(first)), lanesOf(bytesOf(second)),
+                                    lanesOf(bytesOf(third))};
   for (int i = 0; i < 16; ++i) {
     uint8_t* to = place.at(0, i / 8) + 3 * (i % 8);
-    for (int n = 0; n < 3; ++n) to[n] = channel[n].raw[i];
+    for (int n = 0; n < 3; ++n) to[n] = channel[n][i];
   }
 }
 #else

@@ -41,16 +41,22 @@ HWY_INLINE Words weighted(const RgbTile& tile, int start, int weightR, int weigh
 template <int kShift>
 inline HWY_NOINLINE void toYcc(const RgbTile& tile, Words* c) {
   using W = YccWeights;
+  const D16 d16;
+  int16_t pairs[2 * kTile], green[kTile], out[3][kTile];
+  for (size_t k = 0; k < 4; ++k) hn::StoreU(tile.pairs[k], d16, pairs + 8 * k);
+  for (size_t h = 0; h < 2; ++h) hn::StoreU(tile.green.half[h], d16, green + 8 * h);
   for (size_t i = 0; i < kTile; ++i) {
-    const V16& pairs = tile.pairs[i / 4];
-    const int r = pairs.raw[i % 4 * 2], b = pairs.raw[i % 4 * 2 + 1];
+    const int r = pairs[2 * i], b = pairs[2 * i + 1];
     const int sum[3] = {-W::kRY * r - W::kBY * b + W::kRoundY,
                         W::kRCb * r - W::kHalf * b + W::kRoundC,
                         -W::kHalf * r + W::kBCr * b + W::kRoundC};
     for (int n = 0; n < 3; ++n) {
-      const int base = kShift + (n == 0 ? tile.green.half[i / 8].raw[i % 8] : 0);
-      c[n].half[i / 8].raw[i % 8] = static_cast<int16_t>(base + (sum[n] >> 16));
+      const int base = kShift + (n == 0 ? green[i] : 0);
+      out[n][i] = static_cast<int16_t>(base + (sum[n] >> 16));
     }
+  }
+  for (int n = 0; n < 3; ++n) {
+    for (size_t h = 0; h < 2; ++h) c[n].half[h] = hn::LoadU(d16, out[n] + 8 * h);
   }
 }
 template <int kShift>
@@ -65,17 +71,18 @@ struct Rgb3 {
 };
 inline HWY_NOINLINE Rgb3 chromaPart(V16 chroma) {
   using W = YccWeights;
-  Rgb3 part;
+  const LaneArray<V16> pairs = lanesOf(chroma);
+  LaneArray<V16> red, green, blue;
   for (size_t i = 0; i < kTile / 2; ++i) {
-    const auto cr = static_cast<int16_t>(chroma.raw[i] >> 8);
-    const auto cb = static_cast<int16_t>((chroma.raw[i] ^ 128) & 255);
+    const auto cr = static_cast<int16_t>(pairs[i] >> 8);
+    const auto cb = static_cast<int16_t>((pairs[i] ^ 128) & 255);
     const int centred = cb - 128;
     const int g = (256 * W::kCbG[0] + W::kCbG[1]) * centred + (256 * W::kCrG[0] + W::kCrG[1]) * cr;
-    part.r.raw[i] = static_cast<int16_t>((W::kCrR * 2 * cr + 16384) >> 15);
-    part.g.raw[i] = static_cast<int16_t>((g + 16383) >> 15);
-    part.b.raw[i] = static_cast<int16_t>((W::kCbB * 2 * centred + 16384) >> 15);
+    red[i] = static_cast<int16_t>((W::kCrR * 2 * cr + 16384) >> 15);
+    green[i] = static_cast<int16_t>((g + 16383) >> 15);
+    blue[i] = static_cast<int16_t>((W::kCbB * 2 * centred + 16384) >> 15);
   }
-  return part;
+  return {vectorOf<V16>(red), vectorOf<V16>(green), vectorOf<V16>(blue)};
 }
 #else
 // c: Y, Cb, Cr, plus kShift, from a tile.

@@ -40,17 +40,7 @@ HWY_INLINE V16 upper16(V8 v) {
 HWY_INLINE V8 pack8(V16 lower, V16 upper) { return narrowToBytes(lower, upper); }
 
 // Bytes in the order of memory from two vectors in the order of memory.
-HWY_INLINE V8 packInOrder(V16 first, V16 second) {
-  const V8 packed = pack8(first, second);
-#if HWY_TARGET <= HWY_AVX3
-  const auto order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
-  return V8{_mm512_permutexvar_epi64(order, packed.raw)};
-#elif HWY_TARGET == HWY_AVX2
-  return V8{_mm256_permute4x64_epi64(packed.raw, _MM_SHUFFLE(3, 1, 2, 0))};
-#else
-  return packed;
-#endif
-}
+HWY_INLINE V8 packInOrder(V16 first, V16 second) { return halvesInOrder(pack8(first, second)); }
 
 // Both halves of a vector of bytes, in the order of memory.
 HWY_INLINE V16 first16(V8 v) { return hn::PromoteTo(D16(), hn::LowerHalf(v)); }
@@ -59,58 +49,12 @@ HWY_INLINE V16 second16(V8 v) { return hn::PromoteTo(D16(), hn::UpperHalf(hn::Ha
 // 32 bits to 16, clamped; the inverse of interleaving with zeros.
 HWY_INLINE V16 pack16(V32 lower, V32 upper) { return hn::ReorderDemote2To(D16(), lower, upper); }
 
-// ---- sums and products ----
-
-// a[2i] * b[2i] + a[2i+1] * b[2i+1] of unsigned bytes a and signed bytes b; no sum leaves 16 bits.
-RKD_BLOCK V16 byteProducts(V8 a, V8 b) {
-#if HWY_TARGET <= HWY_AVX3
-  return V16{_mm512_maddubs_epi16(a.raw, b.raw)};
-#elif HWY_TARGET == HWY_AVX2
-  return V16{_mm256_maddubs_epi16(a.raw, b.raw)};
-#elif HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4
-  return V16{_mm_maddubs_epi16(a.raw, b.raw)};
-#else
-  V16 sum;
-  for (size_t i = 0; i < 8; ++i) {
-    sum.raw[i] = static_cast<int16_t>(a.raw[2 * i] * static_cast<int8_t>(b.raw[2 * i]) +
-                                      a.raw[2 * i + 1] * static_cast<int8_t>(b.raw[2 * i + 1]));
-  }
-  return sum;
-#endif
-}
-
-// The sums of horizontal pairs of bytes.
-HWY_INLINE V16 pairSums(V8 v) {
-#if HWY_TARGET == HWY_EMU128
-  const hn::Repartition<uint16_t, D8> du16;
-  const auto pairs = hn::BitCast(du16, v);
-  return hn::BitCast(D16(), hn::Add(hn::And(pairs, hn::Set(du16, 255)), hn::ShiftRight<8>(pairs)));
-#else
-  return byteProducts(v, hn::Set(D8(), 1));
-#endif
-}
+// ---- constants for products ----
 
 // Two bytes in every word, the first in the lower one.
 HWY_INLINE V8 bytePair(int first, int second) {
   const int word = (first & 0xFF) | (second & 0xFF) << 8;
   return hn::BitCast(D8(), hn::Set(D16(), static_cast<int16_t>(word)));
-}
-
-// (a * b + 0x4000) >> 15.
-RKD_BLOCK V16 roundedProduct(V16 a, V16 b) {
-#if HWY_TARGET <= HWY_AVX3
-  return V16{_mm512_mulhrs_epi16(a.raw, b.raw)};
-#elif HWY_TARGET == HWY_AVX2
-  return V16{_mm256_mulhrs_epi16(a.raw, b.raw)};
-#elif HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4
-  return V16{_mm_mulhrs_epi16(a.raw, b.raw)};
-#else
-  V16 product;
-  for (size_t i = 0; i < 8; ++i) {
-    product.raw[i] = static_cast<int16_t>((a.raw[i] * b.raw[i] + 0x4000) >> 15);
-  }
-  return product;
-#endif
 }
 
 // A 16-bit pair constant for pairProducts: `first` times the lower, `second` times the upper value
@@ -123,68 +67,25 @@ HWY_INLINE V16 pairOf(int first, int second) {
   return hn::BitCast(D16(), hn::Set(D32(), pairBits(first, second)));
 }
 
-// ---- 128-bit blocks ----
-
-// The even (odd) blocks of a, then those of b. One block a vector: a (b).
-HWY_INLINE V16 evenBlocks(V16 a, V16 b) {
-#if HWY_TARGET <= HWY_AVX3
-  return V16{_mm512_shuffle_i64x2(a.raw, b.raw, _MM_SHUFFLE(2, 0, 2, 0))};
-#elif HWY_TARGET == HWY_AVX2
-  return hn::ConcatLowerLower(D16(), b, a);
-#else
-  static_cast<void>(b);
-  return a;
-#endif
-}
-HWY_INLINE V16 oddBlocks(V16 a, V16 b) {
-#if HWY_TARGET <= HWY_AVX3
-  return V16{_mm512_shuffle_i64x2(a.raw, b.raw, _MM_SHUFFLE(3, 1, 3, 1))};
-#elif HWY_TARGET == HWY_AVX2
-  return hn::ConcatUpperUpper(D16(), b, a);
-#else
-  static_cast<void>(a);
-  return b;
-#endif
-}
-
-// The blocks of a and b in turns.
-HWY_INLINE void zipBlocks(V16 a, V16 b, V16* first, V16* second) {
-#if HWY_TARGET <= HWY_AVX3
-  const auto low = _mm512_setr_epi64(0, 1, 8, 9, 2, 3, 10, 11);
-  const auto high = _mm512_setr_epi64(4, 5, 12, 13, 6, 7, 14, 15);
-  *first = V16{_mm512_permutex2var_epi64(a.raw, low, b.raw)};
-  *second = V16{_mm512_permutex2var_epi64(a.raw, high, b.raw)};
-#elif HWY_TARGET == HWY_AVX2
-  *first = hn::ConcatLowerLower(D16(), b, a);
-  *second = hn::ConcatUpperUpper(D16(), b, a);
-#else
-  *first = a;
-  *second = b;
-#endif
-}
-
 // ---- planes of one tile to C interleaved bytes a pixel ----
 
 // The bytes of a and b in turns. Permutes of whole vectors give them in the order of memory at
 // once, elsewhere it takes orderPairs.
 RKD_BLOCK void joinBytes(V8 a, V8 b, V8* both) {
-#if HWY_TARGET == HWY_AVX3_DL
+#if HWY_TARGET <= HWY_AVX3_DL
   alignas(64) static constexpr auto kInTurns = [] {
     std::array<uint8_t, 128> index{};
     for (int i = 0; i < 128; ++i) index[i] = static_cast<uint8_t>(i / 2 + i % 2 * 64);
     return index;
   }();
-  for (int k = 0; k < 2; ++k) {
-    const auto index = _mm512_load_si512(kInTurns.data() + 64 * k);
-    both[k] = V8{_mm512_permutex2var_epi8(a.raw, index, b.raw)};
-  }
+  for (int k = 0; k < 2; ++k) both[k] = fromTwo(a, b, kInTurns.data() + 64 * k);
 #else
   both[0] = hn::InterleaveLower(D8(), a, b);
   both[1] = hn::InterleaveUpper(D8(), a, b);
 #endif
 }
 HWY_INLINE void orderPairs(V8* both) {
-#if HWY_TARGET == HWY_AVX3_DL
+#if HWY_TARGET <= HWY_AVX3_DL
   static_cast<void>(both);
 #else
   const D8 d8;
@@ -199,7 +100,7 @@ HWY_INLINE void interleave(V8 a, V8 b, V8* both) {
   orderPairs(both);
 }
 
-#if HWY_TARGET == HWY_AVX3_DL
+#if HWY_TARGET <= HWY_AVX3_DL
 // Index tables of three-channel permutes.
 struct Index3 {
   alignas(64) uint8_t merge[3][64];  // of planes 0 and 1
@@ -231,13 +132,10 @@ RKD_BLOCK void storePixels(const V8* plane, uint8_t* to) {
     hn::StoreU(pixels[0], d8, to);
     hn::StoreU(pixels[1], d8, to + kTile);
   } else if constexpr (C == 3) {
-#if HWY_TARGET == HWY_AVX3_DL
+#if HWY_TARGET <= HWY_AVX3_DL
     for (int p = 0; p < 3; ++p) {
-      const auto ab =
-          _mm512_permutex2var_epi8(plane[0].raw, _mm512_load_si512(kIndex3.merge[p]), plane[1].raw);
-      _mm512_storeu_si512(to + 64 * p, _mm512_mask_permutexvar_epi8(
-                                           ab, kIndex3.lastMask[p],
-                                           _mm512_load_si512(kIndex3.last[p]), plane[2].raw));
+      const V8 ab = fromTwo(plane[0], plane[1], kIndex3.merge[p]);
+      hn::StoreU(mergedFrom(ab, kIndex3.lastMask[p], plane[2], kIndex3.last[p]), d8, to + 64 * p);
     }
 #else
     hn::StoreInterleaved3(plane[0], plane[1], plane[2], d8, to);
@@ -263,7 +161,7 @@ RKD_BLOCK void planesToChunks4(const V8* plane, V8* chunk) {
 
 // ---- vectors by 128-bit blocks ----
 
-// One vector from the 128-bit blocks that block(i) gives, and back.
+// One vector from the 128-bit blocks that block(i) gives.
 using Block128 = hn::Vec<hn::Full128<uint8_t>>;
 inline constexpr int kBlocks = static_cast<int>(kTile / 16);
 
@@ -277,21 +175,6 @@ HWY_INLINE V8 joinBlocks(Block&& block) {
   return hn::Combine(D8(), block(1), block(0));
 #else
   return block(0);
-#endif
-}
-
-template <class Block>
-HWY_INLINE void eachBlock(V8 v, Block&& block) {
-#if HWY_TARGET <= HWY_AVX3
-  block(0, Block128{_mm512_castsi512_si128(v.raw)});
-  block(1, Block128{_mm512_extracti32x4_epi32(v.raw, 1)});
-  block(2, Block128{_mm512_extracti32x4_epi32(v.raw, 2)});
-  block(3, Block128{_mm512_extracti32x4_epi32(v.raw, 3)});
-#elif HWY_TARGET == HWY_AVX2
-  block(0, hn::LowerHalf(v));
-  block(1, hn::UpperHalf(hn::Full128<uint8_t>(), v));
-#else
-  block(0, v);
 #endif
 }
 

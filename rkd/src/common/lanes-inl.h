@@ -13,20 +13,11 @@
 #include <cstring>
 
 #include "common/args.h"
+#include "common/native-inl.h"
 #include "hwy/highway.h"
-
-// Building blocks of some size. At the lowest level, whose vectors are loops, inlining them into
-// every kernel would take half a minute a file.
-#undef RKD_BLOCK
-#if HWY_TARGET == HWY_EMU128
-#define RKD_BLOCK inline HWY_NOINLINE
-#else
-#define RKD_BLOCK HWY_INLINE
-#endif
 
 HWY_BEFORE_NAMESPACE();
 namespace rkd::HWY_NAMESPACE {
-namespace hn = hwy::HWY_NAMESPACE;
 
 // How much of a vector counts: all of it, or the first `lanes`.
 struct Whole {};
@@ -35,16 +26,6 @@ struct Part {
 };
 
 // AVX-512 loads and stores parts by mask at any sample width, without touching the lanes left out.
-// The same vector, as something that the compiler has to compute first. It folds the extraction of
-// a part and a masked store into one instruction, which faults on bytes that the mask leaves out.
-#if HWY_TARGET <= HWY_AVX3
-template <class V>
-HWY_INLINE V inRegister(V v) {
-  asm("" : "+v"(v.raw));
-  return v;
-}
-#endif
-
 template <class D, class T = hn::TFromD<D>>
 HWY_INLINE hn::Vec<D> load(D d, const T* from, Whole) {
   return hn::LoadU(d, from);
@@ -102,114 +83,13 @@ HWY_INLINE void overRows(const Rows<S, D>& r, Row&& row) {
   for (int y = 0; y < r.size.height; ++y) row(r.srcRow(y), r.dstRow(y), width);
 }
 
-// ---- 16-bit lanes: pairs, signs, order of 128-bit blocks ----
-
-// sum + a[2i] * b[2i] + a[2i+1] * b[2i+1] in 32 bits, wrapping.
-template <class V16, class V32>
-RKD_BLOCK V32 addPairProducts(V32 sum, V16 a, V16 b) {
-#if HWY_TARGET <= HWY_AVX3_DL
-  // In assembly because the compiler is not told that this level has the instruction; what it is
-  // told of instead is a later form with the same name that not all of these processors have.
-  asm("vpdpwssd %2, %1, %0" : "+v"(sum.raw) : "v"(a.raw), "vm"(b.raw));
-  return sum;
-#elif HWY_TARGET == HWY_EMU128
-  for (size_t i = 0; i < 4; ++i) {
-    const auto low = static_cast<uint32_t>(a.raw[2 * i] * b.raw[2 * i]);
-    const auto high = static_cast<uint32_t>(a.raw[2 * i + 1] * b.raw[2 * i + 1]);
-    sum.raw[i] = static_cast<int32_t>(static_cast<uint32_t>(sum.raw[i]) + low + high);
-  }
-  return sum;
-#else
-  V32 unused = sum;
-  return hn::ReorderWidenMulAccumulate(hn::DFromV<V32>(), a, b, sum, unused);
-#endif
-}
-
-// a[2i] * b[2i] + a[2i+1] * b[2i+1] in 32 bits, wrapping.
-template <class V16, class V32 = hn::Vec<hn::RepartitionToWide<hn::DFromV<V16>>>>
-RKD_BLOCK V32 pairProducts(V16 a, V16 b) {
-  const hn::RepartitionToWide<hn::DFromV<V16>> d32;
-#if HWY_TARGET == HWY_EMU128
-  return addPairProducts(hn::Zero(d32), a, b);
-#else
-  V32 unused = hn::Zero(d32);
-  return hn::ReorderWidenMulAccumulate(d32, a, b, hn::Zero(d32), unused);
-#endif
-}
-
-// magnitude with the sign of `signs`, where magnitude is 0 when that is.
-template <class V>
-RKD_BLOCK V withSignOf(V magnitude, V signs) {
-#if HWY_TARGET <= HWY_SSSE3
-  if constexpr (sizeof(V) == 16) return V{_mm_sign_epi16(magnitude.raw, signs.raw)};
-#endif
-#if HWY_TARGET <= HWY_AVX2
-  if constexpr (sizeof(V) == 32) return V{_mm256_sign_epi16(magnitude.raw, signs.raw)};
-#endif
-#if HWY_TARGET <= HWY_AVX3
-  if constexpr (sizeof(V) == 64) {
-    const __mmask32 negative = _mm512_movepi16_mask(signs.raw);
-    return V{_mm512_mask_sub_epi16(magnitude.raw, negative, _mm512_setzero_si512(), magnitude.raw)};
-  }
-#endif
-  const V negative = hn::ShiftRight<15>(signs);
-  return hn::Sub(hn::Xor(magnitude, negative), negative);
-}
+// ---- 16-bit lanes ----
 
 // The high 16 bits of the product of unsigned lanes.
 template <class V>
 RKD_BLOCK V mulHighUnsigned(V a, V b) {
   const hn::RebindToUnsigned<hn::DFromV<V>> du;
   return hn::BitCast(hn::DFromV<V>(), hn::MulHigh(hn::BitCast(du, a), hn::BitCast(du, b)));
-}
-
-// Eight words from any address, in every 128-bit block.
-template <class D, class T = hn::TFromD<D>>
-HWY_INLINE hn::Vec<D> loadEveryBlock(D d, const T* from) {
-  const auto* block = reinterpret_cast<const void*>(from);
-#if HWY_TARGET <= HWY_AVX3
-  if constexpr (sizeof(hn::Vec<D>) == 64) {
-    return hn::Vec<D>{_mm512_broadcast_i32x4(_mm_loadu_si128(static_cast<const __m128i*>(block)))};
-  }
-#endif
-#if HWY_TARGET <= HWY_AVX2
-  if constexpr (sizeof(hn::Vec<D>) == 32) {
-    return hn::Vec<D>{
-        _mm256_broadcastsi128_si256(_mm_loadu_si128(static_cast<const __m128i*>(block)))};
-  }
-#endif
-  static_cast<void>(block);
-  return hn::LoadU(d, from);
-}
-
-// Signed words to unsigned bytes with saturation, within 128-bit blocks: [a b | a b].
-template <class V16, class V8 = hn::Vec<hn::Repartition<uint8_t, hn::DFromV<V16>>>>
-RKD_BLOCK V8 narrowToBytes(V16 a, V16 b) {
-#if HWY_TARGET != HWY_EMU128
-  if constexpr (sizeof(V16) == 16) return V8{_mm_packus_epi16(a.raw, b.raw)};
-#endif
-#if HWY_TARGET <= HWY_AVX2
-  if constexpr (sizeof(V16) == 32) return V8{_mm256_packus_epi16(a.raw, b.raw)};
-#endif
-#if HWY_TARGET <= HWY_AVX3
-  if constexpr (sizeof(V16) == 64) return V8{_mm512_packus_epi16(a.raw, b.raw)};
-#endif
-#if HWY_TARGET == HWY_EMU128
-  const hn::Repartition<uint8_t, hn::DFromV<V16>> d8;
-  const hn::Half<decltype(d8)> half;
-  return hn::Combine(d8, hn::DemoteTo(half, b), hn::DemoteTo(half, a));
-#endif
-}
-
-// The two halves of 16 bytes to two addresses.
-HWY_INLINE void storeHalves(hn::Vec128<uint8_t> v, uint8_t* low, uint8_t* high) {
-#if HWY_TARGET == HWY_EMU128
-  std::memcpy(low, v.raw, 8);
-  std::memcpy(high, v.raw + 8, 8);
-#else
-  _mm_storel_epi64(reinterpret_cast<__m128i*>(low), v.raw);
-  _mm_storeh_pd(reinterpret_cast<double*>(high), _mm_castsi128_pd(v.raw));
-#endif
 }
 
 // The 8x8 transpose of 16-bit lanes in every 128-bit block of eight vectors.

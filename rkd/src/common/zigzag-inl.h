@@ -17,10 +17,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#if HWY_ARCH_X86
-#include <immintrin.h>
-#endif
-
+#include "common/native-inl.h"
 #include "common/zigzag.h"
 
 // Every processor of the AVX2 level counts leading zeros in one step; Highway does not ask g++ for
@@ -28,7 +25,7 @@
 #undef RKD_HAS_COEFFICIENT_LIST
 #undef RKD_PUSH_LZCNT
 #undef RKD_POP_LZCNT
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
+#if HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
 #define RKD_PUSH_LZCNT HWY_PRAGMA(GCC push_options) HWY_PRAGMA(GCC target("lzcnt"))
 #define RKD_POP_LZCNT HWY_PRAGMA(GCC pop_options)
 #else
@@ -49,38 +46,12 @@ HWY_INLINE uint64_t mapBand(int first, int last) { return mapFrom(first) & ~mapB
 /// The first position of a map that is not empty.
 HWY_INLINE int mapFirst(uint64_t map) { return __builtin_clzll(map); }
 
-/// The bits of `from` where `map` has ones, moved together at the low end in the same order.
-HWY_INLINE uint64_t gatherBits(uint64_t from, uint64_t map) {
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
-  return _pext_u64(from, map);
-#else
-  uint64_t gathered = 0;
-  for (uint64_t bit = 1; map != 0; bit <<= 1, map &= map - 1) {
-    if ((from & map & -map) != 0) gathered |= bit;
-  }
-  return gathered;
-#endif
-}
-
-/// The opposite: the low bits of `from` spread to where `map` has ones.
-HWY_INLINE uint64_t spreadBits(uint64_t from, uint64_t map) {
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
-  return _pdep_u64(from, map);
-#else
-  uint64_t spread = 0;
-  for (; map != 0; from >>= 1, map &= map - 1) {
-    if ((from & 1) != 0) spread |= map & -map;
-  }
-  return spread;
-#endif
-}
-
 HWY_INLINE int countBits(uint64_t map) { return std::popcount(map); }
 
 /// The bit of the (n + 1)th position of a map that has more than n.
 HWY_INLINE uint64_t mapNth(uint64_t map, int n) {
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
-  return _pdep_u64(uint64_t{1} << (countBits(map) - 1 - n), map);
+#if HWY_TARGET <= HWY_AVX2
+  return spreadBits(uint64_t{1} << (countBits(map) - 1 - n), map);
 #else
   for (; n > 0; --n) map &= ~mapBit(mapFirst(map));
   return mapBit(mapFirst(map));
@@ -95,7 +66,7 @@ struct MagnitudeMaps {
   uint64_t negative;  ///< the coefficient is below zero
 };
 
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+#if HWY_TARGET <= HWY_AVX3
 
 /// Lane n of the two vectors holds the coefficient of map bit n; lane of each natural coefficient.
 struct ZigzagLanes {
@@ -236,7 +207,7 @@ HWY_INLINE void growMagnitudes(int16_t* block, uint64_t map, int al) {
   }
 }
 
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_SSSE3
+#if HWY_TARGET <= HWY_SSSE3
 
 /// Byte shuffles that bring flags of 16 natural coefficients each to their map bits.
 struct ZigzagShuffles {

@@ -21,7 +21,7 @@ HWY_INLINE V8 loadPadded(const uint8_t* from, size_t n) {
   if (n >= kTile) return hn::LoadU(d8, from);
   const V8 last = hn::Set(d8, from[n - 1]);
 #if HWY_TARGET <= HWY_AVX3
-  return V8{_mm512_mask_loadu_epi8(last.raw, (uint64_t{1} << n) - 1, from)};
+  return loadOver(last, from, n);
 #else
   HWY_ALIGN uint8_t buffer[kTile];
   hn::Store(last, d8, buffer);
@@ -99,28 +99,6 @@ void boxRow(const uint8_t* first, const uint8_t* second, size_t width, uint8_t* 
 }
 
 // ---- triangle along the row: every sample and the next on either side, 3 to 1 ----
-
-// v one block (16 bytes) up, or down, with the nearest block of `edge` moving in.
-HWY_INLINE V8 blocksUp(V8 v, V8 edge) {
-#if HWY_TARGET <= HWY_AVX3
-  return V8{_mm512_alignr_epi64(v.raw, edge.raw, 6)};
-#elif HWY_TARGET == HWY_AVX2
-  return hn::ConcatLowerUpper(D8(), v, edge);
-#else
-  static_cast<void>(v);
-  return edge;
-#endif
-}
-HWY_INLINE V8 blocksDown(V8 v, V8 edge) {
-#if HWY_TARGET <= HWY_AVX3
-  return V8{_mm512_alignr_epi64(edge.raw, v.raw, 2)};
-#elif HWY_TARGET == HWY_AVX2
-  return hn::ConcatLowerUpper(D8(), edge, v);
-#else
-  static_cast<void>(v);
-  return edge;
-#endif
-}
 
 // For lambdas too large for the compiler to put where they are called, and called too often for
 // less.

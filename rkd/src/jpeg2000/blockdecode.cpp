@@ -88,7 +88,7 @@ struct DecodeState {
   int length;                             ///< bytes of all segments
   int segmentEnd[rkdCodeBlockMaxPasses];  ///< of the segment that each pass lies in
   MqDecoder mq;
-  RawReader raw;
+  RawReader rawReader;
   int position;  ///< of the segment being read
   MqContexts contexts;
   Map significant[maxMapWords];
@@ -125,11 +125,11 @@ class MqCoder {
 
 class RawCoder {
  public:
-  explicit RawCoder(const DecodeState& state) : raw_(state.raw) {}
+  explicit RawCoder(const DecodeState& state) : raw_(state.rawReader) {}
 
   unsigned decide(unsigned) { return raw_.take(); }
   unsigned sign(unsigned) { return raw_.take(); }
-  void keep(DecodeState* state) const { state->raw = raw_; }
+  void keep(DecodeState* state) const { state->rawReader = raw_; }
 
  private:
   RawReader raw_;
@@ -306,7 +306,7 @@ RkdStatus decodePass(DecodeState* state, const uint8_t* src) {
   if (k == 0 || endsSegment(k - 1, state->style)) {
     const uint8_t* const end = src + state->segmentEnd[k];
     if (raw) {
-      state->raw.start(src + state->position, end);
+      state->rawReader.start(src + state->position, end);
     } else {
       state->mq.start(src + state->position, end);
     }

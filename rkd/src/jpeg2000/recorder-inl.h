@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "common/native-inl.h"
 #include "hwy/highway.h"
 #include "jpeg2000/encodestate.h"
 #include "jpeg2000/mq.h"
@@ -28,8 +29,8 @@ inline constexpr uint64_t eachByte = 0x0101010101010101;
 
 /// The eight lowest bits to a byte each.
 HWY_INLINE uint64_t bitsToBytes(uint64_t bits) {
-#if HWY_ARCH_X86_64 && HWY_TARGET <= HWY_AVX2
-  return _pdep_u64(bits, eachByte);
+#if HWY_TARGET <= HWY_AVX2
+  return spreadBits(bits, eachByte);
 #else
   const uint64_t each = (bits & 0xFF) * eachByte & 0x8040201008040201;
   return (each + 0x7F * eachByte) >> 7 & eachByte;
@@ -38,8 +39,8 @@ HWY_INLINE uint64_t bitsToBytes(uint64_t bits) {
 
 /// The 32 lowest bits to every second place.
 HWY_INLINE uint64_t everySecond(uint64_t bits) {
-#if HWY_ARCH_X86_64 && HWY_TARGET <= HWY_AVX2
-  return _pdep_u64(bits, 0x5555555555555555);
+#if HWY_TARGET <= HWY_AVX2
+  return spreadBits(bits, 0x5555555555555555);
 #else
   bits &= 0xFFFFFFFF;
   bits = (bits | bits << 16) & 0x0000FFFF0000FFFF;
@@ -52,8 +53,8 @@ HWY_INLINE uint64_t everySecond(uint64_t bits) {
 
 /// Appends those of eight bytes whose bits are set; as many more may be overwritten.
 HWY_INLINE uint8_t* appendBytes(uint8_t* out, uint64_t bytes, unsigned which) {
-#if HWY_ARCH_X86_64 && HWY_TARGET <= HWY_AVX2
-  bytes = _pext_u64(bytes, bitsToBytes(which) * 0xFF);
+#if HWY_TARGET <= HWY_AVX2
+  bytes = gatherBits(bytes, bitsToBytes(which) * 0xFF);
   std::memcpy(out, &bytes, sizeof bytes);
   return out + std::popcount(which);
 #else

@@ -23,27 +23,6 @@ using LineLanes = hn::ScalableTag<T>;
 template <class T>
 using LineVector = hn::Vec<LineLanes<T>>;
 
-// The lanes of v one on, after the last lane of `previous`.
-template <class T>
-HWY_INLINE LineVector<T> oneOn(LineVector<T> previous, LineVector<T> v) {
-  const LineLanes<T> d;
-#if HWY_TARGET <= HWY_AVX3
-  const hn::Repartition<int32_t, decltype(d)> d32;
-  const auto a = hn::BitCast(d32, previous).raw, b = hn::BitCast(d32, v).raw;
-  if constexpr (sizeof(T) == 4) {
-    return hn::BitCast(d, hn::Vec<decltype(d32)>{_mm512_alignr_epi32(b, a, 15)});
-  } else {
-    const auto blockOn = _mm512_alignr_epi32(b, a, 12);
-    return hn::BitCast(d, hn::Vec<decltype(d32)>{_mm512_alignr_epi8(b, blockOn, 14)});
-  }
-#elif HWY_TARGET == HWY_AVX2
-  const auto blockOn = hn::ConcatLowerUpper(d, v, previous);
-  return hn::CombineShiftRightBytes<16 - sizeof(T)>(d, v, blockOn);
-#else
-  return hn::CombineShiftRightBytes<16 - sizeof(T)>(d, v, previous);
-#endif
-}
-
 #if HWY_TARGET <= HWY_AVX3
 // The lanes 0, n, 1, n + 1 ... of two vectors of n lanes, and the second half of them.
 template <class Index>
@@ -67,18 +46,8 @@ HWY_INLINE void interleave(LineVector<T> a, LineVector<T> b, LineVector<T>* firs
 #if HWY_TARGET <= HWY_AVX3
   using Index = std::conditional_t<sizeof(T) == 2, int16_t, int32_t>;
   static constexpr InterleavedIndex<Index> kIndex;
-  const LineLanes<Index> di;
-  const auto x = hn::BitCast(di, a).raw, y = hn::BitCast(di, b).raw;
-  const auto pick = [&](const Index* index) HWY_ATTR {
-    const auto i = _mm512_load_si512(index);
-    if constexpr (sizeof(T) == 2) {
-      return hn::BitCast(d, LineVector<Index>{_mm512_permutex2var_epi16(x, i, y)});
-    } else {
-      return hn::BitCast(d, LineVector<Index>{_mm512_permutex2var_epi32(x, i, y)});
-    }
-  };
-  *first = pick(kIndex.first);
-  *second = pick(kIndex.second);
+  *first = fromTwo(a, b, kIndex.first);
+  *second = fromTwo(a, b, kIndex.second);
 #else
   const auto lower = hn::InterleaveLower(d, a, b), upper = hn::InterleaveUpper(d, a, b);
 #if HWY_TARGET == HWY_AVX2
@@ -100,7 +69,7 @@ class AlongLine {
   }
   HWY_INLINE Lifted<LineVector<T>> lift(LineVector<T> first, LineVector<T> second) {
     return liftPlace<Kernel, inverse>(first, second, [this](int t, LineVector<T> newest) HWY_ATTR {
-      const LineVector<T> previous = oneOn<T>(m_before[t], newest);
+      const LineVector<T> previous = oneOn(m_before[t], newest);
       m_before[t] = newest;
       return previous;
     });

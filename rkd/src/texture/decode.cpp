@@ -169,13 +169,7 @@ HWY_INLINE V32 pickRow(V32 palette, V32 indices, int y) {
   alignas(64) static constexpr int32_t kShift[16] = {0, 2, 4, 6, 0, 2, 4, 6,
                                                      0, 2, 4, 6, 0, 2, 4, 6};
   const V32 shift = hn::Add(hn::LoadU(D32(), kShift), all(8 * y));
-#if HWY_TARGET <= HWY_AVX3
-  const auto control = _mm512_srlv_epi32(indices.raw, shift.raw);
-  return V32{_mm512_castps_si512(_mm512_permutevar_ps(_mm512_castsi512_ps(palette.raw), control))};
-#else
-  const auto control = _mm256_srlv_epi32(indices.raw, shift.raw);
-  return V32{_mm256_castps_si256(_mm256_permutevar_ps(_mm256_castsi256_ps(palette.raw), control))};
-#endif
+  return pickInBlocks(palette, indices, shift);
 }
 #else
 HWY_INLINE V32 pickRow(V32 palette, V32 indices, int y) {

@@ -25,29 +25,10 @@ HWY_INLINE V32 sumOfHalves(V16 v) { return pairProducts(v, all16(1)); }
 // The product of two values of 16 bits, one of them not negative.
 HWY_INLINE V32 product(V32 a, V32 b) { return pairProducts(halves(a), halves(b)); }
 
-// n plus 1 where a > b.
-HWY_INLINE V16 countAbove(V16 n, V16 a, V16 b) {
-#if HWY_TARGET <= HWY_AVX3
-  const __mmask32 above = _mm512_cmpgt_epi16_mask(a.raw, b.raw);
-  return V16{_mm512_mask_add_epi16(n.raw, above, n.raw, _mm512_set1_epi16(1))};
-#else
-  return hn::Sub(n, hn::VecFromMask(D16(), hn::Gt(a, b)));
-#endif
-}
-
 // Unsigned bytes times signed ones, summed in pairs; no sum leaves 16 bits.
 HWY_INLINE V16 pairsOfBytes(V16 pixels, V16 weights) {
-#if HWY_TARGET <= HWY_AVX3
-  return V16{_mm512_maddubs_epi16(pixels.raw, weights.raw)};
-#elif HWY_TARGET == HWY_AVX2
-  return V16{_mm256_maddubs_epi16(pixels.raw, weights.raw)};
-#elif HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4
-  return V16{_mm_maddubs_epi16(pixels.raw, weights.raw)};
-#else
-  const V16 low = hn::ShiftRight<8>(hn::ShiftLeft<8>(weights));
-  return hn::Add(hn::Mul(hn::And(pixels, all16(255)), low),
-                 hn::Mul(shiftRight<8>(pixels), hn::ShiftRight<8>(weights)));
-#endif
+  const hn::Repartition<uint8_t, D16> d8;
+  return byteProducts(hn::BitCast(d8, pixels), hn::BitCast(d8, weights));
 }
 
 // Calls body with 0, 1 and 2 as compile-time constants: the channels of a colour.
