@@ -38,6 +38,7 @@ void rkSetRkdEnvironment() {
   rkd_Init = rkdInit;
   rkd_InitCpu = rkdInitCpu;
   rkd_SetNumThreads = rkdSetNumThreads;
+  rkd_GetLevelName = rkdGetLevelName;
 }
 
 bool registerCommon() {

@@ -134,6 +134,18 @@ TEST_F(Environment, TheProcessorTypeIsAppliedWithItsMessages) {
   EXPECT_EQ(g_ostrm.msgLevel(), L_PERF) << "the level before is back";
 }
 
+TEST_F(Environment, ALibraryThatCannotSwitchSaysSoAndChoosesItself) {
+  tzRegRkdEnvironment([] { rkd_Init = scriptedInit; });
+  setRkdEnvironment();
+  Console console(L_ERR);
+  s_cpuType = rkdCpuSSE41;
+  initStaticCpu();
+  EXPECT_EQ(console.text(),
+            "\n--calling rkdInitCpu( rkdCpuSSE41=68 )\n--RKD ERROR. status = -2: Error\n"
+            "--calling rkdInit()\n");
+  EXPECT_EQ(s_calls, "init ");
+}
+
 TEST_F(Environment, TheThreadCountIsAppliedWithItsMessages) {
   tzRegRkdEnvironment(scriptedEnvironment);
   setRkdEnvironment();

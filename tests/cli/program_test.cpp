@@ -146,6 +146,28 @@ TEST(Program, ComparesFunctionsWithTheirReferences) {
   EXPECT_FALSE(outcome.shows("clocks/px"));
 }
 
+TEST(Program, TellsTheCodePathThatAProcessorTypeSelected) {
+  const TempFolder folder;
+  const auto run = [&](const std::string& key) {
+    return runProgram(PROGRAM, with(SMALL, {"-l", folder.path(), key}), folder.path());
+  };
+  for (const auto& [key, path] : {std::pair{"-TSSSE3", "SSSE3"}, {"-TSSE41", "SSE4"}}) {
+    const Outcome outcome = run(key);
+    EXPECT_EQ(0, outcome.exitCode) << outcome.console;
+    EXPECT_TRUE(outcome.shows("--status = rkdStsNoErr\n")) << outcome.console;
+    EXPECT_TRUE(outcome.shows(std::string("\n| Code path: ") + path + " ")) << outcome.console;
+    for (const char* table : {"tazmet.csv", "tazmet_sum.csv"}) {
+      EXPECT_NE(std::string::npos,
+                folder.read(table).find(std::string("\nCode path,") + path + "\n"))
+          << folder.read(table);
+    }
+  }
+  // Emulated vectors are said to be emulated.
+  const Outcome lowest = run("-TSSE2");
+  EXPECT_NE(lowest.shows("\n| Code path: SSE2 "), lowest.shows("\n| Code path: EMU128 (emulated) "))
+      << lowest.console;
+}
+
 TEST(Program, ListsTheFunctionsOfTheLoadedLibrary) {
   const TempFolder folder;
   const Outcome all = runProgram(PROGRAM, {"-e+"}, folder.path());

@@ -54,12 +54,17 @@ TEST(Levels, ARefusedChoiceLeavesTheLevelAsItWas) {
   EXPECT_EQ(rkdInitCpu(1), rkdStsBadArgErr);
   EXPECT_EQ(rkdInitCpu(-1), rkdStsBadArgErr);
   EXPECT_EQ(rkdGetLevel(), rkdCpuSSSE3);
-  // A machine without AVX-512, as far as the shared dispatcher can see.
-  hwy::SetSupportedTargetsForTest(HWY_SSSE3 | HWY_EMU128);
-  ASSERT_EQ(rkdInit(), rkdStsNoErr);
-  EXPECT_EQ(rkdInitCpu(rkdCpuAVX512), rkdStsNotSupportedCpuErr);
-  EXPECT_EQ(rkdInitCpu(rkdCpuSSE41), rkdStsNotSupportedCpuErr);
-  EXPECT_EQ(rkdjpegGetLevel(), rkdCpuSSSE3);
+  // A machine without AVX2, as far as the shared dispatcher can see: better and worse levels than
+  // the one before a refusal are there, and neither is selected by it.
+  const auto compiled = hwy::SupportedAndGeneratedTargets();
+  hwy::SetSupportedTargetsForTest(HWY_SSE4 | HWY_SSSE3 | compiled.back());
+  for (const RkdCpuType before : {rkdCpuSSE2, rkdCpuSSSE3, rkdCpuSSE42}) {
+    ASSERT_EQ(rkdInitCpu(before), rkdStsNoErr);
+    for (const RkdCpuType refused : {rkdCpuAVX512, rkdCpuAVX2}) {
+      EXPECT_EQ(rkdInitCpu(refused), rkdStsNotSupportedCpuErr);
+      for (const Library& library : kLibraries) EXPECT_EQ(library.level(), before) << library.file;
+    }
+  }
   hwy::SetSupportedTargetsForTest(0);
   ASSERT_EQ(rkdInit(), rkdStsNoErr);
 }

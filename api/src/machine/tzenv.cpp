@@ -10,6 +10,7 @@ const char* (*rkd_GetStatusString)(RkdStatus status) = nullptr;
 RkdStatus (*rkd_Init)() = nullptr;
 RkdStatus (*rkd_InitCpu)(RkdCpuType type) = nullptr;
 RkdStatus (*rkd_SetNumThreads)(int count) = nullptr;
+const char* (*rkd_GetLevelName)() = nullptr;
 
 tzRkdEnvironmentFunc rkdEnvironment = nullptr;
 tzList<tzRkdVersionFunc>* rkdVersionList = nullptr;

@@ -20,6 +20,7 @@ extern const char* (*rkd_GetStatusString)(RkdStatus status);
 extern RkdStatus (*rkd_Init)();
 extern RkdStatus (*rkd_InitCpu)(RkdCpuType type);
 extern RkdStatus (*rkd_SetNumThreads)(int count);
+extern const char* (*rkd_GetLevelName)();  ///< stays null where the library cannot tell
 /// @}
 
 /// @name Fallbacks

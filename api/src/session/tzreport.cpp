@@ -82,6 +82,7 @@ void tzReportTitle::collect() {
   add("OS", tzOS().c_str());
   add("Computer", tzHost().c_str());
   for (const tzString& info : tzLibInfo()) add("Library", info);
+  if (rkd_GetLevelName != nullptr) add("Code path", rkd_GetLevelName());
   add("Start", tzTimeString(m_tests.startTime));
 }
 

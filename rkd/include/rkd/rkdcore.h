@@ -48,8 +48,9 @@ RKD_API RkdCpuType rkdcolorGetLevel(void);
 RKD_API RkdCpuType rkdjpegGetLevel(void);
 /// @}
 
-/// Name of the compiled variant in use: "EMU128" or "SSE2" (lowest), "SSSE3", "SSE4", "AVX2",
-/// "AVX3", "AVX3_DL" (AVX-512 without and with VNNI and VBMI).
+/// Name of the compiled variant in use: "SSSE3", "SSE4", "AVX2", "AVX3", "AVX3_DL" (AVX-512 without
+/// and with VNNI and VBMI); the lowest is "SSE2", or "EMU128 (emulated)" where the library was
+/// built with a Highway that has no SSE2: plain code, some ten times slower.
 RKD_API const char* rkdGetLevelName(void);
 /// @}
 

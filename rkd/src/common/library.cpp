@@ -58,6 +58,9 @@ RkdCpuType RKD_JOIN(RKD_LIBRARY_PREFIX, GetLevel)(void) {
 }
 
 #if defined(RKD_LIBRARY_IS_CORE)
-const char* rkdGetLevelName(void) { return hwy::TargetName(rkd::targetInUse()); }
+const char* rkdGetLevelName(void) {
+  const int64_t target = rkd::targetInUse();
+  return target == HWY_EMU128 ? "EMU128 (emulated)" : hwy::TargetName(target);
+}
 #endif
 #endif  // HWY_ONCE
