@@ -110,6 +110,7 @@ class Pass {
   }
 
   void codeZero(int x, int y) {
+    m_.plane[at(x, y)] = uint8_t(plane_);
     if (coder_.code(raw_ ? rawBit : zeroContext(x, y), bitAt(x, y)) != 0) codeSign(x, y);
   }
 
@@ -118,6 +119,7 @@ class Pass {
     const int context = m_.refined[at(x, y)] ? refineContext + 2 : first;
     const int bit = coder_.code(raw_ ? rawBit : context, bitAt(x, y));
     m_.refined[at(x, y)] = true;
+    m_.plane[at(x, y)] = uint8_t(plane_);
     if (!decoding_) return;
     uint32_t& value = m_.magnitude[at(x, y)];
     value = (value >> (plane_ + 1) << 1 | uint32_t(bit)) << plane_;
@@ -132,6 +134,7 @@ class Pass {
     }
     int first = 0;
     while (first < 4 && bitAt(x, top + first) == 0) ++first;
+    for (int y = top; y < top + 4; ++y) m_.plane[at(x, y)] = uint8_t(plane_);
     if (coder_.code(runContext, first < 4 ? 1 : 0) == 0) return top + 4;
     const int high = coder_.code(uniformContext, first >> 1 & 1);
     first = 2 * high + coder_.code(uniformContext, first & 1);
@@ -160,10 +163,6 @@ class Pass {
   int plane_;
   bool raw_, decoding_;
 };
-
-int32_t coefficient(const CodeBlockModel& m, size_t i) {
-  return m.negative[i] ? -int32_t(m.magnitude[i]) : int32_t(m.magnitude[i]);
-}
 
 // ---- encoding ----
 
@@ -314,6 +313,7 @@ void CodeBlockModel::clear(RkdiSize size, int blockBand, int blockStyle) {
   const size_t samples = size_t(width) * height;
   magnitude.assign(samples, 0);
   for (auto* flags : {&negative, &significant, &visited, &refined}) flags->assign(samples, false);
+  plane.assign(samples, 0);
 }
 
 RkdStatus rkdiGetCodeBlockSegment_JPEG2K(int pass, int style, int* passes) {
@@ -373,7 +373,10 @@ RkdStatus rkdiDecodeCBProgrStart_JPEG2K(int length, const int* lengths, int segm
                                         int band, int style, int bitPlanes, int passes,
                                         RkdiDecodeCodeBlockState* state) {
   *state = {};
+  state->halves = (style & rkdCodeBlockHalves) != 0;
+  style &= ~rkdCodeBlockHalves;
   state->model.clear(size, band, style);
+  std::fill(state->model.plane.begin(), state->model.plane.end(), uint8_t(bitPlanes));
   state->bitPlanes = bitPlanes;
   state->passes = passes;
   state->contexts = freshContexts();
@@ -406,26 +409,56 @@ RkdStatus rkdiDecodeCBProgrStep_JPEG2K(const uint8_t* src, int, int passes,
       state->limit = state->end[size_t(k)];
       state->rawByte = 0;
       state->rawLeft = 0;
+      state->shifted = 0;
       if (!isRaw(k, style)) coder.decoder.start();
     }
     Pass<Coder> pass(&state->model, &coder, k, planeOf(k, state->bitPlanes), true);
     pass.run(kindOf(k));
     const bool marked = kindOf(k) == cleanup && (style & rkdCodeBlockSegSym) != 0;
     if (marked && !pass.segmentationSymbol()) state->damage = rkdStsDataErr;
+    const bool ends = endsSegment(k, style) || k == 3 * state->bitPlanes - 3;
+    if ((style & rkdCodeBlockPredTerm) != 0 && ends &&
+        !coder.decoder.endsPredictably(state->begin[size_t(k)], isRaw(k, style))) {
+      state->damage = rkdStsDataErr;
+    }
     if ((style & rkdCodeBlockReset) != 0) state->contexts = freshContexts();
   }
   return state->damage;
 }
 
-RkdStatus rkdiDecodeCBProgrGet_JPEG2K_32s_C1R(int32_t* dst, int dstStep,
-                                              const RkdiDecodeCodeBlockState* state) {
-  const CodeBlockModel& m = state->model;
+/// Calls for every coefficient with its place, sign, magnitude and lowest plane.
+template <class Each>
+RkdStatus forEach(const CodeBlockModel& m, Each each) {
   for (int y = 0; y < m.height; ++y) {
     for (int x = 0; x < m.width; ++x) {
-      row(dst, dstStep, y)[x] = coefficient(m, size_t(y) * m.width + x);
+      const size_t i = size_t(y) * m.width + x;
+      each(x, y, m.negative[i] ? -1 : 1, int64_t{m.magnitude[i]}, m.plane[i]);
     }
   }
   return rkdStsNoErr;
+}
+
+RkdStatus rkdiDecodeCBProgrGet_JPEG2K_32s_C1R(int32_t* dst, int dstStep,
+                                              const RkdiDecodeCodeBlockState* state) {
+  return forEach(state->model, [&](int x, int y, int sign, int64_t magnitude, int plane) {
+    const int64_t half = magnitude != 0 && plane == 0 ? 1 : 0;
+    row(dst, dstStep, y)[x] = int32_t(sign * (state->halves ? 2 * magnitude + half : magnitude));
+  });
+}
+
+RkdStatus rkdiDecodeCBProgrGet_JPEG2K_32f_C1R(float* dst, int dstStep, float scale,
+                                              const RkdiDecodeCodeBlockState* state) {
+  return forEach(state->model, [&](int x, int y, int sign, int64_t magnitude, int plane) {
+    const double half = magnitude != 0 && plane == 0 ? 0.5 : 0;
+    row(dst, dstStep, y)[x] = float(sign * (double(magnitude) + half) * scale);
+  });
+}
+
+RkdStatus rkdiDecodeCBProgrGetPlanes_JPEG2K_8u_C1R(uint8_t* dst, int dstStep,
+                                                   const RkdiDecodeCodeBlockState* state) {
+  return forEach(state->model, [&](int x, int y, int, int64_t, int plane) {
+    row(dst, dstStep, y)[x] = uint8_t(plane);
+  });
 }
 
 RkdStatus rkdiDecodeCodeBlock_JPEG2K_1u32s_C1R(const uint8_t* src, int length, const int* lengths,

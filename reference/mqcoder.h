@@ -122,11 +122,43 @@ class Decoder {
     s_.code <<= 7;
     s_.count -= 7;
     s_.interval = 0x8000;
+    s_.shifted = 0;
   }
   int code(int context) { return context == rawBit ? raw() : decode(&s_.contexts[context]); }
 
+  /// Whether the segment from `begin` on is as predictable termination (D.4.2) leaves it behind the
+  /// decisions. An encoder that has shifted so many bits sends the fewest bytes that have as many,
+  /// of the least number in its interval, but no last byte of ones. So the number sent, with ones
+  /// for what was cut off, exceeds the interval's base by less than the last bit sent.
+  bool endsPredictably(int begin, bool isRaw) const {
+    int sent = 0, last = 0;
+    for (int i = begin; i < s_.limit; ++i) {
+      const bool behindOnes = i > begin && src_[i - 1] == 0xFF;
+      if (behindOnes && src_[i] > (isRaw ? 0x7F : 0x8F)) return false;
+      last = behindOnes ? 7 : 8;
+      sent += last;
+    }
+    if (s_.limit > begin && src_[s_.limit - 1] == 0xFF) return false;
+    if (isRaw) return sent + 8 == s_.shifted || isPadding(sent - s_.shifted);
+    if (sent < s_.shifted) {
+      last = 8;
+      sent += last;
+    }
+    const int more = sent - s_.shifted;
+    return more >= 0 && (more < last || sent == 0) && s_.code >> 16 < 1u << (15 - more);
+  }
+
  private:
   uint32_t at(int position) const { return position < s_.limit ? src_[position] : 0xFF; }
+
+  /// Whether the last `count` bits of the segment are 0, 1, 0 and so on.
+  bool isPadding(int count) const {
+    if (count < 0 || count > 7) return false;
+    for (int bit = 0; bit < count; ++bit) {
+      if ((src_[s_.limit - 1] >> (count - 1 - bit) & 1) != bit % 2) return false;
+    }
+    return true;
+  }
 
   void byteIn() {
     const uint32_t next = at(s_.position + 1);
@@ -170,6 +202,7 @@ class Decoder {
       s_.interval <<= 1;
       s_.code <<= 1;
       --s_.count;
+      ++s_.shifted;
     } while ((s_.interval & 0x8000) == 0);
     return bit;
   }
@@ -185,6 +218,7 @@ class Decoder {
         s_.rawLeft = 8;
       }
     }
+    ++s_.shifted;
     return int(s_.rawByte >> --s_.rawLeft & 1);
   }
 

@@ -19,6 +19,7 @@ struct CodeBlockModel {
   int width = 0, height = 0, band = 0, style = 0;
   std::vector<uint32_t> magnitude;
   std::vector<bool> negative, significant, visited, refined;
+  std::vector<uint8_t> plane;  ///< lowest one that was decoded
 
   void clear(RkdiSize size, int blockBand, int blockStyle);
 };
@@ -40,6 +41,7 @@ struct RkdiEncodeCodeBlockState {
 struct RkdiDecodeCodeBlockState {
   CodeBlockModel model;
   int bitPlanes = 0, passes = 0, done = 0;
+  bool halves = false;
   RkdStatus damage = rkdStsNoErr;
   std::vector<int> begin, end;  ///< of the segment of each pass
   MqContextSet contexts{};
@@ -47,6 +49,7 @@ struct RkdiDecodeCodeBlockState {
   int count = 0, position = 0, limit = 0;
   unsigned rawByte = 0;
   int rawLeft = 0;
+  int shifted = 0;  ///< bits that the segment's decisions have used up
 };
 
 /// The support functions that need no knowledge of what is inside.
@@ -82,6 +85,10 @@ RkdStatus rkdiDecodeCBProgrStep_JPEG2K(const uint8_t* src, int length, int passe
                                        RkdiDecodeCodeBlockState* state);
 RkdStatus rkdiDecodeCBProgrGet_JPEG2K_32s_C1R(int32_t* dst, int dstStep,
                                               const RkdiDecodeCodeBlockState* state);
+RkdStatus rkdiDecodeCBProgrGet_JPEG2K_32f_C1R(float* dst, int dstStep, float scale,
+                                              const RkdiDecodeCodeBlockState* state);
+RkdStatus rkdiDecodeCBProgrGetPlanes_JPEG2K_8u_C1R(uint8_t* dst, int dstStep,
+                                                   const RkdiDecodeCodeBlockState* state);
 RkdStatus rkdiDecodeCodeBlock_JPEG2K_1u32s_C1R(const uint8_t* src, int length, const int* lengths,
                                                int segments, int32_t* dst, int dstStep,
                                                RkdiSize size, int band, int style, int bitPlanes,

@@ -26,11 +26,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const RkdStatus status = rkdiDecodeCodeBlock_JPEG2K_1u32s_C1R(
       bytes.data(), int(bytes.size()), lengths.data(), int(lengths.size()), got.data(),
       block.width * 4, block, band, style, bitPlanes, passes, state);
+  std::vector<float> middles(got.size()), wantedMiddles(got.size());
+  require(rkdiDecodeCBProgrGet_JPEG2K_32f_C1R(middles.data(), block.width * 4, 0.3f, state) ==
+              rkdStsNoErr,
+          "there is a block in the state");
   rkdiDecodeCodeBlockStateFree_JPEG2K(state);
   ref::RkdiDecodeCodeBlockState plain;
   const RkdStatus wanted = ref::rkdiDecodeCodeBlock_JPEG2K_1u32s_C1R(
       bytes.data(), int(bytes.size()), lengths.data(), int(lengths.size()), want.data(),
       block.width * 4, block, band, style, bitPlanes, passes, &plain);
-  require(status == wanted && got == want, "the plain version makes the same of the bytes");
+  ref::rkdiDecodeCBProgrGet_JPEG2K_32f_C1R(wantedMiddles.data(), block.width * 4, 0.3f, &plain);
+  require(status == wanted && got == want && middles == wantedMiddles,
+          "the plain version makes the same of the bytes");
   return 0;
 }

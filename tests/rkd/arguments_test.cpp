@@ -391,6 +391,8 @@ FAMILY(CodeBlocks) {
   REFUSES(rkdiDecodeCBProgrStart_JPEG2K, "m19 @ =1 z =0 =0 =3 =7 oM");
   REFUSES(rkdiDecodeCBProgrStep_JPEG2K, "p m19 =1 oG");
   REFUSES(rkdiDecodeCBProgrGet_JPEG2K_32s_C1R, "p s1 oG");
+  REFUSES(rkdiDecodeCBProgrGet_JPEG2K_32f_C1R, "p s1 =1 oG");
+  REFUSES(rkdiDecodeCBProgrGetPlanes_JPEG2K_8u_C1R, "p s1 oG");
 }
 
 // Objects on the heap: none without a place for its address, and nothing to free in null.

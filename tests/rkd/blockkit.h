@@ -38,7 +38,9 @@ using Coefficients = std::vector<int32_t>;
   static constexpr auto decode = Scope::rkdiDecodeCodeBlock_JPEG2K_1u32s_C1R;          \
   static constexpr auto start = Scope::rkdiDecodeCBProgrStart_JPEG2K;                  \
   static constexpr auto step = Scope::rkdiDecodeCBProgrStep_JPEG2K;                    \
-  static constexpr auto get = Scope::rkdiDecodeCBProgrGet_JPEG2K_32s_C1R;
+  static constexpr auto get = Scope::rkdiDecodeCBProgrGet_JPEG2K_32s_C1R;              \
+  static constexpr auto getMiddles = Scope::rkdiDecodeCBProgrGet_JPEG2K_32f_C1R;       \
+  static constexpr auto getPlanes = Scope::rkdiDecodeCBProgrGetPlanes_JPEG2K_8u_C1R;
 struct Library {
   BLOCKKIT_FUNCTIONS()
 };

@@ -51,11 +51,16 @@ TYPED_TEST(CodeBlock, TellsTheMiddleOfWhatIsStillPossible) {
   const Bytes bytes = fromHex(known->bytes);
   Decoder<TypeParam> decoder;
   for (const KnownStep& step : knownSteps) {
+    SCOPED_TRACE(step.passes);
+    const auto decode = [&](int unit) {
+      Shape shape = known->shape;
+      shape.style |= unit;
+      return decoder.decode(bytes, {int(bytes.size())}, shape, known->bitPlanes, step.passes);
+    };
     Coefficients want;
     for (const int32_t twice : step.twice) want.push_back(twice / 2);
-    EXPECT_EQ(want, decoder.decode(bytes, {int(bytes.size())}, known->shape, known->bitPlanes,
-                                   step.passes))
-        << step.passes << " passes";
+    EXPECT_EQ(want, decode(0));
+    EXPECT_EQ(step.twice, decode(rkdCodeBlockHalves));
   }
 }
 
@@ -311,6 +316,7 @@ TEST(CodeBlockRefuses, WhatCannotBeEncoded) {
   EXPECT_EQ(rkdStsBadArgErr, load(sz(4, 4), 4, 0, 1));
   EXPECT_EQ(rkdStsBadArgErr, load(sz(4, 4), 0, 64, 1));
   EXPECT_EQ(rkdStsBadArgErr, load(sz(4, 4), 0, -1, 1));
+  EXPECT_EQ(rkdStsBadArgErr, load(sz(4, 4), 0, rkdCodeBlockHalves, 1)) << "is a decoder's";
   EXPECT_EQ(rkdStsBadArgErr, load(sz(4, 4), 0, 0, 0));
   EXPECT_EQ(rkdStsStepErr, Library::load(data.data(), 15, sz(4, 4), 0, 0, 1, encoder.state));
   EXPECT_EQ(rkdStsNullPtrErr, Library::load(nullptr, 16, sz(4, 4), 0, 0, 1, encoder.state));
@@ -354,6 +360,8 @@ TEST(CodeBlockRefuses, WhatCannotBeDecoded) {
             Library::decode(nullptr, 1, nullptr, 0, &zero, 4, sz(1, 1), 0, 0, 3, 0, decoder.state));
   EXPECT_EQ(rkdStsNoErr, status({10}, 0, 31, 91));
   EXPECT_EQ(rkdStsBadArgErr, status({10}, 0, 32, 1));
+  EXPECT_EQ(rkdStsNoErr, status({10}, rkdCodeBlockHalves, 30, 88));
+  EXPECT_EQ(rkdStsBadArgErr, status({10}, rkdCodeBlockHalves, 31, 1)) << "no room for the half";
   EXPECT_EQ(rkdStsBadArgErr, status({10}, 0, -1, 0));
   EXPECT_EQ(rkdStsBadArgErr, status({10}, 0, 2, 5));
   EXPECT_EQ(rkdStsBadArgErr, status({11}, 0, 2, 4)) << "more bytes than there are";

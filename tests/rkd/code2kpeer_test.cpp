@@ -1,5 +1,7 @@
-// Our code blocks, wrapped in a codestream of one tile and one block, through another decoder.
+// Our code blocks, wrapped in a codestream of one tile and one block, through another decoder; and
+// another encoder's through ours.
 #include <bit>
+#include <cmath>
 
 #include "blockkit.h"
 #include "peerkit.h"
@@ -94,8 +96,16 @@ Bytes packet(const Coded& coded, int passes, int style, int maxPlanes) {
   return bytes;
 }
 
-/// One signed component without decomposition levels: its samples are the LL coefficients.
-Bytes codestream(const Coded& coded, int passes, const Shape& shape, int precision) {
+/// A quantiser's step as the codestream has it: 2^(range - exponent) (1 + mantissa / 2^11).
+struct Step {
+  int exponent, mantissa;
+  float value(int range) const { return std::ldexp(1 + float(mantissa) / 2048, range - exponent); }
+};
+
+/// One signed component without decomposition levels: its samples are the LL coefficients, without
+/// quantisation unless there is a step.
+Bytes codestream(const Coded& coded, int passes, const Shape& shape, int precision,
+                 const Step* step = nullptr) {
   const unsigned width = unsigned(shape.size.width);
   const unsigned height = unsigned(shape.size.height);
   const auto exponent = [](unsigned n) {
@@ -108,10 +118,16 @@ Bytes codestream(const Coded& coded, int passes, const Shape& shape, int precisi
   s.put(0x80 | unsigned(precision - 1), 1).put(0x0101, 2);
   s.put(0xFF52, 2).put(12, 2).put(0, 1).put(0, 1).put(1, 2).put(0, 1);
   s.put(0, 1).put(exponent(width) - 2, 1).put(exponent(height) - 2, 1);
-  s.put(unsigned(shape.style), 1).put(1, 1);
+  s.put(unsigned(shape.style), 1).put(step == nullptr ? 1 : 0, 1);
   const int guardBits = 2;
-  s.put(0xFF5C, 2).put(4, 2).put(guardBits << 5, 1).put(unsigned(precision) << 3, 1);
-  const Bytes data = packet(coded, passes, shape.style, precision + guardBits - 1);
+  const int planes = (step == nullptr ? precision : step->exponent) + guardBits - 1;
+  if (step == nullptr) {
+    s.put(0xFF5C, 2).put(4, 2).put(guardBits << 5, 1).put(unsigned(precision) << 3, 1);
+  } else {
+    s.put(0xFF5C, 2).put(5, 2).put(guardBits << 5 | 2, 1);
+    s.put(unsigned(step->exponent << 11 | step->mantissa), 2);
+  }
+  const Bytes data = packet(coded, passes, shape.style, planes);
   s.put(0xFF90, 2).put(10, 2).put(0, 2).put(unsigned(14 + data.size()), 4).put(1, 2);
   s.put(0xFF93, 2);
   s.append(data);
@@ -153,6 +169,113 @@ TEST_F(CodeBlockPeer, DecodesOurBlocksOfEveryStyleAsWeDo) {
           << shape << ", " << passes << " of " << coded.passes << " passes";
     }
     if (HasFailure()) return;
+  }
+}
+
+TEST_F(CodeBlockPeer, PlacesQuantisedCoefficientsWhereWeDo) {
+  constexpr int precision = 16;
+  Random random;
+  Encoder<Library> encoder;
+  Decoder<Library> decoder;
+  const Shape shape = {sz(64, 40), rkdBandLL, 0};
+  const Coefficients data = filled(Fill::dense, shape.size, random);
+  const Coded coded = encoder.encode(data, shape);
+  // Steps of 2 and more: samples show the halves.
+  for (const Step step : {Step{15, 0}, Step{15, 512}, Step{14, 77}}) {
+    const float scale = step.value(precision);
+    for (int passes = coded.passes; passes > 0; passes -= rkdkit::exhaustive() ? 1 : 4) {
+      decoder.decode(coded.firstBytes(passes), coded.segments(passes), shape, coded.bitPlanes,
+                     passes);
+      std::vector<float> middles(data.size());
+      ASSERT_EQ(rkdStsNoErr,
+                Library::getMiddles(middles.data(), shape.size.width * 4, scale, decoder.state));
+      Coefficients ours;
+      for (const float middle : middles) ours.push_back(int32_t(std::lrint(middle)));
+      ASSERT_EQ(ours, decompress(codestream(coded, passes, shape, precision, &step)))
+          << passes << " of " << coded.passes << " passes, step " << scale;
+    }
+  }
+}
+
+/// Takes the only packet of a codestream with one block apart.
+class PacketReader {
+ public:
+  explicit PacketReader(const Bytes& stream) : m_stream(stream) {
+    while (stream.at(m_at) != 0xFF || stream.at(m_at + 1) != 0x93) ++m_at;
+    m_at += 2;
+  }
+  unsigned bit() {
+    if (m_left == 0) {
+      m_left = m_stream.at(m_at - 1) == 0xFF && m_begun ? 7 : 8;
+      m_begun = true;
+      ++m_at;
+    }
+    return m_stream.at(m_at - 1) >> --m_left & 1;
+  }
+  unsigned bits(int count) {
+    unsigned value = 0;
+    while (count-- > 0) value = 2 * value + bit();
+    return value;
+  }
+  int passes() {
+    if (bit() == 0) return 1;
+    if (bit() == 0) return 2;
+    if (const unsigned more = bits(2); more < 3) return int(3 + more);
+    if (const unsigned more = bits(5); more < 31) return int(6 + more);
+    return int(37 + bits(7));
+  }
+  /// The bytes behind the header.
+  Bytes body(int length) {
+    m_left = 0;
+    if (m_stream.at(m_at - 1) == 0xFF) ++m_at;
+    return {m_stream.begin() + long(m_at), m_stream.begin() + long(m_at) + length};
+  }
+
+ private:
+  const Bytes& m_stream;
+  size_t m_at = 0;
+  int m_left = 0;
+  bool m_begun = false;
+};
+
+class CodeBlockOtherEncoder : public peerkit::PeerTest {
+ protected:
+  CodeBlockOtherEncoder() : PeerTest("opj_compress") {}
+};
+
+TEST_F(CodeBlockOtherEncoder, EndsSegmentsPredictablyAsWeExpectThem) {
+  Random random;
+  const RkdiSize size = sz(32, 32);
+  Coefficients samples;
+  std::string picture = "P5\n32 32\n255\n";
+  for (int i = 0; i < size.width * size.height; ++i) {
+    samples.push_back(i / 2 % 40 + random.between(-20, 20));
+    picture += char(samples.back() + 128);
+  }
+  write("block.pgm", Bytes(picture.begin(), picture.end()));
+  Decoder<Library> decoder;
+  for (int style = rkdCodeBlockPredTerm; style < 64; style += style % 16 == 15 ? 17 : 1) {
+    SCOPED_TRACE(style);
+    const Bytes stream = made("-i " + file("block.pgm") + " -o " + file("block.j2k") + " -n 1 -M " +
+                                  std::to_string(style),
+                              "block.j2k");
+    PacketReader packet(stream);
+    ASSERT_EQ(0b11u, packet.bits(2));  // not empty, with the block
+    int planes = 9;                    // 8 bits and two guard bits less 1
+    while (packet.bit() == 0) --planes;
+    const int passes = packet.passes();
+    int lengthBits = 3, total = 0;
+    while (packet.bit() == 1) ++lengthBits;
+    std::vector<int> lengths;
+    for (int pass = 0, count = 0; pass < passes; pass += count) {
+      ASSERT_EQ(rkdStsNoErr, rkdiGetCodeBlockSegment_JPEG2K(pass, style, &count));
+      count = std::min(count, passes - pass);
+      lengths.push_back(int(packet.bits(lengthBits + int(std::bit_width(unsigned(count))) - 1)));
+      total += lengths.back();
+    }
+    EXPECT_EQ(samples, decoder.decode(packet.body(total), lengths, {size, rkdBandLL, style}, planes,
+                                      passes));
+    EXPECT_EQ(rkdStsNoErr, decoder.status);
   }
 }
 

@@ -12,8 +12,9 @@
 ///   (rkdiGetCodeBlockSegment_JPEG2K) and after the last; the bytes between two ends are a segment.
 ///   Segments follow one another without gaps, and none ends in 0xFF.
 /// - **Reconstruction.** A coefficient whose lowest decoded plane is p > 0 becomes the middle of
-///   what it can be: its decoded bits, then a 1, then zeros. After the last plane it is exact; one
-///   that is not yet significant is 0.
+///   what it can be: its decoded bits, then a 1, then zeros. With p = 0 it is exact; one that is
+///   not yet significant is 0. Where decoding stops inside a plane, some coefficients have that
+///   plane and the others the one above; see Reconstruction below for who has to tell them apart.
 /// - **Objects** may lie at any address, but are not to be moved; they own no memory. A state
 ///   serves one block after the other. Nothing is allocated while coding.
 ///
@@ -47,6 +48,9 @@ enum {
   rkdCodeBlockPredTerm = 16,  ///< segments end in a way that a decoder can check
   rkdCodeBlockSegSym = 32     ///< a mark after every cleanup pass
 };
+
+/// May be added to a decoder's style: its integers are in halves, see Reconstruction.
+enum { rkdCodeBlockHalves = 256 };
 
 /// Limits of a block.
 enum { rkdCodeBlockMaxPlanes = 31, rkdCodeBlockMaxPasses = 91 };
@@ -118,15 +122,20 @@ RKD_API RkdStatus rkdiEncodeStoreBits_JPEG2K_1u(uint8_t* stream, int length, int
 /// coefficients as they stand. A segment may be cut off anywhere: what is missing reads as ones.
 ///
 /// Whatever the bytes, nothing outside of them and the destination is touched. Damage that the
-/// style lets a decoder see (marks of rkdCodeBlockSegSym) ends decoding behind that pass with
-/// rkdStsDataErr; DecodeCodeBlock then has stored the coefficients so far, and further steps
-/// return the same status.
+/// style lets a decoder see ends decoding behind that pass with rkdStsDataErr; DecodeCodeBlock then
+/// has stored the coefficients so far, and further steps return the same status. Seen are
+/// - with rkdCodeBlockSegSym, a missing mark behind a cleanup pass;
+/// - with rkdCodeBlockPredTerm, a segment that does not end where and as its decisions ask for: not
+///   the bytes that they need, no more and no fewer, or others at its end than the procedure for
+///   predictable termination leaves. Looked at is the end of every segment that the style ends, and
+///   of the last pass of plane 0. What a segment that goes on has been cut to is never damage.
 /// @param src        bytes of all segments, may be null when there are none; ProgrStep: the same at
 ///                   every step
 /// @param length     how many there are, 0 or more
 /// @param lengths    BYTES of each segment; together at most `length`
 /// @param segments   how many there are: as many as the passes have
-/// @param bitPlanes  0..31
+/// @param style      rkdCodeBlockHalves may be added
+/// @param bitPlanes  0..31; with rkdCodeBlockHalves 0..30
 /// @param passes     0..3 * bitPlanes - 2; ProgrStep: how many to decode, > 0
 /// @param dst        first row of coefficients
 /// @param dstStep    BYTES between row starts
@@ -144,6 +153,29 @@ RKD_API RkdStatus rkdiDecodeCBProgrStep_JPEG2K(const uint8_t* src, int length, i
                                                RkdiDecodeCodeBlockState* state);
 RKD_API RkdStatus rkdiDecodeCBProgrGet_JPEG2K_32s_C1R(int32_t* dst, int dstStep,
                                                       const RkdiDecodeCodeBlockState* state);
+/// @}
+
+/// @name Reconstruction
+/// More about the block that a state holds, after DecodeCodeBlock or any number of steps. A
+/// coefficient with the sign s that was decoded down to plane p, as the magnitude m there, is
+/// - as 32s, s (m + 2^p / 2), but s m for p = 0: a whole number, exact if all planes are decoded;
+/// - as 32s with rkdCodeBlockHalves, s (2 m + 2^p): the lowest bit that is set is p, so that exact
+///   values and middles can be told apart; halved towards zero it is the 32s without;
+/// - as 32f, s (m + 2^p / 2) scale: what a quantised coefficient stands for, the middle of its
+///   interval, for p = 0 too;
+/// - in Planes, p itself, for any other rule.
+///
+/// What is not significant is 0, and its p the lowest plane in which this is known. Halves of 31
+/// planes do not fit 32 bits; 32f and Planes take any number.
+/// @param dst      first row: values, or planes 0..bitPlanes
+/// @param dstStep  BYTES between row starts
+/// @param scale    the quantiser's step; products are rounded once
+/// @see ITU-T T.800, E.1.1.2
+/// @{
+RKD_API RkdStatus rkdiDecodeCBProgrGet_JPEG2K_32f_C1R(float* dst, int dstStep, float scale,
+                                                      const RkdiDecodeCodeBlockState* state);
+RKD_API RkdStatus rkdiDecodeCBProgrGetPlanes_JPEG2K_8u_C1R(uint8_t* dst, int dstStep,
+                                                           const RkdiDecodeCodeBlockState* state);
 /// @}
 
 #ifdef __cplusplus

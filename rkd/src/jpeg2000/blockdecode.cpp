@@ -85,11 +85,12 @@ struct DecodeState {
   RkdStatus damage;  ///< what a pass met that no encoder sends
   Block block;
   int style, bitPlanes, passes, done;
+  bool halves;                            ///< the unit of integers
   int length;                             ///< bytes of all segments
   int segmentEnd[rkdCodeBlockMaxPasses];  ///< of the segment that each pass lies in
   MqDecoder mq;
   RawReader rawReader;
-  int position;  ///< of the segment being read
+  int position, begin;  ///< end and start of the segment being read
   MqContexts contexts;
   Map significant[maxMapWords];
   Map visited[maxMapWords];  ///< in this plane's significance pass
@@ -300,6 +301,12 @@ void codeBits(DecodeState* state, PassKind kind, int plane) {
   }
 }
 
+/// Whether the style promises that the segment ends behind a pass, and how.
+bool endsPredictably(const DecodeState& state, int pass) {
+  return (state.style & rkdCodeBlockPredTerm) != 0 &&
+         (endsSegment(pass, state.style) || pass == 3 * state.bitPlanes - 3);
+}
+
 RkdStatus decodePass(DecodeState* state, const uint8_t* src) {
   const int k = state->done;
   const bool raw = isRaw(k, state->style);
@@ -310,6 +317,7 @@ RkdStatus decodePass(DecodeState* state, const uint8_t* src) {
     } else {
       state->mq.start(src + state->position, end);
     }
+    state->begin = state->position;
     state->position = state->segmentEnd[k];
   }
   const PassKind kind = passKind(k);
@@ -323,6 +331,11 @@ RkdStatus decodePass(DecodeState* state, const uint8_t* src) {
     codeBits<MqCoder>(state, kind, plane);
   }
   if ((state->style & rkdCodeBlockReset) != 0) state->contexts.reset();
+  if (endsPredictably(*state, k)) {
+    const bool asSent =
+        raw ? state->rawReader.isEndPredictable() : state->mq.isEndPredictable(src + state->begin);
+    if (!asSent) status = rkdStsDataErr;
+  }
   ++state->done;
   return status;
 }
@@ -360,11 +373,13 @@ bool placeSegments(const int* lengths, int segments, int length, DecodeState* st
 
 RkdStatus start(int length, const int* lengths, int segments, RkdiSize size, int band, int style,
                 int bitPlanes, int passes, RkdiDecodeCodeBlockState* state) {
+  const bool halves = (style & rkdCodeBlockHalves) != 0;
+  style &= ~rkdCodeBlockHalves;
   if (const RkdStatus status = firstOf(checkPointers(state), checkCodeBlock(size, band, style))) {
     return status;
   }
   if (length < 0) return rkdStsSizeErr;
-  if (bitPlanes < 0 || bitPlanes > rkdCodeBlockMaxPlanes || passes < 0 ||
+  if (bitPlanes < 0 || bitPlanes > rkdCodeBlockMaxPlanes - int(halves) || passes < 0 ||
       passes > std::max(0, 3 * bitPlanes - 2) || segments < 0) {
     return rkdStsBadArgErr;
   }
@@ -375,6 +390,7 @@ RkdStatus start(int length, const int* lengths, int segments, RkdiSize size, int
   inside->damage = rkdStsNoErr;
   inside->block = blockOf(size, band, style);
   inside->style = style;
+  inside->halves = halves;
   inside->bitPlanes = bitPlanes;
   inside->passes = passes;
   inside->done = inside->position = 0;
@@ -390,21 +406,63 @@ RkdStatus start(int length, const int* lengths, int segments, RkdiSize size, int
   return rkdStsNoErr;
 }
 
-void store(const DecodeState& state, int32_t* dst, int dstStep) {
-  const uint32_t* samples = state.sample;
-  const int width = state.block.width;
-  for (int top = 0; top < state.block.height; top += 4, samples += 4 * width) {
+// ---- what a caller gets ----
+
+int32_t withSign(uint32_t magnitude, uint32_t sample) {
+  const uint32_t sign = uint32_t(int32_t(sample) >> 31);
+  return int32_t((magnitude ^ sign) - sign);
+}
+
+/// The plane of the last pass, and who of a word was decoded down to it: the others have the plane
+/// above.
+int lastPlane(const DecodeState& state) {
+  return state.done == 0 ? state.bitPlanes : state.bitPlanes - 1 - passPlane(state.done - 1);
+}
+Map atLastPlane(const DecodeState& state, int map) {
+  const PassKind kind = state.done == 0 ? PassKind::cleanup : passKind(state.done - 1);
+  if (kind == PassKind::cleanup) return ~Map{0};
+  const Map visited = state.visited[map];
+  return kind == PassKind::significance ? visited : visited | state.significant[map];
+}
+
+/// Stores what `make` makes of each sample, four to a column, and of the column's bits of a map.
+template <class T, class Make>
+void store(const DecodeState& state, T* dst, int dstStep, Make make) {
+  for (Words at(state.block); at.more(); at.next()) {
+    const Map last = atLastPlane(state, at.map);
+    const int left = at.index % state.block.words() * 16;
+    const int top = at.index / state.block.words() * 4;
+    const int columns = std::min(16, state.block.width - left);
     const int rows = std::min(4, state.block.height - top);
     for (int r = 0; r < rows; ++r) {
-      char* const row = reinterpret_cast<char*>(rowAt(dst, dstStep, top + r));
-      for (int x = 0; x < width; ++x) {
-        const uint32_t value = samples[4 * x + r];
-        const uint32_t sign = uint32_t(int32_t(value) >> 31);
-        const uint32_t signedValue = ((value & 0x7FFFFFFF) ^ sign) - sign;
-        std::memcpy(row + size_t(x) * sizeof value, &signedValue, sizeof value);
+      char* const row = reinterpret_cast<char*>(rowAt(dst, dstStep, top + r) + left);
+      for (int x = 0; x < columns; ++x) {
+        const int bit = 4 * x + r;
+        const T value = make(state.sample[at.sample + bit], unsigned(last >> bit & 1));
+        std::memcpy(row + size_t(x) * sizeof value, &value, sizeof value);
       }
     }
   }
+}
+
+/// Magnitudes in halves: a bit more where the sample is exact.
+struct Halves {
+  unsigned isPlane0;  ///< whether the last pass was in plane 0
+  explicit Halves(const DecodeState& state) : isPlane0(lastPlane(state) == 0 ? 1 : 0) {}
+  uint32_t of(uint32_t sample, unsigned last) const {
+    return sample << 1 | (last & isPlane0 & unsigned(sample != 0));
+  }
+};
+
+void storeIntegers(const DecodeState& state, int32_t* dst, int dstStep) {
+  if (!state.halves) {
+    store(state, dst, dstStep,
+          [](uint32_t sample, unsigned) { return withSign(sample & 0x7FFFFFFF, sample); });
+    return;
+  }
+  store(state, dst, dstStep, [halves = Halves(state)](uint32_t sample, unsigned last) {
+    return withSign(halves.of(sample, last), sample);
+  });
 }
 
 RkdStatus checkStarted(const RkdiDecodeCodeBlockState* state) {
@@ -451,7 +509,31 @@ RkdStatus rkdiDecodeCBProgrGet_JPEG2K_32s_C1R(int32_t* dst, int dstStep,
   if (const RkdStatus status = firstOf(checkPointers(dst), checkStarted(state))) return status;
   const DecodeState* const inside = insideOf<DecodeState>(state);
   if (const RkdStatus status = checkStep<int32_t>(dstStep, inside->block.width)) return status;
-  store(*inside, dst, dstStep);
+  storeIntegers(*inside, dst, dstStep);
+  return rkdStsNoErr;
+}
+
+RkdStatus rkdiDecodeCBProgrGet_JPEG2K_32f_C1R(float* dst, int dstStep, float scale,
+                                              const RkdiDecodeCodeBlockState* state) {
+  if (const RkdStatus status = firstOf(checkPointers(dst), checkStarted(state))) return status;
+  const DecodeState* const inside = insideOf<DecodeState>(state);
+  if (const RkdStatus status = checkStep<float>(dstStep, inside->block.width)) return status;
+  store(*inside, dst, dstStep,
+        [halves = Halves(*inside), half = 0.5 * double{scale}](uint32_t sample, unsigned last) {
+          const double magnitude = half * double(halves.of(sample, last));
+          return float(int32_t(sample) < 0 ? -magnitude : magnitude);
+        });
+  return rkdStsNoErr;
+}
+
+RkdStatus rkdiDecodeCBProgrGetPlanes_JPEG2K_8u_C1R(uint8_t* dst, int dstStep,
+                                                   const RkdiDecodeCodeBlockState* state) {
+  if (const RkdStatus status = firstOf(checkPointers(dst), checkStarted(state))) return status;
+  const DecodeState* const inside = insideOf<DecodeState>(state);
+  if (const RkdStatus status = checkStep<uint8_t>(dstStep, inside->block.width)) return status;
+  store(*inside, dst, dstStep, [plane = unsigned(lastPlane(*inside))](uint32_t, unsigned last) {
+    return uint8_t(plane + 1 - last);
+  });
   return rkdStsNoErr;
 }
 
@@ -459,9 +541,9 @@ RkdStatus rkdiDecodeCodeBlock_JPEG2K_1u32s_C1R(const uint8_t* src, int length, c
                                                int segments, int32_t* dst, int dstStep,
                                                RkdiSize size, int band, int style, int bitPlanes,
                                                int passes, RkdiDecodeCodeBlockState* state) {
-  if (const RkdStatus status =
-          firstOf(checkBytes(src, length), checkPointers(dst), checkCodeBlock(size, band, style),
-                  checkStep<int32_t>(dstStep, size.width))) {
+  if (const RkdStatus status = firstOf(checkBytes(src, length), checkPointers(dst),
+                                       checkCodeBlock(size, band, style & ~rkdCodeBlockHalves),
+                                       checkStep<int32_t>(dstStep, size.width))) {
     return status;
   }
   if (const RkdStatus status =
@@ -470,6 +552,6 @@ RkdStatus rkdiDecodeCodeBlock_JPEG2K_1u32s_C1R(const uint8_t* src, int length, c
   }
   DecodeState* const inside = insideOf<DecodeState>(state);
   const RkdStatus status = decodePasses(inside, src, rkdCodeBlockMaxPasses);
-  store(*inside, dst, dstStep);
+  storeIntegers(*inside, dst, dstStep);
   return status;
 }

@@ -220,7 +220,9 @@ RkdStatus rkdiEncodeCodeBlockStateFree_JPEG2K(RkdiEncodeCodeBlockState* state) {
 
 RkdStatus rkdiGetCodeBlockSegment_JPEG2K(int pass, int style, int* passes) {
   if (passes == nullptr) return rkdStsNullPtrErr;
-  if (pass < 0 || pass >= rkdCodeBlockMaxPasses || !isStyle(style)) return rkdStsBadArgErr;
+  if (pass < 0 || pass >= rkdCodeBlockMaxPasses || !isStyle(style & ~rkdCodeBlockHalves)) {
+    return rkdStsBadArgErr;
+  }
   int last = pass;
   while (last < rkdCodeBlockMaxPasses - 1 && !endsSegment(last, style)) ++last;
   *passes = last - pass + 1;

@@ -280,13 +280,13 @@ inline const uint8_t* mqNeeded(const MqMark& mark, const uint8_t* first, const u
 class MqDecoder {
  public:
   void start(const uint8_t* from, const uint8_t* end) {
-    at_ = from;
     end_ = end;
-    code_ = uint64_t{from < end ? *from : 0xFFu} << mqTop;
-    const Ahead ahead = read(at_, end_);
+    left_ = end - from;
+    code_ = uint64_t{byteAt(end_, left_)} << mqTop;
+    const Ahead ahead = read(end_, left_);
     code_ = (code_ + ahead.bits) << 7;
     count_ = ahead.count - 7;
-    at_ += ahead.bytes;
+    left_ -= ahead.bytes;
     interval_ = uint64_t{1} << 63;
   }
 
@@ -301,14 +301,26 @@ class MqDecoder {
     while (shift > count_) [[unlikely]] {
         choice.code <<= count_;
         shift -= count_;
-        const Ahead ahead = read(at_, end_);
+        const Ahead ahead = read(end_, left_);
         choice.code += ahead.bits;
         count_ = ahead.count;
-        at_ += ahead.bytes;
+        left_ -= ahead.bytes;
       }
     code_ = choice.code << shift;
     count_ -= shift;
     return decision;
+  }
+
+  /// Whether the segment is one that MqEncoder::flushPredictably ends after these decisions: the
+  /// fewest bytes that have as many bits as the decisions have shifted out, of the least code that
+  /// there is. The register, which holds how far above it the code is, is as small then as the bits
+  /// left out allow. A last byte of ones is not sent, but among those that were supposed.
+  bool isEndPredictable(const uint8_t* from) const {
+    if (left_ > 0) return false;
+    int64_t more = 7 + count_ + 8 * left_;  // bits sent than shifted out
+    if (more < 0) more += 8;
+    const bool isShort = end_ - from > 1 && end_[-2] == 0xFF;
+    return more >= 0 && more < (isShort ? 7 : 8) && code_ >> mqTop >> (15 - more) == 0;
   }
 
  private:
@@ -361,22 +373,24 @@ class MqDecoder {
     return unsigned(word & 1) ^ unsigned(exchanged) ^ unsigned(lower);
   }
 
+  /// Of the last `left` bytes the first one. Behind them are ones for ever.
+  static unsigned byteAt(const uint8_t* end, int64_t left) { return left > 0 ? end[-left] : 0xFFu; }
+
   /// What to add below the registers: at least one byte, at most six.
-  [[gnu::noinline]] static Ahead read(const uint8_t* at, const uint8_t* end) {
-    if (end - at >= 8) {
+  [[gnu::noinline]] static Ahead read(const uint8_t* end, int64_t left) {
+    if (left >= 8) {
       uint64_t bytes;
-      std::memcpy(&bytes, at, sizeof bytes);
+      std::memcpy(&bytes, end - left, sizeof bytes);
       bytes = __builtin_bswap64(bytes);
       const uint64_t lows = 0x0101010101010101;
       if (((~bytes - lows) & bytes & lows << 7) == 0) return {bytes << 8 >> 16, 48, 6};
     }
-    const auto byteAt = [end](const uint8_t* from) { return from < end ? *from : 0xFFu; };
     Ahead ahead = {0, 0, 0};
-    while (ahead.count <= 40) {
-      const uint64_t next = byteAt(at + 1);
+    for (; ahead.count <= 40; --left) {
+      const uint64_t next = byteAt(end, left - 1);
       int length = 8;
-      if (byteAt(at) == 0xFF) {
-        if (next > 0x8F) {  // a marker or the end: ones for ever
+      if (left > 0 && end[-left] == 0xFF) {
+        if (next > 0x8F) {  // a marker: ones for ever
           ahead.bits |= ((uint64_t{1} << mqTop) - 1) >> ahead.count;
           ahead.count = 48;
           return ahead;
@@ -386,15 +400,15 @@ class MqDecoder {
       }
       ahead.count += length;
       ahead.bits += next << (48 - ahead.count);
-      ++at;
       ++ahead.bytes;
     }
     return ahead;
   }
 
   uint64_t code_, interval_;
-  int count_;
-  const uint8_t *at_, *end_;
+  int count_;           ///< bits read ahead
+  int64_t left_;        ///< bytes from the last one read to the end: 0 for the first one supposed
+  const uint8_t* end_;  ///< of the segment
 };
 
 /// Raw bits, high bit first; a byte behind 0xFF has seven.
@@ -446,25 +460,42 @@ class RawReader {
     at_ = from;
     end_ = end;
     byte_ = left_ = 0;
+    isPastEnd_ = isUnsendable_ = false;
   }
   unsigned take() {
     if (left_ == 0) {
       const bool stuffed = byte_ == 0xFF;
-      byte_ = at_ < end_ ? *at_ : 0xFFu;
+      const bool past = at_ >= end_;
+      byte_ = past ? 0xFFu : *at_;
       left_ = 8;
+      isUnsendable_ |= stuffed && byte_ > 0x7F;
       if (stuffed && byte_ > 0x8F) {
         byte_ = 0xFF;  // a marker, or the end: ones for ever
       } else {
         if (stuffed) left_ = 7;
-        if (at_ < end_) ++at_;
+        at_ += past ? 0 : 1;
+        isPastEnd_ |= past;
       }
     }
     return byte_ >> --left_ & 1;
   }
 
+  /// Whether the segment is one that RawWriter::flush ends predictably after these bits, or without
+  /// a last byte of ones.
+  bool isEndPredictable() const {
+    if (isUnsendable_) return false;
+    if (byte_ == 0xFF && left_ == 0) {  // is not left last, but padded
+      return isPastEnd_ || (end_ - at_ == 1 && *at_ == 0x2A);
+    }
+    const unsigned padding = byte_ & ((1u << left_) - 1);
+    return at_ == end_ && padding == 0x55u >> (8 - left_);
+  }
+
  private:
   const uint8_t *at_, *end_;
   unsigned byte_, left_;
+  bool isPastEnd_;     ///< one byte of ones was supposed behind the end
+  bool isUnsendable_;  ///< met bits that no encoder sends
 };
 
 }  // namespace rkd::j2k
