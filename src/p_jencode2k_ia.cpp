@@ -161,7 +161,7 @@ class TimjCode2K : public rkTest {
 
  protected:
   bool canStart() override {
-    regParm(blockSize);
+    regSizeParm(blockSize);
     blockSize.init("BlockSize", "columns x rows, at most 4096");
     blockSize.add({64, 64});
     blockSize.add({32, 32});
@@ -180,9 +180,13 @@ class TimjCode2K : public rkTest {
     return true;
   }
 
+  tzString refusal() const override {
+    const bool fits = size().width <= 1024 && size().height <= 1024 && samples() <= 4096;
+    return fits ? emptyRefusal() : "a code block has at most 1024 rows or columns and 4096 samples";
+  }
+
   bool initData() override {
     comparing = verifying();
-    if (size().width < 1 || size().height < 1 || samples() > 4096) return false;
     src.init(rk32s);
     dst.init(rk32s);
     bytes.init(rk8u);

@@ -35,7 +35,7 @@ class TimjHuffDirect : public rkTest {
 
  protected:
   bool canStart() override {
-    regParm(g_imageSize);
+    regSizeParm(g_imageSize);
     regParm(g_huffPicture);
     return true;
   }

@@ -81,7 +81,7 @@ class TimjHuffman : public rkTest {
   bool canStart() override {
     m_isEncoder = func().baseName().find("Encode", 0) >= 0;
     m_isOne = func().baseName().find("One", 0) >= 0;
-    regParm(g_imageSize);
+    regSizeParm(g_imageSize);
     regParm(g_huffPicture);
     return true;
   }

@@ -133,7 +133,7 @@ class TimjHuffProg : public rkTest {
     const tzString base = func().baseName();
     scan.isDC = base.find("_DC", 0) >= 0;
     scan.isRefine = base.find("Refine", 0) >= 0;
-    regParm(g_upperSize);
+    regSizeParm(g_upperSize);
     rkListUpperSizes();
     regParm(g_huffPicture);
     if (!scan.isDC) {

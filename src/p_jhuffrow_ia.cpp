@@ -59,7 +59,7 @@ class TimjHuffmanRow : public rkTest {
 
  protected:
   bool canStart() override {
-    regParm(g_upperSize);
+    regSizeParm(g_upperSize);
     rkListUpperSizes();
     regParm(g_huffPicture);
     return true;

@@ -22,10 +22,11 @@ class TimjPack_TIFF : public rkTest {
 
  protected:
   bool canStart() override {
-    tzTest::regCacheParm(lengthParm, &row);
+    regCacheParm(lengthParm, row);
     return true;
   }
 
+  tzString refusal() const override { return emptyRefusal(); }
   bool initData() override {
     length = lengthParm.value();
     row.init(rk8u);

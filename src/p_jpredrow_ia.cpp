@@ -27,11 +27,12 @@ class TimjPredRow : public rkTest {
  protected:
   bool canStart() override {
     isFirstRow = func().baseName().find("FirstRow", 0) >= 0;
-    tzTest::regCacheParm(lengthParm, &dst);
+    regCacheParm(lengthParm, dst);
     if (!isFirstRow) regParm(predictorParm);
     return true;
   }
 
+  tzString refusal() const override { return emptyRefusal(); }
   bool initData() override {
     length = lengthParm.value();
     src.init(rk16s);

@@ -16,10 +16,11 @@ class TimjSampleRow : public rkTest {
 
  protected:
   bool canStart() override {
-    tzTest::regCacheParm(lengthParm, &dst);
+    regCacheParm(lengthParm, dst);
     return true;
   }
 
+  tzString refusal() const override { return emptyRefusal(); }
   bool initData() override {
     const int length = lengthParm.value();
     const bool down = func().baseName().find("Down", 0) >= 0;

@@ -13,10 +13,11 @@ class TimjSplit_TIFF : public rkTest {
 
  protected:
   bool canStart() override {
-    tzTest::regCacheParm(lengthParm, &dst);
+    regCacheParm(lengthParm, dst);
     return true;
   }
 
+  tzString refusal() const override { return emptyRefusal(); }
   bool initData() override {
     length = lengthParm.value();
     src.init(func(), rkSrc);

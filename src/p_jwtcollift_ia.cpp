@@ -14,13 +14,14 @@ class TimjWTColLift : public rkTest {
 
  protected:
   bool canStart() override {
-    tzTest::regCacheParm(lengthParm, &out);
+    regCacheParm(lengthParm, out);
     in.init(func().srcType(), 4, true);
     state.init(func().srcType(), 4, true);
     out.init(func().srcType(), 2, true);
     return true;
   }
 
+  tzString refusal() const override { return emptyRefusal(); }
   bool initData() override {
     length = lengthParm.value();
     const RkdiSize row = {length, 1};

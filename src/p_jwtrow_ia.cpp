@@ -24,6 +24,7 @@ class TimjWTRow : public rkTest {
     return true;
   }
 
+  tzString refusal() const override { return emptyRefusal(); }
   bool initData() override {
     size = g_imageSize.value();
     const rkRange range = fillRange(isFloat() ? rkRange{-255, 255} : rkRange{});

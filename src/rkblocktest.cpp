@@ -4,7 +4,7 @@
 #include "rkcommon.h"
 
 bool rkBlockTest::canStart() {
-  regParm(m_data.size);
+  regSizeParm(m_data.size);
   m_data.size.init("Size");
   copySizeList(m_data.size, g_imageSize);
   m_data.size.add({8, 8});

@@ -85,7 +85,8 @@ int namePictures() {
 }  // namespace
 
 bool rkHuffCoefs::create(RkdiSize size, int picture) {
-  const RkdiSize whole = {size.width & ~7, size.height & ~7};
+  RkdiSize whole = {size.width & ~7, size.height & ~7};
+  if (whole.width == 0 || whole.height == 0) whole = {0, 0};
   m_image.init(rk8u, 1, false);
   m_coefs.init(rk16s);
   if (!m_image.createImage(whole) ||

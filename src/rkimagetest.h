@@ -21,6 +21,7 @@ class rkImageTest : public rkTest {
   bool canStart() override;
   bool initData() override;
   void flushData() override;
+  tzString refusal() const override { return emptyRefusal(); }
   /// Pixels of the image.
   double getDivisor() const override;
   tzString getUnit() const override { return "px"; }

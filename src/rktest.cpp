@@ -40,6 +40,7 @@ rkTest::rkTest(const rkLine& line)
 tzResult rkTest::run() {
   m_checkErrorsOnly = false;
   rkVector::m_seed = rkVector::START_SEED;
+  m_verifiedParms.clear();
   tzTool::m_pCheckStatus = checkStatusOfCall;
   if (!m_line.present()) return runNotSupported("the library lacks the function");
   return tzTest::run();
@@ -79,6 +80,13 @@ tzResult rkTest::checkStatus(RkdStatus status, const tzString& name) {
   const bool isQuiet = g_ostrm.outLevel() < L_WARN;
   raiseResult(isError ? TZ_FUNCFAIL : isQuiet ? TZ_OK : TZ_FUNCWRN);
   return isError ? TZ_FUNCFAIL : TZ_FUNCWRN;
+}
+
+tzString rkTest::emptyRefusal() const {
+  const bool empty = m_sizeParm != nullptr
+                         ? m_sizeParm->value().width < 1 || m_sizeParm->value().height < 1
+                         : m_lengthParm != nullptr && m_lengthParm->value() < 1;
+  return empty ? "there is no sample" : "";
 }
 
 int rkTest::restoreOperands() {

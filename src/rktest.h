@@ -4,6 +4,8 @@
 
 #include <cstddef>
 #include <initializer_list>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "tziterator.h"
@@ -101,10 +103,26 @@ class rkTest : public tzTest {
   static rkRange fillRange(rkRange stated, rkRange timed = {}) {
     return m_verifying ? stated : timed;
   }
-  /// Declares the session's sizes as a parameter; in cache mode a cache-state iterator steers them.
-  void regCacheParm(tzIterator<RkdiSize>& sizes, rkImage& image, SteerFunc check = nullptr) {
+  /// @name The parameter that sizes the data
+  /// Verified runs give it values of their own. In cache mode regCacheParm has a cache-state
+  /// iterator steer it.
+  /// @{
+  void regSizeParm(tzDefault_NSC<RkdiSize>& sizes) {
+    m_sizeParm = &sizes;
+    regParm(sizes);
+  }
+  void regCacheParm(tzDefault_NSC<RkdiSize>& sizes, rkImage& image, SteerFunc check = nullptr) {
+    m_sizeParm = &sizes;
     tzTest::regCacheParm(sizes, &image, check);
   }
+  void regCacheParm(tzDefault_NSC<int>& lengths, rkVector& vector) {
+    m_lengthParm = &lengths;
+    tzTest::regCacheParm(lengths, &vector);
+  }
+  /// What functions say that refuse data without a sample: a refusal when the current size has
+  /// none, else empty.
+  tzString emptyRefusal() const;
+  /// @}
   /// The elements of a vector; of a large one, the first.
   void printData(const tzObject& object) const override;
 
@@ -124,4 +142,7 @@ class rkTest : public tzTest {
   rkLine m_line;
   rkFunc m_func;
   DataState m_before{};
+  tzDefault_NSC<RkdiSize>* m_sizeParm = nullptr;  ///< one of these two
+  tzDefault_NSC<int>* m_lengthParm = nullptr;
+  std::set<std::string> m_verifiedParms;  ///< other parameters' values tried at sizes of our own
 };

@@ -1,11 +1,14 @@
 #pragma once
 /// @file
 /// A verified run: one performance on the loaded library against the same performance on the plain
-/// version, over the same data, and every byte that either could have written compared.
+/// version, over the same data, and every byte that either could have written compared. First at
+/// the sizes of the run, then at sizes that no vector divides, between pages that must not be
+/// touched.
 
 #include <cstddef>
 #include <vector>
 
+#include "rkguard.h"
 #include "rktest.h"
 
 class rkVerify {
@@ -13,13 +16,32 @@ class rkVerify {
   /// The judge that tzTest asks per combination. Data are made anew in the function's stated input
   /// range, and once more as the suite prescribes them before it returns, so that the timing that
   /// follows sees what it would see without a comparison.
-  /// @param note  the first difference, in one line: buffer, element, both values
-  /// @return TZ_OK, TZ_FUNCFAIL, or TZ_DATAFAIL when data could not be made
+  /// @param note  the first difference, in one line: size (where it is none of the run), buffer,
+  ///              element, both values; or the forbidden access
+  /// @return TZ_OK, TZ_FUNCFAIL, TZ_EXCPTFAIL, or TZ_DATAFAIL when data could not be made
   static tzResult verify(tzTest& test, tzString& note);
 
  private:
-  explicit rkVerify(rkTest& test);
+  explicit rkVerify(rkTest& test) : m_test(test) {}
 
+  bool remake(bool verifying);
+  tzResult compareOnce(tzString& note);
+  tzResult compareAtOwnSizes(tzString& note);
+  template <class T, std::size_t N>
+  tzResult compareAt(tzDefault_NSC<T>& parm, const T (&values)[N], tzString& note);
+  tzResult compareBetweenGuards(rkGuard::Side side, tzString& note);
+  bool isFirstWithTheseParms() const;
+
+  rkTest& m_test;
+};
+
+/// Both performances over the data that are made, and what they left.
+class rkComparison {
+ public:
+  explicit rkComparison(rkTest& test);
+  tzResult run(tzString& note);
+
+ private:
   /// Content of one tracked buffer or plain object.
   struct Block {
     unsigned char* data;
@@ -28,11 +50,12 @@ class rkVerify {
   };
   using Content = std::vector<std::vector<unsigned char>>;
 
-  tzResult compare(tzString& note);
   Content content() const;
   void putBack(const Content& saved) const;
   tzString firstDifference(const Content& expected) const;
+  bool isInGap(const Block& block, std::size_t element) const;
   tzString describe(std::size_t block, std::size_t element, double actual, double expected) const;
+  tzString describeFault(const void* address) const;
 
   rkTest& m_test;
   rkCounters m_counters;

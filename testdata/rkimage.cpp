@@ -2,6 +2,7 @@
 #include "rkimage.h"
 
 #include "rkbmpfile.h"
+#include "rkguard.h"
 #include "tzostream.h"
 
 namespace {
@@ -45,10 +46,14 @@ bool rkImage::createImage(RkdiSize size, int align, int layout, bool reserve) {
   return createImage(size.width, size.height, align, layout, reserve);
 }
 
+long long rkImage::rowBytes(int width) const {
+  return static_cast<long long>(width) * rowChannels() * elementSize(m_type);
+}
+
 long long rkImage::stepFor(int width, int layout) const {
+  if (rkGuard::active()) return rowBytes(width) + rkGuard::ROW_GAP * elementSize(m_type);
   if (layout < 1) layout = DEFAULT_LAYOUT;
-  const long long rowBytes = static_cast<long long>(width) * rowChannels() * elementSize(m_type);
-  return (rowBytes + layout - 1) / layout * layout;
+  return (rowBytes(width) + layout - 1) / layout * layout;
 }
 
 bool rkImage::isTooLarge(int width, int height, int layout) const {
@@ -68,7 +73,10 @@ bool rkImage::createImage(int width, int height, int align, int layout, bool res
     return false;
   }
   const long long step = stepFor(width, layout);
-  if (!createBuffers(numPlanes(), step * height, align, nullptr)) return false;
+  // Between guard pages the last row ends the buffer.
+  const bool guarded = rkGuard::active() && height > 0;
+  const long long gap = guarded ? step - rowBytes(width) : 0;
+  if (!createBuffers(numPlanes(), step * height - gap, align, nullptr)) return false;
   m_width = width;
   m_height = height;
   m_step = int(step);

@@ -12,6 +12,8 @@
 /// Layout. Interleaved channels lie in one buffer; each plane of a planar image has a buffer of its
 /// own, placed as any vector is. All planes share one step: the row's bytes rounded up to a
 /// multiple of 64, so that every row has the placement of the first. Padding is never filled.
+/// Between guard pages (rkGuard) the step is the row and a few elements, and the last row ends the
+/// buffer.
 ///
 /// Fills go plane by plane, row by row; within a row, over interleaved channels.
 class rkImage : public rkVector {
@@ -72,6 +74,7 @@ class rkImage : public rkVector {
   bool isPlanar() const { return m_planar; }
   int step() const { return m_step; }  ///< BYTES between row starts
   int numPlanes() const { return m_planar ? m_channels : 1; }
+  int rowChannels() const { return m_planar ? 1 : m_channels; }  ///< samples of a pixel in its row
   int getNumRows() const override { return m_height * numPlanes(); }  ///< rows of all planes
   /// Without the alpha channel of an init from an "A" code.
   int numActualItems() const override;
@@ -110,7 +113,7 @@ class rkImage : public rkVector {
   using rkVector::createVector;
   using rkVector::createVectorExt;
 
-  int rowChannels() const { return m_planar ? 1 : m_channels; }
+  long long rowBytes(int width) const;
   long long stepFor(int width, int layout) const;
   void setPlanePtrs();
   void setPlaneJaehne(int p, const rkZonePlate& plate);

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 
+#include "rkguard.h"
 #include "tzmemory.h"
 #include "tzsettings.h"
 #include "tztest.h"
@@ -34,7 +35,9 @@ bool rkVector::createBuffers(int count, long long bytes, int align, void* data) 
     const int placed = align < 0 ? -tzAlignUnit(elementSize(m_type)) : align;
     Buffer buffer;
     buffer.owned = data == nullptr;
-    buffer.data = buffer.owned ? tzTest::allocate(m_bufferBytes, placed, owner) : data;
+    buffer.data = !buffer.owned       ? data
+                  : rkGuard::active() ? rkGuard::allocate(m_bufferBytes, owner)
+                                      : tzTest::allocate(m_bufferBytes, placed, owner);
     if (buffer.data == nullptr) {
       rkVector::deleteVector();
       return false;
@@ -63,7 +66,7 @@ bool rkVector::createVectorExt(int length, int align, SetMode mode, double a, do
 void rkVector::deleteVector() {
   rkVector::deleteReservedCopy();
   for (const Buffer& buffer : m_buffers) {
-    if (buffer.owned) tzFree(buffer.data);
+    if (buffer.owned && !rkGuard::release(buffer.data)) tzFree(buffer.data);
   }
   m_buffers.clear();
   m_bufferBytes = 0;

@@ -1,5 +1,10 @@
 // Another build of the colour library, for the tests of the program with it: the plain versions,
-// each several times over, of a few functions only, one of them with a fault.
+// each several times over, of a few functions only, one of them with a fault. Another function gets
+// the fault that the environment names.
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
 #include "ref_color.h"
 #include "rkd/rkdcolor.h"
 #include "rkd/rkdcore.h"
@@ -15,6 +20,37 @@ RkdStatus repeated(Function function) {
   return function();
 }
 
+bool faultIs(const char* name) {
+  static const char* const wanted = std::getenv("TAZMET_OTHER_FAULT");
+  return wanted != nullptr && std::strcmp(wanted, name) == 0;
+}
+
+// As code for aligned operands accesses them. A sanitizer would see what a processor has to.
+__attribute__((no_sanitize("alignment"))) void touchAligned(const uint8_t* src, int width) {
+  typedef uint8_t Vector __attribute__((vector_size(16)));
+  for (int x = 0; x + 16 <= width; x += 16) {
+    const Vector vector = *reinterpret_cast<const volatile Vector*>(src + x);
+    asm volatile("" : : "x"(vector));
+  }
+}
+
+// Row by row: what one writes too much is covered by the next.
+RkdStatus greyWithFault(const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, RkdiSize size) {
+  const int done = faultIs("no tail") ? size.width & ~15 : size.width;
+  RkdStatus status = size.width < 1 || size.height < 1 ? rkdStsSizeErr : rkdStsNoErr;
+  for (int y = 0; y < size.height && status == rkdStsNoErr; ++y) {
+    const uint8_t* const row = src + y * srcStep;
+    uint8_t* const grey = dst + y * dstStep;
+    if (done > 0) status = ref::rkdiRGBToY_JPEG_8u_C3C1R(row, srcStep, grey, dstStep, {done, 1});
+    if (faultIs("writes 64")) std::memset(grey + size.width, 0, 64);
+    if (faultIs("writes between rows") && y + 1 < size.height) grey[size.width] ^= 1;
+    if (faultIs("reads past")) *const_cast<const volatile uint8_t*>(row + 3 * size.width);
+    if (faultIs("reads before")) *const_cast<const volatile uint8_t*>(row - 1);
+    if (faultIs("aligned")) touchAligned(row, 3 * size.width);
+  }
+  return status;
+}
+
 }  // namespace
 
 const RkdLibraryVersion* rkdcolorGetLibVersion(void) {
@@ -25,7 +61,7 @@ const RkdLibraryVersion* rkdcolorGetLibVersion(void) {
 
 RkdStatus rkdiRGBToY_JPEG_8u_C3C1R(const uint8_t* src, int srcStep, uint8_t* dst, int dstStep,
                                    RkdiSize size) {
-  return repeated([&] { return ref::rkdiRGBToY_JPEG_8u_C3C1R(src, srcStep, dst, dstStep, size); });
+  return repeated([&] { return greyWithFault(src, srcStep, dst, dstStep, size); });
 }
 
 RkdStatus rkdiRGBToYCbCr_JPEG_8u_C3P3R(const uint8_t* src, int srcStep, uint8_t* const dst[3],

@@ -28,8 +28,9 @@ const std::string FAULTY = "rkdiYCbCrToRGB_JPEG_8u_P3C3R";
 const std::string LACKED = "rkdiBGRToY_JPEG_8u_C3C1R";
 
 // Empty folder: the bundled libraries.
-Outcome run(const TempFolder& folder, const std::string& libraries, const Words& keys) {
-  Words words = {"LD_LIBRARY_PATH=" + libraries, PROGRAM};
+Outcome run(const TempFolder& folder, const std::string& libraries, const Words& keys,
+            const std::string& fault = "") {
+  Words words = {"LD_LIBRARY_PATH=" + libraries, "TAZMET_OTHER_FAULT=" + fault, PROGRAM};
   words.insert(words.end(), keys.begin(), keys.end());
   return runProgram("/usr/bin/env", words, folder.path());
 }
@@ -132,4 +133,54 @@ TEST(OtherLibrary, ComparisonCatchesItsFault) {
   }
   // Without it the wrong function is timed like any other.
   EXPECT_EQ(0, run(folder, TAZMET_OTHER_LIBRARY_DIR, measuring(folder, {FAULTY})).exitCode);
+}
+
+// At the sizes of the run, whose rows fill whole vectors and whose operands end anywhere, none of
+// these differs from a right function.
+TEST(OtherLibrary, ComparisonCatchesWhatTheSizesOfTheRunHide) {
+  struct Fault {
+    const char* name;
+    const char* result;
+    const char* reason;
+  };
+  const TempFolder folder;
+  for (const Fault& fault :
+       {Fault{"no tail", "FUNCFAIL", " - at ImageSize=67x37: buffer 2 element "},
+        Fault{"writes 64", "EXCPTFAIL",
+              "SIGSEGV, Illegal storage access. byte 1 past the end of buffer 2"},
+        Fault{"writes between rows", "FUNCFAIL", " column 48, behind the row) is "},
+        Fault{"reads past", "EXCPTFAIL",
+              "SIGSEGV, Illegal storage access. byte 1 past the end of buffer 1"},
+        Fault{"reads before", "EXCPTFAIL",
+              "SIGSEGV, Illegal storage access. byte 1 before the start of buffer 1"},
+        Fault{"aligned", "EXCPTFAIL", " - at ImageSize="}}) {
+    const Outcome outcome = run(folder, TAZMET_OTHER_LIBRARY_DIR,
+                                measuring(folder, {GREY, PLANES}, {"-VONLY"}), fault.name);
+    EXPECT_EQ(1, outcome.exitCode) << fault.name;
+    const auto told = outcome.lines(std::string("-- ") + fault.result + ": " + GREY);
+    ASSERT_EQ(1u, told.size()) << fault.name << "\n" << outcome.console;
+    EXPECT_NE(std::string::npos, told[0].find(fault.reason)) << told[0];
+    EXPECT_EQ(1u, outcome.lines(" " + PLANES + "  ImageSize=64x48").size()) << outcome.console;
+    EXPECT_EQ(fault.result, table(folder)[GREY].result) << folder.read("tazmet.csv");
+  }
+}
+
+TEST(OtherLibrary, SizesThatAFunctionRefusesAreSkippedWithTheReason) {
+  const TempFolder folder;
+  const std::string pairs = "rkdiYCbCr422ToRGB_JPEG_8u_C2C3R";
+  const std::string reason = "4:2:2 rows are whole pairs of pixels";
+  for (const Words& more : {Words{}, Words{"-V"}, Words{"-VONLY"}}) {
+    Words keys = measuring(folder, {pairs}, more);
+    keys.push_back("-dImageSize=7x5;64x48");
+    const Outcome outcome = run(folder, "", keys);
+    EXPECT_EQ(0, outcome.exitCode) << outcome.console;
+    EXPECT_EQ(1u, outcome.lines("-- skipped: " + pairs + " ImageSize=7x5 - " + reason).size())
+        << outcome.console;
+    EXPECT_EQ(1u, outcome.lines(" " + pairs + "  ImageSize=64x48").size()) << outcome.console;
+    const std::string csv = folder.read("tazmet.csv");
+    EXPECT_NE(std::string::npos, csv.find(",7x5,-,pxch,skipped: " + reason + ",UNDEFINED")) << csv;
+  }
+  const Outcome alone = run(folder, "", {"-B", "-dImageSize=7x5", "-f=" + pairs});
+  EXPECT_EQ(0, alone.exitCode) << alone.console;
+  EXPECT_TRUE(alone.shows("UNDEFINED")) << alone.console;
 }

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <initializer_list>
 #include <map>
 #include <set>
 #include <string>
@@ -11,7 +12,9 @@
 #include "harnesskit.h"
 #include "rkd/rkdcore.h"
 #include "rktest.h"
+#include "tzenv.h"
 #include "tzmemory.h"
+#include "tzostream.h"
 #include "tzregistry.h"
 
 namespace {
@@ -84,6 +87,64 @@ TEST(Suites, EveryFunctionIsRegisteredOnceWithItsSourceTextAndUnit) {
     total += suite.count;
   }
   EXPECT_EQ(total, static_cast<int>(seen.size())) << "a unit is missing in the table";
+}
+
+/// The data of one test at one combination of values, outside any session.
+class Prepared {
+ public:
+  /// @param values  of parameters by name; those that the test has not are left out
+  Prepared(tzTest& test, const std::map<std::string, std::string>& values) : m_test(test) {
+    setRkdEnvironment();
+    g_ostrm.setOutLevel(0);
+    rkVector::m_seed = rkVector::START_SEED;
+    test.prepareParms();
+    for (tzParameter* parm : test.parms()) {
+      const auto value = values.find(parm->name().c_str());
+      if (value != values.end()) {
+        m_before.push_back({parm, parm->defaultString()});
+        parm->translate(value->second.c_str());
+      }
+      parm->resetIterator();
+      parm->firstValue();
+    }
+    m_good = test.initData();
+  }
+  ~Prepared() {
+    m_test.flushData();
+    for (const auto& [parm, values] : m_before) parm->translate(values);
+    m_console.restore(g_ostrm);
+  }
+  Prepared(const Prepared&) = delete;
+  Prepared& operator=(const Prepared&) = delete;
+  bool good() const { return m_good; }
+
+ private:
+  const tzOStreamState m_console{g_ostrm};
+  tzTest& m_test;
+  std::vector<std::pair<tzParameter*, tzString>> m_before;
+  bool m_good = false;
+};
+
+/// A size as all parameters that suites size their data by.
+std::map<std::string, std::string> sized(const std::string& size) {
+  return {{"ImageSize", size},
+          {"Size", size},
+          {"BlockSize", size},
+          {"Length", size.substr(0, size.find('x'))}};
+}
+
+TEST(Suites, RefuseThoseSizesThatTheirFunctionsRefuse) {
+  int refused = 0;
+  for (rkTest* test : suiteTests()) {
+    for (const char* size :
+         {"0x0", "0x5", "5x0", "1x1", "7x5", "8x6", "1025x1", "1024x4", "64x65"}) {
+      const Prepared data(*test, sized(size));
+      const bool takes = data.good() && test->line().library() != rkdStsSizeErr;
+      EXPECT_EQ(takes, test->refusal().empty()) << test->funcName().c_str() << " at " << size;
+      refused += !takes;
+    }
+  }
+  EXPECT_GT(refused, 300);
 }
 
 /// Keys that keep every list of values short.

@@ -52,6 +52,7 @@ void tzSignalGuard::handler(int code, siginfo_t* details, void*) {
     if (guard->m_armed == 0 || !guard->guards(code)) continue;
     guard->m_armed = 0;
     guard->m_code = code;
+    guard->m_address = code == SIGSEGV || code == SIGBUS ? details->si_addr : nullptr;
     siglongjmp(guard->m_jump, 1);
   }
   giveBack(code);
@@ -89,6 +90,7 @@ bool tzSignalGuard::perform(void (*function)(void*), void* argument) {
     return false;
   }
   m_code = 0;
+  m_address = nullptr;
   m_armed = 1;
   function(argument);
   return true;

@@ -54,6 +54,8 @@ class tzSignalGuard {
   const char* getInfo() const;
   /// Its name, "SIGSEGV" for instance; empty before.
   const char* name() const;
+  /// The address whose access was refused; null when the signal tells of none.
+  const void* address() const { return m_address; }
 
  protected:
   /// @param withBus  whether SIGBUS is guarded besides SIGFPE, SIGILL and SIGSEGV
@@ -74,6 +76,7 @@ class tzSignalGuard {
 
   int m_numSignals;
   volatile std::sig_atomic_t m_code = 0;
+  void* volatile m_address = nullptr;
   tzSignalGuard* m_outer;
   struct sigaction m_before[NUM_SIGNALS];
   stack_t m_stackBefore;

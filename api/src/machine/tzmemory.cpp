@@ -132,6 +132,16 @@ void tzSetMemoryUser(const tzString& name) { memoryUser() = name; }
 
 // Tracked buffers -------------------------------------------------------------------------------
 
+namespace {
+
+void list(const Address& address) {
+  if (pAddressList == nullptr) pAddressList = new AddressList;
+  pAddressList->push_back(address);
+  traceAddress("tzMalloc", address);
+}
+
+}  // namespace
+
 void* tzMalloc(int size, int align, int shift, tzObject* object) {
   Address address;
   address.alignedPointer = tz_malloc(address.base, size, align, shift);
@@ -141,11 +151,11 @@ void* tzMalloc(int size, int align, int shift, tzObject* object) {
   }
   address.size = size;
   address.object = object;
-  if (pAddressList == nullptr) pAddressList = new AddressList;
-  pAddressList->push_back(address);
-  traceAddress("tzMalloc", address);
+  list(address);
   return address.alignedPointer;
 }
+
+void tzMallocAdopt(void* p, int size, tzObject* object) { list({nullptr, p, size, object}); }
 
 void* tzMalloc(void*& p, int size, int align, int shift) {
   p = tzMalloc(size, align, shift, nullptr);

@@ -88,6 +88,8 @@ void tzSetMemoryUser(const tzString& name);
 void* tzMalloc(int size, int align, int shift, tzObject* object);
 /// The same without an owner; `p` receives the result.
 void* tzMalloc(void*& p, int size, int align, int shift);
+/// Lists a buffer that was allocated elsewhere; tzFree then forgets it and leaves its memory alone.
+void tzMallocAdopt(void* p, int size, tzObject* object);
 /// Releases a tracked buffer; a pointer that is not listed is left alone.
 void tzFree(void* p);
 /// Forgets all buffers without freeing them: used when everything is discarded at once.

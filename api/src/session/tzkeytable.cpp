@@ -258,9 +258,11 @@ constexpr KeyRow TABLE[] = {
     {'V', "V", SHOWN, ALWAYS, ANY_EXIT, &act::verify, EACH, ARG_ANY,
      "-V[ONLY]         = compare functions with references first [and measure nothing]\n",
      "Each measured function's output is compared with that of a plain reference implementation\n"
-     "on the test's own data. A difference gives FUNCFAIL with its place and both values, and the\n"
-     "function is not measured. With ONLY nothing is measured at all: an equal output is OK with\n"
-     "the note \"verified\". The exit code is 1 when any function differs.\n"
+     "on the test's own data, then at sizes that no vector divides, on operands between pages\n"
+     "that must not be touched. A difference gives FUNCFAIL with its place and both values, a\n"
+     "touched page EXCPTFAIL, and the function is not measured. With ONLY nothing is measured at\n"
+     "all: an equal output is OK with the note \"verified\". The exit code is 1 when any function\n"
+     "differs.\n"
      "Example: tazmet -B -VONLY -r checked.csv\n"},
     {'W', "W", SHOWN, ALWAYS, ANY_EXIT, &act::insist, EACH, ARG_NONE,
      "-W               = exit with code 2 before measuring if anything given is not used\n",

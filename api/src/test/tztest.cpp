@@ -117,6 +117,7 @@ double tzTest::getFlops() const { return 0; }
 double tzTest::getDivisor() const { return 1; }
 tzString tzTest::getUnit() const { return ""; }
 void tzTest::constToOstrm() {}
+tzString tzTest::refusal() const { return ""; }
 void tzTest::beginTest() {}
 void tzTest::endTest() {}
 tzString tzTest::getComment() const { return ""; }
@@ -406,11 +407,26 @@ void tzTest::loopData() {
       }
       break;
     }
+    if (skipRefused()) continue;
     if (!buildData()) break;
     measureCombination();
     dropData();
   } while (!tzIsFailure(m_currentResult));
   closeTable();
+}
+
+// A line on the console and a row without a figure, so that nobody misses a size without a reason.
+bool tzTest::skipRefused() {
+  const tzString reason = refusal();
+  if (reason.empty()) return false;
+  m_stateRefused = m_verified = false;
+  m_tool.reset();
+  m_timingNote = tzString("skipped: ") + reason;
+  g_ostrm << L_WARN << "-- skipped: ";
+  putTextParms(L_WARN);
+  g_ostrm << "- " << reason << "\n" << L_ENDFLUSH;
+  putTableResult(TZ_UNDEFINED);
+  return true;
 }
 
 // Placement is counted anew: the first vector is the first of each combination.

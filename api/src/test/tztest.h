@@ -105,6 +105,9 @@ class tzTest {
   virtual tzString regInfo() const;
   /// The cells of a table row before the clocks.
   virtual void putTableParms();
+  /// Why the function's contract excludes the current combination; empty: it does not. Such a
+  /// combination is told and left out, which is no failure.
+  virtual tzString refusal() const;
 
   /// @name What others ask
   /// @{
@@ -240,6 +243,7 @@ class tzTest {
 
   bool buildData();
   void dropData();
+  bool skipRefused();
   void measureCombination();
   bool verifyCombination();
   tzResult timeCombination();
