@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "functionnames.h"
 #include "harnesskit.h"
 #include "rkd/rkdcore.h"
 #include "rktest.h"
@@ -67,11 +66,9 @@ std::vector<rkTest*> suiteTests() {
 TEST(Suites, EveryFunctionIsRegisteredOnceWithItsSourceTextAndUnit) {
   std::map<std::string, int> perSource;
   std::set<std::string> seen;
-  const std::set<std::string> known(std::begin(MEASURED_FUNCTIONS), std::end(MEASURED_FUNCTIONS));
   for (const rkTest* test : suiteTests()) {
     const std::string name = test->funcName().c_str();
     EXPECT_TRUE(seen.insert(name).second) << name << " is registered twice";
-    EXPECT_EQ(1u, known.count(name)) << name << " is no measured function";
     ++perSource[test->source().c_str()];
     for (const Suite& suite : kSuites) {
       if (test->source() != suite.source) continue;
