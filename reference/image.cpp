@@ -1,3 +1,4 @@
+// Images of several channels: copies, planes to pixels and back.
 #include <cstdint>
 
 #include "ref_image.h"

@@ -1,3 +1,4 @@
+// What suites reach the session by, and the entry point behind main.
 #include "tz.h"
 
 #include <fcntl.h>

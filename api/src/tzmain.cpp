@@ -1,3 +1,4 @@
+// The program.
 #include "tz.h"
 
 int main(int argc, char** argv) { return tzMain(argc, argv); }

@@ -1,3 +1,4 @@
+// Sizes steered into the cache and out of it.
 #include <algorithm>
 #include <climits>
 #include <string>

@@ -1,3 +1,4 @@
+// Core services of a scripted library.
 #include "tzenv.h"
 
 #include <dlfcn.h>

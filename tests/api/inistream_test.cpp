@@ -1,3 +1,4 @@
+// Where values come from: ini file, console, default.
 #include <string>
 
 #include <gmock/gmock.h>

@@ -1,3 +1,4 @@
+// Tracked memory: placement, list, report.
 #include "tzmemory.h"
 
 #include <gtest/gtest.h>

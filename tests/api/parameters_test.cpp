@@ -1,3 +1,4 @@
+// Parameter definitions: values, ranges, names.
 #include <climits>
 #include <string>
 #include <vector>

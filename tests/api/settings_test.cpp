@@ -1,3 +1,4 @@
+// Settings of a measurement and what they are clamped to.
 #include <climits>
 
 #include <gmock/gmock.h>

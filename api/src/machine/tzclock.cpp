@@ -1,3 +1,4 @@
+// The time-stamp counter, its frequency, and the process's priority.
 #include "tzclock.h"
 
 #include <sched.h>

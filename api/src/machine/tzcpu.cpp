@@ -1,3 +1,4 @@
+// CPUID: features, processor type, caches.
 #include "tzcpu.h"
 
 #include <cpuid.h>

@@ -1,3 +1,4 @@
+// The processor in words, leaf by leaf.
 #include "tzcpuinfo.h"
 
 #include <algorithm>

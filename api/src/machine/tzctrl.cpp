@@ -1,3 +1,4 @@
+// The control and status words of x87 and SSE: read, compared, put back.
 #include "tzctrl.h"
 
 #include <iterator>

@@ -1,3 +1,4 @@
+// The library's core services, or the harness's own in their place.
 #include "tzenv.h"
 
 #include "tzcpu.h"

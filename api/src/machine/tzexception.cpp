@@ -1,3 +1,4 @@
+// Faults of a measured function, caught as signals.
 #include "tzexception.h"
 
 #include <cfenv>

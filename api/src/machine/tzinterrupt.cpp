@@ -1,3 +1,4 @@
+// INT, TERM and HUP: noted, and obeyed when the tables have their end.
 #include "tzinterrupt.h"
 
 #include <csignal>

@@ -1,3 +1,4 @@
+// Tracked memory: placement, the list of buffers, its report.
 #include "tzmemory.h"
 
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// Dynamic symbol tables of the loaded libraries.
 #include "tzsymbols.h"
 
 #include <elf.h>

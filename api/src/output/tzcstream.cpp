@@ -1,3 +1,4 @@
+// Cells and lines of csv tables.
 #include "tzcstream.h"
 
 #include <algorithm>

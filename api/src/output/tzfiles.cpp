@@ -1,3 +1,4 @@
+// Paths by device and inode, so that no file has two uses.
 #include "tzfiles.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// Files, and the console with its levels and its log.
 #include "tzostream.h"
 
 #include <stdio_ext.h>

@@ -1,3 +1,4 @@
+// Calls indented by their depth.
 #include "tztrace.h"
 
 #include "tzostream.h"

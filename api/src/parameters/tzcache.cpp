@@ -1,3 +1,4 @@
+// A size that grows or shrinks until the data are in the cache, or out of it.
 #include "tzcache.h"
 
 #include <algorithm>

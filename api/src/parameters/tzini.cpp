@@ -1,3 +1,4 @@
+// Ini files: lines read, values looked up, the file written back.
 #include "tzini.h"
 
 #include <sys/stat.h>

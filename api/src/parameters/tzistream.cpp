@@ -1,3 +1,4 @@
+// Preset, ini file, console, default: the first that has a value gives it.
 #include "tzistream.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The list of parameters, and what all kinds share.
 #include "tzparm.h"
 
 #include "tzcstream.h"

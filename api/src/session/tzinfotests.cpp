@@ -1,3 +1,4 @@
+// Tests that print what is known of machine and memory.
 #include "tzinfotests.h"
 
 #include "tzclock.h"

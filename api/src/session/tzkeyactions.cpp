@@ -1,3 +1,4 @@
+// What each key does.
 #include "tzkeyactions.h"
 
 #include <cctype>

@@ -1,3 +1,4 @@
+// Words of the command line to keys.
 #include "tzkeys.h"
 
 #include <cctype>

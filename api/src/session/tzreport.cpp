@@ -1,3 +1,4 @@
+// A run's title, totals and tables.
 #include "tzreport.h"
 
 #include <algorithm>

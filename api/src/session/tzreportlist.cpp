@@ -1,3 +1,4 @@
+// Functions of the library beside the tests that measure them.
 #include "tzreportlist.h"
 
 #include <cctype>

@@ -1,3 +1,4 @@
+// A run from its first word to its exit code.
 #include "tzsession.h"
 
 #include <ctime>

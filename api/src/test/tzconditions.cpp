@@ -1,3 +1,4 @@
+// Patterns of function and test names.
 #include "tzconditions.h"
 
 #include "tzistream.h"

@@ -1,3 +1,4 @@
+// The list of tests: registered, sorted, run.
 #include "tzregistry.h"
 
 #include "tzconditions.h"

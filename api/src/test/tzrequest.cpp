@@ -1,3 +1,4 @@
+// What the user asked, before anything has been.
 #include "tzrequest.h"
 
 tzRequest g_request;

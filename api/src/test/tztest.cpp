@@ -1,3 +1,4 @@
+// One test: parameters, combinations, measurement.
 #include "tztest.h"
 
 #include <algorithm>

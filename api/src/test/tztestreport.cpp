@@ -1,3 +1,4 @@
+// A test's heading and summary.
 #include "tztestreport.h"
 
 #include "tzcstream.h"

@@ -1,3 +1,4 @@
+// Texts to words; flags and enumerations to names and back.
 #include "tzparse.h"
 
 void tzParse::initParse(const tzString& separators) {

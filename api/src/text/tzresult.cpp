@@ -1,3 +1,4 @@
+// Names and texts of result codes.
 #include "tzresult.h"
 
 #include <iterator>

@@ -1,3 +1,4 @@
+// Sizes to texts and back.
 #include "tzsize.h"
 
 #include <cctype>

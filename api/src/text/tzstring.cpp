@@ -1,3 +1,4 @@
+// Texts, and conversions from and to values.
 #include "tzstring.h"
 
 #include <algorithm>

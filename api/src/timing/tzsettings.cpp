@@ -1,3 +1,4 @@
+// Settings of a measurement: asked, clamped, told.
 #include "tzsettings.h"
 
 #include <algorithm>

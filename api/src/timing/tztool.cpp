@@ -1,3 +1,4 @@
+// Repetitions, accuracy and results, whatever the method.
 #include "tztool.h"
 
 #include <algorithm>
