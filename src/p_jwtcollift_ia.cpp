@@ -61,7 +61,7 @@ int step97(Function function, T* const* from, T* const* kept, T* const* to) {
 }
 
 /// 9/7 in floating point: of levels up to some thousand.
-constexpr double FLOAT_TOLERANCE = 0.004;
+constexpr double kFloatTolerance = 0.004;
 
 RK_REG(rkdiWTFwdColLift_B53_JPEG2K_16s_C1, step53(F, in.planes16s(), out.planes16s()));
 RK_REG(rkdiWTFwdColLift_B53_JPEG2K_32s_C1, step53(F, in.planes32s(), out.planes32s()));
@@ -70,7 +70,7 @@ RK_REG_Ibs(rkdiWTFwdColLift_D97_JPEG2K_16s_C1,
 RK_REG_Ibs(rkdiWTFwdColLift_D97_JPEG2K_32s_C1,
            step97(F, in.planes32s(), state.planes32s(), out.planes32s()));
 RK_REG_Ibs(rkdiWTFwdColLift_D97_JPEG2K_32f_C1,
-           step97(F, in.planes32f(), state.planes32f(), out.planes32f()), FLOAT_TOLERANCE);
+           step97(F, in.planes32f(), state.planes32f(), out.planes32f()), kFloatTolerance);
 RK_REG(rkdiWTInvColLift_B53_JPEG2K_16s_C1, step53(F, in.planes16s(), out.planes16s()));
 RK_REG(rkdiWTInvColLift_B53_JPEG2K_32s_C1, step53(F, in.planes32s(), out.planes32s()));
 RK_REG_Ibs(rkdiWTInvColLift_D97_JPEG2K_16s_C1,
@@ -78,6 +78,6 @@ RK_REG_Ibs(rkdiWTInvColLift_D97_JPEG2K_16s_C1,
 RK_REG_Ibs(rkdiWTInvColLift_D97_JPEG2K_32s_C1,
            step97(F, in.planes32s(), state.planes32s(), out.planes32s()));
 RK_REG_Ibs(rkdiWTInvColLift_D97_JPEG2K_32f_C1,
-           step97(F, in.planes32f(), state.planes32f(), out.planes32f()), FLOAT_TOLERANCE);
+           step97(F, in.planes32f(), state.planes32f(), out.planes32f()), kFloatTolerance);
 
 }  // namespace

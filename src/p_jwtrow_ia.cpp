@@ -70,7 +70,7 @@ int inverse(Function function, const T* fromLow, const T* fromHigh, T* to) {
 }
 
 /// 9/7 in floating point: of levels up to 650.
-constexpr double FLOAT_TOLERANCE = 0.001;
+constexpr double kFloatTolerance = 0.001;
 
 RK_REG(rkdiWTFwdRow_B53_JPEG2K_16s_C1R,
        forward(F, samples.data16s(), low.data16s(), high.data16s()));
@@ -89,13 +89,13 @@ RK_REG(rkdiWTInvRow_B53_JPEG2K_32s_C1R,
 RK_REG(rkdiWTInvCol_B53_JPEG2K_32s_C1R,
        inverse(F, low.data32s(), high.data32s(), samples.data32s()));
 RK_REG(rkdiWTFwdRow_D97_JPEG2K_32f_C1R,
-       forward(F, samples.data32f(), low.data32f(), high.data32f()), FLOAT_TOLERANCE);
+       forward(F, samples.data32f(), low.data32f(), high.data32f()), kFloatTolerance);
 RK_REG(rkdiWTFwdCol_D97_JPEG2K_32f_C1R,
-       forward(F, samples.data32f(), low.data32f(), high.data32f()), FLOAT_TOLERANCE);
+       forward(F, samples.data32f(), low.data32f(), high.data32f()), kFloatTolerance);
 RK_REG(rkdiWTInvRow_D97_JPEG2K_32f_C1R,
-       inverse(F, low.data32f(), high.data32f(), samples.data32f()), FLOAT_TOLERANCE);
+       inverse(F, low.data32f(), high.data32f(), samples.data32f()), kFloatTolerance);
 RK_REG(rkdiWTInvCol_D97_JPEG2K_32f_C1R,
-       inverse(F, low.data32f(), high.data32f(), samples.data32f()), FLOAT_TOLERANCE);
+       inverse(F, low.data32f(), high.data32f(), samples.data32f()), kFloatTolerance);
 RK_REG(rkdiWTFwdRow_D97_JPEG2K_16s_C1R,
        forward(F, samples.data16s(), low.data16s(), high.data16s()));
 RK_REG(rkdiWTFwdRow_D97_JPEG2K_32s_C1R,

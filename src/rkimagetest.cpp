@@ -6,7 +6,7 @@
 #include "rkcommon.h"
 
 namespace {
-constexpr int FLOAT_LOOP_FACTOR = 5;  // at most 2048 >> 5 loops
+constexpr int kFloatLoopFactor = 5;  // at most 2048 >> 5 loops
 }
 
 bool rkImageTest::canStart() {
@@ -24,7 +24,7 @@ bool rkImageTest::initData() {
   m_io.size = g_imageSize.value();
   // Data transformed in place again and again decay to denormals or grow to infinities, which would
   // raise the very flags that the tool watches.
-  if (func().inplace() && isFloatFunction()) tool().setLoopFactor(FLOAT_LOOP_FACTOR);
+  if (func().inplace() && isFloatFunction()) tool().setLoopFactor(kFloatLoopFactor);
   const rkRange range = fillRange(statedRange());
   if (func().inplace()) {
     if (!m_io.dst.createImageExt(m_io.size, 0, 0, rkModeRandom, range.low, range.high) ||

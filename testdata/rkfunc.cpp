@@ -73,7 +73,7 @@ struct SignalBase {
   SignalRule rule;
 };
 
-constexpr SignalBase SIGNAL_BASES[] = {
+constexpr SignalBase kSignalBases[] = {
     {"Real", SignalRule::RealResult},         {"Imag", SignalRule::RealResult},
     {"Magnitude", SignalRule::RealResult},    {"Phase", SignalRule::RealResult},
     {"CplxToReal", SignalRule::RealResult},   {"CartToPolar", SignalRule::RealResult},
@@ -86,7 +86,7 @@ rkType complexType(rkType type) { return type == rkUndef ? rkUndef : rkType(type
 
 void updateSignalTypes(const rkFunc& func, rkType& src, rkType& dst, rkType& src2, rkType& dst2) {
   const tzString base = func.baseName();
-  for (const SignalBase& entry : SIGNAL_BASES) {
+  for (const SignalBase& entry : kSignalBases) {
     // The group is no part of the base name: a rule for one group is written as base, "_", group.
     if (base != entry.base && base + "_" + func.typeName() != entry.base) continue;
     switch (entry.rule) {
@@ -146,9 +146,9 @@ struct LayoutEntry {
   RkdChannels layout;
 };
 
-constexpr LayoutEntry LAYOUTS[] = {{"C0", rkdC0},   {"C1", rkdC1},   {"C2", rkdC2},  {"C3", rkdC3},
-                                   {"C4", rkdC4},   {"P2", rkdP2},   {"P3", rkdP3},  {"P4", rkdP4},
-                                   {"AC1", rkdAC1}, {"AC4", rkdAC4}, {"AP4", rkdAP4}};
+constexpr LayoutEntry kLayouts[] = {{"C0", rkdC0},   {"C1", rkdC1},   {"C2", rkdC2},  {"C3", rkdC3},
+                                    {"C4", rkdC4},   {"P2", rkdP2},   {"P3", rkdP3},  {"P4", rkdP4},
+                                    {"AC1", rkdAC1}, {"AC4", rkdAC4}, {"AP4", rkdAP4}};
 
 }  // namespace
 
@@ -356,7 +356,7 @@ RkdChannels rkFunc::rkdChannels(int operand) const {
   // In "A0C4" the A is not directly before the C, so that the code found is a plain "C4".
   const tzString code = channelsName(operand);
   if (code == "C4" && contains(descrName(), "A0C4")) return rkdA0C4;
-  for (const LayoutEntry& entry : LAYOUTS) {
+  for (const LayoutEntry& entry : kLayouts) {
     if (code == entry.code) return entry.layout;
   }
   return rkdC0;

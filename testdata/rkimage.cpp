@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int DEFAULT_LAYOUT = 64;
+constexpr int kDefaultLayout = 64;
 
 }  // namespace
 
@@ -52,7 +52,7 @@ long long rkImage::rowBytes(int width) const {
 
 long long rkImage::stepFor(int width, int layout) const {
   if (rkGuard::active()) return rowBytes(width) + rkGuard::ROW_GAP * elementSize(m_type);
-  if (layout < 1) layout = DEFAULT_LAYOUT;
+  if (layout < 1) layout = kDefaultLayout;
   return (rowBytes(width) + layout - 1) / layout * layout;
 }
 

@@ -11,7 +11,7 @@ struct TypeEntry {
   RkdDataType library;
 };
 
-constexpr TypeEntry TYPES[] = {
+constexpr TypeEntry kTypes[] = {
     {rk8u, "8u", rkd8u},       {rk16u, "16u", rkd16u},    {rk32u, "32u", rkd32u},
     {rk64u, "64u", rkd64u},    {rk8s, "8s", rkd8s},       {rk16s, "16s", rkd16s},
     {rk32s, "32s", rkd32s},    {rk64s, "64s", rkd64s},    {rk32f, "32f", rkd32f},
@@ -21,7 +21,7 @@ constexpr TypeEntry TYPES[] = {
 };
 
 const TypeEntry* findType(rkType type) {
-  for (const TypeEntry& entry : TYPES) {
+  for (const TypeEntry& entry : kTypes) {
     if (entry.type == type) return &entry;
   }
   return nullptr;
@@ -35,7 +35,7 @@ tzString typeToString(rkType type) {
 }
 
 rkType stringToType(const tzString& text) {
-  for (const TypeEntry& entry : TYPES) {
+  for (const TypeEntry& entry : kTypes) {
     if (text == entry.text) return entry.type;
   }
   return rkUndef;

@@ -20,7 +20,7 @@ using testing::StartsWith;
 
 namespace {
 
-constexpr int MIB = 1 << 20;
+constexpr int kMib = 1 << 20;
 
 struct Sized : tzObject {
   int bytes = 0;
@@ -32,7 +32,7 @@ class CacheTest : public testing::Test {
  protected:
   CacheTest() {
     pAddressList = &m_list;
-    tzCacheIterator::setCacheSizeSource([] { return MIB; });
+    tzCacheIterator::setCacheSizeSource([] { return kMib; });
     tzCacheIterator::setMemorySizeSource([] { return 1LL << 30; });
   }
   ~CacheTest() override {
@@ -245,7 +245,7 @@ TEST_F(CacheTest, TheCallbackIsToldWhatToReach) {
     calls.push_back(std::to_string(size) + " " + std::to_string(limit) + (fine ? " fine" : ""));
     return calls.size() < 3;
   });
-  walk(states, [&] { setBlocks({calls.empty() ? 2 * MIB : 7}); });
+  walk(states, [&] { setBlocks({calls.empty() ? 2 * kMib : 7}); });
   EXPECT_THAT(calls, testing::IsSupersetOf({"2097152 943718", "7 104857 fine", "7 1101004"}));
 }
 

@@ -30,14 +30,14 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-constexpr uid_t NOBODY = 65534;
+constexpr uid_t kNobody = 65534;
 
 // As a user who is not root and may do with the folder what its mode lets everybody do.
 void becomeNobody(const TempFolder& folder, mode_t mode) {
   registerStubs();
   if (geteuid() != 0) return;
   chmod(folder.path().c_str(), mode);
-  if (setgid(NOBODY) != 0 || seteuid(NOBODY) != 0) _exit(126);
+  if (setgid(kNobody) != 0 || seteuid(kNobody) != 0) _exit(126);
 }
 
 bool contains(const std::string& text, const std::string& part) {

@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t CUT_LIMIT = 4096;  // larger files are cut within their first bytes only
+constexpr std::size_t kCutLimit = 4096;  // larger files are cut within their first bytes only
 
 void runFile(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
@@ -22,7 +22,7 @@ void runFile(const fs::path& path) {
                                          bytes.begin() + static_cast<std::ptrdiff_t>(size));
     LLVMFuzzerTestOneInput(copy.data(), copy.size());
   };
-  for (std::size_t size = 0; size < std::min(bytes.size(), CUT_LIMIT); ++size) run(size);
+  for (std::size_t size = 0; size < std::min(bytes.size(), kCutLimit); ++size) run(size);
   run(bytes.size());
 }
 

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int MAX_VALUES = 300;  // some ranges never end
+constexpr int kMaxValues = 300;  // some ranges never end
 
 template <class Parm>
 bool define(Parm& parm, const tzString& text) {
@@ -26,7 +26,7 @@ bool define(Parm& parm, const tzString& text) {
 template <class Parm>
 void walk(Parm& parm) {
   bool more = parm.firstValue();
-  for (int i = 0; more && i < MAX_VALUES; ++i) {
+  for (int i = 0; more && i < kMaxValues; ++i) {
     parm.valueString();
     more = parm.nextValue();
   }
@@ -82,7 +82,7 @@ void texts(const tzString& text) {
 }
 
 using Exercise = void (*)(const tzString&);
-constexpr std::array<Exercise, 10> EXERCISES = {
+constexpr std::array<Exercise, 10> kExercises = {
     range,
     [](const tzString& text) { exercise(text, plain<tzIterator<int>>); },
     [](const tzString& text) { exercise(text, plain<tzIterator<double>>); },
@@ -99,6 +99,6 @@ constexpr std::array<Exercise, 10> EXERCISES = {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
-  EXERCISES[data[0] % EXERCISES.size()](asText(data + 1, size - 1));
+  kExercises[data[0] % kExercises.size()](asText(data + 1, size - 1));
   return 0;
 }

@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr rkType ALL_TYPES[] = {rk8u,  rk16u, rk32u,  rk64u,  rk8s,   rk16s,  rk32s,  rk64s, rk32f,
+constexpr rkType kAllTypes[] = {rk8u,  rk16u, rk32u,  rk64u,  rk8s,   rk16s,  rk32s,  rk64s, rk32f,
                                 rk64f, rk8sc, rk16uc, rk16sc, rk32sc, rk64sc, rk32fc, rk64fc};
 
 std::vector<double> values(const rkVector& vector) {
@@ -101,7 +101,7 @@ TEST_F(Fill, RandomDataAreTheStreamScaledToTheRange) {
 }
 
 TEST_F(Fill, RandomDataOfDefaultRange) {
-  for (const rkType type : ALL_TYPES) {
+  for (const rkType type : kAllTypes) {
     SCOPED_TRACE(typeToString(type).c_str());
     rkVector vector;
     vector.init(type);
@@ -126,7 +126,7 @@ TEST_F(Fill, RandomDataOfDefaultRange) {
 }
 
 TEST_F(Fill, ConstantsAndLimitsOfEveryType) {
-  for (const rkType type : ALL_TYPES) {
+  for (const rkType type : kAllTypes) {
     SCOPED_TRACE(typeToString(type).c_str());
     rkVector vector;
     vector.init(type);

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr uint32_t extendedLeaves = 0x80000000U;
+constexpr uint32_t kExtendedLeaves = 0x80000000U;
 
 constexpr uint32_t bits(uint32_t value, unsigned first, unsigned count) {
   return (value >> first) & ((1U << count) - 1);
@@ -166,8 +166,8 @@ void rkd_get_quorvex_ident(RkdCpuIdent* ident, const tzCpuid& cpu) {
   ident->sse2 = bit(one.edx, 26);
   ident->multiThreaded = bit(one.edx, 28) && bits(one.ebx, 16, 8) > 1 ? 1 : 0;
   ident->sse3 = bit(one.ecx, 0);
-  const bool hasExtended = cpu(extendedLeaves, 0).eax >= extendedLeaves + 1;
-  ident->mode64 = hasExtended ? bit(cpu(extendedLeaves + 1, 0).edx, 29) : 0;
+  const bool hasExtended = cpu(kExtendedLeaves, 0).eax >= kExtendedLeaves + 1;
+  ident->mode64 = hasExtended ? bit(cpu(kExtendedLeaves + 1, 0).edx, 29) : 0;
   ident->ssse3 = bit(one.ecx, 9);
   ident->cores = maxLeaf >= 4 ? bits(cpu(4, 0).eax, 26, 6) + 1 : 1;
   ident->sse41 = bit(one.ecx, 19);

@@ -7,20 +7,20 @@
 
 namespace {
 
-constexpr uint32_t extendedLeaves = 0x80000000U;
-constexpr uint32_t brandLeaves = 0x80000002U;  // three of them
-constexpr uint32_t extendedSizes = 0x80000008U;
-constexpr uint32_t extendedCaches = 0x8000001DU;
-constexpr uint32_t topologyLeaf = 0xB;
+constexpr uint32_t kExtendedLeaves = 0x80000000U;
+constexpr uint32_t kBrandLeaves = 0x80000002U;  // three of them
+constexpr uint32_t kExtendedSizes = 0x80000008U;
+constexpr uint32_t kExtendedCaches = 0x8000001DU;
+constexpr uint32_t kTopologyLeaf = 0xB;
 
 constexpr uint32_t bits(uint32_t value, unsigned first, unsigned count) {
   return (value >> first) & ((1U << count) - 1);
 }
 
 bool hasLeaf(const tzCpuid& cpu, uint32_t leaf) {
-  const uint32_t first = leaf & extendedLeaves;
+  const uint32_t first = leaf & kExtendedLeaves;
   const uint32_t last = cpu(first, 0).eax;
-  return (last & extendedLeaves) == first && leaf <= last;
+  return (last & kExtendedLeaves) == first && leaf <= last;
 }
 
 tzCpuidRegs ask(const tzCpuid& cpu, uint32_t leaf, uint32_t subLeaf = 0) {
@@ -143,10 +143,10 @@ std::string vendorText(const tzCpuid& cpu) {
 }
 
 std::string brandText(const tzCpuid& cpu) {
-  if (!hasLeaf(cpu, brandLeaves + 2)) return {};
+  if (!hasLeaf(cpu, kBrandLeaves + 2)) return {};
   char raw[48];
   for (uint32_t i = 0; i < 3; ++i) {
-    const tzCpuidRegs regs = cpu(brandLeaves + i, 0);
+    const tzCpuidRegs regs = cpu(kBrandLeaves + i, 0);
     const uint32_t words[] = {regs.eax, regs.ebx, regs.ecx, regs.edx};
     std::memcpy(raw + 16 * i, words, 16);
   }
@@ -172,10 +172,10 @@ struct Threads {
 bool threadsOfTopology(const tzCpuid& cpu, Threads& threads) {
   constexpr uint32_t threadLevel = 1;
   constexpr uint32_t maxLevels = 8;
-  if (!hasLeaf(cpu, topologyLeaf)) return false;
+  if (!hasLeaf(cpu, kTopologyLeaf)) return false;
   uint32_t logical = 0;
   for (uint32_t i = 0; i < maxLevels; ++i) {
-    const tzCpuidRegs regs = cpu(topologyLeaf, i);
+    const tzCpuidRegs regs = cpu(kTopologyLeaf, i);
     const uint32_t type = bits(regs.ecx, 8, 8);
     const uint32_t count = bits(regs.ebx, 0, 16);
     if (type == 0 || count == 0) break;
@@ -194,7 +194,8 @@ Threads getThreads(const tzCpuid& cpu) {
   const tzCpuidRegs one = ask(cpu, 1);
   if (bits(one.edx, 28, 1)) threads.perPackage = std::max(1U, bits(one.ebx, 16, 8));
   const uint32_t leaf4 = ask(cpu, 4).eax;
-  threads.cores = leaf4 != 0 ? bits(leaf4, 26, 6) + 1 : bits(ask(cpu, extendedSizes).ecx, 0, 8) + 1;
+  threads.cores =
+      leaf4 != 0 ? bits(leaf4, 26, 6) + 1 : bits(ask(cpu, kExtendedSizes).ecx, 0, 8) + 1;
   threads.perCore = std::max(1U, threads.perPackage / threads.cores);
   return threads;
 }
@@ -258,7 +259,7 @@ void addSignature(tzString& text, const tzCpuid& cpu, const RkdCpuIdent& ident) 
 void addFeatures(tzString& text, const tzCpuid& cpu) {
   const tzCpuidRegs one = ask(cpu, 1);
   const tzCpuidRegs seven = ask(cpu, 7);
-  const tzCpuidRegs extended = ask(cpu, extendedLeaves + 1);
+  const tzCpuidRegs extended = ask(cpu, kExtendedLeaves + 1);
   const uint32_t words[NUM_WORDS] = {one.edx,   one.ecx,      seven.ebx,   seven.ecx,
                                      seven.edx, extended.edx, extended.ecx};
   addSection(text, "Feature flags");
@@ -309,7 +310,7 @@ void addCaches(tzString& text, const tzCpuid& cpu) {
 int tzGetCacheLevels(tzCacheLevel* levels, int capacity, const tzCpuid& cpu) {
   if (!cpu) return 0;
   int count = 0;
-  for (const uint32_t leaf : {uint32_t{4}, extendedCaches}) {
+  for (const uint32_t leaf : {uint32_t{4}, kExtendedCaches}) {
     for (uint32_t subLeaf = 0; count < capacity; ++subLeaf) {
       const tzCpuidRegs regs = ask(cpu, leaf, subLeaf);
       const uint32_t kind = bits(regs.eax, 0, 5);

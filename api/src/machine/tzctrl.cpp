@@ -7,19 +7,19 @@ namespace {
 
 // Mask bits stand in the order of the flags: at bit 0 of the x87 control word, 7 bits above the
 // flags in the SIMD register.
-constexpr unsigned ssxMaskShift = 7;
+constexpr unsigned kSsxMaskShift = 7;
 
-constexpr uint32_t precisionField = 0x0300;
+constexpr uint32_t kPrecisionField = 0x0300;
 constexpr unsigned x87RoundingShift = 10;
-constexpr unsigned ssxRoundingShift = 13;
-constexpr uint32_t denormalsAreZero = 0x0040;
-constexpr uint32_t flushToZero = 0x8000;
+constexpr unsigned kSsxRoundingShift = 13;
+constexpr uint32_t kDenormalsAreZero = 0x0040;
+constexpr uint32_t kFlushToZero = 0x8000;
 
 struct FlagText {
   uint32_t flag;
   const char* text;
 };
-constexpr FlagText flagTexts[] = {
+constexpr FlagText kFlagTexts[] = {
     {FP_INVALID, "?Invalid "},   {FP_DENORMAL, "?Denormal "},   {FP_ZERODIVIDE, "?Zerodivide "},
     {FP_OVERFLOW, "?Overflow "}, {FP_UNDERFLOW, "?Underflow "}, {FP_INEXACT, "_Inexact "},
 };
@@ -31,7 +31,7 @@ const char* roundingText(uint32_t field) {
 
 const char* precisionText(uint32_t controlWord) {
   static constexpr const char* texts[] = {"Prec24 ", "Prec? ", "Prec53 ", "Prec64 "};
-  return texts[(controlWord & precisionField) >> 8];
+  return texts[(controlWord & kPrecisionField) >> 8];
 }
 
 tzString unmaskedText(uint32_t masks) {
@@ -54,7 +54,7 @@ tzCtrlWatch g_ctrlWatch;
 
 tzString tzFpFlagsText(uint32_t status) {
   tzString text("");
-  for (const FlagText& entry : flagTexts) {
+  for (const FlagText& entry : kFlagTexts) {
     if (status & entry.flag) text += entry.text;
   }
   return text.empty() ? tzString("Ok") : text;
@@ -94,11 +94,11 @@ void tsSSXBase::set(uint32_t value, uint32_t mask) {
 }
 
 void tsSSXBase::clear() { set(0, FP_ALL); }
-void tsSSXBase::enableExceptions() { set(0, FP_ALL << ssxMaskShift); }
-void tsSSXBase::disableExceptions() { set(FP_ALL << ssxMaskShift, FP_ALL << ssxMaskShift); }
+void tsSSXBase::enableExceptions() { set(0, FP_ALL << kSsxMaskShift); }
+void tsSSXBase::disableExceptions() { set(FP_ALL << kSsxMaskShift, FP_ALL << kSsxMaskShift); }
 
 void tsSSXBase::disableInexactException() {
-  set((getSW() | FP_INEXACT) << ssxMaskShift, FP_ALL << ssxMaskShift);
+  set((getSW() | FP_INEXACT) << kSsxMaskShift, FP_ALL << kSsxMaskShift);
 }
 
 void tsSSXBase::setDefault() {
@@ -151,10 +151,10 @@ uint32_t tzSSX::get() { return loadedSsx(); }
 tzString tzSSX::strExceptionState() const { return tzFpFlagsText(m_sticky); }
 
 tzString tzSSX::strCW() const {
-  tzString text(roundingText(m_sticky >> ssxRoundingShift));
-  if (m_sticky & flushToZero) text += " FlushToZero";
-  if (m_sticky & denormalsAreZero) text += " DenormalsAreZero";
-  return text << unmaskedText(m_sticky >> ssxMaskShift);
+  tzString text(roundingText(m_sticky >> kSsxRoundingShift));
+  if (m_sticky & kFlushToZero) text += " FlushToZero";
+  if (m_sticky & kDenormalsAreZero) text += " DenormalsAreZero";
+  return text << unmaskedText(m_sticky >> kSsxMaskShift);
 }
 
 bool tzSSX::badStatus() const { return isBad(strExceptionState()); }

@@ -44,7 +44,7 @@ struct CpuName {
   const char* label;  // as in the library's constant
 };
 
-constexpr CpuName cpuNames[] = {
+constexpr CpuName kCpuNames[] = {
     {rkdCpuModelA, "modelA", "ModelA"},
     {rkdCpuModelB, "modelB", "ModelB"},
     {rkdCpuModelC, "modelC", "ModelC"},
@@ -61,13 +61,13 @@ constexpr CpuName cpuNames[] = {
     {rkdCpuAVX512, "AVX512", "AVX512"},
     {rkdCpu64, "64", "64"},
 };
-constexpr CpuName unknownCpu = {rkdCpuUnknown, "Unknown", "Unknown"};
+constexpr CpuName kUnknownCpu = {rkdCpuUnknown, "Unknown", "Unknown"};
 
 const CpuName& entryOf(int code) {
-  for (const CpuName& entry : cpuNames) {
+  for (const CpuName& entry : kCpuNames) {
     if (entry.code == code) return entry;
   }
-  return unknownCpu;
+  return kUnknownCpu;
 }
 
 }  // namespace
@@ -162,7 +162,7 @@ void setNumThreads() {
 }
 
 int tzCpuType::cpuType(const tzString& name) {
-  for (const CpuName& entry : cpuNames) {
+  for (const CpuName& entry : kCpuNames) {
     if (tzString(entry.name).toLower() == name.toLower()) return entry.code;
   }
   return -1;
@@ -174,7 +174,7 @@ tzString tzCpuType::cpuLabel(int code) { return entryOf(code).label; }
 
 tzString tzCpuType::optimizedList() {
   tzString list;
-  for (const CpuName& entry : cpuNames) {
+  for (const CpuName& entry : kCpuNames) {
     if (!list.empty()) list += ", ";
     list += entry.name;
   }

@@ -12,13 +12,13 @@ namespace {
 tzObject s_bufferMarker;
 tzObject s_subobjectMarker;
 
-constexpr int LINE = 64;  ///< bytes between the boundaries that misalignment counts from
-constexpr std::ptrdiff_t BELOW = 128;        ///< room below a raw block; its first bytes hold the
+constexpr int kLine = 64;  ///< bytes between the boundaries that misalignment counts from
+constexpr std::ptrdiff_t kBelow = 128;       ///< room below a raw block; its first bytes hold the
                                              ///< heap address
-constexpr std::ptrdiff_t HEAP_EXTRA = 256;   ///< BELOW and what rounding to a boundary takes
-constexpr std::ptrdiff_t HEAP_OFFSET = 192;  ///< rounded down to a boundary it leaves BELOW
+constexpr std::ptrdiff_t kHeapExtra = 256;   ///< kBelow and what rounding to a boundary takes
+constexpr std::ptrdiff_t kHeapOffset = 192;  ///< rounded down to a boundary it leaves kBelow
 
-constexpr int MAX_SHIFT = 32768;
+constexpr int kMaxShift = 32768;
 
 // Made on first use: static initialisers may allocate.
 tzString& memoryUser() {
@@ -53,34 +53,34 @@ AddressList* pAddressList = nullptr;
 // Raw blocks ------------------------------------------------------------------------------------
 
 void* tz_malloc(std::ptrdiff_t size) {
-  if (size < 0 || size > PTRDIFF_MAX - HEAP_EXTRA) return nullptr;
-  auto* const heap = static_cast<char*>(std::malloc(std::size_t(size + HEAP_EXTRA)));
+  if (size < 0 || size > PTRDIFF_MAX - kHeapExtra) return nullptr;
+  auto* const heap = static_cast<char*>(std::malloc(std::size_t(size + kHeapExtra)));
   if (heap == nullptr) return nullptr;
   const std::ptrdiff_t beyond =
-      std::ptrdiff_t((reinterpret_cast<std::uintptr_t>(heap) + HEAP_OFFSET) % LINE);
-  char* const block = heap + HEAP_OFFSET - beyond;
-  std::memcpy(block - BELOW, &heap, sizeof heap);
+      std::ptrdiff_t((reinterpret_cast<std::uintptr_t>(heap) + kHeapOffset) % kLine);
+  char* const block = heap + kHeapOffset - beyond;
+  std::memcpy(block - kBelow, &heap, sizeof heap);
   return block;
 }
 
 void tz_free(void* block) {
   if (block == nullptr) return;
   char* heap;
-  std::memcpy(&heap, static_cast<char*>(block) - BELOW, sizeof heap);
+  std::memcpy(&heap, static_cast<char*>(block) - kBelow, sizeof heap);
   std::free(heap);
 }
 
 void* getAlignedPtr(void* address, int align) {
   const auto from = reinterpret_cast<std::uintptr_t>(address);
-  const auto to = (from + (LINE - 1)) & static_cast<std::uintptr_t>(std::intptr_t{align} - LINE);
+  const auto to = (from + (kLine - 1)) & static_cast<std::uintptr_t>(std::intptr_t{align} - kLine);
   return static_cast<char*>(address) + static_cast<std::ptrdiff_t>(to - from);
 }
 
 void* tz_malloc(void*& base, int size, int align, int shift) {
   base = nullptr;
   if (size < 0 || shift < 0) return nullptr;
-  const int offset = align % LINE;
-  base = tz_malloc(std::ptrdiff_t{offset} + size + shift + LINE);
+  const int offset = align % kLine;
+  base = tz_malloc(std::ptrdiff_t{offset} + size + shift + kLine);
   return base != nullptr ? getAlignedPtr(static_cast<char*>(base) + shift, offset) : nullptr;
 }
 
@@ -191,6 +191,6 @@ void* tzPlaceVector(int size, int align, tzObject* object, int& vectorNum, int& 
   if (p == nullptr) return nullptr;
   ++vectorNum;
   shift += VectorShift;
-  if (shift >= MAX_SHIFT) shift = 0;
+  if (shift >= kMaxShift) shift = 0;
   return p;
 }

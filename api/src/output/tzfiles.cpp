@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr int MAX_LINKS = 40;  // as the system itself follows
+constexpr int kMaxLinks = 40;  // as the system itself follows
 
 tzFileIdentity fromStatus(const struct stat& status) {
   const bool onDisk = S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
@@ -44,7 +44,7 @@ bool tzFileIdentity::operator==(const tzFileIdentity& other) const {
 tzFileIdentity tzFileIdentity::of(const tzString& path) {
   tzString file = path;
   struct stat status {};
-  for (int i = 0; i < MAX_LINKS; ++i) {
+  for (int i = 0; i < kMaxLinks; ++i) {
     if (stat(file.c_str(), &status) == 0) return fromStatus(status);
     const tzString target = linkTarget(file);
     if (target.empty()) break;

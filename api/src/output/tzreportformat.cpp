@@ -9,14 +9,14 @@
 
 namespace {
 
-constexpr int CLOSING_COLUMN = tzReportFormat::FRAME_WIDTH - 1;
-constexpr int LABEL_WIDTH = 11;  // "CPU      : "
+constexpr int kClosingColumn = tzReportFormat::FRAME_WIDTH - 1;
+constexpr int kLabelWidth = 11;  // "CPU      : "
 
 }  // namespace
 
 tzReportFormat::tzReportFormat(bool framed) : m_framed(framed) {
-  m_width[0] = LABEL_WIDTH;
-  m_width[1] = TEXT_WIDTH - LABEL_WIDTH;
+  m_width[0] = kLabelWidth;
+  m_width[1] = TEXT_WIDTH - kLabelWidth;
 }
 
 void tzReportFormat::setWidth(int column, int width) {
@@ -29,7 +29,7 @@ tzString tzReportFormat::lastLine() const { return firstLine(); }
 
 tzString tzReportFormat::sepLine() {
   tzString line = "+";
-  line.resize(CLOSING_COLUMN, '-');
+  line.resize(kClosingColumn, '-');
   return line + "+\n";
 }
 
@@ -60,7 +60,7 @@ void tzReportFormat::setStartLine(tzString& line) const {
 
 void tzReportFormat::setEndLine(tzString& line) const {
   if (m_framed) {
-    setOffsetLine(line, CLOSING_COLUMN);
+    setOffsetLine(line, kClosingColumn);
     line += "|";
   } else {
     while (!line.empty() && line[line.length() - 1] == ' ') line.resize(line.length() - 1);

@@ -17,13 +17,13 @@ long long (*tzCacheIterator::s_memorySizeSource)() = nullptr;
 
 namespace {
 
-constexpr double FIRST_LOW_FACTOR = 0.1;
-constexpr double RELAXED_LOW_FACTOR = 0.01;
-constexpr double FACTOR_SLACK = 0.0001;
-constexpr double HIGH_FACTOR = 0.9;
-constexpr double OUT_FACTOR = 1.05;
-constexpr int MEMORY_SHARE = 4;  // a test may take this part of the machine's memory
-constexpr long long MIB = 1 << 20;
+constexpr double kFirstLowFactor = 0.1;
+constexpr double kRelaxedLowFactor = 0.01;
+constexpr double kFactorSlack = 0.0001;
+constexpr double kHighFactor = 0.9;
+constexpr double kOutFactor = 1.05;
+constexpr int kMemoryShare = 4;  // a test may take this part of the machine's memory
+constexpr long long kMib = 1 << 20;
 
 int clampToInt(double value) { return value >= INT_MAX ? INT_MAX : static_cast<int>(value); }
 
@@ -70,7 +70,7 @@ tzCacheIterator::tzCacheIterator(tzParameter& parm, tzObject* object,
     : tzIterator<int>("cacheIterator", "", {IN_CACHE, OUT_OF_CACHE}),
       m_parm(parm),
       m_object(object),
-      m_lowFactor(FIRST_LOW_FACTOR),
+      m_lowFactor(kFirstLowFactor),
       m_setNewValueFunc(setNewValueFunc) {}
 
 int tzCacheIterator::cacheSize() {
@@ -78,11 +78,11 @@ int tzCacheIterator::cacheSize() {
 }
 
 int tzCacheIterator::lowSize() const {
-  return clampToInt(cacheSize() * (value() == OUT_OF_CACHE ? OUT_FACTOR : m_lowFactor));
+  return clampToInt(cacheSize() * (value() == OUT_OF_CACHE ? kOutFactor : m_lowFactor));
 }
 
 int tzCacheIterator::highSize() const {
-  return value() == OUT_OF_CACHE ? INT_MAX : clampToInt(cacheSize() * HIGH_FACTOR);
+  return value() == OUT_OF_CACHE ? INT_MAX : clampToInt(cacheSize() * kHighFactor);
 }
 
 int tzCacheIterator::getTotalSize() {
@@ -111,7 +111,7 @@ tzString tzCacheIterator::getComment() const {
 bool tzCacheIterator::nextValue() {
   m_attempt = 0;
   m_info = "";
-  m_lowFactor = FIRST_LOW_FACTOR;
+  m_lowFactor = kFirstLowFactor;
   m_wasTooBig = false;
   return tzIterator<int>::nextValue() && m_parm.firstValue();
 }
@@ -160,11 +160,11 @@ bool tzCacheIterator::relax(bool tooSmall, bool tooBig) {
   const bool squeezed = tooSmall && tooBig;
   const bool oscillates = m_attempt >= 2 && tooSmall && !tooBig && m_wasTooBig;
   if (!squeezed && !oscillates) return false;
-  if (m_lowFactor - FACTOR_SLACK <= RELAXED_LOW_FACTOR) {
+  if (m_lowFactor - kFactorSlack <= kRelaxedLowFactor) {
     giveUp();
     return false;
   }
-  m_lowFactor = RELAXED_LOW_FACTOR;
+  m_lowFactor = kRelaxedLowFactor;
   return oscillates;
 }
 
@@ -195,9 +195,9 @@ tzString tzCacheIterator::hopeless(bool tooSmall) const {
   long long needed = std::max(m_totalSize, 1);
   for (; object < lowSize(); object *= 2) needed *= 2;
   const long long memory = (s_memorySizeSource ? s_memorySizeSource() : machineMemorySize());
-  if (needed > memory / MEMORY_SHARE) {
-    text << "      " << getComment() << " is given up: it needs " << needed / MIB
-         << " MiB, more than a quarter of the machine's " << memory / MIB << " MiB of memory\n";
+  if (needed > memory / kMemoryShare) {
+    text << "      " << getComment() << " is given up: it needs " << needed / kMib
+         << " MiB, more than a quarter of the machine's " << memory / kMib << " MiB of memory\n";
   }
   return text;
 }

@@ -38,7 +38,7 @@ struct KeyRow {
 
 namespace act = tzkeyaction;
 
-constexpr KeyRow TABLE[] = {
+constexpr KeyRow kTable[] = {
     {'B', "B", SHOWN, ALWAYS, ANY_EXIT, &act::batch, EACH, ARG_NONE,
      "-B               = batch mode (no console input)\n",
      "Nothing is asked from the console: every value comes from -d, from the ini-file or is the\n"
@@ -275,7 +275,7 @@ constexpr KeyRow TABLE[] = {
      "Example: tazmet -B -W -f=rkdiAdd128_JPEG_16s8u_C1R -dImageSize=640x480 -r\n"},
 };
 
-constexpr std::size_t NUM_KEYS = sizeof(TABLE) / sizeof(TABLE[0]);
+constexpr std::size_t kNumKeys = sizeof(kTable) / sizeof(kTable[0]);
 
 tzString refused(const KeyRow& key, const tzString& arg) {
   return key.action->refuse != nullptr ? key.action->refuse(arg) : tzString();
@@ -284,7 +284,7 @@ tzString refused(const KeyRow& key, const tzString& arg) {
 // A key's record holds plain functions that know nothing but the argument: one pair a row.
 template <std::size_t row>
 tzString rowInfo(const tzString& arg) {
-  const KeyRow& key = TABLE[row];
+  const KeyRow& key = kTable[row];
   if (g_session->isExit(key.skippedFrom)) return g_session->getExitInfo();
   const tzString refusal = refused(key, arg);
   return refusal.empty() ? key.action->tell(arg) : "ignored: " + refusal;
@@ -292,14 +292,14 @@ tzString rowInfo(const tzString& arg) {
 
 template <std::size_t row>
 void rowApply(const tzString& arg, tzSession* session) {
-  const KeyRow& key = TABLE[row];
+  const KeyRow& key = kTable[row];
   if (session->isExit(key.skippedFrom)) return;
   if (refused(key, arg).empty()) key.action->apply(arg, session);
 }
 
 template <std::size_t row>
 void registerRow(tzSession& session) {
-  const KeyRow& key = TABLE[row];
+  const KeyRow& key = kTable[row];
   if (key.presence == WITH_LIBRARY && rkdEnvironment == nullptr) return;
   session.initOption(key.key, key.name, rowInfo<row>, rowApply<row>,
                      tzString(key.help) + "\n" + key.details, key.visibility == HIDDEN);
@@ -314,5 +314,5 @@ void registerRows(tzSession& session, std::index_sequence<row...>) {
 }  // namespace
 
 void tzRegisterKeys(tzSession& session) {
-  registerRows(session, std::make_index_sequence<NUM_KEYS>());
+  registerRows(session, std::make_index_sequence<kNumKeys>());
 }

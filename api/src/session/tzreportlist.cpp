@@ -17,7 +17,7 @@ namespace {
 // Words in the name of a function that makes, frees, fills or queries what measured functions work
 // on, or that is a variant of no interest. A word counts where it stands as a whole: not followed
 // by a lower-case letter, so that "Get" is found in "GetSize" but not in "Gettysburg".
-constexpr std::string_view HELPER_WORDS[] = {
+constexpr std::string_view kHelperWords[] = {
     "Init",        "Close", "Alloc", "Malloc", "Free", "PutVal",  "RotateCenter",
     "ResizeShift", "Get",   "Get_",  "Set",    "Set_", "DrawText"};
 
@@ -63,7 +63,7 @@ bool tzReportList::presentInTestList(const tzString& name, const tzTestList& tes
 }
 
 bool tzReportList::isHelperFunction(const tzString& name) {
-  for (const std::string_view word : HELPER_WORDS) {
+  for (const std::string_view word : kHelperWords) {
     if (holdsWord(name.c_str(), word)) return true;
   }
   return false;

@@ -15,9 +15,9 @@
 
 namespace {
 
-constexpr int KEY_ECHO_MASK = 7;
-constexpr int DEFAULT_MASK = 7;  // errors, warnings, performance: a plain run tells its results
-constexpr int ECHO_WIDTH = 18;
+constexpr int kKeyEchoMask = 7;
+constexpr int kDefaultMask = 7;  // errors, warnings, performance: a plain run tells its results
+constexpr int kEchoWidth = 18;
 
 void fatal(const char* text) { g_ostrm << L_ERR << text << L_ENDFLUSH; }
 
@@ -47,7 +47,7 @@ tzString padded(tzString text, int width) {
 }
 
 void echoLine(const tzString& word, const tzString& text) {
-  g_ostrm << tzString(" ") + padded(word, ECHO_WIDTH) + " " + text + "\n";
+  g_ostrm << tzString(" ") + padded(word, kEchoWidth) + " " + text + "\n";
   if (text.find("ignored: ") == 0) tzMistakes::add();
 }
 
@@ -103,7 +103,7 @@ void tzSession::applyOption(char key, const tzString& arg) {
 // ---- the command line ----
 
 bool tzSession::parseCommandLine(int argc, char** argv) {
-  g_ostrm.setOutLevel(KEY_ECHO_MASK);
+  g_ostrm.setOutLevel(kKeyEchoMask);
   findExecutable(argc > 0 ? argv[0] : "");
   collectWords(argc, argv);
   fixExitLevel();
@@ -228,7 +228,7 @@ void tzSession::fillRequest() const {
 
 bool tzSession::updateOptions() {
   fillRequest();
-  g_ostrm.setOutLevel(m_levelMode != 0 ? m_levelMode : DEFAULT_MASK);
+  g_ostrm.setOutLevel(m_levelMode != 0 ? m_levelMode : kDefaultMask);
   if (m_insist && tzMistakes::count() != 0) {
     g_ostrm << L_ERR << "-- The run is not started: not everything that was given is used (-W)\n"
             << L_ENDFLUSH;

@@ -13,9 +13,9 @@
 
 namespace {
 
-constexpr int CLOCKS_WIDTH = 9;   // "1.234e+08"
-constexpr int NOTE_WIDTH = 19;    // "nLps=2048 acc=10.1%"
-constexpr int STEERED_WIDTH = 9;  // "4096x4096": a steered size is not known beforehand
+constexpr int kClocksWidth = 9;   // "1.234e+08"
+constexpr int kNoteWidth = 19;    // "nLps=2048 acc=10.1%"
+constexpr int kSteeredWidth = 9;  // "4096x4096": a steered size is not known beforehand
 
 tzString padded(const tzString& text, int width) {
   tzString line = text;
@@ -100,10 +100,10 @@ tzString tzTest::testResultString() const {
   const tzString clocks = formatClocks(clocksPerElement());
   const tzString unit = getUnit();
   tzString line = tzString(" ") + m_name + "  " + parmsColumns();
-  line += paddedLeft(clocks, CLOCKS_WIDTH) + " ";
+  line += paddedLeft(clocks, kClocksWidth) + " ";
   const tzString unitText = unit.empty() ? tzString("clocks") : tzString("clocks/") + unit;
   line += (clocks.empty() ? padded("", unitText.length()) : unitText) + "  ";
-  return line + padded(measureNote(), NOTE_WIDTH) + "  " + tzResultName(m_lineResult);
+  return line + padded(measureNote(), kNoteWidth) + "  " + tzResultName(m_lineResult);
 }
 
 void tzTest::putTextParms(int level) {
@@ -178,7 +178,7 @@ void tzTest::settleWidths() {
   m_widths.clear();
   for (const tzParameter* parm : m_parms) {
     const int width = valueWidth(*parm);
-    m_widths.push_back(parm == m_cacheIterator ? std::max(width, STEERED_WIDTH) : width);
+    m_widths.push_back(parm == m_cacheIterator ? std::max(width, kSteeredWidth) : width);
   }
 }
 

@@ -11,7 +11,7 @@ struct ResultText {
 };
 
 // Indexed by the code.
-constexpr ResultText resultTexts[] = {
+constexpr ResultText kResultTexts[] = {
     {"UNDEFINED", "was not run"},
     {"OK", "successfully"},
     {"ACCURWRN", "wrong measure accuracy"},
@@ -25,11 +25,11 @@ constexpr ResultText resultTexts[] = {
     {"EXCPTFAIL", "exception"},
     {"FAIL", "error"},
 };
-static_assert(std::size(resultTexts) == TZ_FAIL + 1);
+static_assert(std::size(kResultTexts) == TZ_FAIL + 1);
 
 const ResultText& textOf(tzResult result) {
   static constexpr ResultText unknown = {"UNKNOWN", "unknown result"};
-  return result >= TZ_UNDEFINED && result <= TZ_FAIL ? resultTexts[result] : unknown;
+  return result >= TZ_UNDEFINED && result <= TZ_FAIL ? kResultTexts[result] : unknown;
 }
 
 }  // namespace

@@ -16,15 +16,15 @@
 
 namespace {
 
-constexpr int MAX_LOOPS = 100'000'000;
-constexpr int MAX_ALIGN = 63;
-constexpr int SHIFT_UNIT = 64;
-constexpr int MAX_SHIFT = 32768 - SHIFT_UNIT;  // a shift of 32768 wraps to none
-constexpr double MIN_ACCURACY = 0.01;
-constexpr double MAX_ACCURACY = 100;
-constexpr double PERCENT = 100;
-constexpr double MIN_TIME_LIMIT = 0.1;
-constexpr double MAX_TIME_LIMIT = 86400;
+constexpr int kMaxLoops = 100'000'000;
+constexpr int kMaxAlign = 63;
+constexpr int kShiftUnit = 64;
+constexpr int kMaxShift = 32768 - kShiftUnit;  // a shift of 32768 wraps to none
+constexpr double kMinAccuracy = 0.01;
+constexpr double kMaxAccuracy = 100;
+constexpr double kPercent = 100;
+constexpr double kMinTimeLimit = 0.1;
+constexpr double kMaxTimeLimit = 86400;
 
 /// A number held to a range.
 template <typename T>
@@ -84,7 +84,7 @@ class CountParm : public BoundedInt {
       : BoundedInt(name, "", value, 1, highest) {}
 };
 
-/// Bytes in whole units of SHIFT_UNIT.
+/// Bytes in whole units of kShiftUnit.
 class ShiftParm : public BoundedInt {
  public:
   using BoundedInt::BoundedInt;
@@ -92,7 +92,7 @@ class ShiftParm : public BoundedInt {
  protected:
   int nearest(int wanted) const override {
     const int inRange = BoundedInt::nearest(wanted);
-    return (inRange + SHIFT_UNIT / 2) / SHIFT_UNIT * SHIFT_UNIT;
+    return (inRange + kShiftUnit / 2) / kShiftUnit * kShiftUnit;
   }
 };
 
@@ -132,8 +132,8 @@ void readIterative(const tzTool& fresh) {
   int to = 0;
   long long clocks = 0;
   fresh.getMethodBest(from, to, clocks);
-  from = settle(CountParm("StartNumLoops", from, MAX_LOOPS));
-  to = settle(CountParm("StopNumLoops", to, MAX_LOOPS));
+  from = settle(CountParm("StartNumLoops", from, kMaxLoops));
+  to = settle(CountParm("StopNumLoops", to, kMaxLoops));
   g_tool.setMethodBest(from, to, clocks);
 }
 
@@ -176,21 +176,21 @@ void readDataOffset() {
   s_alignByElement = settleChoice("AlignVectorsBy", "byte", "element", s_alignByElement) != 0;
   const tzString prompt =
       s_alignByElement ? "VectorAlign by Element, 0..63" : "VectorAlign by Byte, 0..63";
-  VectorAlign = settle(BoundedInt("VectorAlign", prompt, VectorAlign, 0, MAX_ALIGN));
+  VectorAlign = settle(BoundedInt("VectorAlign", prompt, VectorAlign, 0, kMaxAlign));
   AlignSrc = settleChoice("MisalignFirstVectorOnly", "yes", "no", !AlignSrc) == 0;
   VectorShift = settle(ShiftParm("MutualVectorShift", "MutualVectorShift in Bytes, divisible by 64",
-                                 VectorShift, 0, MAX_SHIFT));
+                                 VectorShift, 0, kMaxShift));
 }
 
 void readAccuracy() {
-  BoundedParm<double> accuracy("Accuracy", "Accuracy, %", g_tool.accuracyLimit() * PERCENT,
-                               MIN_ACCURACY, MAX_ACCURACY);
-  g_tool.setAccuracyLimit(settle(accuracy) / PERCENT);
+  BoundedParm<double> accuracy("Accuracy", "Accuracy, %", g_tool.accuracyLimit() * kPercent,
+                               kMinAccuracy, kMaxAccuracy);
+  g_tool.setAccuracyLimit(settle(accuracy) / kPercent);
 }
 
 void readTimeLimit() {
-  BoundedParm<double> limit("TimeLimit", "TimeLimit of a row, s", g_tool.timeLimit(),
-                            MIN_TIME_LIMIT, MAX_TIME_LIMIT);
+  BoundedParm<double> limit("TimeLimit", "TimeLimit of a row, s", g_tool.timeLimit(), kMinTimeLimit,
+                            kMaxTimeLimit);
   g_tool.setTimeLimit(settle(limit));
 }
 

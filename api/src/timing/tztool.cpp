@@ -23,8 +23,8 @@ int tzTool::m_priority = PRIORITY_NONE;
 
 namespace {
 
-constexpr int defaultMinLoops = 1;
-constexpr int defaultMaxLoops = 2048;
+constexpr int kDefaultMinLoops = 1;
+constexpr int kDefaultMaxLoops = 2048;
 
 // `n` times 2^`shift`, halved for a negative one; the largest int where that is too small.
 int shifted(int n, long long shift) {
@@ -49,8 +49,8 @@ tzTool::tzTool()
       m_timeLimit(10),
       m_method(AUTO),
       m_loopCount(10),
-      m_minLoops(defaultMinLoops),
-      m_maxLoops(defaultMaxLoops),
+      m_minLoops(kDefaultMinLoops),
+      m_maxLoops(kDefaultMaxLoops),
       m_statMode(false),
       m_callMode(false),
       m_minClocks(100),
@@ -115,14 +115,14 @@ void tzTool::getMethodBest(int& from, int& to, long long& clocks) const {
 }
 
 void tzTool::getAutoParameters(int& from, int& to, long long& clocks) {
-  from = defaultMinLoops;
-  to = defaultMaxLoops;
+  from = kDefaultMinLoops;
+  to = kDefaultMaxLoops;
   clocks = 10 * tzCpuTicker::getClockFactor();
 }
 
 void tzTool::setLoopFactor(int f) {
-  m_autoMinLoops = f == 0 ? 0 : shifted(defaultMinLoops, -static_cast<long long>(f));
-  m_autoMaxLoops = f == 0 ? 0 : shifted(defaultMaxLoops, -static_cast<long long>(f));
+  m_autoMinLoops = f == 0 ? 0 : shifted(kDefaultMinLoops, -static_cast<long long>(f));
+  m_autoMaxLoops = f == 0 ? 0 : shifted(kDefaultMaxLoops, -static_cast<long long>(f));
 }
 
 void tzTool::ctrlStart() { g_ctrlWatch.start(); }

@@ -12,9 +12,9 @@ namespace {
 
 int timesUpTo(int n, int factor) { return n > INT_MAX / factor ? INT_MAX : n * factor; }
 
-constexpr double excellentAccuracy = 0.01;  // nothing to gain from further samples
-constexpr int numSamples = 3;
-constexpr int numSamplesAfterBadStatus = 6;
+constexpr double kExcellentAccuracy = 0.01;  // nothing to gain from further samples
+constexpr int kNumSamples = 3;
+constexpr int kNumSamplesAfterBadStatus = 6;
 
 }  // namespace
 
@@ -171,10 +171,10 @@ tzTool::BestOf::Next tzTool::BestOf::judgeIterations(tzResult code) {
   if (code > TZ_ACCURFAIL) return Next::EXIT;
   if (code == TZ_ACCURFAIL) return tooShort();
   if (code == TZ_BADSTSWRN) return avoidBadStatus();
-  if (m_tool.m_accuracy <= excellentAccuracy) return Next::STOP;
+  if (m_tool.m_accuracy <= kExcellentAccuracy) return Next::STOP;
 
   m_log << "    Simple Measurements: \n";
-  code = repeatTiming(m_tool.m_numLoops, numSamples);
+  code = repeatTiming(m_tool.m_numLoops, kNumSamples);
   if (code > TZ_ACCURFAIL) return Next::EXIT;
   if (code == TZ_ACCURFAIL) return tooShort();
   if (code != TZ_ACCURWRN || m_outOfTime) return Next::STOP;
@@ -198,7 +198,7 @@ tzTool::BestOf::Next tzTool::BestOf::avoidBadStatus() {
   m_log << "    Reduce loops to avoid bad ctrl status.\n"
         << "    Simple Measurements: \n";
   m_tool.clearCtrlStatus();
-  const tzResult code = repeatTiming(m_tool.m_numLoops, numSamplesAfterBadStatus);
+  const tzResult code = repeatTiming(m_tool.m_numLoops, kNumSamplesAfterBadStatus);
   if (tzIsFailure(code)) return Next::EXIT;
   if (code == TZ_BADSTSWRN || m_tool.m_accuracy > limit) {
     m_log << "    Cannot avoid bad ctrl status\n";
