@@ -13,6 +13,7 @@
 
 #include <array>
 
+#include "color/tileindex.h"
 #include "common/bytes-inl.h"
 #include "hwy/highway.h"
 
@@ -42,29 +43,6 @@ struct YccTile {
 };
 
 // ---- pairs of words ----
-
-#if HWY_TARGET <= HWY_AVX3_DL
-// Byte and word permutes between Words and vectors of 16 pixels: those of one half of two groups.
-struct TileIndex {
-  alignas(64) uint16_t pairs[2][32];
-  alignas(64) uint16_t high[32];
-  alignas(64) uint8_t channel[4][64];
-};
-inline constexpr TileIndex kTileIndex = [] {
-  TileIndex index{};
-  for (int i = 0; i < 32; ++i) {
-    const int part = i / 16 * 32;
-    index.high[i] = static_cast<uint16_t>(2 * (i % 16) + 1 + part);
-    for (int k = 0; k < 2; ++k) {
-      index.pairs[k][i] = static_cast<uint16_t>(16 * k + i / 2 + i % 2 * 32);
-    }
-    for (int n = 0; n < 4; ++n) {
-      index.channel[n][2 * i] = static_cast<uint8_t>(4 * (i % 16) + n + 2 * part);
-    }
-  }
-  return index;
-}();
-#endif
 
 // Pairs (a, b) of one half's words.
 RKD_BLOCK void joinPairs(V16 a, V16 b, V16* pairs) {
