@@ -1,3 +1,4 @@
+// Operands that end and begin beside pages without access.
 #include "rkguard.h"
 
 #include <sys/mman.h>
