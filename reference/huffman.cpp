@@ -33,11 +33,13 @@ Bits blockBits(Samples<const int16_t> src, int previousDC, const RkdiEncodeHuffm
 }
 
 void takeBlock(Input* in, Samples<int16_t> dst, int* previousDC,
-               const RkdiDecodeHuffmanSpec* dcSpec, const RkdiDecodeHuffmanSpec* acSpec) {
-  const int difference = in->dcDifference(dcSpec);
+               const RkdiDecodeHuffmanSpec* dcSpec, const RkdiDecodeHuffmanSpec* acSpec,
+               int* reached) {
+  *reached = 0;
   for (int i = 0; i < 64; ++i) dst[i] = 0;
-  dst[0] = int16_t(*previousDC + difference);
+  dst[0] = int16_t(*previousDC + in->dcDifference(dcSpec));
   for (int k = 1; k < 64; ++k) {
+    *reached = k;
     const int s = in->symbol(acSpec);
     const int value = in->value(s & 15);
     if ((s & 15) == 0 && s != 0xF0) {
@@ -169,8 +171,10 @@ RkdStatus rkdiDecodeHuffman8x8_JPEG_1u16s_C1(const uint8_t* stream, int length, 
                                              RkdiDecodeHuffmanState* state) {
   return guarded([&] {
     Input in(stream, length, *position, *state);
-    takeBlock(&in, dst, previousDC, dcSpec, acSpec);
+    int dc = *previousDC;
+    takeBlock(&in, dst, &dc, dcSpec, acSpec, &state->reached);
     in.commit(position, marker, state);
+    *previousDC = dc;
   });
 }
 
@@ -199,8 +203,9 @@ RkdStatus rkdiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(const uint8_t* stream, int l
                                                     const RkdiDecodeHuffmanSpec* acSpec) {
   return guarded([&] {
     Input in(stream, length, *position / 8, RkdiDecodeHuffmanState{}, false);
+    int reached = 0;
     in.bits(*position % 8);
-    takeBlock(&in, dst, previousDC, dcSpec, acSpec);
+    takeBlock(&in, dst, previousDC, dcSpec, acSpec, &reached);
     *position = *position / 8 * 8 + in.taken();
   });
 }
@@ -222,6 +227,8 @@ RkdStatus rkdiDecodeHuffmanOne_JPEG_1u16s_C1(const uint8_t* stream, int length, 
                                              RkdiDecodeHuffmanState* state) {
   return guarded([&] {
     Input in(stream, length, *position, *state);
+    state->reached = 0;
+    samples(dst)[0] = 0;
     samples(dst)[0] = int16_t(in.lossless(spec));
     in.commit(position, marker, state);
   });
@@ -251,9 +258,14 @@ RkdStatus rkdiDecodeHuffmanRow_JPEG_1u16s_C1P4(const uint8_t* stream, int length
                                                RkdiDecodeHuffmanState* state) {
   return guarded([&] {
     Input in(stream, length, *position, *state);
+    for (int p = 0; p < 4 && dst[p] != nullptr; ++p) {
+      for (int x = 0; x < width; ++x) samples(dst[p])[x] = 0;
+    }
+    state->reached = 0;
     for (int x = 0; x < width; ++x) {
       for (int p = 0; p < 4 && dst[p] != nullptr; ++p) {
         samples(dst[p])[x] = int16_t(in.lossless(spec[p]));
+        ++state->reached;
       }
     }
     in.commit(position, marker, state);

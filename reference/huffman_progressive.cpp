@@ -180,6 +180,7 @@ RkdStatus rkdiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(const uint8_t* stream, int 
                                                      RkdiDecodeHuffmanState* state) {
   return guarded([&] {
     Input in(stream, length, *position, *state);
+    state->reached = 0;
     const int dc = int16_t(*previousDC + in.dcDifference(dcSpec));
     in.commit(position, marker, state);
     *previousDC = dc;
@@ -192,6 +193,7 @@ RkdStatus rkdiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(const uint8_t* stream, int
                                                       int al, RkdiDecodeHuffmanState* state) {
   return guarded([&] {
     Input in(stream, length, *position, *state);
+    state->reached = 0;
     const int bit = in.bit();
     in.commit(position, marker, state);
     const auto dc = samples(dst)[0];
@@ -204,13 +206,15 @@ RkdStatus rkdiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(const uint8_t* stream, int 
                                                      int ss, int se, int al,
                                                      const RkdiDecodeHuffmanSpec* acSpec,
                                                      RkdiDecodeHuffmanState* state) {
-  return guarded([&] {
+  int16_t whole[64] = {};  // coefficients in front of a fault
+  const RkdStatus status = guarded([&] {
     Input in(stream, length, *position, *state);
     if (in.endOfBand() > 0) {
       --in.endOfBand();
       return in.commit(position, marker, state);
     }
     for (int k = ss; k <= se; ++k) {
+      state->reached = k;
       const int s = in.symbol(acSpec);
       const int run = s >> 4, value = in.value(s & 15);
       if ((s & 15) == 0 && run < 15) {
@@ -219,10 +223,15 @@ RkdStatus rkdiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(const uint8_t* stream, int 
       }
       k += run;
       if (k > se) throw Fault{rkdStsDataErr};
-      samples(dst)[zigzag[k]] = int16_t(value * (1 << al));
+      whole[zigzag[k]] = int16_t(value * (1 << al));
+      samples(dst)[zigzag[k]] = whole[zigzag[k]];
     }
     in.commit(position, marker, state);
   });
+  for (int k = ss; k <= se && status != rkdStsNoErr; ++k) {
+    samples(dst)[zigzag[k]] = whole[zigzag[k]];
+  }
+  return status;
 }
 
 RkdStatus rkdiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(const uint8_t* stream, int length,
@@ -232,7 +241,10 @@ RkdStatus rkdiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(const uint8_t* stream, int
                                                       RkdiDecodeHuffmanState* state) {
   return guarded([&] {
     Input in(stream, length, *position, *state);
-    const Samples block(dst);
+    state->reached = ss;
+    int16_t refined[64];
+    for (int i = 0; i < 64; ++i) refined[i] = samples(dst)[i];
+    const Samples<int16_t> block(refined);
     const auto correct = [&](Sample<int16_t> coefficient) {
       if (in.bit() != 0)
         coefficient = int16_t(coefficient + (coefficient < 0 ? -1 : 1) * (1 << al));
@@ -265,6 +277,7 @@ RkdStatus rkdiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(const uint8_t* stream, int
       }
     }
     in.commit(position, marker, state);
+    for (int i = 0; i < 64; ++i) samples(dst)[i] = refined[i];
   });
 }
 

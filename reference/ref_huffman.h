@@ -36,7 +36,14 @@ struct RkdiDecodeHuffmanState {
   uint8_t ahead[64];  ///< bits read ahead
   int aheadCount;
   int endOfBand;  ///< blocks left in the end-of-band run
+  int reached;    ///< how far the last call that failed came
 };
+
+inline RkdStatus rkdiDecodeHuffmanStateGetReached_JPEG_8u(int* reached,
+                                                          const RkdiDecodeHuffmanState* state) {
+  *reached = state->reached;
+  return rkdStsNoErr;
+}
 
 RkdStatus rkdiEncodeHuffmanSpecInit_JPEG_8u(const uint8_t* bits, const uint8_t* values,
                                             RkdiEncodeHuffmanSpec* spec);

@@ -347,6 +347,7 @@ FAMILY(HuffmanObjects) {
   REFUSES(rkdiDecodeHuffmanSpecInit_JPEG_8u, "ob ov oD");
   REFUSES(rkdiEncodeHuffmanStateInit_JPEG_8u, "oW");
   REFUSES(rkdiDecodeHuffmanStateInit_JPEG_8u, "oR");
+  REFUSES(rkdiDecodeHuffmanStateGetReached_JPEG_8u, "p oR");
   REFUSES(rkdiEncodeHuffmanRawTableInit_JPEG_8u, "p p p");
 }
 

@@ -109,6 +109,7 @@ inline std::vector<Block> randomBlocks(rkdkit::Random& random, int count, int la
   static constexpr auto encodeStateInit = Scope::rkdiEncodeHuffmanStateInit_JPEG_8u;             \
   static constexpr auto decodeStateSize = Scope::rkdiDecodeHuffmanStateGetBufSize_JPEG_8u;       \
   static constexpr auto decodeStateInit = Scope::rkdiDecodeHuffmanStateInit_JPEG_8u;             \
+  static constexpr auto reached = Scope::rkdiDecodeHuffmanStateGetReached_JPEG_8u;               \
   static constexpr auto rawTable = Scope::rkdiEncodeHuffmanRawTableInit_JPEG_8u;                 \
   static constexpr auto encode = Scope::rkdiEncodeHuffman8x8_JPEG_16s1u_C1;                      \
   static constexpr auto decode = Scope::rkdiDecodeHuffman8x8_JPEG_1u16s_C1;                      \
@@ -174,6 +175,14 @@ struct DecodeState : Object<Coder, typename Coder::DecodeState> {
       : Object<Coder, typename Coder::DecodeState>(Coder::decodeStateSize, Coder::decodeStateInit) {
   }
 };
+
+/// How far the last call that failed came.
+template <class Coder>
+int reached(const DecodeState<Coder>& state) {
+  int reached = -1;
+  EXPECT_EQ(rkdStsNoErr, Coder::reached(&reached, state.get()));
+  return reached;
+}
 
 /// A stream being written: longer than needed, every byte a canary until it is coded.
 struct Out {

@@ -318,7 +318,6 @@ TEST(Huffman, ADecoderThatRanOutGoesOnWithMoreData) {
         ASSERT_LE(room, all.size());
         In in(Bytes(all.begin(), all.begin() + long(room)));
         in.position = position;
-        const auto before = scan.decodeState;
         Block got;
         const RkdStatus status = scan.take(&in, &got);
         if (status == rkdStsNoErr) {
@@ -327,7 +326,6 @@ TEST(Huffman, ADecoderThatRanOutGoesOnWithMoreData) {
           break;
         }
         ASSERT_EQ(rkdStsSrcEndErr, status);
-        ASSERT_TRUE(before == scan.decodeState);
         ASSERT_EQ(position, in.position);
         ASSERT_EQ(-1, in.marker);
       }
@@ -362,9 +360,8 @@ TEST(Huffman, DamagedStreamsEndWithTheStatusOfThePlainVersion) {
         ASSERT_EQ(status, got.take(&gotIn, &gotBlock)) << hex(bytes) << " block " << i;
         ASSERT_EQ(wantIn.position, gotIn.position);
         ASSERT_EQ(wantIn.marker, gotIn.marker);
-        if (status == rkdStsNoErr) {
-          ASSERT_EQ(wantBlock, gotBlock);
-        }
+        ASSERT_EQ(wantBlock, gotBlock);
+        ASSERT_EQ(reached(want.decodeState), reached(got.decodeState));
       }
       ASSERT_LE(status, rkdStsNoErr);
       ++seen[size_t(-status)];

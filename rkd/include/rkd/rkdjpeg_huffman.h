@@ -22,11 +22,14 @@
 ///   state. `marker` may be null.
 /// - **Room.** Encoders leave the bytes behind the position and decoders everything but their
 ///   destination as they are.
-/// - **Errors.** A call that fails leaves position, previous DC, state and marker as they were: an
-///   encoder whose stream is full can be repeated with a larger one, a decoder that ran out of data
-///   with more data. What a failed encoder wrote behind its position, and what a failed decoder
-///   left in the block, is undefined. Whatever the data, a decoder touches nothing outside the
-///   stream's length and the block.
+/// - **Errors.** A call that fails leaves position, previous DC, marker and what the state goes on
+///   from as they were: an encoder whose stream is full can be repeated with a larger one, a
+///   decoder that ran out of data with more data and the same block. What a failed encoder wrote
+///   behind its position is undefined. A failed decoder leaves what it has decoded whole in front
+///   of the fault, and zeros in the rest of the block, band or row:
+///   rkdiDecodeHuffmanStateGetReached tells where they begin. A single value becomes 0; progressive
+///   DC scans and refinements leave the block as it was. Whatever the data, a decoder touches
+///   nothing outside the stream's length and the block.
 /// - **Objects** may lie at any address, own no memory and hold no pointers: a state is saved and
 ///   restored by copying its bytes. Specifications are read-only while coding and can be shared.
 ///
@@ -97,6 +100,18 @@ RKD_API RkdStatus rkdiDecodeHuffmanStateGetBufSize_JPEG_8u(int* size);
 RKD_API RkdStatus rkdiDecodeHuffmanStateInit_JPEG_8u(RkdiDecodeHuffmanState* state);
 RKD_API RkdStatus rkdiDecodeHuffmanStateInitAlloc_JPEG_8u(RkdiDecodeHuffmanState** state);
 RKD_API RkdStatus rkdiDecodeHuffmanStateFree_JPEG_8u(RkdiDecodeHuffmanState* state);
+/// @}
+
+/// @name How far a decoder came
+/// To be asked behind a call that failed.
+/// @param reached  receives, of a block, the zigzag index of the first coefficient that is not
+/// known:
+///                 0 when the DC is not, never less than `ss` in AC scans; of a row, how many
+///                 differences are known, in the order of the stream; 0 for a single value
+/// @return rkdStsNoErr; rkdStsNullPtrErr; rkdStsContextErr
+/// @{
+RKD_API RkdStatus rkdiDecodeHuffmanStateGetReached_JPEG_8u(int* reached,
+                                                           const RkdiDecodeHuffmanState* state);
 /// @}
 
 /// @name Optimal tables

@@ -274,6 +274,25 @@ HWY_INLINE int differenceOf(Symbol symbol) {
   return symbol.entry.run() == DecodeEntry::ends + 1 ? INT16_MIN : symbol.value;
 }
 
+/// Reads the AC coefficients of a band one by one as long as there are whole ones, up to the fault
+/// that has ended a faster reading; the rest of the band becomes zeros. Returns the place behind
+/// the last one.
+template <class Reader>
+HWY_INLINE unsigned takeWholeOnes(Reader& reader, int16_t* dst, DecodeTable table, unsigned first,
+                                  unsigned last, int al) {
+  for (unsigned k = first; k <= last; ++k) dst[zigzag[k]] = 0;
+  unsigned reached = first;
+  while (reached <= last) {
+    reader.need32();
+    const Symbol symbol = nextSymbol(reader, table);
+    const unsigned k = reached + symbol.entry.run();
+    if (symbol.entry.word == 0 || reader.isOverrun() || k > last) break;
+    dst[zigzag[k]] = int16_t(unsigned(symbol.value) << al);
+    reached = k + 1;
+  }
+  return reached;
+}
+
 /// A reader that goes on where a state has stopped, and the way back on success.
 class StateReader : public BitReader<true> {
  public:

@@ -236,6 +236,19 @@ HWY_INLINE RkdStatus takeBlock(Reader& reader, int16_t* dst, int previousDC, Dec
   }
 }
 
+/// A block that could not be read to its end, once more: what it has in front of the fault. Returns
+/// how many coefficients these are.
+template <class Reader>
+HWY_NOINLINE unsigned takeBeforeFault(Reader reader, int16_t* dst, int previousDC, DecodeTable dc,
+                                      DecodeTable ac) {
+  std::memset(dst, 0, 64 * sizeof *dst);
+  reader.need32();
+  const Symbol difference = nextSymbol(reader, dc);
+  if (difference.entry.word == 0 || !isDctDifference(difference) || reader.isOverrun()) return 0;
+  dst[0] = int16_t(previousDC + difference.value);
+  return takeWholeOnes(reader, dst, ac, 1, 63, 0);
+}
+
 RkdStatus decodeBlock(const uint8_t* stream, int length, int* position, int16_t* dst,
                       int* previousDC, int* marker, const RkdiDecodeHuffmanSpec* dcSpec,
                       const RkdiDecodeHuffmanSpec* acSpec, RkdiDecodeHuffmanState* state) {
@@ -245,12 +258,15 @@ RkdStatus decodeBlock(const uint8_t* stream, int length, int* position, int16_t*
       !isKind(acSpec, Kind::decodeSpec)) {
     return rkdStsContextErr;
   }
+  const DecodeTable dc(dcSpec), ac(acSpec);
   StateReader reader(stream, length, *position, state);
-  if (const RkdStatus status =
-          takeBlock(reader, dst, *previousDC, DecodeTable(dcSpec), DecodeTable(acSpec))) {
+  RkdStatus status = takeBlock(reader, dst, *previousDC, dc, ac);
+  if (HWY_LIKELY(status == rkdStsNoErr)) status = reader.commit(stream, position, marker, state);
+  if (HWY_UNLIKELY(status != rkdStsNoErr)) {
+    const StateReader again(stream, length, *position, state);
+    RKD_STATE_STORE(DecodeState, state, reached, takeBeforeFault(again, dst, *previousDC, dc, ac));
     return status;
   }
-  if (const RkdStatus status = reader.commit(stream, position, marker, state)) return status;
   *previousDC = dst[0];
   return rkdStsNoErr;
 }
@@ -258,14 +274,17 @@ RkdStatus decodeBlock(const uint8_t* stream, int length, int* position, int16_t*
 RkdStatus decodeBlockDirect(const uint8_t* stream, int length, int* position, int16_t* dst,
                             int* previousDC, const RkdiDecodeHuffmanSpec* dcSpec,
                             const RkdiDecodeHuffmanSpec* acSpec) {
+  const DecodeTable dc(dcSpec), ac(acSpec);
   BitReader<false> reader(0, 0, stream + (*position >> 3), stream + length);
   reader.fill();
   reader.skip(unsigned(*position & 7));
-  if (const RkdStatus status =
-          takeBlock(reader, dst, *previousDC, DecodeTable(dcSpec), DecodeTable(acSpec))) {
+  const BitReader<false> again = reader;
+  RkdStatus status = takeBlock(reader, dst, *previousDC, dc, ac);
+  if (HWY_UNLIKELY(status == rkdStsNoErr && reader.isOverrun())) status = rkdStsSrcEndErr;
+  if (HWY_UNLIKELY(status != rkdStsNoErr)) {
+    takeBeforeFault(again, dst, *previousDC, dc, ac);
     return status;
   }
-  if (reader.isOverrun()) return rkdStsSrcEndErr;
   *position = int(8 * (reader.next() - stream)) - reader.count();
   *previousDC = dst[0];
   return rkdStsNoErr;
@@ -273,6 +292,8 @@ RkdStatus decodeBlockDirect(const uint8_t* stream, int length, int* position, in
 
 RkdStatus decodeOne(const uint8_t* stream, int length, int* position, int16_t* dst, int* marker,
                     const RkdiDecodeHuffmanSpec* spec, RkdiDecodeHuffmanState* state) {
+  *dst = 0;
+  RKD_STATE_STORE(DecodeState, state, reached, 0);
   StateReader reader(stream, length, *position, state);
   reader.need32();
   const Symbol symbol = nextSymbol(reader, DecodeTable(spec));

@@ -205,6 +205,7 @@ struct DecodeState {
   uint32_t bitCount;   ///< bits read ahead, 0..63
   uint64_t bits;       ///< those bits at the high end, zeros below
   uint32_t endOfBand;  ///< blocks left in the end-of-band run
+  uint32_t reached;    ///< how far the last call that failed came
 };
 
 /// Members of a state are read and written one by one: a member that was stored alone and is loaded

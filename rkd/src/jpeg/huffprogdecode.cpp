@@ -26,6 +26,7 @@ HWY_INLINE bool isEnd(DecodeEntry entry) { return entry.run() >= DecodeEntry::en
 RkdStatus decodeDCFirst(const uint8_t* stream, int length, int* position, int16_t* dst,
                         int* previousDC, int* marker, int al, const RkdiDecodeHuffmanSpec* spec,
                         RkdiDecodeHuffmanState* state) {
+  RKD_STATE_STORE(DecodeState, state, reached, 0);
   StateReader reader(stream, length, *position, state);
   reader.need32();
   const Symbol difference = nextSymbol(reader, DecodeTable(spec));
@@ -43,6 +44,7 @@ RkdStatus decodeDCFirst(const uint8_t* stream, int length, int* position, int16_
 
 RkdStatus decodeDCRefine(const uint8_t* stream, int length, int* position, int16_t* dst,
                          int* marker, int al, RkdiDecodeHuffmanState* state) {
+  RKD_STATE_STORE(DecodeState, state, reached, 0);
   StateReader reader(stream, length, *position, state);
   reader.need32();
   const unsigned bit = reader.take(1);
@@ -51,6 +53,31 @@ RkdStatus decodeDCRefine(const uint8_t* stream, int length, int* position, int16
   }
   dst[0] = int16_t(dst[0] | int(bit << al));
   return rkdStsNoErr;
+}
+
+/// Reads the coefficients of a block up to the end of its band, or to the start of a run of ends.
+HWY_INLINE RkdStatus takeBand(StateReader& reader, int16_t* dst, Band band, DecodeTable table,
+                              uint32_t* endOfBand) {
+  const unsigned last = unsigned(band.se);
+  for (unsigned k = unsigned(band.ss); k <= last; ++k) {
+    reader.need32();
+    const auto [entry, value] = nextSymbol(reader, table);
+    k += entry.run();
+    if (HWY_UNLIKELY(k > last)) {
+      if (!isEnd(entry)) return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
+      *endOfBand = takeRun(reader, entry) - 1;
+      break;
+    }
+    if (HWY_UNLIKELY(entry.word == 0)) return codeStatus(reader);
+    dst[zigzag[k]] = int16_t(unsigned(value) << band.al);
+  }
+  return rkdStsNoErr;
+}
+
+/// A band that could not be read to its end, once more: what it has in front of the fault.
+HWY_NOINLINE unsigned takeBeforeFault(StateReader reader, int16_t* dst, Band band,
+                                      DecodeTable table) {
+  return takeWholeOnes(reader, dst, table, unsigned(band.ss), unsigned(band.se), band.al);
 }
 
 RkdStatus decodeACFirst(const uint8_t* stream, int length, int* position, int16_t* dst, int* marker,
@@ -64,35 +91,31 @@ RkdStatus decodeACFirst(const uint8_t* stream, int length, int* position, int16_
     return reader.commit(stream, position, marker, state);
   }
   const DecodeTable table(spec);
-  const unsigned last = unsigned(band.se);
-  for (unsigned k = unsigned(band.ss); k <= last; ++k) {
-    reader.need32();
-    const auto [entry, value] = nextSymbol(reader, table);
-    k += entry.run();
-    if (HWY_UNLIKELY(k > last)) {
-      if (!isEnd(entry)) return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
-      endOfBand = takeRun(reader, entry) - 1;
-      break;
-    }
-    if (HWY_UNLIKELY(entry.word == 0)) return codeStatus(reader);
-    dst[zigzag[k]] = int16_t(unsigned(value) << band.al);
+  RkdStatus status = takeBand(reader, dst, band, table, &endOfBand);
+  if (HWY_LIKELY(status == rkdStsNoErr)) status = reader.commit(stream, position, marker, state);
+  if (HWY_LIKELY(status == rkdStsNoErr)) {
+    RKD_STATE_STORE(DecodeState, state, endOfBand, endOfBand);
+  } else {
+    const StateReader again(stream, length, *position, state);
+    RKD_STATE_STORE(DecodeState, state, reached, takeBeforeFault(again, dst, band, table));
   }
-  const RkdStatus status = reader.commit(stream, position, marker, state);
-  if (status == rkdStsNoErr) RKD_STATE_STORE(DecodeState, state, endOfBand, endOfBand);
   return status;
 }
 
-RkdStatus decodeACRefine(const uint8_t* stream, int length, int* position, int16_t* dst,
-                         int* marker, Band band, const RkdiDecodeHuffmanSpec* spec,
-                         RkdiDecodeHuffmanState* state) {
-  StateReader reader(stream, length, *position, state);
-  uint32_t endOfBand = RKD_STATE_LOAD(DecodeState, state, endOfBand);
-  uint64_t rest = mapBand(band.ss, band.se);
-  const uint64_t old = nonZeroMap(dst) & rest;
-  const uint64_t zero = rest & ~old;
-  uint64_t grow = 0;
-  const DecodeTable table(spec);
+/// What a refinement makes of a block: coefficients that were zero and are set at once, and a map
+/// of those that grow when everything has been read.
+struct Refinement {
+  uint64_t old, zero;  ///< coefficients of the band, before
+  uint64_t grow;
+  uint32_t endOfBand;
+};
 
+HWY_INLINE RkdStatus takeRefinement(StateReader& reader, int16_t* dst, Band band, DecodeTable table,
+                                    Refinement* refinement) {
+  uint64_t rest = refinement->old | refinement->zero;
+  const uint64_t old = refinement->old;
+  uint32_t endOfBand = refinement->endOfBand;
+  uint64_t grow = 0;
   while (endOfBand == 0 && rest != 0) {
     reader.need32();
     const auto [entry, sign] = nextSymbol(reader, table);
@@ -102,7 +125,7 @@ RkdStatus decodeACRefine(const uint8_t* stream, int length, int* position, int16
       break;
     }
     const bool isZeroRun = sign == 0;
-    const uint64_t places = zero & rest;
+    const uint64_t places = refinement->zero & rest;
     const int run = int(entry.run());
     if (HWY_UNLIKELY(countBits(places) <= run || unsigned(sign + 1) > 2)) {
       return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
@@ -123,9 +146,33 @@ RkdStatus decodeACRefine(const uint8_t* stream, int length, int* position, int16
       grow |= spreadBits(reader.takeMany(unsigned(countBits(behind))), behind);
     }
   }
-  if (const RkdStatus status = reader.commit(stream, position, marker, state)) return status;
-  RKD_STATE_STORE(DecodeState, state, endOfBand, endOfBand);
-  if (grow != 0) growMagnitudes(dst, grow, band.al);
+  refinement->grow = grow;
+  refinement->endOfBand = endOfBand;
+  return rkdStsNoErr;
+}
+
+/// Sets the coefficients of a map to zero.
+HWY_NOINLINE void clear(int16_t* dst, uint64_t map) {
+  for (; map != 0; map &= mapBehind(mapFirst(map))) dst[zigzag[size_t(mapFirst(map))]] = 0;
+}
+
+RkdStatus decodeACRefine(const uint8_t* stream, int length, int* position, int16_t* dst,
+                         int* marker, Band band, const RkdiDecodeHuffmanSpec* spec,
+                         RkdiDecodeHuffmanState* state) {
+  StateReader reader(stream, length, *position, state);
+  const uint64_t all = mapBand(band.ss, band.se);
+  const uint64_t old = nonZeroMap(dst) & all;
+  Refinement refinement = {old, all & ~old, 0, RKD_STATE_LOAD(DecodeState, state, endOfBand)};
+  RkdStatus status = takeRefinement(reader, dst, band, DecodeTable(spec), &refinement);
+  if (HWY_LIKELY(status == rkdStsNoErr)) status = reader.commit(stream, position, marker, state);
+  if (HWY_UNLIKELY(status != rkdStsNoErr)) {
+    // As before: which coefficients a repeated call refines depends on it.
+    clear(dst, refinement.zero);
+    RKD_STATE_STORE(DecodeState, state, reached, uint32_t(band.ss));
+    return status;
+  }
+  RKD_STATE_STORE(DecodeState, state, endOfBand, refinement.endOfBand);
+  if (refinement.grow != 0) growMagnitudes(dst, refinement.grow, band.al);
   return rkdStsNoErr;
 }
 

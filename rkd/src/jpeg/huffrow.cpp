@@ -27,6 +27,27 @@ RkdStatus encodePlanes(const int16_t* const src[4], uint8_t* stream, int length,
   return writer.commit(stream, position, state);
 }
 
+/// A row that could not be read to its end, once more: what it has in front of the fault, and then
+/// zeros. Returns how many differences the former are.
+HWY_NOINLINE unsigned takeBeforeFault(StateReader reader, int planes, int16_t* const dst[4],
+                                      int width, const RkdiDecodeHuffmanSpec* const spec[4]) {
+  unsigned reached = 0;
+  bool isWhole = true;
+  for (int x = 0; x < width; ++x) {
+    for (int p = 0; p < planes; ++p) {
+      dst[p][x] = 0;
+      if (!isWhole) continue;
+      reader.need32();
+      const Symbol symbol = nextSymbol(reader, DecodeTable(spec[p]));
+      isWhole = symbol.entry.word != 0 && isDifference(symbol) && !reader.isOverrun();
+      if (!isWhole) continue;
+      dst[p][x] = int16_t(differenceOf(symbol));
+      ++reached;
+    }
+  }
+  return reached;
+}
+
 template <int Planes>
 RkdStatus decodePlanes(const uint8_t* stream, int length, int* position, int16_t* const dst[4],
                        int* marker, int width, const RkdiDecodeHuffmanSpec* const spec[4],
@@ -66,16 +87,15 @@ RkdStatus encodeRow(int planes, const int16_t* const src[4], uint8_t* stream, in
 RkdStatus decodeRow(int planes, const uint8_t* stream, int length, int* position,
                     int16_t* const dst[4], int* marker, int width,
                     const RkdiDecodeHuffmanSpec* const spec[4], RkdiDecodeHuffmanState* state) {
-  switch (planes) {
-    case 1:
-      return decodePlanes<1>(stream, length, position, dst, marker, width, spec, state);
-    case 2:
-      return decodePlanes<2>(stream, length, position, dst, marker, width, spec, state);
-    case 3:
-      return decodePlanes<3>(stream, length, position, dst, marker, width, spec, state);
-    default:
-      return decodePlanes<4>(stream, length, position, dst, marker, width, spec, state);
+  constexpr decltype(&decodePlanes<1>) decode[] = {decodePlanes<1>, decodePlanes<2>,
+                                                   decodePlanes<3>, decodePlanes<4>};
+  const RkdStatus status =
+      decode[planes - 1](stream, length, position, dst, marker, width, spec, state);
+  if (HWY_UNLIKELY(status != rkdStsNoErr)) {
+    const StateReader again(stream, length, *position, state);
+    RKD_STATE_STORE(DecodeState, state, reached, takeBeforeFault(again, planes, dst, width, spec));
   }
+  return status;
 }
 
 void countRow(const int16_t* src, int width, int* statistics) {

@@ -349,6 +349,13 @@ RkdStatus rkdiDecodeHuffmanStateInitAlloc_JPEG_8u(RkdiDecodeHuffmanState** state
 RkdStatus rkdiDecodeHuffmanStateFree_JPEG_8u(RkdiDecodeHuffmanState* state) {
   return release(state);
 }
+RkdStatus rkdiDecodeHuffmanStateGetReached_JPEG_8u(int* reached,
+                                                   const RkdiDecodeHuffmanState* state) {
+  if (anyNull(reached, state)) return rkdStsNullPtrErr;
+  if (!isKind(state, Kind::decodeState)) return rkdStsContextErr;
+  *reached = int(RKD_STATE_LOAD(DecodeState, state, reached));
+  return rkdStsNoErr;
+}
 
 RkdStatus rkdiEncodeHuffmanRawTableInit_JPEG_8u(const int* statistics, uint8_t* bits,
                                                 uint8_t* values) {
