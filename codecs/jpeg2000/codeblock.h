@@ -1,0 +1,91 @@
+#pragma once
+/// @file
+/// Adapter of the library's block coder: quantisation on the way between wavelet planes and blocks,
+/// and the bytes and passes of a block.
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "packet.h"
+#include "plane.h"
+#include "rkd/rkdjpeg.h"
+
+namespace j2k {
+
+/// Passes that the codeword segment beginning with this pass can hold.
+int segmentRoom(int pass, int style);
+
+struct StateFree {
+  void operator()(RkdiDecodeCodeBlockState* s) const { rkdiDecodeCodeBlockStateFree_JPEG2K(s); }
+  void operator()(RkdiEncodeCodeBlockState* s) const { rkdiEncodeCodeBlockStateFree_JPEG2K(s); }
+};
+
+/// How the coefficients of one band are coded.
+struct BandCoding {
+  int orientation = 0;
+  int style = 0;
+  int planes = 0;  ///< that the band can have, the region of interest's shift included
+  int roiShift = 0;
+  bool reversible = true;
+  float step = 1;  ///< of irreversible coefficients
+};
+
+/// One for each thread.
+class BlockDecoder {
+ public:
+  BlockDecoder();
+
+  /// Decodes a block and stores what of it lies in the plane.
+  /// @param x,y  of the block's first coefficient in the plane; may be negative
+  /// @return false when the bytes were seen to be damaged
+  bool decode(const BlockState& block, const std::vector<Chunk>& chunks, const BandCoding& coding,
+              const Rect& rect, const PlaneView& plane, int64_t x, int64_t y);
+
+ private:
+  const uint8_t* gather(const BlockState& block, const std::vector<Chunk>& chunks, int passes,
+                        int style, int& length);
+
+  std::unique_ptr<RkdiDecodeCodeBlockState, StateFree> m_state;
+  std::vector<uint8_t> m_bytes;
+  std::vector<int> m_lengths;
+  std::vector<int32_t> m_coefficients;
+};
+
+/// Memory that grows in large pieces and never moves.
+class Arena {
+ public:
+  uint8_t* take(size_t bytes, size_t alignment);
+
+ private:
+  static constexpr size_t pieceSize = size_t(1) << 18;
+  std::vector<std::unique_ptr<uint8_t[]>> m_pieces;
+  size_t m_left = 0;
+  uint8_t* m_next = nullptr;
+};
+
+/// One for each thread.
+class BlockEncoder {
+ public:
+  BlockEncoder();
+
+  /// Quantises a block and counts how many of its magnitudes need n bits, n = 0..31.
+  /// @param roi  part of the block, in its own coordinates, that is shifted above the rest
+  void load(const PlaneView& block, const BandCoding& coding, const Rect& roi);
+  int planes() const { return m_planes; }
+  std::array<uint32_t, 32> histogram() const;
+  /// Sum of squared errors that quantisation makes, in units of the step.
+  double quantisationError(const PlaneView& block, const BandCoding& coding) const;
+  /// Codes what was loaded. @param weight  of a squared error of one step
+  /// @param mostPasses  after which to stop
+  CodedBlock encode(const BandCoding& coding, double weight, int mostPasses, Arena& arena);
+
+ private:
+  std::unique_ptr<RkdiEncodeCodeBlockState, StateFree> m_state;
+  std::vector<int32_t> m_coefficients;
+  RkdiSize m_size{};
+  int m_planes = 0;
+};
+
+}  // namespace j2k

@@ -1,0 +1,166 @@
+// The decoder: headers, the plan of what is wanted, tile after tile.
+#include <algorithm>
+#include <new>
+
+#include "boxes.h"
+#include "codestream.h"
+#include "diag.h"
+#include "listing.h"
+#include "tiledecode.h"
+
+namespace j2k {
+
+struct Decoder::Parts {
+  Parts(Diagnostics& out, bool strict) : report(out, strict) {}
+
+  Reporter report;
+  BoxInfo boxes;
+  Codestream stream;
+  DecodePlan plan;
+};
+
+Decoder::Decoder(const Options& options, Diagnostics& diagnostics)
+    : m_options(options),
+      m_diagnostics(diagnostics),
+      m_parts(std::make_unique<Parts>(diagnostics, options.strict)) {}
+
+Decoder::~Decoder() = default;
+
+const ColourBoxes& Decoder::colours() const { return m_parts->boxes.colours; }
+
+namespace {
+
+void checkBoxes(const BoxInfo& boxes, const ImageShape& shape, Reporter& report) {
+  if (!boxes.hasHeader) return;
+  const int components = int(shape.components.size());
+  if (boxes.components != components || boxes.width != shape.image.width() ||
+      boxes.height != shape.image.height()) {
+    report.warn(Diag::boxContradicts, "ihdr");
+  }
+  if (boxes.depth == 255 && int(boxes.depths.size()) != components) {
+    report.warn(Diag::boxContradicts, "bpcc");
+  }
+}
+
+/// What a header announces must not cost more than what is there.
+void checkWork(const Codestream& stream, size_t bytes) {
+  const int64_t work = int64_t(stream.ofTile.size()) * int64_t(stream.shape.components.size());
+  constexpr int64_t base = 20'000'000;
+  if (work > base + 64 * int64_t(bytes)) {
+    fail(Diag::tooMuchWork, std::to_string(work) + " tile-components");
+  }
+}
+
+}  // namespace
+
+void Decoder::makePlan() {
+  const ImageShape& shape = m_parts->stream.shape;
+  DecodePlan& plan = m_parts->plan;
+  plan.window = shape.image;
+  if (!m_options.crop.empty()) {
+    const Window& w = m_options.crop;
+    const int64_t x = shape.image.x0 + w.x, y = shape.image.y0 + w.y;
+    plan.window = intersection({x, y, x + w.width, y + w.height}, shape.image);
+    if (plan.window.empty()) fail(Diag::badCrop);
+  }
+  plan.reduce = m_options.reduce;
+  if (plan.reduce < 0 || plan.reduce > maxLevels) fail(Diag::reduceTooFar);
+  if (m_options.maxLayers > 0) plan.maxLayers = m_options.maxLayers;
+  plan.threads = std::max(1, m_options.threads);
+  const int count = int(shape.components.size());
+  if (m_options.component >= count) {
+    fail(Diag::noSuchComponent, std::to_string(m_options.component));
+  }
+  for (int c = 0; c < count; ++c) {
+    if (m_options.component < 0 || c == m_options.component) plan.components.push_back(c);
+  }
+}
+
+void Decoder::describe() {
+  const Codestream& stream = m_parts->stream;
+  const DecodePlan& plan = m_parts->plan;
+  const BoxInfo& boxes = m_parts->boxes;
+  const Rect all = shifted(plan.window, plan.reduce);
+  int64_t samples = 0;
+  for (const int index : plan.components) {
+    const ComponentShape& shape = stream.shape.components[size_t(index)];
+    const Rect rect = plan.output(stream.shape, index);
+    if (rect.width() > INT32_MAX || rect.height() > INT32_MAX) {
+      fail(Diag::memoryLimit, "component of " + std::to_string(rect.width()) + " x " +
+                                  std::to_string(rect.height()) + " samples");
+    }
+    m_info.components.push_back({int(rect.width()), int(rect.height()), shape.precision,
+                                 shape.isSigned, shape.dx, shape.dy});
+    // Both are below 2^31; the sum stays below the limit.
+    samples += rect.width() * rect.height() *
+               (shape.precision <= 8    ? 1
+                : shape.precision <= 16 ? 2
+                                        : 4);
+    if (samples > m_options.memoryMiB << 20) {
+      fail(Diag::memoryLimit, "samples of " + std::to_string(samples >> 20) + " MiB");
+    }
+  }
+  m_info.width = int(all.width());
+  m_info.height = int(all.height());
+  m_info.colour = boxes.colour;
+  m_info.enumeratedColour = boxes.enumerated;
+  m_info.profile = boxes.profile;
+}
+
+void Decoder::readHeaders(std::span<const uint8_t> file) {
+  Parts& parts = *m_parts;
+  parts.boxes = readBoxes(file, parts.report);
+  parts.stream = readCodestream(parts.boxes.codestream, parts.report);
+  checkBoxes(parts.boxes, parts.stream.shape, parts.report);
+  checkWork(parts.stream, file.size());
+  if (m_options.listing) listStructure(parts.boxes, parts.stream, m_diagnostics);
+  makePlan();
+  describe();
+}
+
+namespace {
+
+/// Runs one step of the codec; what it throws becomes a message and a status.
+template <typename Step>
+Status guarded(Reporter& report, const Step& step) {
+  try {
+    step();
+    report.finish();
+    return Status::ok;
+  } catch (const Failure& failure) {
+    report.failed(failure);
+  } catch (const std::bad_alloc&) {
+    report.failed({Diag::outOfMemory, {}});
+  }
+  return Status::failed;
+}
+
+}  // namespace
+
+Status Decoder::open(std::span<const uint8_t> file) {
+  return guarded(m_parts->report, [&] { readHeaders(file); });
+}
+
+Status Decoder::decode(std::span<const SampleView> samples) {
+  return guarded(m_parts->report, [&] {
+    const Parts& parts = *m_parts;
+    int64_t output = 0;
+    for (const ComponentInfo& c : m_info.components) {
+      output += int64_t(c.width) * c.height * (c.precision <= 8 ? 1 : c.precision <= 16 ? 2 : 4);
+    }
+    const Budget budget((m_options.memoryMiB << 20) - output);
+    TileDecoder decoder(parts.stream, parts.plan, budget, m_parts->report);
+    const ImageShape& shape = parts.stream.shape;
+    const Rect& window = parts.plan.window;
+    const Rect& first = shape.firstTile;
+    const int64_t x0 = (window.x0 - first.x0) / first.width();
+    const int64_t y0 = (window.y0 - first.y0) / first.height();
+    const int64_t x1 = ceilDiv(window.x1 - first.x0, first.width());
+    const int64_t y1 = ceilDiv(window.y1 - first.y0, first.height());
+    for (int64_t y = y0; y < y1; ++y) {
+      for (int64_t x = x0; x < x1; ++x) decoder.decode(y * shape.tilesWide() + x, samples);
+    }
+  });
+}
+
+}  // namespace j2k

@@ -1,0 +1,493 @@
+// Marker segments read: the main header, the tile-parts' headers, and where tile-parts stand.
+#include <algorithm>
+#include <set>
+
+#include "codestream.h"
+#include "headerreader.h"
+
+namespace j2k {
+namespace {
+
+std::string text(int64_t value) { return std::to_string(value); }
+
+/// Reads marker segments into a Coding. What a component is told by itself goes before what all
+/// are told, and what a tile is told before what the main header says.
+class CodingReader {
+ public:
+  CodingReader(const ImageShape& shape, Coding& coding, Reporter& report, bool inTile)
+      : m_shape(shape), m_coding(coding), m_report(report), m_inTile(inTile) {}
+
+  /// @return false for a marker that tells nothing of coding
+  bool read(const Segment& segment);
+
+  bool sawCod = false, sawQcd = false;
+
+ private:
+  int component(HeaderReader& in) const {
+    const int c = int(m_shape.components.size() > 256 ? in.u16() : in.u8());
+    if (c >= int(m_shape.components.size())) fail(Diag::badComponent, in.name() + " " + text(c));
+    return c;
+  }
+  void readCod(HeaderReader& in);
+  void readCoc(HeaderReader& in);
+  void readQuantization(HeaderReader& in, bool all);
+  void readRgn(HeaderReader& in);
+  void readPoc(HeaderReader& in);
+  static ComponentCoding componentCoding(HeaderReader& in, bool precincts);
+  static Quantization quantization(HeaderReader& in);
+
+  const ImageShape& m_shape;
+  Coding& m_coding;
+  Reporter& m_report;
+  bool m_inTile;
+  bool m_sawPoc = false;
+  std::set<int> m_ownCoding, m_ownQuantization;
+};
+
+ComponentCoding CodingReader::componentCoding(HeaderReader& in, bool precincts) {
+  ComponentCoding coding;
+  Partition& p = coding.partition;
+  p.levels = int(in.u8());
+  if (p.levels > maxLevels) fail(Diag::badCod, "levels " + text(p.levels));
+  p.blockWidth = int(in.u8()) + 2;
+  p.blockHeight = int(in.u8()) + 2;
+  if (p.blockWidth > 10 || p.blockHeight > 10 || p.blockWidth + p.blockHeight > 12) {
+    fail(Diag::badCod, "code blocks of 2^" + text(p.blockWidth) + " x 2^" + text(p.blockHeight));
+  }
+  coding.style = int(in.u8());
+  if (coding.style & 0x40) fail(Diag::highThroughput);
+  if (coding.style & 0x80) fail(Diag::badCod, "code-block style " + text(coding.style));
+  const uint32_t wavelet = in.u8();
+  if (wavelet > 1) fail(Diag::partTwo, "wavelet " + text(wavelet));
+  coding.reversible = wavelet == 1;
+  if (!precincts) return coding;
+  for (int r = 0; r <= p.levels; ++r) {
+    const uint8_t size = uint8_t(in.u8());
+    p.precincts[size_t(r)] = size;
+    if (r > 0 && ((size & 15) == 0 || size >> 4 == 0)) {
+      fail(Diag::badCod, "precincts of one sample in resolution " + text(r));
+    }
+  }
+  return coding;
+}
+
+void CodingReader::readCod(HeaderReader& in) {
+  if (sawCod) m_report.warn(Diag::segmentRepeated, in.name());
+  sawCod = true;
+  const uint32_t style = in.u8();
+  const uint32_t order = in.u8();
+  if (order > 4) fail(Diag::badCod, "progression order " + text(order));
+  m_coding.order = Order(order);
+  m_coding.layers = int(in.u16());
+  if (m_coding.layers == 0) fail(Diag::badCod, "no layers");
+  const uint32_t transform = in.u8();
+  if (transform > 1) fail(Diag::partTwo, "component transform " + text(transform));
+  m_coding.transform = transform == 1;
+  m_coding.sop = (style & 2) != 0;
+  m_coding.eph = (style & 4) != 0;
+  const ComponentCoding coding = componentCoding(in, (style & 1) != 0);
+  for (size_t c = 0; c < m_coding.components.size(); ++c) {
+    if (!m_ownCoding.contains(int(c))) m_coding.components[c] = coding;
+  }
+}
+
+void CodingReader::readCoc(HeaderReader& in) {
+  const int c = component(in);
+  const uint32_t style = in.u8();
+  m_ownCoding.insert(c);
+  m_coding.components[size_t(c)] = componentCoding(in, (style & 1) != 0);
+}
+
+Quantization CodingReader::quantization(HeaderReader& in) {
+  Quantization q;
+  const uint32_t style = in.u8();
+  if ((style & 31) > 2) fail(Diag::badQcd, "style " + text(style & 31));
+  q.style = Quantization::Style(style & 31);
+  q.guardBits = int(style >> 5);
+  q.count = 0;
+  const size_t size = q.style == Quantization::none ? 1 : 2;
+  const size_t limit = q.style == Quantization::derived ? 1 : q.steps.size();
+  while (in.left() >= size && size_t(q.count) < limit) {
+    q.steps[size_t(q.count++)] = uint16_t(size == 1 ? in.u8() >> 3 << 11 : in.u16());
+  }
+  if (q.count == 0) fail(Diag::segmentShort, in.name());
+  return q;
+}
+
+void CodingReader::readQuantization(HeaderReader& in, bool all) {
+  if (all) {
+    if (sawQcd) m_report.warn(Diag::segmentRepeated, in.name());
+    sawQcd = true;
+    const Quantization q = quantization(in);
+    for (size_t c = 0; c < m_coding.quantization.size(); ++c) {
+      if (!m_ownQuantization.contains(int(c))) m_coding.quantization[c] = q;
+    }
+    return;
+  }
+  const int c = component(in);
+  m_ownQuantization.insert(c);
+  m_coding.quantization[size_t(c)] = quantization(in);
+}
+
+void CodingReader::readRgn(HeaderReader& in) {
+  const int c = component(in);
+  const uint32_t style = in.u8(), shift = in.u8();
+  if (style != 0) fail(Diag::partTwo, "region of interest of style " + text(style));
+  m_coding.roiShift[size_t(c)] = uint8_t(shift);
+}
+
+void CodingReader::readPoc(HeaderReader& in) {
+  const bool wide = m_shape.components.size() > 256;
+  // What the tile says replaces what the main header says; its own lists are joined.
+  if (m_inTile && !m_sawPoc) m_coding.changes.clear();
+  m_sawPoc = true;
+  while (in.left() >= (wide ? 9U : 7U)) {
+    Progression p;
+    p.firstResolution = int(in.u8());
+    p.firstComponent = int(wide ? in.u16() : in.u8());
+    p.endLayer = int(in.u16());
+    p.endResolution = int(in.u8());
+    p.endComponent = int(wide ? in.u16() : in.u8());
+    if (p.endComponent == 0) p.endComponent = wide ? 16384 : 256;
+    const uint32_t order = in.u8();
+    if (order > 4) fail(Diag::badPoc, "progression order " + text(order));
+    p.order = Order(order);
+    if (p.endResolution <= p.firstResolution || p.endComponent <= p.firstComponent) {
+      m_report.warn(Diag::emptyProgression);
+      continue;
+    }
+    m_coding.changes.push_back(p);
+  }
+  if (in.left() != 0) m_report.warn(Diag::segmentLong, in.name());
+}
+
+bool CodingReader::read(const Segment& segment) {
+  HeaderReader in(segment.bytes, markerName(segment.marker));
+  switch (segment.marker) {
+    case markerCod:
+      readCod(in);
+      break;
+    case markerCoc:
+      readCoc(in);
+      break;
+    case markerQcd:
+      readQuantization(in, true);
+      break;
+    case markerQcc:
+      readQuantization(in, false);
+      break;
+    case markerRgn:
+      readRgn(in);
+      break;
+    case markerPoc:
+      readPoc(in);
+      return true;
+    default:
+      return false;
+  }
+  if (in.left() != 0) m_report.warn(Diag::segmentLong, in.name());
+  return true;
+}
+
+void checkShape(const ImageShape& shape) {
+  const Rect& image = shape.image;
+  const Rect& tile = shape.firstTile;
+  if (image.empty()) fail(Diag::badSiz, "the picture has no area");
+  if (tile.width() == 0 || tile.height() == 0) fail(Diag::badSiz, "tiles have no area");
+  if (tile.x0 > image.x0 || tile.y0 > image.y0 || tile.x1 <= image.x0 || tile.y1 <= image.y0) {
+    fail(Diag::badSiz, "the first tile lies outside of the picture");
+  }
+  if (shape.tiles() > 65535) fail(Diag::badSiz, text(shape.tiles()) + " tiles");
+}
+
+ImageShape readSiz(HeaderReader in, Reporter& report) {
+  ImageShape shape;
+  shape.profile = int(in.u16());
+  const int64_t x1 = in.u32(), y1 = in.u32(), x0 = in.u32(), y0 = in.u32();
+  const int64_t width = in.u32(), height = in.u32(), tileX = in.u32(), tileY = in.u32();
+  shape.image = {x0, y0, x1, y1};
+  shape.firstTile = {tileX, tileY, tileX + width, tileY + height};
+  const int components = int(in.u16());
+  if (components == 0) fail(Diag::noComponents);
+  if (components > 16384) fail(Diag::badSiz, text(components) + " components");
+  if (in.left() < size_t(components) * 3) {
+    fail(Diag::segmentShort, "SIZ, which announces " + text(components) + " components");
+  }
+  for (int i = 0; i < components; ++i) {
+    ComponentShape c;
+    const uint32_t precision = in.u8();
+    c.precision = int(precision & 127) + 1;
+    c.isSigned = (precision & 128) != 0;
+    c.dx = int(in.u8());
+    c.dy = int(in.u8());
+    if (c.precision > 38) fail(Diag::badSiz, "component of " + text(c.precision) + " bits");
+    if (c.dx == 0 || c.dy == 0) fail(Diag::badSiz, "component with a sampling of 0");
+    shape.components.push_back(c);
+  }
+  if (in.left() != 0) report.warn(Diag::segmentLong, in.name());
+  checkShape(shape);
+  return shape;
+}
+
+void checkCapabilities(const ImageShape& shape) {
+  if (shape.profile & 0x4000) fail(Diag::highThroughput);
+  if (shape.profile & 0x8000) fail(Diag::partTwo, "capabilities " + text(shape.profile));
+}
+
+/// Segments of lists that are numbered and may come in any order.
+using Numbered = std::vector<std::pair<uint32_t, ByteSpan>>;
+
+void addNumbered(Numbered& list, const Segment& segment, Reporter& report) {
+  HeaderReader in(segment.bytes, markerName(segment.marker));
+  const uint32_t index = in.u8();
+  if (!list.empty() && index <= list.back().first) report.warn(Diag::outOfOrder, in.name());
+  list.emplace_back(index, in.rest());
+}
+
+std::vector<uint8_t> joined(Numbered& list) {
+  std::stable_sort(list.begin(), list.end(),
+                   [](const auto& a, const auto& b) { return a.first < b.first; });
+  std::vector<uint8_t> all;
+  for (const auto& [index, bytes] : list) all.insert(all.end(), bytes.begin(), bytes.end());
+  return all;
+}
+
+/// Packet headers of one tile-part after the other, each behind its length.
+void splitPackedHeaders(Codestream& stream, Reporter& report) {
+  ByteSpan all(stream.packedHeaders);
+  while (all.size() >= 4) {
+    const uint32_t length = HeaderReader(all, "PPM").u32();
+    all = all.subspan(4);
+    if (length > all.size()) {
+      report.warn(Diag::packedHeadersShort, "PPM");
+    }
+    const size_t here = std::min<size_t>(length, all.size());
+    stream.packedOfTilePart.push_back(all.first(here));
+    all = all.subspan(here);
+  }
+}
+
+class MainHeaderReader {
+ public:
+  MainHeaderReader(Codestream& stream, Reporter& report) : m_stream(stream), m_report(report) {}
+
+  /// @return where the first tile-part stands
+  size_t read(ByteSpan bytes) {
+    size_t position = 2;
+    const std::vector<Segment> segments = listSegments(bytes, position);
+    if (segments.empty() || segments[0].marker != markerSiz) fail(Diag::noSiz);
+    m_stream.shape = readSiz(HeaderReader(segments[0].bytes, "SIZ"), m_report);
+    checkCapabilities(m_stream.shape);
+    prepare();
+    CodingReader coding(m_stream.shape, m_stream.coding, m_report, false);
+    for (size_t i = 1; i < segments.size(); ++i) {
+      if (!coding.read(segments[i])) other(segments[i]);
+    }
+    position = segments.back().offset + 4 + segments.back().bytes.size();
+    finish(coding, bytes, position);
+    return position;
+  }
+
+ private:
+  void prepare() {
+    const size_t count = m_stream.shape.components.size();
+    m_stream.coding.components.resize(count);
+    m_stream.coding.quantization.resize(count);
+    m_stream.coding.roiShift.resize(count);
+  }
+
+  void other(const Segment& segment) {
+    switch (segment.marker) {
+      case markerPpm:
+        addNumbered(m_packed, segment, m_report);
+        break;
+      case markerTlm:
+        m_stream.lengthsTold = true;
+        break;
+      case markerCom:
+        if (segment.bytes.size() < 2) {
+          m_report.warn(Diag::commentShort);
+        } else {
+          m_stream.comments.push_back({segment.bytes[1] == 1, segment.bytes.subspan(2)});
+        }
+        break;
+      case markerCap:
+        fail(Diag::highThroughput);
+      case markerSiz:
+        m_report.warn(Diag::segmentRepeated, "SIZ");
+        break;
+      case markerCrg:
+        if (segment.bytes.size() != m_stream.shape.components.size() * 4) {
+          m_report.warn(segment.bytes.size() < m_stream.shape.components.size() * 4
+                            ? Diag::segmentIgnored
+                            : Diag::segmentLong,
+                        "CRG");
+        }
+        break;
+      case markerPlm:
+        break;
+      default:
+        m_report.warn(Diag::unknownMarker, markerName(segment.marker));
+    }
+  }
+
+  void finish(const CodingReader& coding, ByteSpan bytes, size_t position) {
+    const bool complete = position + 2 <= bytes.size() && bytes[position] == 0xFF &&
+                          (bytes[position + 1] == 0x90 || bytes[position + 1] == 0xD9);
+    if (!complete && position + 2 <= bytes.size()) {
+      fail(Diag::badSegment, "at byte " + text(int64_t(position)));
+    }
+    if (!coding.sawCod) fail(Diag::noCod);
+    if (!coding.sawQcd) fail(Diag::noQcd);
+    m_stream.packedHeaders = joined(m_packed);
+    splitPackedHeaders(m_stream, m_report);
+  }
+
+  Codestream& m_stream;
+  Reporter& m_report;
+  Numbered m_packed;
+};
+
+/// Follows SOT to SOT; lengths that cannot be true end the list with what is left.
+class TilePartFinder {
+ public:
+  TilePartFinder(Codestream& stream, ByteSpan bytes, Reporter& report)
+      : m_stream(stream), m_bytes(bytes), m_report(report) {}
+
+  void find(size_t position) {
+    while (position + 12 <= m_bytes.size() && marker(position) == markerSot) {
+      position = tilePart(position);
+    }
+    if (position + 2 <= m_bytes.size() && marker(position) == markerEoc) return;
+    m_report.warn(position + 2 <= m_bytes.size() && marker(position) != markerSot
+                      ? Diag::garbageBetweenTileParts
+                      : Diag::noEoc,
+                  "at byte " + text(int64_t(position)));
+  }
+
+ private:
+  int marker(size_t at) const { return m_bytes[at] << 8 | m_bytes[at + 1]; }
+
+  size_t tilePart(size_t sot) {
+    HeaderReader in(m_bytes.subspan(sot + 2, 10), "SOT");
+    if (in.u16() != 10) fail(Diag::badSot, "length of SOT at byte " + text(int64_t(sot)));
+    TilePart part;
+    part.offset = sot;
+    part.tile = in.u16();
+    const uint32_t length = in.u32();
+    part.index = int(in.u8());
+    part.count = int(in.u8());
+    const size_t end = endOf(sot, length);
+    const std::vector<Segment> segments = listSegments(m_bytes.first(end), sot + 12);
+    const size_t sod =
+        segments.empty() ? sot + 12 : segments.back().offset + 4 + segments.back().bytes.size();
+    if (sod + 2 > end || marker(sod) != markerSod) {
+      m_report.warn(Diag::badTilePartHeader, "tile " + text(part.tile));
+      return end;
+    }
+    part.header = m_bytes.subspan(sot + 12, sod - sot - 12);
+    part.body = m_bytes.subspan(sod + 2, end - sod - 2);
+    add(part);
+    return end;
+  }
+
+  size_t endOf(size_t sot, uint32_t length) {
+    size_t end = m_bytes.size();
+    if (length == 0) {
+      // The last tile-part reaches to EOC, which is the last thing unless somebody padded it.
+      while (end > sot + 14 && m_bytes[end - 1] == 0) --end;
+      if (end > sot + 14 && marker(end - 2) == markerEoc) return end - 2;
+      return m_bytes.size();
+    }
+    if (length < 14) {
+      m_report.warn(Diag::badTilePartLength, text(length));
+      return end;
+    }
+    if (length > end - sot) {
+      m_report.warn(Diag::truncated, text(int64_t(sot + length - end)) + " bytes are missing");
+      return end;
+    }
+    return sot + length;
+  }
+
+  void add(const TilePart& part) {
+    if (part.tile >= m_stream.shape.tiles()) {
+      m_report.warn(Diag::badTileIndex, text(part.tile));
+      return;
+    }
+    std::vector<size_t>& parts = m_stream.ofTile[part.tile];
+    if (size_t(part.index) != parts.size()) {
+      m_report.warn(Diag::badTilePartIndex,
+                    "tile " + text(part.tile) + ", part " + text(part.index));
+    }
+    if (part.count != 0 && part.index >= part.count) {
+      m_report.warn(Diag::badTilePartCount, "tile " + text(part.tile));
+    }
+    parts.push_back(m_stream.tileParts.size());
+    m_stream.tileParts.push_back(part);
+  }
+
+  Codestream& m_stream;
+  ByteSpan m_bytes;
+  Reporter& m_report;
+};
+
+/// Lengths of seven bits a byte, the last byte of each below 128.
+void readPacketLengths(ByteSpan bytes, std::vector<uint32_t>& lengths) {
+  uint32_t value = 0;
+  for (const uint8_t byte : bytes) {
+    value = value << 7 | (byte & 127);
+    if (byte & 128) continue;
+    lengths.push_back(value);
+    value = 0;
+  }
+}
+
+}  // namespace
+
+Codestream readCodestream(ByteSpan bytes, Reporter& report) {
+  if (bytes.size() < 2 || bytes[0] != 0xFF || bytes[1] != 0x4F) fail(Diag::noSoc);
+  Codestream stream;
+  const size_t position = MainHeaderReader(stream, report).read(bytes);
+  TilePartFinder(stream, bytes, report).find(position);
+  return stream;
+}
+
+TileHeader readTileHeader(const Codestream& stream, int64_t tile, Reporter& report) {
+  TileHeader header;
+  header.coding = stream.coding;
+  CodingReader coding(stream.shape, header.coding, report, true);
+  Numbered packed;
+  bool allLengths = true;
+  for (const size_t index : stream.ofTile.at(tile)) {
+    const TilePart& part = stream.tileParts[index];
+    Numbered lengths;
+    for (const Segment& segment : listSegments(part.header, 0)) {
+      if (coding.read(segment)) continue;
+      switch (segment.marker) {
+        case markerPpt:
+          addNumbered(packed, segment, report);
+          break;
+        case markerPlt:
+          addNumbered(lengths, segment, report);
+          break;
+        case markerCom:
+          break;
+        default:
+          report.warn(Diag::unknownMarker, markerName(segment.marker));
+      }
+    }
+    allLengths = allLengths && !lengths.empty();
+    readPacketLengths(joined(lengths), header.packetLengths);
+    if (index < stream.packedOfTilePart.size()) {
+      const ByteSpan own = stream.packedOfTilePart[index];
+      header.packedHeaders.insert(header.packedHeaders.end(), own.begin(), own.end());
+    }
+  }
+  if (!packed.empty()) header.packedHeaders = joined(packed);
+  header.packed = !packed.empty() || !stream.packedHeaders.empty();
+  if (!allLengths) header.packetLengths.clear();
+  return header;
+}
+
+}  // namespace j2k

@@ -1,0 +1,275 @@
+#include "rate.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "geometry.h"
+
+namespace j2k {
+namespace {
+
+/// One level of synthesis of a line: highs from `high`, lows from `low`, either may be empty.
+std::vector<double> synthesised(const std::vector<double>& line, bool isHigh, bool reversible) {
+  // Zero-stuffed and convolved with the synthesis filter of the branch.
+  static const std::vector<double> low53 = {0.5, 1, 0.5};
+  static const std::vector<double> high53 = {-0.125, -0.25, 0.75, -0.25, -0.125};
+  // With a gain of 1 at zero frequency and of 1/2 times 2 at the highest, as the lifting has it.
+  static const std::vector<double> low97 = {
+      -0.091271763114250, -0.057543526228500, 0.591271763114250, 1.115087052457000,
+      0.591271763114250,  -0.057543526228500, -0.091271763114250};
+  static const std::vector<double> high97 = {
+      0.026748757410810,  0.016864118442875, -0.078223266528990,
+      -0.266864118442875, 0.602949018236360, -0.266864118442875,
+      -0.078223266528990, 0.016864118442875, 0.026748757410810};
+  const std::vector<double>& filter =
+      reversible ? (isHigh ? high53 : low53) : (isHigh ? high97 : low97);
+  std::vector<double> out(line.size() * 2 + filter.size());
+  for (size_t i = 0; i < line.size(); ++i) {
+    for (size_t k = 0; k < filter.size(); ++k) out[2 * i + k] += line[i] * filter[k];
+  }
+  return out;
+}
+
+/// Length of the vector that a unit in the low or high part of a level becomes.
+double lineNorm(bool reversible, int level, bool isHigh) {
+  if (level == 0) return 1;
+  std::vector<double> line = synthesised({1.0}, isHigh, reversible);
+  for (int i = 1; i < level; ++i) line = synthesised(line, false, reversible);
+  double sum = 0;
+  for (const double v : line) sum += v * v;
+  return std::sqrt(sum);
+}
+
+}  // namespace
+
+double bandNorm(bool reversible, int level, int orientation) {
+  constexpr int known = 10;
+  static const auto table = [] {
+    std::array<std::array<std::array<double, 2>, known + 1>, 2> norms{};
+    for (int r = 0; r < 2; ++r) {
+      for (int l = 0; l <= known; ++l) {
+        for (int h = 0; h < 2; ++h)
+          norms[size_t(r)][size_t(l)][size_t(h)] = lineNorm(r == 1, l, h == 1);
+      }
+    }
+    return norms;
+  }();
+  const auto& own = table[reversible ? 1 : 0][size_t(std::min(level, known))];
+  // From there on every level doubles both directions' energy.
+  const double beyond = level > known ? std::ldexp(1.0, level - known) : 1;
+  return own[size_t(orientation & 1)] * own[size_t(orientation >> 1)] * beyond;
+}
+
+double colourNorm(bool reversible, int component) {
+  static constexpr double norms[2][3] = {{1.7321, 1.8051, 1.5734}, {1.7321, 0.8292, 0.8292}};
+  return component < 3 ? norms[reversible ? 1 : 0][component] : 1;
+}
+
+TilePackets::Size TilePackets::layOut(int layer, Lanes& state,
+                                      std::vector<uint8_t>& scratch) const {
+  Size size;
+  for (auto& component : state) {
+    for (Lane& lane : component) {
+      for (PrecinctOutput& precinct : lane.precincts) {
+        scratch.clear();
+        const size_t body = writePacketHeader(scratch, precinct, layer, lane.style, blocks.data(),
+                                              cuts[size_t(layer)].data());
+        size.headers += int64_t(scratch.size());
+        size.bodies += int64_t(body);
+        ++size.packets;
+        for (size_t n = scratch.size() + body + 8; n > 0; n >>= 7) ++size.lengthBytes;
+      }
+    }
+  }
+  return size;
+}
+
+RateControl::RateControl(std::span<TilePackets> tiles, const LayerCosts& costs)
+    : m_tiles(tiles), m_costs(costs) {
+  for (const TilePackets& tile : tiles) {
+    m_states.push_back(tile.lanes);
+    for (const CodedBlock& block : tile.blocks) {
+      PassRecord last;
+      for (int i = 0; i < block.count; ++i) {
+        const PassRecord& pass = block.passes[i];
+        if (pass.slope <= 0) continue;
+        m_steps.push_back({pass.slope, float(pass.length - last.length),
+                           float(pass.distortion - last.distortion)});
+        last = pass;
+      }
+      if (block.count > 0) m_total += block.passes[block.count - 1].distortion;
+    }
+  }
+}
+
+double RateControl::bodyBytes(double threshold) const {
+  double sum = 0;
+  const float limit = float(threshold);
+  for (const Step& step : m_steps) sum += step.slope >= limit ? step.bytes : 0;
+  return sum;
+}
+
+double RateControl::gain(double threshold) const {
+  double sum = 0;
+  const float limit = float(threshold);
+  for (const Step& step : m_steps) sum += step.slope >= limit ? step.gain : 0;
+  return sum;
+}
+
+namespace {
+
+/// Bisects thresholds by their logarithm; @return the lowest for which `holds`, which must be so
+/// for all above it.
+template <typename Holds>
+double lowestThreshold(const Holds& holds) {
+  double low = -40, high = 101;  // powers of two
+  for (int i = 0; i < 32; ++i) {
+    const double middle = (low + high) / 2;
+    (holds(std::exp2(middle)) ? high : low) = middle;
+  }
+  return std::exp2(high);
+}
+
+}  // namespace
+
+double RateControl::thresholdForBytes(double limit) const {
+  return lowestThreshold([&](double t) { return bodyBytes(t) <= limit; });
+}
+
+double RateControl::thresholdForGain(double wanted) const {
+  // The highest that reaches it is the lowest that does not, a step down.
+  return lowestThreshold([&](double t) { return gain(t) < wanted; }) * (1 - 1e-6);
+}
+
+void RateControl::cut(int layer, double threshold) {
+  const float limit = float(threshold);
+  for (TilePackets& tile : m_tiles) {
+    tile.cuts.resize(size_t(layer) + 1);
+    std::vector<uint8_t>& cuts = tile.cuts[size_t(layer)];
+    if (layer > 0) {
+      cuts = tile.cuts[size_t(layer) - 1];
+    } else {
+      cuts.assign(tile.blocks.size(), 0);
+    }
+    for (size_t b = 0; b < cuts.size(); ++b) {
+      const CodedBlock& block = tile.blocks[b];
+      if (threshold <= 0) {
+        cuts[b] = block.count;
+        continue;
+      }
+      for (int i = cuts[b]; i < block.count; ++i) {
+        const float slope = block.passes[i].slope;
+        if (slope <= 0) continue;
+        if (slope < limit) break;
+        cuts[b] = uint8_t(i + 1);
+      }
+    }
+  }
+}
+
+int64_t RateControl::sizeOf(int layer, size_t tile, TilePackets::Lanes& state) {
+  const TilePackets::Size size = m_tiles[tile].layOut(layer, state, m_scratch);
+  return size.headers + size.bodies + size.packets * m_costs.perPacket +
+         (m_costs.lengths ? size.lengthBytes : 0);
+}
+
+/// Bytes of the file up to this layer, with the cuts as they are.
+int64_t RateControl::size(int layer) {
+  int64_t sum = m_costs.fixed + m_before;
+  for (size_t t = 0; t < m_tiles.size(); ++t) {
+    m_trial = m_states[t];
+    sum += sizeOf(layer, t, m_trial);
+  }
+  return sum;
+}
+
+int64_t RateControl::sizeWith(int layer, double threshold) {
+  cut(layer, threshold);
+  return size(layer);
+}
+
+void RateControl::keep(int layer) {
+  for (size_t t = 0; t < m_tiles.size(); ++t) m_before += sizeOf(layer, t, m_states[t]);
+}
+
+bool RateControl::choose(int layer, const LayerGoal& goal) {
+  if (goal.kind == LayerGoal::everything) {
+    m_threshold = 0;
+    cut(layer, 0);
+    keep(layer);
+    return true;
+  }
+  if (goal.kind == LayerGoal::distortion) {
+    m_threshold = goal.value >= m_total ? 1e30 : thresholdForGain(m_total - goal.value);
+    cut(layer, m_threshold);
+    keep(layer);
+    return true;
+  }
+  const double limit = std::floor(goal.value);
+  constexpr double none = 1e38;
+  double headers = double(sizeWith(layer, none));
+  if (headers > limit) {
+    cut(layer, none);
+    keep(layer);
+    m_threshold = none;
+    return false;
+  }
+  // Headers depend on what is cut: bodies are chosen for the room that the last try left to them.
+  double fits = none, tooLow = 0;
+  for (int turn = 0; turn < 12; ++turn) {
+    double threshold =
+        thresholdForBytes(limit - headers + (layer > 0 ? bodyBytes(m_threshold) : 0));
+    if (threshold >= fits || threshold <= tooLow) {
+      if (tooLow <= 0 || fits >= none) break;
+      threshold = std::sqrt(fits * tooLow);
+    }
+    const double size = double(sizeWith(layer, threshold));
+    headers = size - bodyBytes(threshold) + (layer > 0 ? bodyBytes(m_threshold) : 0);
+    (size <= limit ? fits : tooLow) = threshold;
+    if (size <= limit && size > limit * 0.998) break;
+  }
+  cut(layer, fits);
+  fill(layer, int64_t(limit));
+  m_threshold = fits;
+  keep(layer);
+  return true;
+}
+
+/// Small pictures have steps so large that a threshold leaves room: takes single blocks further,
+/// the steepest first, as far as they fit.
+void RateControl::fill(int layer, int64_t limit) {
+  size_t blocks = 0;
+  for (const TilePackets& tile : m_tiles) blocks += tile.blocks.size();
+  constexpr size_t small = 400;
+  if (blocks > small) return;
+  struct Candidate {
+    float slope;
+    size_t tile, block;
+    uint8_t cut;
+  };
+  std::vector<Candidate> candidates;
+  for (size_t t = 0; t < m_tiles.size(); ++t) {
+    const TilePackets& tile = m_tiles[t];
+    for (size_t b = 0; b < tile.blocks.size(); ++b) {
+      const CodedBlock& block = tile.blocks[b];
+      for (int i = tile.cuts[size_t(layer)][b]; i < block.count; ++i) {
+        candidates.push_back({block.passes[i].slope, t, b, uint8_t(i + 1)});
+      }
+    }
+  }
+  std::stable_sort(candidates.begin(), candidates.end(),
+                   [](const Candidate& a, const Candidate& b) { return a.slope > b.slope; });
+  int tries = 0;
+  for (const Candidate& c : candidates) {
+    uint8_t& now = m_tiles[c.tile].cuts[size_t(layer)][c.block];
+    if (c.cut <= now) continue;
+    const uint8_t before = now;
+    now = c.cut;
+    if (size(layer) > limit) now = before;
+    constexpr int mostTries = 200;
+    if (++tries > mostTries) break;
+  }
+}
+
+}  // namespace j2k

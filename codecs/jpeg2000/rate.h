@@ -1,0 +1,91 @@
+#pragma once
+/// @file
+/// Rate control: what every layer takes of every block, chosen by the slope of distortion against
+/// bytes after coding.
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "packet.h"
+
+namespace j2k {
+
+/// Length of the vectors that a wavelet builds a picture of: the weight of an error in a band of
+/// this level and orientation, as the square root of its share of squared errors.
+double bandNorm(bool reversible, int level, int orientation);
+/// The same of a component that was transformed with two others.
+double colourNorm(bool reversible, int component);
+
+/// A tile whose blocks are coded and whose packets are being laid out.
+struct TilePackets {
+  struct Lane {
+    int style = 0;
+    std::vector<PrecinctOutput> precincts;
+  };
+  using Lanes = std::vector<std::vector<Lane>>;  ///< component, resolution
+  Lanes lanes;
+  std::vector<CodedBlock> blocks;
+  std::vector<std::vector<uint8_t>> cuts;  ///< layer, block: passes up to and with this layer
+
+  /// Bytes that a layer takes.
+  struct Size {
+    int64_t headers = 0, bodies = 0, packets = 0;
+    int64_t lengthBytes = 0;  ///< of the packets' lengths as PLT tells them
+  };
+  /// @param state  precincts as earlier layers left them; moved on
+  Size layOut(int layer, Lanes& state, std::vector<uint8_t>& scratch) const;
+};
+
+/// What a layer must keep to.
+struct LayerGoal {
+  enum Kind { everything, bytes, distortion };
+  Kind kind = everything;
+  double value = 0;  ///< bytes of the whole file to here, or the sum of squared errors left
+};
+
+struct LayerCosts {
+  int64_t fixed = 0;      ///< bytes of the file that are no packets
+  int64_t perPacket = 0;  ///< SOP and EPH
+  bool lengths = false;   ///< PLT
+};
+
+/// Chooses cuts[layer] of all tiles for one layer after the other.
+class RateControl {
+ public:
+  RateControl(std::span<TilePackets> tiles, const LayerCosts& costs);
+
+  /// @return false when not even nothing fits
+  bool choose(int layer, const LayerGoal& goal);
+  /// Slope below which the layer that was chosen last takes nothing.
+  double threshold() const { return m_threshold; }
+
+ private:
+  struct Step {
+    float slope;
+    float bytes;
+    float gain;
+  };
+  double bodyBytes(double threshold) const;
+  double gain(double threshold) const;
+  double thresholdForBytes(double limit) const;
+  double thresholdForGain(double wanted) const;
+  void cut(int layer, double threshold);
+  int64_t sizeWith(int layer, double threshold);
+  int64_t sizeOf(int layer, size_t tile, TilePackets::Lanes& state);
+  int64_t size(int layer);
+  void fill(int layer, int64_t limit);
+  void keep(int layer);
+
+  std::span<TilePackets> m_tiles;
+  std::vector<TilePackets::Lanes> m_states;  ///< of tiles, behind the layers that are chosen
+  TilePackets::Lanes m_trial;
+  LayerCosts m_costs;
+  std::vector<Step> m_steps;
+  int64_t m_before = 0;  ///< bytes of earlier layers
+  double m_threshold = 0;
+  double m_total = 0;  ///< distortion that all passes take away
+  std::vector<uint8_t> m_scratch;
+};
+
+}  // namespace j2k

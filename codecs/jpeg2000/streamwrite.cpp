@@ -1,0 +1,232 @@
+#include "streamwrite.h"
+
+#include <algorithm>
+
+#include "progression.h"
+
+namespace j2k {
+namespace {
+
+constexpr const char* commentText = "Created by jpeg2kcodec 1.0.0";
+
+/// A stretch of packets that stand in one tile-part.
+struct Part {
+  int64_t tile = 0;
+  int index = 0;
+  std::vector<uint8_t> bytes;    ///< packets, or their bodies where headers are packed
+  std::vector<uint8_t> headers;  ///< packed
+  std::vector<uint32_t> packetLengths;
+};
+
+class TileWriter {
+ public:
+  TileWriter(const Options& options, const EncodePlan& plan, int64_t tile, TilePackets& packets,
+             const TileEncoder& encoder)
+      : m_options(options), m_plan(plan), m_tile(tile), m_packets(packets), m_encoder(encoder) {}
+
+  std::vector<Part> parts();
+
+ private:
+  bool beginsPart(const PacketIndex& previous, const PacketIndex& next) const;
+  void packet(const PacketIndex& index, Part& part);
+  static void appendBodies(const PrecinctOutput& precinct, const TilePackets& packets, int layer,
+                           std::vector<uint8_t>& out);
+
+  const Options& m_options;
+  const EncodePlan& m_plan;
+  int64_t m_tile;
+  TilePackets& m_packets;
+  const TileEncoder& m_encoder;
+  int m_number = 0;
+  std::vector<uint8_t> m_header;
+};
+
+bool TileWriter::beginsPart(const PacketIndex& previous, const PacketIndex& next) const {
+  switch (m_options.tileParts) {
+    case 'R':
+      return previous.resolution != next.resolution;
+    case 'L':
+      return previous.layer != next.layer;
+    case 'C':
+      return previous.component != next.component;
+    default:
+      return false;
+  }
+}
+
+void TileWriter::appendBodies(const PrecinctOutput& precinct, const TilePackets& packets, int layer,
+                              std::vector<uint8_t>& out) {
+  const std::vector<uint8_t>& cuts = packets.cuts[size_t(layer)];
+  for (int b = 0; b < precinct.bandCount; ++b) {
+    const PrecinctOutput::PerBand& band = precinct.bands[size_t(b)];
+    for (size_t i = band.firstBlock; i < band.firstBlock + band.blocks.size(); ++i) {
+      const int before = layer > 0 ? packets.cuts[size_t(layer) - 1][i] : 0;
+      const CodedBlock& block = packets.blocks[i];
+      if (cuts[i] <= before) continue;
+      const uint32_t from = before > 0 ? block.passes[before - 1].length : 0;
+      out.insert(out.end(), block.bytes + from, block.bytes + block.passes[cuts[i] - 1].length);
+    }
+  }
+}
+
+void TileWriter::packet(const PacketIndex& index, Part& part) {
+  TilePackets::Lane& lane = m_packets.lanes[size_t(index.component)][size_t(index.resolution)];
+  PrecinctOutput& precinct = lane.precincts[size_t(index.precinct)];
+  const size_t before = part.bytes.size() + part.headers.size();
+  if (m_options.sop) {
+    put16(part.bytes, markerSop);
+    put16(part.bytes, 4);
+    put16(part.bytes, uint32_t(m_number & 0xFFFF));
+  }
+  ++m_number;
+  m_header.clear();
+  writePacketHeader(m_header, precinct, index.layer, lane.style, m_packets.blocks.data(),
+                    m_packets.cuts[size_t(index.layer)].data());
+  if (m_options.eph) put16(m_header, markerEph);
+  std::vector<uint8_t>& headers = m_options.packedHeaders ? part.headers : part.bytes;
+  headers.insert(headers.end(), m_header.begin(), m_header.end());
+  appendBodies(precinct, m_packets, index.layer, part.bytes);
+  part.packetLengths.push_back(uint32_t(part.bytes.size() + part.headers.size() - before));
+}
+
+std::vector<Part> TileWriter::parts() {
+  std::vector<Part> list(1);
+  list[0].tile = m_tile;
+  PacketOrder order(m_encoder.rect(), m_plan.shape, m_encoder.geometry(), m_plan.coding);
+  std::optional<PacketIndex> previous;
+  constexpr size_t mostParts = 255;
+  while (const auto index = order.next()) {
+    if (previous && beginsPart(*previous, *index) && list.size() < mostParts) {
+      const int number = int(list.size());
+      list.emplace_back();
+      list.back().tile = m_tile;
+      list.back().index = number;
+    }
+    packet(*index, list.back());
+    previous = index;
+  }
+  return list;
+}
+
+constexpr size_t segmentRoomBytes = 65000;
+
+/// Bytes that may be too many for one segment, in numbered ones.
+void writeNumbered(std::vector<uint8_t>& out, int marker, const std::vector<uint8_t>& bytes) {
+  int number = 0;
+  for (size_t at = 0; at < bytes.size() && number < 256; at += segmentRoomBytes, ++number) {
+    const size_t count = std::min(segmentRoomBytes, bytes.size() - at);
+    put16(out, uint32_t(marker));
+    put16(out, uint32_t(count + 3));
+    out.push_back(uint8_t(number));
+    out.insert(out.end(), bytes.begin() + int64_t(at), bytes.begin() + int64_t(at + count));
+  }
+}
+
+std::vector<uint8_t> packedLengths(const std::vector<uint32_t>& lengths) {
+  std::vector<uint8_t> bytes;
+  for (const uint32_t length : lengths) {
+    for (int shift = 28; shift > 0; shift -= 7) {
+      if (length >> shift) bytes.push_back(uint8_t(0x80 | (length >> shift & 127)));
+    }
+    bytes.push_back(uint8_t(length & 127));
+  }
+  return bytes;
+}
+
+void writePart(const Options& options, const Part& part, int count, std::vector<uint8_t>& out) {
+  const size_t sot = writeTilePart(out, part.tile, part.index, count);
+  if (options.plt) writeNumbered(out, markerPlt, packedLengths(part.packetLengths));
+  if (options.packedHeaders == 'T') writeNumbered(out, markerPpt, part.headers);
+  put16(out, markerSod);
+  out.insert(out.end(), part.bytes.begin(), part.bytes.end());
+  finishTilePart(out, sot);
+}
+
+constexpr size_t tlmEntry = 6;  // tile of two bytes, length of four
+constexpr size_t tlmEntries = 10000;
+
+/// Room for the lengths of all tile-parts; they are known when these are written.
+size_t writeTlm(std::vector<uint8_t>& out, size_t parts) {
+  const size_t start = out.size();
+  int number = 0;
+  while (parts > 0) {
+    const size_t here = std::min(parts, tlmEntries);
+    put16(out, markerTlm);
+    put16(out, uint32_t(4 + here * tlmEntry));
+    out.push_back(uint8_t(number++));
+    out.push_back(0x60);
+    out.resize(out.size() + here * tlmEntry);
+    parts -= here;
+  }
+  return start;
+}
+
+void fillTlm(std::vector<uint8_t>& out, size_t start, size_t index, int64_t tile, size_t length) {
+  uint8_t* const entry = &out[start + (index / tlmEntries + 1) * 6 + index * tlmEntry];
+  entry[0] = uint8_t(tile >> 8);
+  entry[1] = uint8_t(tile);
+  for (int i = 0; i < 4; ++i) entry[2 + i] = uint8_t(length >> (24 - 8 * i));
+}
+
+}  // namespace
+
+LayerCosts fixedCosts(const Options& options, const EncodePlan& plan,
+                      const std::vector<std::unique_ptr<TileEncoder>>& encoders) {
+  LayerCosts costs;
+  std::vector<uint8_t> header;
+  writeMainHeader(header, plan.shape, plan.coding, commentText);
+  costs.perPacket = (options.sop ? 6 : 0) + (options.eph ? 2 : 0);
+  costs.lengths = options.plt;
+  costs.fixed = int64_t(header.size()) + 2;
+  // At most so many tile-parts; PLT, PPT and PPM have a head each, once more for every 65000 bytes.
+  int parts = 1;
+  const int levels = plan.coding.components[0].partition.levels;
+  if (options.tileParts == 'R')
+    parts = (levels + 1) *
+            (options.progress == Progress::rlcp || options.progress == Progress::rpcl ? 1 : 42);
+  if (options.tileParts == 'L') parts = plan.coding.layers;
+  if (options.tileParts == 'C') parts = int(plan.shape.components.size());
+  parts = std::min(parts, 255);
+  const int heads = (options.plt ? 5 : 0) + (options.packedHeaders ? 9 : 0);
+  costs.fixed += int64_t(encoders.size()) * parts * (14 + heads + (options.tlm ? 6 : 0)) +
+                 (options.tlm ? 6 : 0);
+  return costs;
+}
+
+void writeCodestream(const Options& options, const EncodePlan& plan,
+                     std::vector<TilePackets>& tiles,
+                     const std::vector<std::unique_ptr<TileEncoder>>& encoders,
+                     std::vector<uint8_t>& out) {
+  writeMainHeader(out, plan.shape, plan.coding, commentText);
+  std::vector<std::vector<Part>> parts;
+  size_t count = 0;
+  for (size_t t = 0; t < tiles.size(); ++t) {
+    parts.push_back(TileWriter(options, plan, int64_t(t), tiles[t], *encoders[t]).parts());
+    count += parts.back().size();
+  }
+  size_t tlm = 0;
+  if (options.tlm) tlm = writeTlm(out, count);
+  if (options.packedHeaders == 'M') {
+    std::vector<uint8_t> packed;
+    for (const auto& ofTile : parts) {
+      for (const Part& part : ofTile) {
+        put32(packed, uint32_t(part.headers.size()));
+        packed.insert(packed.end(), part.headers.begin(), part.headers.end());
+      }
+    }
+    writeNumbered(out, markerPpm, packed);
+  }
+  size_t index = 0;
+  for (auto& ofTile : parts) {
+    for (Part& part : ofTile) {
+      const size_t start = out.size();
+      writePart(options, part, int(ofTile.size()), out);
+      if (options.tlm) fillTlm(out, tlm, index, part.tile, out.size() - start);
+      ++index;
+      part = {};
+    }
+  }
+  put16(out, markerEoc);
+}
+
+}  // namespace j2k

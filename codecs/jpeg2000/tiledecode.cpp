@@ -1,0 +1,295 @@
+#include "tiledecode.h"
+
+#include <algorithm>
+#include <atomic>
+
+#include "packetwalk.h"
+#include "parallel.h"
+
+namespace j2k {
+
+TileDecoder::TileDecoder(const Codestream& stream, const DecodePlan& plan, Budget budget,
+                         Reporter& report)
+    : m_stream(stream),
+      m_plan(plan),
+      m_budget(budget),
+      m_report(report),
+      m_work(size_t(plan.threads)) {
+  for (int t = 0; t < plan.threads; ++t) m_decoders.push_back(std::make_unique<BlockDecoder>());
+}
+
+void TileDecoder::reset() {
+  m_geometry.clear();
+  m_components.clear();
+  m_chunks.clear();
+  m_jobs.clear();
+}
+
+namespace {
+
+/// Whether the first three components can be transformed together; told when they cannot.
+bool transformable(const std::vector<ComponentShape>& shapes, const Coding& coding) {
+  if (shapes.size() < 3) return false;
+  for (size_t c = 1; c < 3; ++c) {
+    if (shapes[c].dx != shapes[0].dx || shapes[c].dy != shapes[0].dy ||
+        coding.components[c].reversible != coding.components[0].reversible) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void checkSteps(const Coding& coding) {
+  for (size_t c = 0; c < coding.components.size(); ++c) {
+    const Quantization& q = coding.quantization[c];
+    if (q.style != Quantization::derived && q.count <= 3 * coding.components[c].partition.levels) {
+      fail(Diag::badQcd, std::to_string(q.count) + " steps for component " + std::to_string(c));
+    }
+  }
+}
+
+}  // namespace
+
+void TileDecoder::prepare(const Rect& tile, const Coding& coding, Budget& budget) {
+  const std::vector<ComponentShape>& shapes = m_stream.shape.components;
+  m_components.resize(shapes.size());
+  m_geometry.resize(shapes.size());
+  int precision = 0;
+  for (size_t c = 0; c < std::min<size_t>(3, shapes.size()); ++c) {
+    precision = std::max(precision, shapes[c].precision);
+  }
+  for (size_t c = 0; c < shapes.size(); ++c) {
+    Component& component = m_components[c];
+    const ComponentCoding& own = coding.components[c];
+    m_geometry[c].rect = dividedBy(tile, shapes[c].dx, shapes[c].dy);
+    if (m_geometry[c].rect.empty()) continue;
+    budget.take(int64_t(sizeof(Resolution)) * (own.partition.levels + 1));
+    m_geometry[c] = TileComponent(tile, shapes[c], own.partition);
+    component.precincts.resize(size_t(own.partition.levels) + 1);
+    component.top = own.partition.levels - m_plan.reduce;
+    if (component.top < 0) fail(Diag::reduceTooFar, "component " + std::to_string(c));
+  }
+  const bool together = coding.transform;
+  for (const int index : m_plan.components) {
+    const bool withOthers = together && index < 3;
+    for (int c = withOthers ? 0 : index; c <= (withOthers ? 2 : index); ++c) {
+      m_components[size_t(c)].wanted = true;
+    }
+  }
+  for (size_t c = 0; c < shapes.size(); ++c) {
+    Component& component = m_components[c];
+    if (!component.wanted || m_geometry[c].rect.empty()) continue;
+    const Rect& rect = m_geometry[c].resolutions[size_t(component.top)].rect;
+    component.output = intersection(m_plan.output(m_stream.shape, int(c)), rect);
+    component.wanted = !component.output.empty();
+    if (!component.wanted) continue;
+    const bool transformed = together && c < 3;
+    const Arithmetic arithmetic =
+        arithmeticFor(coding.components[c].reversible,
+                      transformed ? precision : shapes[c].precision, transformed);
+    auto windows = computedWindows(m_geometry[c], component.top, component.output, waveletReach);
+    budget.take(CoefficientPlanes::bytes(arithmetic, windows));
+    if (component.output.width() > (1 << 28) || component.output.height() > (1 << 28)) {
+      fail(Diag::memoryLimit, "a side of more than 2^28 samples");
+    }
+    component.planes = std::make_unique<CoefficientPlanes>(arithmetic, std::move(windows));
+  }
+}
+
+bool TileDecoder::needed(const PacketIndex& packet) const {
+  const Component& component = m_components[size_t(packet.component)];
+  if (!component.wanted || packet.resolution > component.top || packet.layer >= m_plan.maxLayers) {
+    return false;
+  }
+  const Resolution& resolution =
+      m_geometry[size_t(packet.component)].resolutions[size_t(packet.resolution)];
+  const Rect& window = component.planes->window(packet.resolution);
+  if (window == resolution.rect) return true;
+  for (int b = 0; b < resolution.bandCount; ++b) {
+    const Rect part =
+        packet.resolution == 0 ? window : bandOf(window, resolution.bands[size_t(b)].orientation);
+    if (!intersection(resolution.blocks(b, packet.precinct).rect, part).empty()) return true;
+  }
+  return false;
+}
+
+PrecinctState& TileDecoder::precinctFor(const PacketIndex& packet, Budget& budget) {
+  Component& component = m_components[size_t(packet.component)];
+  auto& list = component.precincts[size_t(packet.resolution)];
+  if (packet.precinct >= int64_t(list.size())) list.resize(size_t(packet.precinct) + 1);
+  auto& precinct = list[size_t(packet.precinct)];
+  if (!precinct) {
+    const Resolution& resolution =
+        m_geometry[size_t(packet.component)].resolutions[size_t(packet.resolution)];
+    budget.take(PrecinctState::bytes(resolution, packet.precinct));
+    precinct = std::make_unique<PrecinctState>(resolution, packet.precinct);
+  }
+  return *precinct;
+}
+
+void TileDecoder::readPackets(int64_t tile, const TileHeader& header, Budget& budget) {
+  const Rect rect = m_stream.shape.tile(tile);
+  PacketOrder order(rect, m_stream.shape, m_geometry, header.coding);
+  PacketReader reader(m_chunks);
+  PacketWalk walk(m_stream, tile, header, m_report);
+  while (const auto packet = order.next()) {
+    const PacketWalk::Next next = walk.find();
+    if (next == PacketWalk::Next::ended) {
+      m_report.warn(Diag::packetsMissing, "tile " + std::to_string(tile));
+      return;
+    }
+    auto& list = m_components[size_t(packet->component)].precincts[size_t(packet->resolution)];
+    const bool known =
+        packet->precinct < int64_t(list.size()) && list[size_t(packet->precinct)] != nullptr;
+    if (next == PacketWalk::Next::lost) {
+      precinctFor(*packet, budget).damaged = true;
+      continue;
+    }
+    if (!needed(*packet) && walk.skip()) continue;
+    if (!known && walk.skipEmpty()) continue;
+    PrecinctState& precinct = precinctFor(*packet, budget);
+    if (precinct.damaged) {
+      walk.lose();
+      continue;
+    }
+    const int style = header.coding.components[size_t(packet->component)].style;
+    const size_t chunks = m_chunks.size();
+    if (!walk.read(precinct, packet->layer, style, reader)) continue;
+    budget.take(int64_t(m_chunks.size() - chunks) * int64_t(sizeof(Chunk)));
+  }
+}
+
+BandCoding TileDecoder::bandCoding(const Coding& coding, int component, const Band& band) const {
+  const Quantization& q = coding.quantization[size_t(component)];
+  const ComponentCoding& own = coding.components[size_t(component)];
+  const int gain = (band.orientation & 1) + (band.orientation >> 1);
+  BandCoding b;
+  b.orientation = band.orientation;
+  b.style = own.style;
+  b.roiShift = coding.roiShift[size_t(component)];
+  b.planes = q.planes(band.index) + b.roiShift;
+  b.reversible = own.reversible;
+  b.step = float(q.step(band.index, m_stream.shape.components[size_t(component)].precision, gain));
+  return b;
+}
+
+void TileDecoder::addJobs(int component, const Resolution& resolution,
+                          const PrecinctState& precinct, const Coding& coding) {
+  const CoefficientPlanes& planes = *m_components[size_t(component)].planes;
+  const Rect& window = planes.window(resolution.index);
+  for (int b = 0; b < resolution.bandCount; ++b) {
+    const Band& band = resolution.bands[size_t(b)];
+    const Rect part = resolution.index == 0 ? window : bandOf(window, band.orientation);
+    const PrecinctState::PerBand& state = precinct.bands[size_t(b)];
+    const PlaneView plane = planes.band(resolution.index, band.orientation);
+    const BandCoding own = bandCoding(coding, component, band);
+    for (int i = 0; i < int(state.blocks.size()); ++i) {
+      const BlockState& block = state.blocks[size_t(i)];
+      if (block.firstChunk < 0) continue;
+      const Rect rect = state.grid.block(i % state.grid.wide, i / state.grid.wide);
+      if (intersection(rect, part).empty()) continue;
+      if (own.planes - block.zeroPlanes > rkdCodeBlockMaxPlanes) {
+        m_report.warn(Diag::precisionLost, "component " + std::to_string(component));
+      }
+      m_jobs.push_back({&block, rect, plane, rect.x0 - part.x0, rect.y0 - part.y0, own});
+    }
+  }
+}
+
+void TileDecoder::decodeBlocks(int64_t tile, const Coding& coding) {
+  for (size_t c = 0; c < m_components.size(); ++c) {
+    const Component& component = m_components[c];
+    if (!component.wanted) continue;
+    for (int r = 0; r <= component.top; ++r) {
+      for (const auto& precinct : component.precincts[size_t(r)]) {
+        if (!precinct) continue;
+        addJobs(int(c), m_geometry[c].resolutions[size_t(r)], *precinct, coding);
+      }
+    }
+  }
+  std::atomic<int> damaged{0};
+  forEachInParallel(m_plan.threads, m_jobs.size(), [&](size_t i, int worker) {
+    const BlockJob& job = m_jobs[i];
+    if (!m_decoders[size_t(worker)]->decode(*job.block, m_chunks, job.coding, job.rect, job.plane,
+                                            job.x, job.y)) {
+      ++damaged;
+    }
+  });
+  if (damaged > 0) {
+    m_report.warn(Diag::blockDamaged, std::to_string(damaged) + " in tile " + std::to_string(tile));
+  }
+}
+
+void TileDecoder::reconstruct(const Coding& coding) {
+  std::vector<const CoefficientPlanes*> planes;
+  for (const Component& c : m_components) {
+    if (c.wanted) planes.push_back(c.planes.get());
+  }
+  forEachInParallel(m_plan.threads, planes.size(),
+                    [&](size_t i, int worker) { planes[i]->inverse(m_work[size_t(worker)]); });
+  if (!coding.transform || m_components.size() < 3) return;
+  const Component* const first = m_components.data();
+  if (!first[0].wanted || !first[1].wanted || !first[2].wanted) return;
+  const PlaneView views[3] = {first[0].planes->samples(), first[1].planes->samples(),
+                              first[2].planes->samples()};
+  inverseColour(views);
+}
+
+void TileDecoder::store(std::span<const SampleView> outputs) {
+  forEachInParallel(m_plan.threads, outputs.size(), [&](size_t i, int) {
+    const int index = m_plan.components[i];
+    const Component& component = m_components[size_t(index)];
+    if (!component.wanted) return;
+    const ComponentShape& shape = m_stream.shape.components[size_t(index)];
+    const Rect whole = m_plan.output(m_stream.shape, index);
+    const Rect& own = component.output;
+    const Rect& window = component.planes->window(component.top);
+    SampleView target = outputs[i];
+    const ptrdiff_t size = target.type == SampleType::u8    ? 1
+                           : target.type == SampleType::u16 ? 2
+                                                            : 4;
+    target.data = static_cast<std::byte*>(target.data) +
+                  (own.x0 - whole.x0) * target.pixelStep * size +
+                  (own.y0 - whole.y0) * target.rowStep;
+    storeSamples(component.planes->samples().part(own.x0 - window.x0, own.y0 - window.y0,
+                                                  own.width(), own.height()),
+                 shape.precision, shape.isSigned, target);
+  });
+}
+
+void TileDecoder::decode(int64_t tile, std::span<const SampleView> outputs) {
+  reset();
+  Budget budget = m_budget;
+  TileHeader header;
+  header.coding = m_stream.coding;
+  const bool there = m_stream.ofTile.contains(tile);
+  try {
+    if (there) header = readTileHeader(m_stream, tile, m_report);
+    checkSteps(header.coding);
+    if (header.coding.transform && !transformable(m_stream.shape.components, header.coding)) {
+      m_report.warn(Diag::componentsDiffer, "tile " + std::to_string(tile));
+      header.coding.transform = false;
+    }
+    prepare(m_stream.shape.tile(tile), header.coding, budget);
+    if (there) {
+      readPackets(tile, header, budget);
+      decodeBlocks(tile, header.coding);
+      reconstruct(header.coding);
+    } else {
+      m_report.warn(Diag::tileMissing, std::to_string(tile));
+    }
+  } catch (const Failure& failure) {
+    // A tile's own header may be damaged; what is asked for or allowed holds for all tiles.
+    const int number = int(failure.number);
+    if (number < int(Diag::noSoc) || !there) throw;
+    m_report.warn(Diag::badTile,
+                  std::to_string(tile) + ": " + std::to_string(number) + " " + failure.detail);
+    reset();
+    header.coding = m_stream.coding;
+    budget = m_budget;
+    prepare(m_stream.shape.tile(tile), header.coding, budget);
+  }
+  store(outputs);
+}
+
+}  // namespace j2k

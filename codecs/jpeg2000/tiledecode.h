@@ -1,0 +1,95 @@
+#pragma once
+/// @file
+/// One tile from its tile-parts to samples.
+
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "codeblock.h"
+#include "codestream.h"
+#include "progression.h"
+#include "transform.h"
+
+namespace j2k {
+
+/// Memory that may still be taken.
+class Budget {
+ public:
+  explicit Budget(int64_t bytes) : m_left(bytes) {}
+  void take(int64_t bytes) {
+    if (bytes > m_left) {
+      fail(Diag::memoryLimit, std::to_string((bytes - m_left + 1048575) >> 20) + " MiB more");
+    }
+    m_left -= bytes;
+  }
+  int64_t left() const { return m_left; }
+
+ private:
+  int64_t m_left;
+};
+
+/// What of a picture is wanted.
+struct DecodePlan {
+  Rect window;  ///< on the reference grid, within the picture
+  int reduce = 0;
+  int maxLayers = 65535;
+  std::vector<int> components;  ///< in the order of outputs
+  int threads = 1;
+
+  /// Samples of a component that the window and the reduction leave.
+  Rect output(const ImageShape& shape, int component) const {
+    const ComponentShape& c = shape.components[size_t(component)];
+    return shifted(dividedBy(window, c.dx, c.dy), reduce);
+  }
+};
+
+class TileDecoder {
+ public:
+  TileDecoder(const Codestream& stream, const DecodePlan& plan, Budget budget, Reporter& report);
+
+  /// Decodes a tile into the samples that it has in the plan's window.
+  void decode(int64_t tile, std::span<const SampleView> outputs);
+
+ private:
+  /// A component while its tile is decoded.
+  struct Component {
+    bool wanted = false;
+    int top = 0;  ///< highest resolution that is decoded
+    std::unique_ptr<CoefficientPlanes> planes;
+    Rect output;  ///< in samples of the top resolution
+    std::vector<std::vector<std::unique_ptr<PrecinctState>>> precincts;
+  };
+  struct BlockJob {
+    const BlockState* block;
+    Rect rect;
+    PlaneView plane;
+    int64_t x, y;
+    BandCoding coding;
+  };
+
+  void reset();
+  void prepare(const Rect& tile, const Coding& coding, Budget& budget);
+  bool needed(const PacketIndex& packet) const;
+  PrecinctState& precinctFor(const PacketIndex& packet, Budget& budget);
+  void readPackets(int64_t tile, const TileHeader& header, Budget& budget);
+  BandCoding bandCoding(const Coding& coding, int component, const Band& band) const;
+  void addJobs(int component, const Resolution& resolution, const PrecinctState& precinct,
+               const Coding& coding);
+  void decodeBlocks(int64_t tile, const Coding& coding);
+  void reconstruct(const Coding& coding);
+  void store(std::span<const SampleView> outputs);
+
+  const Codestream& m_stream;
+  const DecodePlan& m_plan;
+  const Budget m_budget;
+  Reporter& m_report;
+  std::vector<TileComponent> m_geometry;  ///< of all components
+  std::vector<Component> m_components;
+  std::vector<Chunk> m_chunks;
+  std::vector<BlockJob> m_jobs;
+  std::vector<std::unique_ptr<BlockDecoder>> m_decoders;
+  std::vector<std::vector<uint8_t>> m_work;
+};
+
+}  // namespace j2k

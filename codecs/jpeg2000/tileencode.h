@@ -1,0 +1,64 @@
+#pragma once
+/// @file
+/// One tile from samples to coded blocks.
+
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "codeblock.h"
+#include "encodeplan.h"
+#include "rate.h"
+#include "transform.h"
+
+namespace j2k {
+
+/// What the threads of an encoder work with.
+struct EncodeWorkers {
+  explicit EncodeWorkers(int threads);
+
+  std::vector<std::unique_ptr<BlockEncoder>> blocks;
+  std::vector<Arena> arenas;
+  std::vector<std::vector<uint8_t>> work;
+};
+
+/// A block to be coded, and where it goes.
+struct EncodeJob {
+  PlaneView plane;  ///< its coefficients
+  const BandCoding* coding;
+  double weight;  ///< of a squared error of one step
+  Rect roi;       ///< in its own coordinates
+};
+
+class TileEncoder {
+ public:
+  TileEncoder(const EncodePlan& plan, int64_t tile);
+
+  /// Lays out precincts and blocks.
+  void layOut(TilePackets& packets);
+  /// Samples to coefficients.
+  void transform(std::span<const SampleView> samples, EncodeWorkers& workers);
+  const std::vector<EncodeJob>& jobs() const { return m_jobs; }
+  void release() { m_planes.clear(); }
+
+  const std::vector<TileComponent>& geometry() const { return m_geometry; }
+  const Rect& rect() const { return m_rect; }
+  /// Planes that the band of a job can have with one guard bit.
+  const BandCoding& coding(size_t job) const { return *m_jobs[job].coding; }
+
+ private:
+  void layOutBand(int component, const Resolution& resolution, int band, int64_t precinct,
+                  const BandCoding& coding, double weight, PrecinctOutput::PerBand& out);
+
+  const EncodePlan& m_plan;
+  Rect m_rect;
+  std::vector<TileComponent> m_geometry;
+  std::vector<std::unique_ptr<CoefficientPlanes>> m_planes;
+  std::vector<std::unique_ptr<BandCoding>> m_codings;
+  std::vector<EncodeJob> m_jobs;
+};
+
+/// Tells every precinct how many planes of its blocks are empty.
+void setZeroPlanes(const std::vector<EncodeJob>& jobs, TilePackets& packets, int extraGuardBits);
+
+}  // namespace j2k

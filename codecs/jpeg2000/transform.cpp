@@ -1,0 +1,301 @@
+#include "transform.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+#include "rkd/rkdcolor.h"
+#include "rkd/rkdjpeg.h"
+
+namespace j2k {
+
+Arithmetic arithmeticFor(bool reversible, int precision, bool transformed) {
+  if (!reversible) return Arithmetic::real;
+  // All levels together make a coefficient at most 16 times a sample.
+  return precision + (transformed ? 1 : 0) <= 11 ? Arithmetic::narrow : Arithmetic::wide;
+}
+
+namespace {
+
+/// Rows begin at a cache line, and not at the same place of every page.
+size_t stepFor(Arithmetic arithmetic, int64_t width) {
+  const size_t step = (size_t(width) * sampleSize(arithmetic) + 63) / 64 * 64;
+  return step % 2048 == 0 ? step + 64 : step;
+}
+
+bool nested(const std::vector<Rect>& windows) {
+  for (size_t r = 1; r < windows.size(); ++r) {
+    if (bandOf(windows[r], 0) != windows[r - 1]) return false;
+  }
+  return true;
+}
+
+void checked(RkdStatus status) {
+  if (status != rkdStsNoErr) std::abort();  // arguments are ours
+}
+
+struct Level {
+  PlaneView plane;
+  RkdiSize size;
+  int phaseX, phaseY;
+};
+
+void forwardReal(const Level& l, std::vector<uint8_t>& work) {
+  const int step = l.size.width * int(sizeof(float));
+  work.resize(size_t(step) * size_t(l.size.height));
+  float* const temporary = reinterpret_cast<float*>(work.data());
+  const int lowsX = (l.size.width + 1 - l.phaseX) / 2, lowsY = (l.size.height + 1 - l.phaseY) / 2;
+  float* const data = static_cast<float*>(l.plane.data);
+  const int planeStep = int(l.plane.step);
+  checked(rkdiWTFwdCol_D97_JPEG2K_32f_C1R(data, planeStep, temporary, step,
+                                          temporary + size_t(lowsY) * size_t(l.size.width), step,
+                                          l.size, l.phaseY));
+  checked(rkdiWTFwdRow_D97_JPEG2K_32f_C1R(temporary, step, data, planeStep, data + lowsX, planeStep,
+                                          l.size, l.phaseX));
+}
+
+void inverseReal(const Level& l, std::vector<uint8_t>& work) {
+  const int step = l.size.width * int(sizeof(float));
+  work.resize(size_t(step) * size_t(l.size.height));
+  float* const temporary = reinterpret_cast<float*>(work.data());
+  const int lowsX = (l.size.width + 1 - l.phaseX) / 2, lowsY = (l.size.height + 1 - l.phaseY) / 2;
+  float* const data = static_cast<float*>(l.plane.data);
+  const int planeStep = int(l.plane.step);
+  checked(rkdiWTInvRow_D97_JPEG2K_32f_C1R(data, planeStep, data + lowsX, planeStep, temporary, step,
+                                          l.size, l.phaseX));
+  checked(rkdiWTInvCol_D97_JPEG2K_32f_C1R(temporary, step,
+                                          temporary + size_t(lowsY) * size_t(l.size.width), step,
+                                          data, planeStep, l.size, l.phaseY));
+}
+
+template <bool Forward>
+void lift(const Level& l, std::vector<uint8_t>& work) {
+  const Arithmetic arithmetic = l.plane.arithmetic;
+  if (arithmetic == Arithmetic::real) return Forward ? forwardReal(l, work) : inverseReal(l, work);
+  int bytes = 0;
+  checked(
+      rkdiWTGetBufSize_JPEG2K(l.size, arithmetic == Arithmetic::narrow ? rkd16s : rkd32s, &bytes));
+  work.resize(size_t(bytes));
+  const int step = int(l.plane.step);
+  if (arithmetic == Arithmetic::narrow) {
+    constexpr auto call = Forward ? rkdiWTFwd_B53_JPEG2K_16s_C1IR : rkdiWTInv_B53_JPEG2K_16s_C1IR;
+    checked(call(l.plane.row<int16_t>(0), step, l.size, l.phaseX, l.phaseY, work.data()));
+  } else {
+    constexpr auto call = Forward ? rkdiWTFwd_B53_JPEG2K_32s_C1IR : rkdiWTInv_B53_JPEG2K_32s_C1IR;
+    checked(call(l.plane.row<int32_t>(0), step, l.size, l.phaseX, l.phaseY, work.data()));
+  }
+}
+
+}  // namespace
+
+int64_t CoefficientPlanes::bytes(Arithmetic arithmetic, const std::vector<Rect>& windows) {
+  int64_t sum = 0;
+  const bool shared = nested(windows);
+  for (size_t r = shared ? windows.size() - 1 : 0; r < windows.size(); ++r) {
+    sum += int64_t(stepFor(arithmetic, windows[r].width())) * windows[r].height();
+  }
+  return sum;
+}
+
+CoefficientPlanes::CoefficientPlanes(Arithmetic arithmetic, std::vector<Rect> windows)
+    : m_windows(std::move(windows)), m_views(m_windows.size()) {
+  const bool shared = nested(m_windows);
+  for (size_t r = m_windows.size(); r-- > 0;) {
+    const Rect& window = m_windows[r];
+    PlaneView& view = m_views[r];
+    if (shared && r + 1 < m_windows.size()) {
+      view = m_views[r + 1].part(0, 0, window.width(), window.height());
+      continue;
+    }
+    const size_t step = stepFor(arithmetic, window.width());
+    m_memory.emplace_back(step * size_t(window.height()) + 64);
+    uint8_t* const start = m_memory.back().data();
+    view = {arithmetic, start + (64 - reinterpret_cast<uintptr_t>(start) % 64), step,
+            int(window.width()), int(window.height())};
+  }
+}
+
+PlaneView CoefficientPlanes::band(int resolution, int orientation) const {
+  const PlaneView& view = m_views[size_t(resolution)];
+  if (resolution == 0) return view;
+  const Rect& window = m_windows[size_t(resolution)];
+  const Rect low = bandOf(window, 0), rect = bandOf(window, orientation);
+  return view.part(orientation & 1 ? low.width() : 0, orientation & 2 ? low.height() : 0,
+                   rect.width(), rect.height());
+}
+
+void CoefficientPlanes::forward(std::vector<uint8_t>& work) const {
+  for (int r = top(); r > 0; --r) {
+    const Rect& w = window(r);
+    if (w.empty()) continue;
+    lift<true>(
+        {m_views[size_t(r)], {int(w.width()), int(w.height())}, int(w.x0 & 1), int(w.y0 & 1)},
+        work);
+  }
+}
+
+void CoefficientPlanes::inverse(std::vector<uint8_t>& work) const {
+  for (int r = 1; r <= top(); ++r) {
+    const Rect& w = window(r);
+    if (w.empty()) continue;
+    const Rect low = bandOf(w, 0), from = window(r - 1);
+    const PlaneView& view = m_views[size_t(r)];
+    if (m_views[size_t(r) - 1].data != view.data) {
+      const size_t size = sampleSize(view.arithmetic);
+      for (int64_t y = 0; y < low.height(); ++y) {
+        const uint8_t* const row = m_views[size_t(r) - 1].row<uint8_t>(y + low.y0 - from.y0);
+        std::memcpy(view.row<uint8_t>(y), row + size_t(low.x0 - from.x0) * size,
+                    size_t(low.width()) * size);
+      }
+    }
+    lift<false>({view, {int(w.width()), int(w.height())}, int(w.x0 & 1), int(w.y0 & 1)}, work);
+  }
+}
+
+namespace {
+
+template <bool Forward>
+void colour(const PlaneView planes[3]) {
+  const PlaneView& first = planes[0];
+  const RkdiSize size = {first.width, first.height};
+  if (size.width == 0 || size.height == 0) return;
+  const int step = int(first.step);
+  switch (first.arithmetic) {
+    case Arithmetic::narrow: {
+      int16_t* const p[3] = {planes[0].row<int16_t>(0), planes[1].row<int16_t>(0),
+                             planes[2].row<int16_t>(0)};
+      checked((Forward ? rkdiRCTFwd_JPEG2K_16s_P3IR : rkdiRCTInv_JPEG2K_16s_P3IR)(p, step, size));
+      break;
+    }
+    case Arithmetic::wide: {
+      int32_t* const p[3] = {planes[0].row<int32_t>(0), planes[1].row<int32_t>(0),
+                             planes[2].row<int32_t>(0)};
+      checked((Forward ? rkdiRCTFwd_JPEG2K_32s_P3IR : rkdiRCTInv_JPEG2K_32s_P3IR)(p, step, size));
+      break;
+    }
+    case Arithmetic::real: {
+      float* const p[3] = {planes[0].row<float>(0), planes[1].row<float>(0),
+                           planes[2].row<float>(0)};
+      checked((Forward ? rkdiICTFwd_JPEG2K_32f_P3IR : rkdiICTInv_JPEG2K_32f_P3IR)(p, step, size));
+      break;
+    }
+  }
+}
+
+template <typename Visit>
+void withPlaneType(Arithmetic arithmetic, const Visit& visit) {
+  switch (arithmetic) {
+    case Arithmetic::narrow:
+      visit(int16_t());
+      break;
+    case Arithmetic::wide:
+      visit(int32_t());
+      break;
+    case Arithmetic::real:
+      visit(float());
+      break;
+  }
+}
+
+template <typename Visit>
+void withSampleType(SampleType type, const Visit& visit) {
+  switch (type) {
+    case SampleType::u8:
+      visit(uint8_t());
+      break;
+    case SampleType::u16:
+      visit(uint16_t());
+      break;
+    case SampleType::s32:
+      visit(int32_t());
+      break;
+  }
+}
+
+template <typename S>
+S* sampleRow(const SampleView& samples, int y) {
+  return reinterpret_cast<S*>(static_cast<std::byte*>(samples.data) + samples.rowStep * y);
+}
+
+/// Rows with the distance between samples known to the compiler where it is a common one.
+template <typename Row>
+void withStep(ptrdiff_t step, const Row& row) {
+  if (step == 1) return row(std::integral_constant<ptrdiff_t, 1>());
+  if (step == 3) return row(std::integral_constant<ptrdiff_t, 3>());
+  row(step);
+}
+
+/// What of a value of a plane an output sample is.
+struct Shifted {
+  int64_t offset, low, high;
+
+  int32_t operator()(int32_t v) const {
+    return int32_t(std::clamp<int64_t>(v + offset, low, high));
+  }
+  int32_t operator()(int16_t v) const {
+    return std::clamp(v + int32_t(offset), int32_t(low), int32_t(high));
+  }
+  int32_t operator()(float v) const {
+    // Clamped before it is made a whole number: what a damaged stream gives may be out of range.
+    const float shifted = std::clamp(v + float(offset), float(low), float(high));
+    return int32_t(std::lrint(shifted));
+  }
+};
+
+Shifted shiftedFor(int precision, bool isSigned, SampleType type) {
+  const int64_t half = int64_t(1) << (precision - 1);
+  int64_t low = isSigned ? -half : 0, high = low + 2 * half - 1;
+  int64_t offset = isSigned ? 0 : half;
+  if (type == SampleType::s32) {
+    low = std::max<int64_t>(low, INT32_MIN);
+    high = std::min<int64_t>(high, INT32_MAX);
+  } else if (isSigned) {
+    offset += half;
+    low += half;
+    high += half;
+  }
+  return {offset, low, high};
+}
+
+}  // namespace
+
+void forwardColour(const PlaneView planes[3]) { colour<true>(planes); }
+void inverseColour(const PlaneView planes[3]) { colour<false>(planes); }
+
+void loadSamples(const SampleView& samples, int precision, bool isSigned, const PlaneView& plane) {
+  const int32_t offset = isSigned ? 0 : int32_t(1U << std::min(precision - 1, 30));
+  withPlaneType(plane.arithmetic, [&](auto p) {
+    withSampleType(samples.type, [&](auto s) {
+      using P = decltype(p);
+      using S = decltype(s);
+      for (int y = 0; y < plane.height; ++y) {
+        P* const dst = plane.row<P>(y);
+        const S* const src = sampleRow<const S>(samples, y);
+        withStep(samples.pixelStep, [&](auto step) {
+          for (int x = 0; x < plane.width; ++x) dst[x] = P(int32_t(src[x * step]) - offset);
+        });
+      }
+    });
+  });
+}
+
+void storeSamples(const PlaneView& plane, int precision, bool isSigned, const SampleView& samples) {
+  const Shifted convert = shiftedFor(precision, isSigned, samples.type);
+  withPlaneType(plane.arithmetic, [&](auto p) {
+    withSampleType(samples.type, [&](auto s) {
+      using P = decltype(p);
+      using S = decltype(s);
+      for (int y = 0; y < plane.height; ++y) {
+        const P* const src = plane.row<P>(y);
+        S* const dst = sampleRow<S>(samples, y);
+        withStep(samples.pixelStep, [&](auto step) {
+          for (int x = 0; x < plane.width; ++x) dst[x * step] = S(convert(src[x]));
+        });
+      }
+    });
+  });
+}
+
+}  // namespace j2k
