@@ -102,6 +102,8 @@ void Decoder::describe() {
   }
   m_info.width = int(all.width());
   m_info.height = int(all.height());
+  m_info.originX = all.x0;
+  m_info.originY = all.y0;
   m_info.colour = boxes.colour;
   m_info.enumeratedColour = boxes.enumerated;
   m_info.profile = boxes.profile;

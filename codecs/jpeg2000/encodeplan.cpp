@@ -84,8 +84,10 @@ Quantization makeQuantization(const Options& options, int precision, bool revers
   q.style = reversible             ? Quantization::none
             : options.derivedSteps ? Quantization::derived
                                    : Quantization::expounded;
-  // One step of error in any band is about one level in the picture.
-  double base = 1;
+  // One step of error in any band is about one level in the picture. What rate control cuts is
+  // coded finer than that: it then chooses for itself.
+  const bool everything = options.ratios.empty() || options.ratios.back() <= 1;
+  double base = everything ? 1 : 0.25;
   for (const double dB : options.psnr) {
     // Errors of whole steps alone must stay well below what is asked for.
     const double mse = std::pow((1 << std::min(precision, 26)) - 1, 2) / std::pow(10, dB / 10);

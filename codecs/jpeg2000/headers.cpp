@@ -457,11 +457,11 @@ TileHeader readTileHeader(const Codestream& stream, int64_t tile, Reporter& repo
   TileHeader header;
   header.coding = stream.coding;
   CodingReader coding(stream.shape, header.coding, report, true);
-  Numbered packed;
+  bool anyPacked = false;
   bool allLengths = true;
   for (const size_t index : stream.ofTile.at(tile)) {
     const TilePart& part = stream.tileParts[index];
-    Numbered lengths;
+    Numbered lengths, packed;
     for (const Segment& segment : listSegments(part.header, 0)) {
       if (coding.read(segment)) continue;
       switch (segment.marker) {
@@ -479,13 +479,15 @@ TileHeader readTileHeader(const Codestream& stream, int64_t tile, Reporter& repo
     }
     allLengths = allLengths && !lengths.empty();
     readPacketLengths(joined(lengths), header.packetLengths);
+    anyPacked = anyPacked || !packed.empty();
+    const std::vector<uint8_t> headers = joined(packed);
+    header.packedHeaders.insert(header.packedHeaders.end(), headers.begin(), headers.end());
     if (index < stream.packedOfTilePart.size()) {
       const ByteSpan own = stream.packedOfTilePart[index];
       header.packedHeaders.insert(header.packedHeaders.end(), own.begin(), own.end());
     }
   }
-  if (!packed.empty()) header.packedHeaders = joined(packed);
-  header.packed = !packed.empty() || !stream.packedHeaders.empty();
+  header.packed = anyPacked || !stream.packedHeaders.empty();
   if (!allLengths) header.packetLengths.clear();
   return header;
 }

@@ -138,7 +138,8 @@ struct ColourBoxes {
 
 /// A codestream's picture without its samples.
 struct PictureInfo {
-  int width = 0, height = 0;  ///< of the picture, or of the part that is asked for
+  int width = 0, height = 0;         ///< of the picture, or of the part that is asked for
+  int64_t originX = 0, originY = 0;  ///< on the reference grid, as reduced
   std::vector<ComponentInfo> components;
   ColourSpace colour = ColourSpace::unspecified;
   int enumeratedColour = 0;

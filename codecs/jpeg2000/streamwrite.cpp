@@ -111,8 +111,9 @@ std::vector<Part> TileWriter::parts() {
 constexpr size_t segmentRoomBytes = 65000;
 
 /// Bytes that may be too many for one segment, in numbered ones.
-void writeNumbered(std::vector<uint8_t>& out, int marker, const std::vector<uint8_t>& bytes) {
-  int number = 0;
+/// @param number  of the first one; moved on
+void writeNumbered(std::vector<uint8_t>& out, int marker, const std::vector<uint8_t>& bytes,
+                   int& number) {
   for (size_t at = 0; at < bytes.size() && number < 256; at += segmentRoomBytes, ++number) {
     const size_t count = std::min(segmentRoomBytes, bytes.size() - at);
     put16(out, uint32_t(marker));
@@ -133,10 +134,13 @@ std::vector<uint8_t> packedLengths(const std::vector<uint32_t>& lengths) {
   return bytes;
 }
 
-void writePart(const Options& options, const Part& part, int count, std::vector<uint8_t>& out) {
+/// @param packed  number of the tile's next segment of packed headers
+void writePart(const Options& options, const Part& part, int count, int& packed,
+               std::vector<uint8_t>& out) {
   const size_t sot = writeTilePart(out, part.tile, part.index, count);
-  if (options.plt) writeNumbered(out, markerPlt, packedLengths(part.packetLengths));
-  if (options.packedHeaders == 'T') writeNumbered(out, markerPpt, part.headers);
+  int lengths = 0;
+  if (options.plt) writeNumbered(out, markerPlt, packedLengths(part.packetLengths), lengths);
+  if (options.packedHeaders == 'T') writeNumbered(out, markerPpt, part.headers, packed);
   put16(out, markerSod);
   out.insert(out.end(), part.bytes.begin(), part.bytes.end());
   finishTilePart(out, sot);
@@ -214,13 +218,15 @@ void writeCodestream(const Options& options, const EncodePlan& plan,
         packed.insert(packed.end(), part.headers.begin(), part.headers.end());
       }
     }
-    writeNumbered(out, markerPpm, packed);
+    int number = 0;
+    writeNumbered(out, markerPpm, packed, number);
   }
   size_t index = 0;
   for (auto& ofTile : parts) {
+    int packed = 0;
     for (Part& part : ofTile) {
       const size_t start = out.size();
-      writePart(options, part, int(ofTile.size()), out);
+      writePart(options, part, int(ofTile.size()), packed, out);
       if (options.tlm) fillTlm(out, tlm, index, part.tile, out.size() - start);
       ++index;
       part = {};
