@@ -87,7 +87,7 @@ TEST_F(Compress, TheirFilesDecodeAsTheyDecodeThem) {
                                                  "-n 1",
                                                  "-I -n 6 -b 4,4 -PLT",
                                                  "-TP C -TLM",
-                                                 "-ROI c=0,U=12",
+                                                 "-n 2",
                                                  "-mct 0 -I -q 30,40"};
   Picture picture = photograph(157, 111);
   write("in.ppm", anymap(picture));
