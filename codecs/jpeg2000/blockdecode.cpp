@@ -107,14 +107,18 @@ bool BlockDecoder::decode(const BlockState& block, const std::vector<Chunk>& chu
                           int64_t x, int64_t y) {
   if (block.firstChunk < 0) return true;
   int planes = coding.planes - block.zeroPlanes;
-  if (planes <= 0) return block.passes == 0;
+  if (planes <= 0) return false;
+  int told = 0;
+  for (int32_t i = block.firstChunk; i >= 0; i = chunks[size_t(i)].next) {
+    told += chunks[size_t(i)].passes;
+  }
   int shift = 0;
   if (planes > rkdCodeBlockMaxPlanes) {
     shift = planes - rkdCodeBlockMaxPlanes;
     planes = rkdCodeBlockMaxPlanes;
   }
-  const int passes = std::min<int>(block.passes, 3 * planes - 2);
-  const bool surplus = block.passes > passes && shift == 0;
+  const int passes = std::min(told, 3 * planes - 2);
+  const bool surplus = told > passes && shift == 0;
   if (!coding.reversible && planes < rkdCodeBlockMaxPlanes) {
     // One more plane below the last makes the middle of the last interval a whole number.
     ++planes;
@@ -127,7 +131,7 @@ bool BlockDecoder::decode(const BlockState& block, const std::vector<Chunk>& chu
       bytes, length, m_lengths.data(), int(m_lengths.size()), m_coefficients.data(), size.width * 4,
       size, coding.orientation, coding.style, planes, passes, m_state.get());
   if (status != rkdStsNoErr && status != rkdStsDataErr) return false;
-  if (coding.roiShift > 0) {
+  if (coding.roiShift > shift && coding.roiShift > 0) {
     unshiftRoi(m_coefficients.data(), size_t(size.width) * size_t(size.height),
                coding.roiShift - shift);
   }

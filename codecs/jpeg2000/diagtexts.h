@@ -20,13 +20,15 @@
     "anything was allocated. Raise the limit (-memory MIB) when the file is to be trusted, or "    \
     "decode less of it: -reduce, -crop, -component.")                                              \
   X(104, outOfMemory, exception, "the system has no more memory",                                  \
-    "An allocation within the limit failed. Decode less at a time (-reduce, -crop, -component) or "\
+    "An allocation within the limit failed. Decode less at a time (-reduce, -crop, "               \
+    "-component) or "                                                                              \
     "end other programs.")                                                                         \
   X(105, tooMuchWork, exception, "the stream asks for work out of proportion to its size",         \
     "Some streams are made to keep a decoder busy: changes of progression over thousands of "      \
     "empty resolutions, for instance. No ordinary encoder writes them. Nothing was decoded.")      \
   X(106, noSuchComponent, exception, "there is no such component",                                 \
-    "The component asked for has a number that the stream does not have. They are counted from 0; "\
+    "The component asked for has a number that the stream does not have. They are "                \
+    "counted from 0; "                                                                             \
     "-linf+ lists them.")                                                                          \
   X(107, badCrop, exception, "the region does not lie in the picture",                             \
     "A region is told in pixels of the full picture from its upper left corner, before any "       \
@@ -35,7 +37,7 @@
     "Every reduction by two leaves out one decomposition level, and a tile or a component has "    \
     "fewer of them than were asked to be left out. -linf+ tells how many there are.")              \
   X(109, badOptions, exception, "the options contradict each other or the picture",                \
-    "The detail names the key. Nothing was encoded.")                                              \
+    "The detail names the key, or what of the picture does not suit it. Nothing was encoded.")     \
   X(110, unsuitedOutput, exception, "the picture does not fit the output format",                  \
     "The format cannot hold the number of components, or their depth. PGX files hold any "         \
     "component by itself: name an output that ends in .pgx.")                                      \
@@ -84,8 +86,6 @@
     "The stream uses something that ISO/IEC 15444-2 adds: another wavelet, component transform, "  \
     "region of interest or capability. The detail tells which.")                                   \
   /* Boxes, exceptions */                                                                          \
-  X(401, badBox, exception, "a box that is needed is damaged",                                     \
-    "The named box is shorter than its fields. Nothing was decoded.")                              \
   X(402, badPalette, exception, "the palette is impossible",                                       \
     "T.800 I.5.3.4: a palette has 1 to 1024 entries of 1 to 255 columns, and component mapping "   \
     "refers to columns and components that exist. Nothing was decoded.")                           \
@@ -93,7 +93,7 @@
   X(501, segmentRepeated, warning, "a marker segment stands twice",                                \
     "SIZ, COD and QCD stand once in a header. The last COD and QCD count, the first SIZ does.")    \
   X(502, segmentLong, warning, "a marker segment is longer than its fields",                       \
-    "The bytes behind the last field were skipped.")                                               \
+    "The bytes behind its last field were skipped; they may come from a later standard.")          \
   X(503, segmentIgnored, warning, "a marker segment was ignored",                                  \
     "The named segment is damaged or contradicts the stream; it is not needed for decoding.")      \
   X(504, unknownMarker, warning, "a marker segment is unknown",                                    \
@@ -125,13 +125,12 @@
   X(515, badTilePartIndex, warning, "the number of a tile-part is not the next one",               \
     "TPsot counts the parts of a tile from 0. They were taken as they stand; one may be missing.") \
   X(516, badTilePartCount, warning, "a tile has more parts than it tells",                         \
-    "TPsot is not below TNsot. The part was used all the same.")                                   \
+    "TPsot counts from 0 and is not below TNsot. The part was used all the same.")                 \
   X(517, tileMissing, warning, "a tile has no data",                                               \
     "No tile-part of this tile was found. It was filled with the middle of the range.")            \
   X(518, badTile, warning, "a tile cannot be decoded",                                             \
-    "Its own header is damaged; the detail tells how. It was filled with the middle of the range.")\
-  X(519, badTileParts, warning, "lengths of tile-parts in TLM differ from the stream's",           \
-    "The lengths that the tile-parts themselves tell were used.")                                  \
+    "Its own header is damaged; the detail tells how. It was filled with the middle "              \
+    "of the range.")                                                                               \
   /* Warnings: packets and blocks */                                                               \
   X(601, packetDamaged, warning, "a packet is damaged",                                            \
     "Its header tells what cannot be. Where SOP markers stand, decoding goes on at the next one; " \
@@ -142,7 +141,7 @@
     "Packets are counted from 0 in a tile. When the number was a little ahead, the packets "       \
     "between were taken to be lost.")                                                              \
   X(604, sopUnannounced, warning, "SOP or EPH markers stand where none are announced",             \
-    "COD does not allow them. They were skipped.")                                                 \
+    "COD tells that the stream has no such markers. They were skipped, and nothing is lost.")      \
   X(605, ephMissing, warning, "an EPH marker is missing",                                          \
     "COD tells that every packet header ends with EPH, and there is none. The header was used.")   \
   X(606, blockDamaged, warning, "a code block is damaged",                                         \
@@ -158,7 +157,7 @@
     "The first three components differ in size or wavelet, so that they cannot be transformed "    \
     "together. They were handed over as they are.")                                                \
   X(610, surplusData, warning, "data follow the last packet of a tile",                            \
-    "They were skipped.")                                                                          \
+    "All packets that the headers announce were read before the data ended. They were skipped.")   \
   /* Warnings: boxes */                                                                            \
   X(701, boxLength, warning, "a box tells an impossible length",                                   \
     "It is shorter than its own header or reaches past the end of what contains it. It was taken " \
@@ -174,7 +173,7 @@
     "It is none of sRGB, grey and sYCC, and no restricted ICC profile. The components were not "   \
     "converted.")                                                                                  \
   X(706, paletteIndex, warning, "samples lie outside of the palette",                              \
-    "The last entry was taken for them.")                                                          \
+    "Indexes are counted from 0 and were above the last entry, which was taken for them.")         \
   X(707, badChannels, warning, "channel definitions are contradictory",                            \
     "cdef names channels or colours that do not exist, or the same one twice. They were taken in " \
     "the order of the components.")

@@ -1,10 +1,10 @@
 // The encoder: transform, code blocks, choose layers, write.
 #include <algorithm>
-#include <cmath>
+#include <functional>
 #include <new>
-#include <numeric>
 
 #include "boxes.h"
+#include "depth.h"
 #include "diag.h"
 #include "encodeplan.h"
 #include "parallel.h"
@@ -33,7 +33,16 @@ class PictureEncoder {
   };
 
   void transformAndCode();
-  void code(const std::vector<JobIndex>& jobs, const std::vector<uint8_t>& most);
+  void codeAsNeeded(const std::vector<JobIndex>& all, double bytes);
+  const EncodeJob& jobAt(JobIndex at) const { return m_encoders[at.tile]->jobs()[at.job]; }
+  const CodedBlock& blockAt(JobIndex at) const { return m_tiles[at.tile].blocks[at.job]; }
+  double codeSample(const std::vector<JobIndex>& sample, double bytes);
+  double placeOfCuts(const std::vector<JobIndex>& sample, double threshold) const;
+  void codeTo(const std::vector<JobIndex>& jobs, double threshold, double place);
+  void codeFurther(const std::vector<JobIndex>& all, double bytes);
+  /// Most passes of a block, by its planes.
+  using Depth = std::function<int(JobIndex, const EncodeJob&, int)>;
+  void code(const std::vector<JobIndex>& jobs, const Depth& depth);
   void addGuardBits();
   void chooseLayers(int64_t boxes);
 
@@ -44,32 +53,115 @@ class PictureEncoder {
   EncodeWorkers m_workers;
   std::vector<TilePackets> m_tiles;
   std::vector<std::unique_ptr<TileEncoder>> m_encoders;
-  std::vector<double> m_lost;  ///< squared errors that quantisation makes, by worker
 };
 
 /// Codes these blocks, each at most so many passes.
-void PictureEncoder::code(const std::vector<JobIndex>& jobs, const std::vector<uint8_t>& most) {
+void PictureEncoder::code(const std::vector<JobIndex>& jobs, const Depth& depth) {
   forEachInParallel(m_plan.threads, jobs.size(), [&](size_t i, int worker) {
-    const JobIndex at = jobs[i];
-    const EncodeJob& job = m_encoders[at.tile]->jobs()[at.job];
+    const EncodeJob& job = jobAt(jobs[i]);
     BlockEncoder& encoder = *m_workers.blocks[size_t(worker)];
     encoder.load(job.plane, *job.coding, job.roi);
-    m_tiles[at.tile].blocks[at.job] = encoder.encode(
-        *job.coding, job.weight, most.empty() ? int(rkdCodeBlockMaxPasses) : int(most[i]),
-        m_workers.arenas[size_t(worker)]);
+    m_tiles[jobs[i].tile].blocks[jobs[i].job] =
+        encoder.encode(*job.coding, job.weight, depth(jobs[i], job, encoder.planes()),
+                       m_workers.arenas[size_t(worker)]);
   });
 }
 
 void PictureEncoder::transformAndCode() {
+  const LayerGoal& last = m_plan.goals.back();
+  const Partition& partition = m_plan.coding.components[0].partition;
+  const int64_t samples = m_plan.shape.image.width() * m_plan.shape.image.height() *
+                          int64_t(m_plan.shape.components.size());
+  // A sample of few blocks would not tell much.
+  constexpr int64_t enough = 256;
+  const bool cut = last.kind == LayerGoal::bytes && m_plan.roi.empty() &&
+                   samples >> (partition.blockWidth + partition.blockHeight) >= enough;
+  std::vector<JobIndex> all;
   for (size_t t = 0; t < m_tiles.size(); ++t) {
     m_encoders.push_back(std::make_unique<TileEncoder>(m_plan, int64_t(t)));
-    TileEncoder& encoder = *m_encoders.back();
+    TileEncoder& encoder = *m_encoders[t];
     encoder.layOut(m_tiles[t]);
+    if (!cut) all.clear();
+    for (size_t j = 0; j < encoder.jobs().size(); ++j) all.push_back({uint32_t(t), uint32_t(j)});
     encoder.transform(m_samples, m_workers);
-    std::vector<JobIndex> jobs;
-    for (size_t j = 0; j < encoder.jobs().size(); ++j) jobs.push_back({uint32_t(t), uint32_t(j)});
-    code(jobs, {});
+    if (cut) continue;
+    code(all, [](JobIndex, const EncodeJob&, int) { return int(rkdCodeBlockMaxPasses); });
     encoder.release();
+  }
+  if (!cut) return;
+  codeAsNeeded(all, last.value);
+  for (const auto& encoder : m_encoders) encoder->release();
+}
+
+/// Codes blocks about as far as they are going to be cut: a few of them first, to know where.
+void PictureEncoder::codeAsNeeded(const std::vector<JobIndex>& all, double bytes) {
+  constexpr size_t every = 9;
+  std::vector<JobIndex> sample, others;
+  for (size_t i = 0; i < all.size(); ++i) (i % every == 4 ? sample : others).push_back(all[i]);
+  // Packet headers take a little.
+  const double body = bytes * 0.98;
+  const double own = body * double(sample.size()) / double(all.size());
+  const double threshold = codeSample(sample, own);
+  codeTo(others, threshold, placeOfCuts(sample, threshold));
+  codeFurther(all, body);
+}
+
+/// @return the threshold at which the sample takes so many bytes
+double PictureEncoder::codeSample(const std::vector<JobIndex>& sample, double bytes) {
+  std::vector<BlockStatistics> statistics(sample.size());
+  forEachInParallel(m_plan.threads, sample.size(), [&](size_t i, int worker) {
+    const EncodeJob& job = jobAt(sample[i]);
+    BlockEncoder& encoder = *m_workers.blocks[size_t(worker)];
+    encoder.load(job.plane, *job.coding, job.roi);
+    statistics[i] = {encoder.histogram(), job.weight};
+  });
+  constexpr double surelyBelow = -4;
+  codeTo(sample, guessThreshold(statistics, bytes), surelyBelow);
+  std::vector<const CodedBlock*> blocks;
+  for (const JobIndex at : sample) blocks.push_back(&blockAt(at));
+  return measuredThreshold(blocks, bytes);
+}
+
+/// By how many passes nearly all blocks of the sample are cut above the place of the threshold.
+double PictureEncoder::placeOfCuts(const std::vector<JobIndex>& sample, double threshold) const {
+  std::vector<double> places;
+  for (const JobIndex at : sample) {
+    const CodedBlock& block = blockAt(at);
+    const int cut = cutAt(block, threshold);
+    if (cut == 0) continue;
+    places.push_back(3.0 * block.planes - (cut - 1) - thresholdPlace(threshold, jobAt(at).weight));
+  }
+  if (places.empty()) return 0;
+  const auto few = places.begin() + std::ptrdiff_t(places.size() / 50);
+  std::nth_element(places.begin(), few, places.end());
+  return *few;
+}
+
+void PictureEncoder::codeTo(const std::vector<JobIndex>& jobs, double threshold, double place) {
+  code(jobs, [=](JobIndex, const EncodeJob& job, int planes) {
+    return passesAbove(planes, thresholdPlace(threshold, job.weight) + place);
+  });
+}
+
+/// Blocks that would be cut where their code ends may be worth more.
+void PictureEncoder::codeFurther(const std::vector<JobIndex>& all, double bytes) {
+  constexpr int more = 5, turns = 3;
+  std::vector<const CodedBlock*> blocks;
+  for (const JobIndex at : all) blocks.push_back(&blockAt(at));
+  for (int turn = 0; turn < turns; ++turn) {
+    const double threshold = measuredThreshold(blocks, bytes);
+    std::vector<JobIndex> again;
+    for (const JobIndex at : all) {
+      const CodedBlock& block = blockAt(at);
+      if (block.complete) continue;
+      const bool atEnd = block.count > 0 && cutAt(block, threshold) == block.count;
+      // Blocks of which nothing was coded, although their first pass may be steep enough.
+      const bool unseen =
+          block.count == 0 && 3.0 * block.planes >= thresholdPlace(threshold, jobAt(at).weight);
+      if (atEnd || unseen) again.push_back(at);
+    }
+    if (again.empty()) return;
+    code(again, [this](JobIndex at, const EncodeJob&, int) { return blockAt(at).count + more; });
   }
 }
 

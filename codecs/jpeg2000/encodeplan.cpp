@@ -91,7 +91,7 @@ Quantization makeQuantization(const Options& options, int precision, bool revers
   for (const double dB : options.psnr) {
     // Errors of whole steps alone must stay well below what is asked for.
     const double mse = std::pow((1 << std::min(precision, 26)) - 1, 2) / std::pow(10, dB / 10);
-    base = std::min(base, std::sqrt(mse));
+    base = std::min(base, std::sqrt(mse) / 4);
   }
   for (int i = 0; i < q.count; ++i) {
     const int orientation = i == 0 ? 0 : (i - 1) % 3 + 1;
@@ -134,7 +134,11 @@ std::vector<LayerGoal> makeGoals(const Options& options, const PictureInfo& info
     }
   }
   for (const double dB : options.psnr) {
-    goals.push_back({LayerGoal::distortion, peak * peak / std::pow(10, dB / 10) * samples});
+    // Rounding, of samples and within the reversible wavelet, takes its share; and bands are not
+    // quite orthogonal, so that their errors add up to a little more than their sum.
+    const double rounding = options.wavelet == Wavelet::reversible53 ? 0.4 : 0.15;
+    const double mse = peak * peak / std::pow(10, dB / 10);
+    goals.push_back({LayerGoal::distortion, std::max(mse - rounding, mse * 0.4) * 0.87 * samples});
   }
   require(options.ratios.empty() || options.psnr.empty(), "-ratio and -psnr together");
   if (goals.empty()) goals.push_back({});

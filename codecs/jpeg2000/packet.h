@@ -27,7 +27,7 @@ struct Chunk {
 struct BlockState {
   int32_t firstChunk = -1, lastChunk = -1;
   uint8_t zeroPlanes = 0;
-  uint8_t passes = 0;
+  uint8_t passes = 0;  ///< told, whether or not their bytes are kept
   uint8_t lengthBits = 3;
   bool included = false;
 };
@@ -59,10 +59,10 @@ class PacketReader {
   /// Reads the header from `header`, and hands out body bytes from `body`; both are moved on. The
   /// two may be the same object. A body that is cut off gives the blocks that are complete.
   /// @param style  sum of rkdCodeBlock...
-  /// @param eph    a mark may stand behind the header; @return whether one stood there in `sawEph`
-  PacketResult read(PrecinctState& precinct, int layer, int style, ByteSpan& header,
+  /// @param keep   else the packet is only stepped over
+  PacketResult read(PrecinctState& precinct, int layer, int style, bool keep, ByteSpan& header,
                     ByteSpan& body);
-  bool sawEph = false;
+  bool sawEph = false;  ///< behind the header of the packet that was read
 
  private:
   struct Contribution {
@@ -70,7 +70,7 @@ class PacketReader {
     Chunk chunk;
   };
   bool readBlock(BitReader& in, PrecinctState::PerBand& band, int index, int layer, int style);
-  bool readBody(ByteSpan& body);
+  bool readBody(ByteSpan& body, bool keep);
 
   std::vector<Chunk>& m_chunks;
   std::vector<Contribution> m_found;

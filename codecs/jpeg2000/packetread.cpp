@@ -80,7 +80,7 @@ bool PacketReader::readBlock(BitReader& in, PrecinctState::PerBand& band, int in
 }
 
 /// Hands every chunk its bytes; @return false when they are cut off
-bool PacketReader::readBody(ByteSpan& body) {
+bool PacketReader::readBody(ByteSpan& body, bool keep) {
   for (Contribution& found : m_found) {
     BlockState& block = *found.block;
     if (found.chunk.length > body.size()) {
@@ -90,6 +90,7 @@ bool PacketReader::readBody(ByteSpan& body) {
     found.chunk.bytes = body.data();
     body = body.subspan(found.chunk.length);
     block.passes = uint8_t(block.passes + found.chunk.passes);
+    if (!keep) continue;
     const int32_t index = int32_t(m_chunks.size());
     m_chunks.push_back(found.chunk);
     if (block.firstChunk < 0) {
@@ -102,8 +103,8 @@ bool PacketReader::readBody(ByteSpan& body) {
   return true;
 }
 
-PacketResult PacketReader::read(PrecinctState& precinct, int layer, int style, ByteSpan& header,
-                                ByteSpan& body) {
+PacketResult PacketReader::read(PrecinctState& precinct, int layer, int style, bool keep,
+                                ByteSpan& header, ByteSpan& body) {
   m_found.clear();
   sawEph = false;
   if (header.empty()) return PacketResult::ended;
@@ -127,7 +128,7 @@ PacketResult PacketReader::read(PrecinctState& precinct, int layer, int style, B
     sawEph = true;
   }
   if (shared) body = header;
-  const bool complete = readBody(body);
+  const bool complete = readBody(body, keep);
   if (shared) header = body;
   return complete ? PacketResult::good : PacketResult::ended;
 }

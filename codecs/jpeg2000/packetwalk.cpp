@@ -77,7 +77,7 @@ void PacketWalk::takeEph(bool saw) {
 
 bool PacketWalk::skipEmpty() {
   ByteSpan& bytes = headers();
-  if (bytes[0] & 0x80) return false;
+  if (bytes.empty() || (bytes[0] & 0x80)) return false;
   bytes = bytes.subspan(1);
   const bool eph = ephAt(bytes);
   if (eph) bytes = bytes.subspan(2);
@@ -86,8 +86,9 @@ bool PacketWalk::skipEmpty() {
   return true;
 }
 
-bool PacketWalk::read(PrecinctState& precinct, int layer, int style, PacketReader& reader) {
-  const PacketResult result = reader.read(precinct, layer, style, headers(), m_body);
+bool PacketWalk::read(PrecinctState& precinct, int layer, int style, bool keep,
+                      PacketReader& reader) {
+  const PacketResult result = reader.read(precinct, layer, style, keep, headers(), m_body);
   if (result == PacketResult::good) {
     takeEph(reader.sawEph);
     ++m_number;
@@ -99,6 +100,14 @@ bool PacketWalk::read(PrecinctState& precinct, int layer, int style, PacketReade
   }
   lose();
   return false;
+}
+
+void PacketWalk::finish() {
+  size_t left = m_body.size();
+  for (size_t i = m_part + 1; i < m_ofTile.size(); ++i) left += m_parts[m_ofTile[i]].body.size();
+  if (left > 0 && !m_ended) {
+    m_report.warn(Diag::surplusData, m_name + ", " + std::to_string(left) + " bytes");
+  }
 }
 
 void PacketWalk::lose() {

@@ -23,9 +23,11 @@ class PacketWalk {
   /// Steps over the packet by the length that PLT told. @return false where none is told
   bool skip();
   /// @return whether it was there whole; after damage `find` goes on as far as it can
-  bool read(PrecinctState& precinct, int layer, int style, PacketReader& reader);
+  bool read(PrecinctState& precinct, int layer, int style, bool keep, PacketReader& reader);
   /// Steps over a packet without content. @return false when it has some
   bool skipEmpty();
+  /// Behind the last packet: tells of data that belong to none.
+  void finish();
   /// The packet cannot be read because an earlier one of its precinct was lost.
   void lose();
 

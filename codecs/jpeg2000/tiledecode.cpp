@@ -78,7 +78,8 @@ void TileDecoder::prepare(const Rect& tile, const Coding& coding, Budget& budget
   }
   for (size_t c = 0; c < shapes.size(); ++c) {
     Component& component = m_components[c];
-    if (!component.wanted || m_geometry[c].rect.empty()) continue;
+    component.wanted = component.wanted && !m_geometry[c].rect.empty();
+    if (!component.wanted) continue;
     const Rect& rect = m_geometry[c].resolutions[size_t(component.top)].rect;
     component.output = intersection(m_plan.output(m_stream.shape, int(c)), rect);
     component.wanted = !component.output.empty();
@@ -145,7 +146,8 @@ void TileDecoder::readPackets(int64_t tile, const TileHeader& header, Budget& bu
       precinctFor(*packet, budget).damaged = true;
       continue;
     }
-    if (!needed(*packet) && walk.skip()) continue;
+    const bool keep = needed(*packet);
+    if (!keep && walk.skip()) continue;
     if (!known && walk.skipEmpty()) continue;
     PrecinctState& precinct = precinctFor(*packet, budget);
     if (precinct.damaged) {
@@ -154,9 +156,10 @@ void TileDecoder::readPackets(int64_t tile, const TileHeader& header, Budget& bu
     }
     const int style = header.coding.components[size_t(packet->component)].style;
     const size_t chunks = m_chunks.size();
-    if (!walk.read(precinct, packet->layer, style, reader)) continue;
+    if (!walk.read(precinct, packet->layer, style, keep, reader)) continue;
     budget.take(int64_t(m_chunks.size() - chunks) * int64_t(sizeof(Chunk)));
   }
+  walk.finish();
 }
 
 BandCoding TileDecoder::bandCoding(const Coding& coding, int component, const Band& band) const {

@@ -42,49 +42,29 @@ struct Level {
   int phaseX, phaseY;
 };
 
-void forwardReal(const Level& l, std::vector<uint8_t>& work) {
-  const int step = l.size.width * int(sizeof(float));
-  work.resize(size_t(step) * size_t(l.size.height));
-  float* const temporary = reinterpret_cast<float*>(work.data());
-  const int lowsX = (l.size.width + 1 - l.phaseX) / 2, lowsY = (l.size.height + 1 - l.phaseY) / 2;
-  float* const data = static_cast<float*>(l.plane.data);
-  const int planeStep = int(l.plane.step);
-  checked(rkdiWTFwdCol_D97_JPEG2K_32f_C1R(data, planeStep, temporary, step,
-                                          temporary + size_t(lowsY) * size_t(l.size.width), step,
-                                          l.size, l.phaseY));
-  checked(rkdiWTFwdRow_D97_JPEG2K_32f_C1R(temporary, step, data, planeStep, data + lowsX, planeStep,
-                                          l.size, l.phaseX));
-}
-
-void inverseReal(const Level& l, std::vector<uint8_t>& work) {
-  const int step = l.size.width * int(sizeof(float));
-  work.resize(size_t(step) * size_t(l.size.height));
-  float* const temporary = reinterpret_cast<float*>(work.data());
-  const int lowsX = (l.size.width + 1 - l.phaseX) / 2, lowsY = (l.size.height + 1 - l.phaseY) / 2;
-  float* const data = static_cast<float*>(l.plane.data);
-  const int planeStep = int(l.plane.step);
-  checked(rkdiWTInvRow_D97_JPEG2K_32f_C1R(data, planeStep, data + lowsX, planeStep, temporary, step,
-                                          l.size, l.phaseX));
-  checked(rkdiWTInvCol_D97_JPEG2K_32f_C1R(temporary, step,
-                                          temporary + size_t(lowsY) * size_t(l.size.width), step,
-                                          data, planeStep, l.size, l.phaseY));
-}
-
 template <bool Forward>
 void lift(const Level& l, std::vector<uint8_t>& work) {
-  const Arithmetic arithmetic = l.plane.arithmetic;
-  if (arithmetic == Arithmetic::real) return Forward ? forwardReal(l, work) : inverseReal(l, work);
+  static constexpr RkdDataType types[] = {rkd16s, rkd32s, rkd32f};
   int bytes = 0;
-  checked(
-      rkdiWTGetBufSize_JPEG2K(l.size, arithmetic == Arithmetic::narrow ? rkd16s : rkd32s, &bytes));
+  checked(rkdiWTGetBufSize_JPEG2K(l.size, types[size_t(l.plane.arithmetic)], &bytes));
   work.resize(size_t(bytes));
   const int step = int(l.plane.step);
-  if (arithmetic == Arithmetic::narrow) {
-    constexpr auto call = Forward ? rkdiWTFwd_B53_JPEG2K_16s_C1IR : rkdiWTInv_B53_JPEG2K_16s_C1IR;
-    checked(call(l.plane.row<int16_t>(0), step, l.size, l.phaseX, l.phaseY, work.data()));
-  } else {
-    constexpr auto call = Forward ? rkdiWTFwd_B53_JPEG2K_32s_C1IR : rkdiWTInv_B53_JPEG2K_32s_C1IR;
-    checked(call(l.plane.row<int32_t>(0), step, l.size, l.phaseX, l.phaseY, work.data()));
+  const auto run = [&](auto call, auto* data) {
+    checked(call(data, step, l.size, l.phaseX, l.phaseY, work.data()));
+  };
+  switch (l.plane.arithmetic) {
+    case Arithmetic::narrow:
+      run(Forward ? rkdiWTFwd_B53_JPEG2K_16s_C1IR : rkdiWTInv_B53_JPEG2K_16s_C1IR,
+          l.plane.row<int16_t>(0));
+      break;
+    case Arithmetic::wide:
+      run(Forward ? rkdiWTFwd_B53_JPEG2K_32s_C1IR : rkdiWTInv_B53_JPEG2K_32s_C1IR,
+          l.plane.row<int32_t>(0));
+      break;
+    case Arithmetic::real:
+      run(Forward ? rkdiWTFwd_D97_JPEG2K_32f_C1IR : rkdiWTInv_D97_JPEG2K_32f_C1IR,
+          l.plane.row<float>(0));
+      break;
   }
 }
 

@@ -187,6 +187,47 @@ TEST(Reduction, GivesTheLowResolutionsAndTheirCrop) {
   EXPECT_TRUE(messages.has(108)) << messages.text;
 }
 
+TEST(Layers, EveryLayerAddsQualityAndOneComponentIsThatOfTheWhole) {
+  Picture picture = photograph(128, 96);
+  Options coding;
+  coding.wavelet = j2k::Wavelet::irreversible97;
+  coding.ratios = {60, 20, 8};
+  const Bytes file = encoded(picture, coding);
+  double last = 0;
+  for (int layers = 1; layers <= 3; ++layers) {
+    Options options;
+    options.maxLayers = layers;
+    const double quality = psnr(picture, decodedWell(file, options));
+    EXPECT_LT(last + 2, quality);
+    last = quality;
+  }
+  const Picture whole = decodedWell(file);
+  for (int c = 0; c < 3; ++c) {
+    Options options;
+    options.component = c;
+    const Picture one = decodedWell(file, options);
+    ASSERT_EQ(1U, one.planes.size());
+    EXPECT_EQ(whole.planes[size_t(c)], one.planes[0]);
+  }
+}
+
+TEST(Rate, PassesThatAreLeftUncodedWouldHaveBeenThrownAway) {
+  // Enough blocks for a sample to be taken.
+  Picture picture = photograph(700, 600);
+  Options options;
+  options.wavelet = j2k::Wavelet::irreversible97;
+  options.ratios = {25};
+  options.blockWidth = options.blockHeight = 32;
+  const Bytes cut = encoded(picture, options);
+  const double got = psnr(picture, decodedWell(cut));
+  options.ratios = {25, 1};  // the last layer takes everything, so that all is coded
+  j2k::Options first;
+  first.maxLayers = 1;
+  EXPECT_NEAR(psnr(picture, decodedWell(encoded(picture, options), first)), got, 0.1);
+  EXPECT_LE(double(cut.size()), 700.0 * 600 * 3 / 25);
+  EXPECT_GE(double(cut.size()), 700.0 * 600 * 3 / 25 * 0.99);
+}
+
 TEST(Threads, ChangeNoByteAndNoSample) {
   Picture picture = photograph(150, 140);
   for (const bool lossy : {false, true}) {
@@ -225,6 +266,34 @@ TEST(Rate, IsNeverAboveWhatIsAskedAndCloseBelow) {
       }
     }
   }
+}
+
+TEST(Rate, AQualityInDecibelsIsReachedAndNotMuchExceeded) {
+  Picture picture = photograph(240, 200);
+  for (const bool reversible : {true, false}) {
+    for (const double want : {30.0, 38.0, 45.0}) {
+      Options options;
+      options.wavelet = reversible ? j2k::Wavelet::reversible53 : j2k::Wavelet::irreversible97;
+      options.psnr = {want};
+      const double got = psnr(picture, decodedWell(encoded(picture, options)));
+      EXPECT_LT(want - 0.3, got) << reversible;
+      EXPECT_GT(want + 1.5, got) << reversible;
+    }
+  }
+}
+
+TEST(Roi, ComesFirstAndBackgroundFollows) {
+  Picture picture = photograph(160, 120);
+  Options options;
+  options.roi = {60, 40, 40, 30};
+  options.ratios = {40, 1};
+  const Bytes file = encoded(picture, options);
+  EXPECT_EQ(picture.planes, decodedWell(file).planes);
+  Options first;
+  first.maxLayers = 1;
+  const Picture early = decodedWell(file, first);
+  EXPECT_LT(psnr(picture, early) + 6,
+            psnr(cropped(picture, 60, 40, 40, 30), cropped(early, 60, 40, 40, 30)));
 }
 
 }  // namespace

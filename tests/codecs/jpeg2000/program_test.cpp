@@ -1,0 +1,104 @@
+// The program: keys, files in, files out, exit codes.
+#include <algorithm>
+#include <cstring>
+
+#include "base/imagefile.h"
+#include "j2kkit.h"
+#include "peerkit.h"
+
+namespace {
+
+using namespace j2kkit;
+
+class Program : public peerkit::PeerTest {
+ protected:
+  Program() : PeerTest(TAZMET_BIN_DIR "/jpeg2kcodec") {}
+
+  /// Exit code and what was printed to both streams.
+  std::pair<int, std::string> run(const std::string& arguments) const {
+    const std::string command =
+        TAZMET_BIN_DIR "/jpeg2kcodec " + arguments + " > " + file("printed") + " 2>&1";
+    const int status = std::system(command.c_str());
+    const Bytes printed = read("printed");
+    return {WEXITSTATUS(status), std::string(printed.begin(), printed.end())};
+  }
+
+  Bytes anymap(int channels, int depth) const {
+    base::ImageShape shape;
+    shape.width = 37;
+    shape.height = 23;
+    shape.channels = channels;
+    shape.depth = depth;
+    Picture picture = waves(37, 23, channels, depth);
+    Bytes samples(shape.rowBytes() * 23);
+    for (size_t c = 0; c < size_t(channels); ++c) {
+      for (size_t i = 0; i < picture.planes[c].size(); ++i) {
+        std::memcpy(&samples[(i * size_t(channels) + c) * shape.sampleBytes()],
+                    &picture.planes[c][i], shape.sampleBytes());
+      }
+    }
+    Bytes bytes;
+    EXPECT_EQ(base::ImageStatus::ok, base::writeImage(shape, samples.data(), shape.rowBytes(),
+                                                      base::ImageFormat::pnm, bytes));
+    return bytes;
+  }
+};
+
+TEST_F(Program, KeepsPicturesThroughEveryFormat) {
+  for (const int depth : {8, 12, 16}) {
+    for (const int channels : {1, 3}) {
+      const Bytes picture = anymap(channels, depth);
+      write("in.pnm", picture);
+      for (const char* const name : {"x.jp2", "x.j2k", "x.j2c"}) {
+        ASSERT_EQ(0, run("-i " + file("in.pnm") + " -o " + file(name)).first);
+        ASSERT_EQ(0, run("-i " + file(name) + " -o " + file("out.pnm")).first);
+        EXPECT_EQ(picture, read("out.pnm")) << name << depth;
+      }
+    }
+  }
+  write("in.pnm", anymap(3, 8));
+  ASSERT_EQ(0, run("-i " + file("in.pnm") + " -o " + file("x.jp2")).first);
+  ASSERT_EQ(0, run("-i " + file("x.jp2") + " -o " + file("a.bmp")).first);
+  ASSERT_EQ(0, run("-i " + file("a.bmp") + " -o " + file("y.jp2")).first);
+  ASSERT_EQ(0, run("-i " + file("y.jp2") + " -o " + file("out.ppm")).first);
+  EXPECT_EQ(read("in.pnm"), read("out.ppm"));
+  ASSERT_EQ(0, run("-i " + file("x.jp2") + " -o " + file("c.pgx")).first);
+  ASSERT_EQ(0, run("-i " + file("c_1.pgx") + " -o " + file("z.j2k")).first);
+  ASSERT_EQ(0, run("-i " + file("z.j2k") + " -o " + file("d.pgx")).first);
+  EXPECT_EQ(read("c_1.pgx"), read("d_0.pgx"));
+}
+
+TEST_F(Program, TellsWhatIsWrongInOneLine) {
+  write("in.ppm", anymap(3, 8));
+  write("junk", {1, 2, 3});
+  const std::string in = "-i " + file("in.ppm"), out = " -o " + file("x.jp2");
+  for (const std::string& arguments :
+       {std::string("-i"), in, in + out + " -wlev 33", in + out + " -wt wt42", in + out + " -frob",
+        in + out + " -cblk 128x128", in + out + " -tile 0x5", "-i " + file("none") + out,
+        "-i " + file("junk") + out, std::string("-diag 999"), in + out + " -ratio 100000",
+        in + out + " -roi 5x5+1000+1000"}) {
+    const auto [code, printed] = run(arguments);
+    EXPECT_NE(0, code) << arguments;
+    EXPECT_EQ(1, std::count(printed.begin(), printed.end(), '\n')) << arguments << "\n" << printed;
+  }
+}
+
+TEST_F(Program, ListsDiagnosticsAndStructureAndMeasures) {
+  const std::string all = run("-diag").second;
+  EXPECT_EQ(j2k::diagnosticTexts().size(), size_t(std::count(all.begin(), all.end(), '\n')));
+  EXPECT_NE(std::string::npos, run("-diag 509").second.find("truncated"));
+  write("in.ppm", anymap(3, 8));
+  ASSERT_EQ(0, run("-i " + file("in.ppm") + " -o " + file("x.jp2") +
+                   " -tile 20x20 -sop -plt -tlm -layers 2")
+                   .first);
+  const std::string list = run("-i " + file("x.jp2") + " -linf+").second;
+  for (const char* const part :
+       {"box 'ihdr' at", "37x23, 3 components", "SIZ at", "TLM at", "order LRCP, 2 layers",
+        "wavelet 5/3, 5 levels", "tile 3, part 0", "PLT at", "SOP", "comment: "}) {
+    EXPECT_NE(std::string::npos, list.find(part)) << part << "\n" << list;
+  }
+  EXPECT_NE(std::string::npos,
+            run("-i " + file("x.jp2") + " -bench 2").second.find("clocks/pixel"));
+}
+
+}  // namespace
