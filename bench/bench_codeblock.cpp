@@ -26,7 +26,7 @@ namespace bench {
 namespace {
 
 constexpr int kBlock = 64;
-constexpr int kAcross = 4;
+constexpr int kAcross = 8;
 constexpr int kSide = kBlock * kAcross;
 
 void require(bool holds, const char* what) {

@@ -1,5 +1,5 @@
 /// DCT, quantisation and level shift between the pixels of an image and blocks of coefficients.
-#include "rkblocktest.h"
+#include "rkcoefs.h"
 #include "rkcommon.h"
 #include "rkd/rkdjpeg.h"
 #include "rksuite.h"
@@ -8,6 +8,7 @@ namespace {
 
 rkImage image;
 rkVector blocks, table;
+rkCoefsChoice choice;
 int across, down;  // blocks of the image
 int side;          // pixels of the image a block stands for, in each direction
 
@@ -22,6 +23,11 @@ class TimjDctQuantLS : public rkTest {
     side = base.find("To4x4", 0) >= 0 ? 4 : base.find("To2x2", 0) >= 0 ? 2 : 8;
     image.init(isForward() ? func().srcType() : func().dstType(), 1, false);
     blocks.init(rk16s);
+    regParm(choice.table);
+    choice.initTable(rkTableQ75, isForward());
+    if (isForward()) return true;
+    regParm(choice.coefs);
+    choice.initCoefs(rkCoefsPhoto);
     return true;
   }
 
@@ -32,16 +38,18 @@ class TimjDctQuantLS : public rkTest {
     down = size.height / 8;
     const bool is16u = image.type() == rk16u;
     const rkRange samples = fillRange(is16u ? rkRange{0, 4095} : rkRange{});
-    // Quantised coefficients small enough that the block's samples stay near their range.
-    const rkRange coefs = fillRange(is16u ? rkRange{-80, 80} : rkRange{-10, 10});
+    // Quantised coefficients small enough that the block's samples stay near their range: some
+    // beyond it, so that a comparison sees the clamp.
+    const double most = (is16u ? 80 : 10) / (choice.table.value() == rkTableOnes ? 1 : 2);
+    const rkRange coefs = fillRange({-most, most});
     const RkdiSize pixels = {across * side, down * side};
-    const int length = across * down * 64;
-    return rkFillQuantTable(table, verifying()) &&
+    const int count = across * down;
+    return rkFillQuantTable(table, choice.table.value(), isForward(), verifying()) &&
            (isForward()
                 ? image.createImageExt(pixels, 0, 0, rkModeRandom, samples.low, samples.high) &&
-                      blocks.createVector(length, rkModeConst)
+                      blocks.createVector(64 * count, rkModeConst)
                 : image.createImageExt(pixels, 0, 0, rkModeConst) &&
-                      blocks.createVector(length, rkModeRandom, coefs.low, coefs.high));
+                      rkCreateCoefs(blocks, count, choice.coefs.value(), coefs, verifying()));
   }
 
   void flushData() override {
@@ -58,7 +66,8 @@ class TimjDctQuantLS : public rkTest {
   bool isForward() const { return func().baseName().find("Fwd", 0) >= 0; }
 };
 
-RK_SUITE(TimjDctQuantLS, "src/p_jdctquantls_ia");
+RK_SUITE(TimjDctQuantLS, "src/p_jdctquantls_ia",
+         RK_NEEDS(rkdiQuantFwdTableInit_JPEG_16u, rkdiQuantInvTableInit_JPEG_16u));
 
 /// First pixel of the block whose coefficients start at index i.
 template <class T>

@@ -8,6 +8,11 @@ bool rkBlockTest::canStart() {
   m_data.size.init("Size");
   copySizeList(m_data.size, g_imageSize);
   m_data.size.add({8, 8});
+  regParm(m_data.choice.table);
+  m_data.choice.initTable(m_table, isForward());
+  if (!takesCoefs()) return true;
+  regParm(m_data.choice.coefs);
+  m_data.choice.initCoefs(m_coefs);
   return true;
 }
 
@@ -18,27 +23,18 @@ int rkBlockTest::numberOfBlocks() const {
 
 bool rkBlockTest::initData() {
   m_data.count = numberOfBlocks();
-  m_data.src.init(rk16s);
   m_data.dst.init(rk16s);
   const int length = m_data.count * 64;
   const rkRange range = fillRange(statedRange());
-  return m_data.src.createVector(length, rkModeRandom, range.low, range.high) &&
+  const int kind = takesCoefs() ? m_data.choice.coefs.value() : int(rkCoefsDense);
+  return rkCreateCoefs(m_data.src, m_data.count, kind, range, verifying()) &&
          m_data.dst.createVector(length, rkModeRandom, range.low, range.high) &&
          (!func().inplace() || m_data.dst.reserveCopy()) &&
-         rkFillQuantTable(m_data.table, verifying());
+         rkFillQuantTable(m_data.table, tableKind(), isForward(), verifying());
 }
 
 void rkBlockTest::flushData() {
   m_data.src.deleteVector();
   m_data.dst.deleteVector();
   m_data.table.deleteVector();
-}
-
-bool rkFillQuantTable(rkVector& table, bool verifying) {
-  table.init(rk16u);
-  if (!verifying) return table.createVector(256, rkModeOne);
-  if (!table.createVector(256, rkModeZero)) return false;
-  // Entries from 64 on stay zero: no mark of a table builder there.
-  for (int i = 0; i < 64; ++i) table.data16u()[i] = static_cast<uint16_t>(1 + i * 7 % 24);
-  return true;
 }

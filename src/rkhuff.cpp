@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "rkphoto.h"
 #include "tzostream.h"
 
 namespace {
@@ -20,48 +21,6 @@ constexpr uint8_t kACValues[] = {
     164, 165, 166, 167, 168, 169, 170, 178, 179, 180, 181, 182, 183, 184, 185, 186, 194, 195,
     196, 197, 198, 199, 200, 201, 202, 210, 211, 212, 213, 214, 215, 216, 217, 218, 225, 226,
     227, 228, 229, 230, 231, 232, 233, 234, 241, 242, 243, 244, 245, 246, 247, 248, 249, 250};
-
-// ITU-T T.81, K.1, at quality 75.
-constexpr uint16_t kQuality75[64] = {
-    8,  6,  5,  8,  12, 20, 26, 31, 6,  6,  7,  10, 13, 29, 30, 28, 7,  7,  8,  12, 20, 29,
-    35, 28, 7,  9,  11, 15, 26, 44, 40, 31, 9,  11, 19, 28, 34, 55, 52, 39, 12, 18, 28, 32,
-    41, 52, 57, 46, 25, 32, 39, 44, 52, 61, 60, 51, 36, 46, 48, 49, 56, 50, 52, 50};
-
-/// A number from 0 to 1 that depends on the place alone.
-double hash(unsigned x, unsigned y, unsigned octave) {
-  unsigned h = x * 374761393u + y * 668265263u + octave * 2246822519u;
-  h = (h ^ (h >> 13)) * 1274126177u;
-  return ((h ^ (h >> 16)) & 0xFFFFFF) / 16777215.0;
-}
-
-/// Values at the corners of a lattice, blended smoothly in between.
-double noise(double x, double y, unsigned octave) {
-  const auto ix = static_cast<unsigned>(x), iy = static_cast<unsigned>(y);
-  const auto smooth = [](double t) { return t * t * (3 - 2 * t); };
-  const double fx = smooth(x - ix), fy = smooth(y - iy);
-  const double top = hash(ix, iy, octave) * (1 - fx) + hash(ix + 1, iy, octave) * fx;
-  const double bottom = hash(ix, iy + 1, octave) * (1 - fx) + hash(ix + 1, iy + 1, octave) * fx;
-  return top * (1 - fy) + bottom * fy;
-}
-
-/// A picture with the spectrum of photographs: noise of every octave, the finer the weaker, with
-/// the edges of a few objects and a little grain.
-void fillPhoto(rkImage& image) {
-  for (int y = 0; y < image.height(); ++y) {
-    auto* row = static_cast<uint8_t*>(image.getRowPointer(y));
-    for (int x = 0; x < image.width(); ++x) {
-      double value = 28;
-      double weight = 110;
-      double scale = 1.0 / 128;
-      for (unsigned octave = 0; octave < 7; ++octave, weight *= 0.58, scale *= 2) {
-        value += weight * (noise(x * scale, y * scale, octave) - 0.2);
-      }
-      if (noise(x / 90.0, y / 90.0, 11) > 0.55) value = 0.6 * value + 60;
-      value += 5 * (hash(static_cast<unsigned>(x), static_cast<unsigned>(y), 17) - 0.5);
-      row[x] = static_cast<uint8_t>(value < 0 ? 0 : value > 255 ? 255 : value);
-    }
-  }
-}
 
 }  // namespace
 
@@ -95,7 +54,7 @@ bool rkHuffCoefs::create(RkdiSize size, int picture) {
   }
   if (total() == 0) return true;
   if (picture == rkPicturePhoto) {
-    fillPhoto(m_image);
+    rkFillPhoto(m_image);
   } else {
     m_image.setJaehne(100);
   }
@@ -106,7 +65,7 @@ bool rkHuffCoefs::transform(int picture) {
   rkVector table;
   table.init(rk16u);
   if (!table.createVector(256, rkModeZero)) return false;
-  std::memcpy(table.data(), kQuality75, sizeof kQuality75);
+  std::copy(rkQuality75.begin(), rkQuality75.end(), table.data16u());
   int16_t* block = data();
   int nonZero = 0;
   for (int y = 0; y < m_image.height(); y += 8) {

@@ -165,6 +165,7 @@ tzResult rkComparison::run(tzString& note) {
   tzCallGuard guard;
   if (!guard.call([&] { status = line.library(); })) {
     note = tzString(guard.name()) + ", " + guard.getInfo() + describeFault(guard.address());
+    putBack(before);
     return TZ_EXCPTFAIL;
   }
   note = "";
@@ -173,6 +174,7 @@ tzResult rkComparison::run(tzString& note) {
   } else {
     note = firstDifference(expected);
   }
+  putBack(before);
   return note.empty() ? TZ_OK : TZ_FUNCFAIL;
 }
 

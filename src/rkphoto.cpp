@@ -1,0 +1,73 @@
+// A made-up photograph and its coefficients.
+#include "rkphoto.h"
+
+#include <algorithm>
+
+#include "ref_dct.h"
+
+namespace {
+
+/// A number from 0 to 1 that depends on the place alone.
+double hash(unsigned x, unsigned y, unsigned octave) {
+  unsigned h = x * 374761393u + y * 668265263u + octave * 2246822519u;
+  h = (h ^ (h >> 13)) * 1274126177u;
+  return ((h ^ (h >> 16)) & 0xFFFFFF) / 16777215.0;
+}
+
+/// Values at the corners of a lattice, blended smoothly in between.
+double noise(double x, double y, unsigned octave) {
+  const auto ix = static_cast<unsigned>(x), iy = static_cast<unsigned>(y);
+  const auto smooth = [](double t) { return t * t * (3 - 2 * t); };
+  const double fx = smooth(x - ix), fy = smooth(y - iy);
+  const double top = hash(ix, iy, octave) * (1 - fx) + hash(ix + 1, iy, octave) * fx;
+  const double bottom = hash(ix, iy + 1, octave) * (1 - fx) + hash(ix + 1, iy + 1, octave) * fx;
+  return top * (1 - fy) + bottom * fy;
+}
+
+}  // namespace
+
+const std::array<uint16_t, 64> rkQuality75 = {
+    8,  6,  5,  8,  12, 20, 26, 31, 6,  6,  7,  10, 13, 29, 30, 28, 7,  7,  8,  12, 20, 29,
+    35, 28, 7,  9,  11, 15, 26, 44, 40, 31, 9,  11, 19, 28, 34, 55, 52, 39, 12, 18, 28, 32,
+    41, 52, 57, 46, 25, 32, 39, 44, 52, 61, 60, 51, 36, 46, 48, 49, 56, 50, 52, 50};
+
+void rkFillPhoto(rkImage& image) {
+  for (int y = 0; y < image.height(); ++y) {
+    auto* row = static_cast<uint8_t*>(image.getRowPointer(y));
+    for (int x = 0; x < image.width(); ++x) {
+      double value = 28;
+      double weight = 110;
+      double scale = 1.0 / 128;
+      for (unsigned octave = 0; octave < 7; ++octave, weight *= 0.58, scale *= 2) {
+        value += weight * (noise(x * scale, y * scale, octave) - 0.2);
+      }
+      if (noise(x / 90.0, y / 90.0, 11) > 0.55) value = 0.6 * value + 60;
+      value += 5 * (hash(static_cast<unsigned>(x), static_cast<unsigned>(y), 17) - 0.5);
+      row[x] = static_cast<uint8_t>(value < 0 ? 0 : value > 255 ? 255 : value);
+    }
+  }
+}
+
+const std::vector<int16_t>& rkPhotoCoefs() {
+  static const std::vector<int16_t> all = [] {
+    // Enough blocks that no branch predictor knows them.
+    constexpr int SIDE = 512;
+    rkImage image;
+    image.init(rk8u, 1, false);
+    std::vector<int16_t> coefs(size_t{SIDE} * SIDE);
+    if (!image.createImage(SIDE, SIDE)) return coefs;
+    rkFillPhoto(image);
+    uint16_t table[RKD_QUANT_TABLE_LENGTH] = {};
+    std::copy(rkQuality75.begin(), rkQuality75.end(), table);
+    int16_t* block = coefs.data();
+    for (int y = 0; y < SIDE; y += 8) {
+      for (int x = 0; x < SIDE; x += 8, block += 64) {
+        const auto* pixels = static_cast<const uint8_t*>(image.getPointerAt(x, y, 0));
+        ref::rkdiDCT8x8FwdLS_JPEG_8u16s_C1R(pixels, image.step(), block);
+        ref::rkdiQuantFwd8x8_JPEG_16s_C1I(block, table);
+      }
+    }
+    return coefs;
+  }();
+  return all;
+}

@@ -1,0 +1,21 @@
+#pragma once
+/// @file
+/// A made-up photograph, and its coefficients at quality 75: what entropy coders and inverse
+/// transforms meet in practice.
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "rkimage.h"
+
+/// The typical luminance quantisers of ITU-T T.81, K.1, at quality 75, in natural order.
+extern const std::array<uint16_t, 64> rkQuality75;
+
+/// Fills an 8u image of one channel with a picture that has the spectrum of photographs: noise of
+/// every octave, the finer the weaker, with the edges of a few objects and a little grain.
+void rkFillPhoto(rkImage& image);
+
+/// Quantised coefficients of a photograph, 64 a block; thousands of blocks, made by the plain
+/// transform.
+const std::vector<int16_t>& rkPhotoCoefs();
