@@ -35,7 +35,14 @@ RkdStatus rkdiFakeCode_JPEG_8u_C1(const uint8_t* src, int length, uint8_t* dst, 
   return code(src, length, dst, position, state);
 }
 RkdStatus rkdiFakeCopy_JPEG_16s_C1(const int16_t* src, int16_t* dst, int length) {
+  g_fake.copied = 0;
+  for (int i = 0; i < length; ++i) g_fake.copied += (i + 1) * long{src[i]} + dst[i];
   return copy(src, dst, length);
+}
+RkdStatus rkdiFakeCount_JPEG_8u_C1(int* count) {
+  g_fake.countBefore = *count;
+  *count += g_fake.countBy;
+  return rkdStsNoErr;
 }
 RkdStatus rkdiFakeWrong_JPEG_16s_C1(const int16_t* src, int16_t* dst, int length) {
   copy(src, dst, length);
@@ -66,6 +73,10 @@ RkdStatus ref::rkdiFakeWrong_JPEG_16s_C1(const int16_t* src, int16_t* dst, int l
 }
 RkdStatus ref::rkdiFakeInPlace_JPEG_16s_C1I(int16_t* srcDst, int length) {
   return increment(srcDst, length);
+}
+RkdStatus ref::rkdiFakeCount_JPEG_8u_C1(int* count) {
+  ++*count;
+  return rkdStsNoErr;
 }
 RkdStatus ref::rkdiFakeCrash_JPEG_8u_C1(uint8_t* dst) {
   dst[0] = 1;

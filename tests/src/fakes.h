@@ -18,6 +18,8 @@ RkdStatus rkdiFakeCopy_JPEG_16s_C1(const int16_t* src, int16_t* dst, int length)
 /// Differs from its judge at one element; which one, and by how much, a test sets.
 RkdStatus rkdiFakeWrong_JPEG_16s_C1(const int16_t* src, int16_t* dst, int length);
 RkdStatus rkdiFakeInPlace_JPEG_16s_C1I(int16_t* srcDst, int length);
+/// Adds one; the judge does the same, unless a test sets another number.
+RkdStatus rkdiFakeCount_JPEG_8u_C1(int* count);
 /// Crashes when told to.
 RkdStatus rkdiFakeCrash_JPEG_8u_C1(uint8_t* dst);
 /// Nobody defines this one.
@@ -33,6 +35,7 @@ RkdStatus rkdiFakeCode_JPEG_8u_C1(const uint8_t* src, int length, uint8_t* dst, 
 RkdStatus rkdiFakeCopy_JPEG_16s_C1(const int16_t* src, int16_t* dst, int length);
 RkdStatus rkdiFakeWrong_JPEG_16s_C1(const int16_t* src, int16_t* dst, int length);
 RkdStatus rkdiFakeInPlace_JPEG_16s_C1I(int16_t* srcDst, int length);
+RkdStatus rkdiFakeCount_JPEG_8u_C1(int* count);
 RkdStatus rkdiFakeCrash_JPEG_8u_C1(uint8_t* dst);
 RkdStatus rkdiFakeMissing_JPEG_8u_C1(uint8_t* dst);
 }  // namespace ref
@@ -45,5 +48,8 @@ struct FakeControl {
   int staleCalls = 0;    ///< calls of rkdiFakeCode whose state had not been restored
   int inPlaceFirst = 0;  ///< first element that the last rkdiFakeInPlace met
   bool crash = false;
+  int countBy = 1;      ///< what rkdiFakeCount adds
+  int countBefore = 0;  ///< what the last rkdiFakeCount met
+  long copied = 0;      ///< sum of what the last rkdiFakeCopy read, and of what it overwrote
 };
 extern FakeControl g_fake;

@@ -64,6 +64,7 @@ namespace loops {
 namespace {
 
 rkVector src, dst, bytes;
+int count;  // of performances since the start: nothing restores it
 
 class TimjFakeLoops : public rkTest {
  public:
@@ -88,11 +89,12 @@ class TimjFakeLoops : public rkTest {
   tzString getUnit() const override { return "e"; }
 };
 
-RK_SUITE(TimjFakeLoops, "src/p_fakeloops");
+RK_SUITE(TimjFakeLoops, "src/p_fakeloops", RK_COUNTERS(count));
 
 RK_REG_LOOPS(rkdiFakeCopy_JPEG_16s_C1, rkNoRestore, F(src.data16s(), dst.data16s(), src.length()));
 RK_REG(rkdiFakeWrong_JPEG_16s_C1, F(src.data16s(), dst.data16s(), src.length()), 1);
 RK_REG_Ibs(rkdiFakeInPlace_JPEG_16s_C1I, F(dst.data16s(), dst.length()));
+RK_REG(rkdiFakeCount_JPEG_8u_C1, F(&count));
 RK_REG(rkdiFakeCrash_JPEG_8u_C1, F(bytes.data8u()));
 RK_REG(rkdiFakeMissing_JPEG_8u_C1, F(bytes.data8u()));
 

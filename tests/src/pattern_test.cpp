@@ -48,6 +48,35 @@ TEST_F(SuitePattern, InPlaceOperandsStartEveryRunAsTheyWereMade) {
   EXPECT_EQ(plain.notes, verified.notes);
 }
 
+TEST_F(SuitePattern, TimedCallsMeetTheSameDataAndCountersWhateverRanBefore) {
+  const auto seen = [this](const std::string& keys) {
+    return harnesskit::Session(m_folder)
+        .setup([] {
+          g_fake = {};
+          rkVector::m_seed = 12345;
+        })
+        .after(
+            [] { return std::to_string(g_fake.copied) + " " + std::to_string(g_fake.countBefore); })
+        .run("-B -dMethod=Manual -dNumLoops=1 " + keys)
+        .notes;
+  };
+  const std::string copied = seen("-fFakeCopy");
+  EXPECT_NE("0 0", copied);
+  EXPECT_EQ(copied, seen("-fFakeCopy -V")) << "data after a comparison";
+  EXPECT_EQ(copied, seen("-fFakeCopy -fFakeCode")) << "data after another test";
+  // The second of the two calls, after the warm-up.
+  EXPECT_EQ("0 1", seen("-fFakeCount"));
+  EXPECT_EQ("0 1", seen("-fFakeCount -V")) << "counters after a comparison";
+}
+
+TEST_F(SuitePattern, ComparisonSeesACounterThatAloneDiffers) {
+  FakeControl control;
+  control.countBy = 2;
+  const Outcome outcome = run("-fFakeCount -VONLY", control);
+  EXPECT_EQ(1, outcome.exitCode);
+  EXPECT_TRUE(outcome.shows("value 1 of count is 2 instead of 1")) << outcome.console;
+}
+
 TEST_F(SuitePattern, RegistrationTextsSelectTests) {
   EXPECT_EQ(1u, run("-t=TimjFakeLoops/").lines("rkdiFakeCopy_JPEG_16s_C1 ").size());
   EXPECT_FALSE(run("-t=TimjFakeLoops/").shows("rkdiFakeCode"));
@@ -78,7 +107,7 @@ TEST_F(SuitePattern, ComparisonAcceptsWhatAgreesAndWhatIsWithinTolerance) {
   const auto verified = std::count_if(lines.begin(), lines.end(), [](const std::string& line) {
     return line.find(" verified ") != std::string::npos;
   });
-  EXPECT_EQ(5, verified) << all.console;  // one function has two lengths
+  EXPECT_EQ(6, verified) << all.console;  // one function has two lengths
 
   FakeControl near;
   near.wrongAt = 7;

@@ -11,14 +11,16 @@
 #include "harnesskit.h"
 #include "rkd/rkdcore.h"
 #include "rktest.h"
-#include "tzenv.h"
+#include "suitekit.h"
 #include "tzmemory.h"
-#include "tzostream.h"
 #include "tzregistry.h"
 
 namespace {
 
 using harnesskit::Outcome;
+using suitekit::Prepared;
+using suitekit::sized;
+using suitekit::suiteTests;
 
 /// What the tests of a unit are registered with.
 struct Suite {
@@ -55,14 +57,6 @@ const Suite kSuites[] = {
     {"src/p_jxrpct_vb", "px", {"Tim_PCT//RK_REG"}, 8},
 };
 
-std::vector<rkTest*> suiteTests() {
-  std::vector<rkTest*> tests;
-  for (tzTest* test : tzGetTestList()) {
-    if (auto* suiteTest = dynamic_cast<rkTest*>(test)) tests.push_back(suiteTest);
-  }
-  return tests;
-}
-
 TEST(Suites, EveryFunctionIsRegisteredOnceWithItsSourceTextAndUnit) {
   std::map<std::string, int> perSource;
   std::set<std::string> seen;
@@ -84,50 +78,6 @@ TEST(Suites, EveryFunctionIsRegisteredOnceWithItsSourceTextAndUnit) {
     total += suite.count;
   }
   EXPECT_EQ(total, static_cast<int>(seen.size())) << "a unit is missing in the table";
-}
-
-/// The data of one test at one combination of values, outside any session.
-class Prepared {
- public:
-  /// @param values  of parameters by name; those that the test has not are left out
-  Prepared(tzTest& test, const std::map<std::string, std::string>& values) : m_test(test) {
-    setRkdEnvironment();
-    g_ostrm.setOutLevel(0);
-    rkVector::m_seed = rkVector::START_SEED;
-    test.prepareParms();
-    for (tzParameter* parm : test.parms()) {
-      const auto value = values.find(parm->name().c_str());
-      if (value != values.end()) {
-        m_before.push_back({parm, parm->defaultString()});
-        parm->translate(value->second.c_str());
-      }
-      parm->resetIterator();
-      parm->firstValue();
-    }
-    m_good = test.initData();
-  }
-  ~Prepared() {
-    m_test.flushData();
-    for (const auto& [parm, values] : m_before) parm->translate(values);
-    m_console.restore(g_ostrm);
-  }
-  Prepared(const Prepared&) = delete;
-  Prepared& operator=(const Prepared&) = delete;
-  bool good() const { return m_good; }
-
- private:
-  const tzOStreamState m_console{g_ostrm};
-  tzTest& m_test;
-  std::vector<std::pair<tzParameter*, tzString>> m_before;
-  bool m_good = false;
-};
-
-/// A size as all parameters that suites size their data by.
-std::map<std::string, std::string> sized(const std::string& size) {
-  return {{"ImageSize", size},
-          {"Size", size},
-          {"BlockSize", size},
-          {"Length", size.substr(0, size.find('x'))}};
 }
 
 TEST(Suites, RefuseThoseSizesThatTheirFunctionsRefuse) {

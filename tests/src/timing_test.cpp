@@ -67,6 +67,31 @@ TEST_F(TimedWrappers, RestoreRunsBeforeEveryPerformance) {
   EXPECT_EQ(performed, restored);
 }
 
+/// In-place data that every performance changes.
+rkVector inPlace;
+std::vector<int> met;
+int increment() {
+  met.push_back(inPlace.data16s()[0]++);
+  return 0;
+}
+
+TEST_F(TimedWrappers, EveryRunStartsWithInPlaceOperandsAsTheyWereMade) {
+  inPlace.init(rk16s);
+  ASSERT_TRUE(inPlace.createVector(1, rkModeValue, 5) && inPlace.reserveCopy());
+  for (int run = 0; run < 2; ++run) {
+    long long clocks = 0;
+    int calls = 1;
+    met.clear();
+    rkTimeLoop<increment>(1, &clocks, "f");
+    EXPECT_EQ((std::vector<int>{5, 6}), met);
+    met.clear();
+    clocks = 0;
+    rkTimeStat<increment>(&calls, &clocks, "f");
+    EXPECT_EQ((std::vector<int>{5, 6}), met);
+  }
+  inPlace.deleteVector();
+}
+
 TEST_F(TimedWrappers, StatMakesTheLeastNumberOfCallsAndUsesTheBudget) {
   int n = 4;
   long long clocks = 0;
