@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "ref_dct.h"
+#include "rkd/rkdjpeg_dct.h"
 
 namespace {
 
