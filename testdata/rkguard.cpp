@@ -1,8 +1,4 @@
-<<<<<<< HEAD
 // Operands that end and begin beside pages without access.
-=======
-// Test buffers between pages that must not be touched.
->>>>>>> ef2d6f8 (Test what figures stand for, and what comparisons and runs restore)
 #include "rkguard.h"
 
 #include <sys/mman.h>
