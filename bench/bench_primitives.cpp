@@ -15,6 +15,7 @@ int main(int argc, char** argv) {
   bench::benchSample(table);
   bench::benchWavelet(table);
   bench::benchComponent(table);
+  bench::benchBands(table);
   bench::benchHuffman(table);
   bench::benchPct(table);
   bench::benchTiff(table);

@@ -65,6 +65,7 @@ class Table {
 };
 
 // The families, each in its bench_*.cpp.
+void benchBands(Table& table);
 void benchCodeBlock(Table& table);
 void benchColor(Table& table);
 void benchComponent(Table& table);
