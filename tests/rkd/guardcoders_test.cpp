@@ -180,6 +180,8 @@ RkdStatus decode(const Coder& coder, Side side, const Bytes& coded, int length) 
     std::copy_n(run.destination[i], coder.samples, dst);
     status = coder.decode(run, dst);
   }
+  EXPECT_EQ(rkdStsNoErr, GUARDED_CALL(rkdiDecodeHuffmanStateGetReached_JPEG_8u,
+                                      sharedMemory().destination<int>(1), run.decodeState));
   EXPECT_TRUE(sharedMemory().areCanariesIntact()) << "stream of " << length;
   return status;
 }
@@ -317,6 +319,11 @@ void decodeBlock(Side side, const blockkit::Coded& coded, const blockkit::Shape&
     GUARDED_CALL(rkdiDecodeCBProgrStep_JPEG2K, src, length, 1, state);
   }
   EXPECT_EQ(rkdStsNoErr, GUARDED_CALL(rkdiDecodeCBProgrGet_JPEG2K_32s_C1R, steps, step, state));
+  EXPECT_EQ(rkdStsNoErr, GUARDED_CALL(rkdiDecodeCBProgrGet_JPEG2K_32f_C1R,
+                                      memory.destination<float>(want.size()), step, 0.5F, state));
+  EXPECT_EQ(rkdStsNoErr,
+            GUARDED_CALL(rkdiDecodeCBProgrGetPlanes_JPEG2K_8u_C1R,
+                         memory.destination<uint8_t>(want.size()), shape.size.width, state));
   EXPECT_TRUE(!isWhole || std::equal(want.begin(), want.end(), whole));
   EXPECT_TRUE(std::equal(whole, whole + want.size(), steps));
   EXPECT_TRUE(memory.areCanariesIntact());
