@@ -68,4 +68,10 @@ Status writeSequential(const Coefficients& coefficients, const EncodeOptions& op
 Status writeProgressive(const Coefficients& coefficients, const EncodeOptions& options,
                         Output& output);
 
+/// Rows between restart markers of a lossless scan: whole rows, in numbers that DRI can hold.
+int losslessRowsInInterval(int restartInterval, int width);
+/// Writes the only scan of a lossless file, tables in front.
+Status writeLossless(const ImageShape& shape, const Frame& frame, const EncodeOptions& options,
+                     RowSource& source, Output& output);
+
 }  // namespace jpeg

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "decoder.h"
+#include "deeppixels.h"
 
 namespace jpeg {
 
@@ -75,13 +76,16 @@ class MemoryPixels : public RowSink {
 };
 
 /// Colour that pixels have when nothing else is asked for.
-Color naturalColor(Color file) {
+Color naturalColor(Color file, const Frame& frame) {
+  if (frame.isLossless()) return file;
   if (file == Color::ycbcr) return Color::rgb;
   return file == Color::ycck ? Color::cmyk : file;
 }
 
-bool isConversion(Color from, Color to) {
+bool isConversion(Color from, Color to, const Frame& frame) {
   if (from == to) return true;
+  // Lossless samples are handed over as they are, in either order.
+  if (frame.isLossless() && from != Color::gray) return from == Color::rgb && to == Color::bgr;
   switch (from) {
     case Color::gray:
       return to == Color::rgb || to == Color::bgr;
@@ -112,11 +116,17 @@ struct Decoder::Work {
   bool hasHeader = false;
   ScanTables tables;
   ScanReader reader;
+  uint64_t blocksRead = 0;
+  std::array<bool, kMaxComponents> hasDc{};
 
   void takeWarnings() {
     for (const Status w : markers.takeWarnings()) warnings.add(w);
   }
   Status outcome() const;
+  Status checkWork() const;
+  Status countWork();
+  Status showScan(const Coefficients& coefficients, int scan);
+  InverseSetup inverseSetup() const;
   Status readHeader();
   Status describeImage();
   Status checkQuantisers(std::array<Quantisers, 4>* quantisers);
@@ -124,6 +134,7 @@ struct Decoder::Work {
   Status readScans(Coefficients* coefficients);
   Status readScan(Coefficients* coefficients);
   Status readOnePass(InversePixels& pixels);
+  Status readLosslessScans(const Rect& region);
   bool isOnePass() const;
   Status startScan(ScanJob* job);
   Status afterScan(Found* found);
@@ -182,9 +193,10 @@ Status Decoder::readCoefficients(Coefficients* coefficients) {
   return work_->outcome();
 }
 
-/// The first warning; in strict mode callers take it for an error.
+/// The first warning; an error in strict mode.
 Status Decoder::Work::outcome() const {
-  return warnings.all().empty() ? Status::ok : warnings.all().front();
+  if (warnings.all().empty()) return Status::ok;
+  return options.strict ? Status::notStrict : warnings.all().front();
 }
 
 Status Decoder::Work::readHeader() {
@@ -219,11 +231,31 @@ Status Decoder::Work::readHeader() {
   return Status::ok;
 }
 
+/// A file cannot hold fewer bits than blocks: one that says so is refused where filling the picture
+/// would take long.
+Status Decoder::Work::checkWork() const {
+  constexpr uint64_t kHarmless = uint64_t{1} << 26;
+  const uint64_t pixels = uint64_t(info.frame.width) * uint64_t(info.frame.height);
+  const bool isLong = pixels > kHarmless && file.size() * 8 < info.frame.blocks();
+  return isLong ? Status::tooLittleData : Status::ok;
+}
+
+/// Runs of empty blocks cost nothing in the file, but time: what the scans of a file may visit
+/// grows with its bytes.
+Status Decoder::Work::countWork() {
+  const ScanGeometry geometry = ScanGeometry::of(info.frame, markers.scan());
+  blocksRead +=
+      uint64_t(geometry.across) * uint64_t(geometry.down) * uint64_t(geometry.blocksInUnit);
+  return blocksRead > (uint64_t{1} << 26) + 1024 * uint64_t{file.size()} ? Status::manyScans
+                                                                         : Status::ok;
+}
+
 Status Decoder::Work::describeImage() {
   const int scale = options.scale;
   if (scale != 1 && scale != 2 && scale != 4 && scale != 8) return Status::badArgument;
-  const Color color = options.color == Color::unknown ? naturalColor(info.color) : options.color;
-  if (!isConversion(info.color, color)) return Status::badConversion;
+  const Color color =
+      options.color == Color::unknown ? naturalColor(info.color, info.frame) : options.color;
+  if (!isConversion(info.color, color, info.frame)) return Status::badConversion;
   ImageShape& image = info.image;
   image.color = color;
   image.channels = color == Color::unknown ? info.frame.componentCount : channelsOf(color);
@@ -278,12 +310,17 @@ bool Decoder::Work::isOnePass() const {
 
 Status Decoder::Work::readScan(Coefficients* coefficients) {
   ScanJob job;
+  JPEG_RETURN_IF_ERROR(countWork());
   JPEG_RETURN_IF_ERROR(startScan(&job));
+  for (int slot = 0; slot < job.scan->componentCount && job.scan->ss == 0; ++slot) {
+    hasDc[size_t(job.scan->component[size_t(slot)].index)] = true;
+  }
   return info.frame.process == Process::progressive ? readProgressive(job, coefficients)
                                                     : readSequential(job, coefficients);
 }
 
 Status Decoder::Work::readScans(Coefficients* coefficients) {
+  JPEG_RETURN_IF_ERROR(checkWork());
   coefficients->frame = info.frame;
   coefficients->color = info.color;
   JPEG_RETURN_IF_ERROR(coefficients->allocate(options.memoryLimit));
@@ -291,14 +328,30 @@ Status Decoder::Work::readScans(Coefficients* coefficients) {
   for (int count = 0; found == Found::scan; ++count) {
     if (count >= options.maxScans) return Status::manyScans;
     Status status = readScan(coefficients);
+    if (status == Status::manyScans) return status;
     if (!isError(status)) status = afterScan(&found);
     if (isError(status)) {
       if (count == 0) return status;
       warnings.add(Status::scansLeftOut);
       break;
     }
+    if (found == Found::scan) JPEG_RETURN_IF_ERROR(showScan(*coefficients, count));
+  }
+  for (int i = 0; i < info.frame.componentCount; ++i) {
+    if (!hasDc[size_t(i)]) warnings.add(Status::missingScans);
   }
   return checkQuantisers(&coefficients->quantisers);
+}
+
+/// The picture as it stands, for users who want to see it early.
+Status Decoder::Work::showScan(const Coefficients& coefficients, int scan) {
+  if (!options.onScan || !isMemory || info.frame.precision != 8) return Status::ok;
+  std::array<Quantisers, 4> quantisers{};
+  JPEG_RETURN_IF_ERROR(checkQuantisers(&quantisers));
+  InversePixels pixels;
+  JPEG_RETURN_IF_ERROR(pixels.init(info.frame, quantisers, inverseSetup()));
+  JPEG_RETURN_IF_ERROR(inverseAll(coefficients, pixels, *sink));
+  return options.onScan(scan) ? Status::ok : Status::stopped;
 }
 
 Status Decoder::Work::readOnePass(InversePixels& pixels) {
@@ -311,13 +364,53 @@ Status Decoder::Work::readOnePass(InversePixels& pixels) {
   return Status::ok;
 }
 
+Status Decoder::Work::readLosslessScans(const Rect& region) {
+  if (options.scale != 1) return Status::badArgument;
+  const Frame& frame = info.frame;
+  LosslessPlanes planes;
+  LosslessSetup setup{info.image, region, 0};
+  Found found = Found::scan;
+  for (int count = 0; found == Found::scan; ++count) {
+    if (count >= options.maxScans) return Status::manyScans;
+    const Scan& scan = markers.scan();
+    JPEG_RETURN_IF_ERROR(checkLosslessScan(frame, scan));
+    ScanJob job;
+    JPEG_RETURN_IF_ERROR(startScan(&job));
+    // Intervals are whole rows of MCUs.
+    if (job.restartInterval % frame.width != 0) return Status::badScan;
+    job.restartInterval /= frame.width;
+    setup.shift = scan.al;
+    if (count == 0 && scan.componentCount == frame.componentCount) {
+      JPEG_RETURN_IF_ERROR(readLossless(job, setup, *sink));
+      if (isError(afterScan(&found))) warnings.add(Status::scansLeftOut);
+      return Status::ok;
+    }
+    const size_t samples = size_t(frame.width) * size_t(frame.height);
+    if (samples > options.memoryLimit / (2 * size_t(frame.componentCount))) {
+      return Status::overMemoryLimit;
+    }
+    JPEG_RETURN_IF_ERROR(readLossless(job, &planes));
+    JPEG_RETURN_IF_ERROR(afterScan(&found));
+  }
+  for (int i = 0; i < frame.componentCount; ++i) {
+    if (planes[size_t(i)].empty()) warnings.add(Status::missingScans);
+  }
+  return putPlanes(planes, frame, setup, *sink);
+}
+
+InverseSetup Decoder::Work::inverseSetup() const {
+  const Rect all{0, 0, ceilDiv(info.frame.width, options.scale),
+                 ceilDiv(info.frame.height, options.scale)};
+  return {info.color, info.image.color, options.scale, options.upsampling,
+          options.crop.isEmpty() ? all : options.crop};
+}
+
 Status Decoder::Work::readData() {
   JPEG_RETURN_IF_ERROR(describeImage());
   if (isMemory && !memoryPixels.fits(info.image)) return Status::destinationFull;
-  const Rect all{0, 0, ceilDiv(info.frame.width, options.scale),
-                 ceilDiv(info.frame.height, options.scale)};
-  const InverseSetup setup{info.color, info.image.color, options.scale, options.upsampling,
-                           options.crop.isEmpty() ? all : options.crop};
+  JPEG_RETURN_IF_ERROR(checkWork());
+  const InverseSetup setup = inverseSetup();
+  if (info.frame.isLossless()) return readLosslessScans(setup.region);
   InversePixels pixels;
   std::array<Quantisers, 4> quantisers{};
   if (isOnePass()) {
@@ -327,6 +420,11 @@ Status Decoder::Work::readData() {
   }
   Coefficients coefficients;
   JPEG_RETURN_IF_ERROR(readScans(&coefficients));
+  if (info.frame.precision > 8) {
+    DeepPixels deep;
+    JPEG_RETURN_IF_ERROR(deep.init(coefficients, setup, options.memoryLimit));
+    return deep.put(*sink);
+  }
   JPEG_RETURN_IF_ERROR(pixels.init(info.frame, coefficients.quantisers, setup));
   return inverseAll(coefficients, pixels, *sink);
 }

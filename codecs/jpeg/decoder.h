@@ -69,7 +69,6 @@ class IntervalReader {
   const ScanJob& job_;
   int length_, left_;
   State state_ = State::good;
-  int skip_ = 0;
 };
 
 /// Reads a sequential scan into coefficients.
@@ -80,5 +79,23 @@ Status readProgressive(const ScanJob& job, Coefficients* coefficients);
 Status readBaseline(const ScanJob& job, InversePixels& pixels, RowSink& sink);
 /// Transforms a whole picture.
 Status inverseAll(const Coefficients& coefficients, InversePixels& pixels, RowSink& sink);
+
+/// What to make of lossless samples.
+struct LosslessSetup {
+  ImageShape image;
+  Rect region;    ///< not empty
+  int shift = 0;  ///< the point transform
+};
+/// Samples of a whole picture by component, where scans hold one each.
+using LosslessPlanes = std::array<std::vector<int16_t>, kMaxComponents>;
+
+/// @return ok, badScan, losslessSampling
+Status checkLosslessScan(const Frame& frame, const Scan& scan);
+/// Reads the only scan of a lossless file straight into pixels. The job's interval counts rows.
+Status readLossless(const ScanJob& job, const LosslessSetup& setup, RowSink& sink);
+/// Reads one of several.
+Status readLossless(const ScanJob& job, LosslessPlanes* planes);
+Status putPlanes(const LosslessPlanes& planes, const Frame& frame, const LosslessSetup& setup,
+                 RowSink& sink);
 
 }  // namespace jpeg

@@ -218,6 +218,7 @@ struct Encoder::Work {
   bool hasHeader = false;
 
   Status checkOptions() const;
+  Status checkLossless() const;
   Status buildFrame();
   void chooseQuantisers();
   Status writeHeader();
@@ -283,18 +284,28 @@ Status Encoder::Work::checkOptions() const {
   if (o.quality < 1 || o.quality > 100) return Status::badArgument;
   if (o.restartInterval < 0 || o.restartInterval > 65535) return Status::badArgument;
   if (o.threads < 1 || o.threads > 64) return Status::badArgument;
-  if (o.mode != Mode::lossless && shape.precision != 8) return Status::badPrecision;
+  if (o.mode == Mode::lossless) return checkLossless();
+  if (shape.precision != 8) return Status::badPrecision;
   const int components = channelsOf(o.color) != 0 ? channelsOf(o.color) : shape.channels;
   if (o.mode == Mode::progressive && !o.script.empty()) {
     JPEG_RETURN_IF_ERROR(checkScript(o.script, components));
   }
   for (const Quantisers& q : o.quantisers) {
-    const int most = o.mode == Mode::baseline ? 255 : 32767;
+    const int most = o.mode == Mode::baseline ? 255 : kMaxQuantiser;
     if (std::ranges::any_of(q, [&](int v) { return v < 1 || v > most; })) {
       return Status::badQuantTable;
     }
   }
   return Status::ok;
+}
+
+Status Encoder::Work::checkLossless() const {
+  const EncodeOptions& o = options;
+  if (o.predictor < 1 || o.predictor > 7) return Status::badArgument;
+  if (o.pointTransform < 0 || o.pointTransform >= shape.precision) return Status::badArgument;
+  const bool isKept = o.color == shape.color || o.color == Color::unknown ||
+                      (shape.color == Color::bgr && o.color == Color::rgb);
+  return isKept && o.color != Color::bgr ? Status::ok : Status::badConversion;
 }
 
 void Encoder::Work::chooseQuantisers() {
@@ -309,7 +320,8 @@ void Encoder::Work::chooseQuantisers() {
 Status Encoder::Work::buildFrame() {
   constexpr uint8_t kFactors[][2] = {{1, 1}, {1, 2}, {2, 1}, {2, 2}, {4, 1}};
   frame = Frame();
-  frame.process = options.mode == Mode::baseline ? Process::baseline : Process::progressive;
+  constexpr Process kProcesses[] = {Process::baseline, Process::progressive, Process::lossless};
+  frame.process = kProcesses[size_t(options.mode)];
   frame.width = shape.width;
   frame.height = shape.height;
   frame.precision = shape.precision;
@@ -318,6 +330,7 @@ Status Encoder::Work::buildFrame() {
   for (int i = 0; i < frame.componentCount; ++i) {
     Component& c = frame.component[size_t(i)];
     c.id = color == Color::rgb ? uint8_t("RGB"[i]) : uint8_t(i + 1);
+    if (frame.isLossless()) continue;
     c.quantTable = uint8_t(tableSetOf(i, color));
     const bool isYcc = color == Color::ycbcr || color == Color::ycck;
     if (isYcc && tableSetOf(i, color) == 0) {
@@ -346,10 +359,12 @@ Status writeFrontMatter(const Frame& frame, Color color, std::span<const Quantis
     isUsed[frame.component[size_t(i)].quantTable] = true;
   }
   for (int i = 0; i < int(quantisers.size()); ++i) {
-    if (isUsed[size_t(i)]) markers.quantisers(i, quantisers[size_t(i)]);
+    if (isUsed[size_t(i)] && !frame.isLossless()) markers.quantisers(i, quantisers[size_t(i)]);
   }
   markers.frame(frame);
-  if (options.restartInterval > 0) markers.restartInterval(options.restartInterval);
+  int interval = options.restartInterval;
+  if (frame.isLossless()) interval = losslessRowsInInterval(interval, frame.width) * frame.width;
+  if (interval > 0) markers.restartInterval(interval);
   return output.write(markers.bytes());
 }
 
@@ -372,6 +387,9 @@ Status Encoder::Work::writeHeader() {
 }
 
 Status Encoder::Work::writeTransformed() {
+  if (options.mode == Mode::lossless) {
+    return writeLossless(shape, frame, options, *source, *output);
+  }
   ForwardPixels pixels;
   JPEG_RETURN_IF_ERROR(pixels.init(shape, frame, options.color, quantisers));
   if (options.mode == Mode::baseline && !options.optimize) {

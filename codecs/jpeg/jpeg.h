@@ -157,7 +157,7 @@ struct DecodeOptions {
   int scale = 1;                 ///< 1, 2, 4, 8: reduce both sides by this
   Rect crop;                     ///< of the reduced picture; empty for all
   Upsampling upsampling = Upsampling::triangle;
-  bool strict = false;  ///< what would be a warning is an error
+  bool strict = false;  ///< a file with warnings is an error: notStrict
   int threads = 1;
   size_t memoryLimit = size_t{1} << 30;  ///< BYTES of work memory and of pixels in memory
   int maxScans = 200;

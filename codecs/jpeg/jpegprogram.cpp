@@ -43,6 +43,10 @@ class Run {
   int decode(const std::vector<uint8_t>& file);
   int copy(const std::vector<uint8_t>& file);
   void warn(const Decoder& decoder) const;
+  /// In strict mode the warning is the reason.
+  static Status reasonOf(Status status, const Decoder& decoder) {
+    return status == Status::notStrict ? decoder.warnings().front() : status;
+  }
   int benchEncode(ImageFileRows& rows, const ImageShape& shape);
   int benchDecode(const std::vector<uint8_t>& file);
   template <class Work>
@@ -94,8 +98,20 @@ bool Run::readSideFiles(EncodeOptions* encode, std::string* file, std::string* e
     *file = name;
     return name.empty() || readFile(name, bytes, error);
   };
-  return read(options_.exifFile, &encode->metadata.exif) &&
-         read(options_.iccFile, &encode->metadata.icc);
+  if (!read(options_.exifFile, &encode->metadata.exif) ||
+      !read(options_.iccFile, &encode->metadata.icc)) {
+    return false;
+  }
+  std::vector<uint8_t> tables, scans;
+  if (!read(options_.tablesFile, &tables)) return false;
+  if (!options_.tablesFile.empty() &&
+      !parseQuantisers({tables.begin(), tables.end()}, &encode->quantisers, error)) {
+    return false;
+  }
+  if (!read(options_.scansFile, &scans)) return false;
+  if (options_.scansFile.empty()) return true;
+  encode->mode = Mode::progressive;
+  return parseScript({scans.begin(), scans.end()}, &encode->script, error);
 }
 
 int Run::encode(ImageFileRows& rows, const ImageShape& shape) {
@@ -142,7 +158,7 @@ int Run::decode(const std::vector<uint8_t>& file) {
   if (isError(status) || !isClosed) {
     std::remove(options_.output.c_str());
     if (!isError(status)) return complain(options_.output, "cannot be written");
-    return complain(options_.input, status);
+    return complain(options_.input, reasonOf(status, decoder));
   }
   warn(decoder);
   return 0;
@@ -155,7 +171,7 @@ int Run::copy(const std::vector<uint8_t>& file) {
   Status status = decoder.setSource(file);
   if (!isError(status)) status = decoder.readHeader();
   if (!isError(status)) status = decoder.readCoefficients(&coefficients);
-  if (isError(status)) return complain(options_.input, status);
+  if (isError(status)) return complain(options_.input, reasonOf(status, decoder));
   EncodeOptions encode = options_.encode;
   encode.density = decoder.info().density;
   if (!options_.strip) encode.metadata = decoder.metadata();

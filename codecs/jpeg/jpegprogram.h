@@ -26,6 +26,11 @@ struct ProgramOptions {
 bool parseOptions(const std::vector<std::string>& arguments, ProgramOptions* options,
                   std::string* error);
 
+/// Texts of side files: a scan script, one or two tables of quantisers. `#` begins a comment.
+/// @param error  receives what is wrong when the result is false
+bool parseScript(const std::string& text, Script* script, std::string* error);
+bool parseQuantisers(const std::string& text, std::vector<Quantisers>* tables, std::string* error);
+
 /// Runs the program. @return its exit code
 int runProgram(const std::vector<std::string>& arguments, std::FILE* out, std::FILE* errors);
 

@@ -12,6 +12,11 @@
 
 namespace jpeg {
 
+/// Forward transforms work on samples with these bits more, and quantisers as much larger.
+inline constexpr int kFinerBits = 2;
+/// Largest quantiser of a file being written.
+inline constexpr int kMaxQuantiser = 32767 >> kFinerBits;
+
 /// A table as the library's transforms take it.
 struct QuantTable {
   alignas(64) std::array<uint16_t, RKD_QUANT_TABLE_LENGTH> entries;
@@ -56,6 +61,7 @@ class ForwardPixels {
   Status takeBand(int mcuRow, RowSource& source);
   void fillPlanes();
   void halve(Plane& plane, const std::vector<uint8_t>& full) const;
+  void transform(McuBlocks* blocks) const;
   void dropDummies(int x, McuBlocks* blocks) const;
 
   ImageShape shape_;

@@ -13,9 +13,6 @@ void IntervalReader::damage(RkdStatus status) {
 
 void IntervalReader::nextInterval() {
   if (state_ == State::ended) return;
-  if (skip_ > 0) {  // its marker is still ahead
-    --skip_;
-  }
   bool isClean = false;
   switch (job_.reader->restart(&isClean)) {
     case Resync::inStep:

@@ -157,7 +157,7 @@ class Progress {
       if (s.ss > 0 && lowest[0] == kNone) return false;
       for (int k = s.ss; k <= s.se; ++k) {
         const bool isFirst = lowest[size_t(k)] == kNone;
-        if (isFirst ? s.ah != 0 : s.ah != lowest[size_t(k)]) return false;
+        if (isFirst != (s.ah == 0) || (!isFirst && s.ah != lowest[size_t(k)])) return false;
         lowest[size_t(k)] = int8_t(s.al);
       }
     }

@@ -36,8 +36,11 @@ TEST(JpegEncode, IsAsSmallAndAsGoodAsThePeer) {
       ASSERT_EQ(Status::ok, ours.status) << statusText(ours.status);
       const Bytes theirs =
           peerEncode(source, {.quality = quality, .factors = {shape.factors, {1, 1}, {1, 1}}});
-      EXPECT_LE(double(ours.file.size()), 1.03 * double(theirs.size()));
-      EXPECT_GE(psnr(source, peerDecode(ours.file)), psnr(source, peerDecode(theirs)) - 0.1);
+      // Quantisers of one show most of how coefficients are rounded on their way.
+      const double more = quality == 100 ? 1.015 : 1.012;
+      const double less = quality == 100 ? 0.5 : 0.1;
+      EXPECT_LE(double(ours.file.size()), more * double(theirs.size()));
+      EXPECT_GE(psnr(source, peerDecode(ours.file)), psnr(source, peerDecode(theirs)) - less);
     }
   }
 }
