@@ -128,5 +128,6 @@ int main(int argc, char** argv) {
   }
   std::printf("%-36s %7s %7s  on %zu photographs, clocks per pixel\n", "", "ours", "peer",
               photos.size());
-  return bench::benchJpegCodec(photos, filter) ? 0 : 1;
+  const bool jpeg = bench::benchJpegCodec(photos, filter);
+  return bench::benchCodec2k(photos, filter) && jpeg ? 0 : 1;
 }

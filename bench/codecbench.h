@@ -32,5 +32,6 @@ bool runWorkload(const Workload& workload, const std::vector<Photo>& photos,
 
 // The codecs, each in its bench_*.cpp.
 bool benchJpegCodec(const std::vector<Photo>& photos, const std::string& filter);
+bool benchCodec2k(const std::vector<Photo>& photos, const std::string& filter);
 
 }  // namespace bench
