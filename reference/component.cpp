@@ -1,6 +1,7 @@
 /// Component transforms of JPEG 2000: ITU-T T.800, annex G.
+#include <algorithm>
 #include <cmath>
-#include <limits>
+#include <cstdint>
 #include <type_traits>
 
 #include "pixels.h"
@@ -39,32 +40,37 @@ RkdStatus forEachTriple(Src src, Dst dst, RkdiSize size, void (*transform)(const
   return rkdStsNoErr;
 }
 
-/// Rounded to nearest; 16 bits saturate, 32 bits wrap around.
+/// One result. Integers have weights with 15 bits (16-bit samples) or 28 bits (32-bit samples)
+/// after the point, each to nearest, and round the sum once; 16 bits saturate, 32 bits wrap around.
 template <class T>
-T rounded(double v) {
+T weighted(const T* in, double w0, double w1, double w2) {
   if constexpr (std::is_floating_point_v<T>) {
-    return static_cast<T>(v);
-  } else if constexpr (sizeof(T) == 2) {
-    return static_cast<T>(std::clamp(std::floor(v + 0.5), -32768.0, 32767.0));
+    return static_cast<T>(w0 * in[0] + w1 * in[1] + w2 * in[2]);
   } else {
-    return static_cast<T>(static_cast<int64_t>(std::floor(v + 0.5)));
+    constexpr int kBits = sizeof(T) == 2 ? 15 : 28;
+    const auto fixed = [](double weight) { return std::llround(std::ldexp(weight, kBits)); };
+    const int64_t sum = fixed(w0) * in[0] + fixed(w1) * in[1] + fixed(w2) * in[2];
+    const int64_t result = (sum + (int64_t{1} << (kBits - 1))) >> kBits;
+    if constexpr (sizeof(T) == 2) {
+      return static_cast<T>(std::clamp<int64_t>(result, INT16_MIN, INT16_MAX));
+    } else {
+      return static_cast<T>(result);
+    }
   }
 }
 
 template <class T>
 void ictFwd(const T* in, T* out) {
-  const double r = in[0], g = in[1], b = in[2];
-  out[0] = rounded<T>(.299 * r + .587 * g + .114 * b);
-  out[1] = rounded<T>(-.16875 * r - .33126 * g + .5 * b);
-  out[2] = rounded<T>(.5 * r - .41869 * g - .08131 * b);
+  out[0] = weighted(in, .299, .587, .114);
+  out[1] = weighted(in, -.16875, -.33126, .5);
+  out[2] = weighted(in, .5, -.41869, -.08131);
 }
 
 template <class T>
 void ictInv(const T* in, T* out) {
-  const double y = in[0], cb = in[1], cr = in[2];
-  out[0] = rounded<T>(y + 1.402 * cr);
-  out[1] = rounded<T>(y - .34413 * cb - .71414 * cr);
-  out[2] = rounded<T>(y + 1.772 * cb);
+  out[0] = weighted(in, 1, 0, 1.402);
+  out[1] = weighted(in, 1, -.34413, -.71414);
+  out[2] = weighted(in, 1, 1.772, 0);
 }
 
 template <class T>

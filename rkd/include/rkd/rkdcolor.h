@@ -106,8 +106,10 @@ RKD_API RkdStatus rkdiYCbCrToBGR565_JPEG_8u16u_P3C3R(const uint8_t* const src[3]
 /// R = Y + 1.402 Cr, G = Y - .34413 Cb - .71414 Cr, B = Y + 1.772 Cb. Planes in the order Y, Cb, Cr
 /// and R, G, B.
 /// `32f`: any finite input; levels agree within 4 units in the last place of the largest input.
-/// `16s`: input -16384..16383; `32s`: input -2^24..2^24; rounded to nearest, within 1 of the exact
-/// result; beyond these ranges 16s saturates and 32s wraps around.
+/// `16s` and `32s`: every weight is rounded to 15 and 28 bits after the point, the sum is exact and
+/// rounded once, halves up; results that do not fit saturate in 16s and wrap around in 32s. Within
+/// 1 of the exact result for input -16384..16383 (16s) and -2^24..2^24 (32s); equal R, G and B from
+/// that range give the same Y.
 /// @see ITU-T T.800, G.3
 /// @{
 RKD_API RkdStatus rkdiICTFwd_JPEG2K_32f_C3P3R(const float* src, int srcStep, float* const dst[3],

@@ -100,39 +100,54 @@ HWY_INLINE void weighted(const double (&weights)[3][3], V* c) {
   }
 }
 
-// 16 bits: pairwise products with the weights times 2^kBits, whose sum stays below 2^31 for all
-// samples; narrowing saturates. The first two samples make a pair, the third one goes with the
-// rounding.
+// 16 bits: pairwise products with the weights times 2^15, whose sums stay below 2^31 for all
+// samples; narrowing saturates. Samples a and b make a pair, the third one goes with the rounding.
 template <class V>
 struct Pairs16 {
   V low, high, low2, high2;
-  explicit HWY_INLINE Pairs16(const V* c) {
+  HWY_INLINE Pairs16(V a, V b, V third) {
     const hn::DFromV<V> d;
     const V one = hn::Set(d, 1);
-    low = hn::InterleaveLower(d, c[0], c[1]);
-    high = hn::InterleaveUpper(d, c[0], c[1]);
-    low2 = hn::InterleaveLower(d, c[2], one);
-    high2 = hn::InterleaveUpper(d, c[2], one);
+    low = hn::InterleaveLower(d, a, b);
+    high = hn::InterleaveUpper(d, a, b);
+    low2 = hn::InterleaveLower(d, third, one);
+    high2 = hn::InterleaveUpper(d, third, one);
   }
 };
-template <int kBits, class V>
+template <class V>
 RKD_BLOCK V weighted16(const int (&weights)[3], const Pairs16<V>& in) {
   const hn::DFromV<V> d;
   const hn::RepartitionToWide<decltype(d)> d32;
   const V w = hn::BitCast(d, hn::Set(d32, pairBits(weights[0], weights[1])));
-  const V w2 = hn::BitCast(d, hn::Set(d32, pairBits(weights[2], 1 << (kBits - 1))));
+  const V w2 = hn::BitCast(d, hn::Set(d32, pairBits(weights[2], 1 << 14)));
   const auto zero = hn::Zero(d32);
   const auto sum = addPairProducts(addPairProducts(zero, in.low, w), in.low2, w2);
   const auto sum2 = addPairProducts(addPairProducts(zero, in.high, w), in.high2, w2);
-  return hn::ReorderDemote2To(d, hn::ShiftRight<kBits>(sum), hn::ShiftRight<kBits>(sum2));
+  return hn::ReorderDemote2To(d, hn::ShiftRight<15>(sum), hn::ShiftRight<15>(sum2));
 }
 
-// a + b + (b * weight + 2^13) >> 14, saturated, for weights from 0 to 1: both terms of b have its
+// The same with a weight of one for the third sample. Times 2^15 that is no 16-bit number, and the
+// sum no 32-bit number for all samples; halving the products of the pair, rounded down, before the
+// rest is added times 2^14 gives the same result.
+template <class V>
+RKD_BLOCK V plusWeighted16(int weightA, int weightB, const Pairs16<V>& in) {
+  const hn::DFromV<V> d;
+  const hn::RepartitionToWide<decltype(d)> d32;
+  const V w = hn::BitCast(d, hn::Set(d32, pairBits(weightA, weightB)));
+  const V w2 = hn::BitCast(d, hn::Set(d32, pairBits(1 << 14, 1 << 13)));
+  const auto zero = hn::Zero(d32);
+  const auto half = hn::ShiftRight<1>(addPairProducts(zero, in.low, w));
+  const auto half2 = hn::ShiftRight<1>(addPairProducts(zero, in.high, w));
+  return hn::ReorderDemote2To(d, hn::ShiftRight<14>(addPairProducts(half, in.low2, w2)),
+                              hn::ShiftRight<14>(addPairProducts(half2, in.high2, w2)));
+}
+
+// a + b + (b * weight + 2^14) >> 15, saturated, for weights from 0 to 1: both terms of b have its
 // sign, so that saturating one after the other is saturating their sum.
 template <class V>
 HWY_INLINE V addMore(V a, V b, int weight) {
   const hn::DFromV<V> d;
-  const V part = hn::MulFixedPoint15(b, hn::Set(d, static_cast<int16_t>(2 * weight)));
+  const V part = hn::MulFixedPoint15(b, hn::Set(d, static_cast<int16_t>(weight)));
   return hn::SaturatedAdd(hn::SaturatedAdd(a, part), b);
 }
 
@@ -163,12 +178,10 @@ RKD_BLOCK void weighted32(const int (&weights)[3][3], V* c) {
   }
 }
 
-// Times 2^15, where the weight of B in Y is rounded down so that the weights of Y add up to one.
 constexpr int kForward16[3][3] = {
-    {fixedPoint(.299, 15), fixedPoint(.587, 15), 3735},
+    {fixedPoint(.299, 15), fixedPoint(.587, 15), fixedPoint(.114, 15)},
     {fixedPoint(-.16875, 15), fixedPoint(-.33126, 15), fixedPoint(.5, 15)},
     {fixedPoint(.5, 15), fixedPoint(-.41869, 15), fixedPoint(-.08131, 15)}};
-constexpr int kGreen16[3] = {1 << 14, fixedPoint(-.34413, 14), fixedPoint(-.71414, 14)};
 
 struct Weights28 {
   int forward[3][3], inverse[3][3];
@@ -190,8 +203,8 @@ struct IctForward {
     if constexpr (std::is_floating_point_v<hn::TFromD<hn::DFromV<V>>>) {
       weighted(kForward, c);
     } else if constexpr (std::is_same_v<hn::TFromD<hn::DFromV<V>>, int16_t>) {
-      const Pairs16<V> in(c);
-      for (int i = 0; i < 3; ++i) c[i] = weighted16<15>(kForward16[i], in);
+      const Pairs16<V> in(c[0], c[1], c[2]);
+      for (int i = 0; i < 3; ++i) c[i] = weighted16(kForward16[i], in);
     } else {
       weighted32(kWeights28.forward, c);
     }
@@ -203,9 +216,10 @@ struct IctInverse {
     if constexpr (std::is_floating_point_v<hn::TFromD<hn::DFromV<V>>>) {
       weighted(kInverse, c);
     } else if constexpr (std::is_same_v<hn::TFromD<hn::DFromV<V>>, int16_t>) {
-      const V green = weighted16<14>(kGreen16, Pairs16<V>(c));
-      const V blue = addMore(c[0], c[1], fixedPoint(.772, 14));
-      c[0] = addMore(c[0], c[2], fixedPoint(.402, 14));
+      const Pairs16<V> in(c[1], c[2], c[0]);
+      const V green = plusWeighted16(fixedPoint(-.34413, 15), fixedPoint(-.71414, 15), in);
+      const V blue = addMore(c[0], c[1], fixedPoint(.772, 15));
+      c[0] = addMore(c[0], c[2], fixedPoint(.402, 15));
       c[1] = green;
       c[2] = blue;
     } else {
