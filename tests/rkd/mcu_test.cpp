@@ -177,10 +177,11 @@ void expectImage(const char* name, SampleImage function, SampleImage reference, 
 
 #define EXPECT_IMAGE(name, srcSize, dstSize) expectImage(#name, name, ref::name, srcSize, dstSize)
 
+// Heights on both sides of one band of 32 rows, of two and of four, on either side of the sampling.
 TEST(Sampling, EveryLevelEqualsTheReferenceOnImages) {
   forEachLevel([] {
     for (const int width : {1, 2, 33, 130, 201}) {
-      for (const int height : {1, 2, 5}) {
+      for (const int height : {1, 2, 5, 31, 32, 33, 64, 65, 66, 67, 127, 128, 129, 131}) {
         const RkdiSize whole = {width, height};
         const RkdiSize narrow = {(width + 1) / 2, height};
         const RkdiSize small = {(width + 1) / 2, (height + 1) / 2};
