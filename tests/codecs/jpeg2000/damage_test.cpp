@@ -130,7 +130,7 @@ TEST(Damage, SizesAndCodingThatCannotBeAreRefused) {
 
 TEST(Damage, OtherSegmentsAreToldByTheirNumbers) {
   Bytes noEoc = stream();
-  noEoc.resize(noEoc.size() - 2);
+  noEoc.erase(noEoc.end() - 2, noEoc.end());
   const Bytes whole = stream();
   const auto codAt = whole.begin() + std::ptrdiff_t(find(whole, codMarker));
   const auto qcdAt = whole.begin() + std::ptrdiff_t(find(whole, qcdMarker));
