@@ -1,6 +1,7 @@
 // Verified runs: both bindings on the same data, and the first difference.
 #include "rkverify.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -187,7 +188,8 @@ rkComparison::Content rkComparison::content() const {
 
 void rkComparison::putBack(const Content& saved) const {
   for (std::size_t i = 0; i < m_blocks.size(); ++i) {
-    std::memcpy(m_blocks[i].data, saved[i].data(), m_blocks[i].size);
+    // A buffer of no bytes has no address either, which copy takes and memcpy does not.
+    std::copy(saved[i].begin(), saved[i].end(), m_blocks[i].data);
   }
 }
 
@@ -195,7 +197,7 @@ tzString rkComparison::firstDifference(const Content& expected) const {
   const double tolerance = m_test.line().tolerance.absolute;
   for (std::size_t i = 0; i < m_blocks.size(); ++i) {
     const Block& block = m_blocks[i];
-    if (std::memcmp(block.data, expected[i].data(), block.size) == 0) continue;
+    if (std::equal(expected[i].begin(), expected[i].end(), block.data)) continue;
     const bool isInt = block.vector == nullptr && block.size == sizeof(int) && i >= m_numBuffers;
     const Element element = isInt          ? Element{4, elementAt<int32_t>}
                             : block.vector ? elementOf(block.vector->type())
