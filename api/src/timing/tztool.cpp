@@ -75,6 +75,7 @@ void tzTool::reset() {
   m_numLoops = 0;
   m_numClocks = 0;
   m_accuracy = 1.0;
+  m_measurement = {};
   m_resultText.clear();
   m_infoText.clear();
   m_funcLoop = nullptr;
@@ -193,7 +194,10 @@ tzResult tzTool::timing(tzLoopFunc loop, tzStatFunc stat, tzCallFunc call, tzIni
   }
   if (m_callMode && !call) return m_result;  // nothing to call: was not run
   setFunctions(loop, stat, call, init);
-  return dispatch();
+  const tzResult result = dispatch();
+  m_measurement.figure = m_funcClocks;
+  m_measurement.summarise();
+  return result;
 }
 
 void tzTool::setFunctions(tzLoopFunc loop, tzStatFunc stat, tzCallFunc call, tzInitFunc init) {
@@ -322,12 +326,20 @@ void tzTool::runTimFunc(int n, double& clocksPerCall, bool forceLoop) {
     if (tzIsFailure(m_result) || m_numClocks > 0) break;
   }
   clocksPerCall = made > 0 ? static_cast<double>(m_numClocks) / made : 0;
+  keepSample(clocksPerCall, made);
 }
 
 void tzTool::runTimFuncStat(long long budget, int& calls, double& clocksPerCall) {
   m_numClocks = budget;
   updateResult(runOnce(Path::STAT, calls, m_numClocks));
   clocksPerCall = calls > 0 ? static_cast<double>(m_numClocks) / calls : 0;
+  keepSample(clocksPerCall, calls);
+}
+
+void tzTool::keepSample(double clocksPerCall, int calls) {
+  if (!tzIsFailure(m_result) && clocksPerCall > 0) {
+    m_measurement.samples.push_back({clocksPerCall, calls, 1});
+  }
 }
 
 tzResult tzTool::runOnce(Path path, int& n, long long& clocks) {

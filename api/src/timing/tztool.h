@@ -5,6 +5,7 @@
 
 #include <ctime>
 
+#include "tzmeasure.h"
 #include "tzresult.h"
 #include "tzstring.h"
 
@@ -93,6 +94,8 @@ class tzTool {
   int numLoops() const { return m_numLoops; }                  ///< repetitions of the last run
   long long numClocks() const { return m_numClocks; }          ///< clocks of the last run
   double accuracy() const { return m_accuracy; }               ///< 1 before it
+  /// Every run of it as a sample, and what they say; in clocks of one call.
+  const tzMeasurement& measurement() const { return m_measurement; }
   /// For functions of the older form.
   void setNumClocks(long long clocks) { m_numClocks = clocks; }
   /// For whoever judges a function without timing it.
@@ -155,6 +158,7 @@ class tzTool {
   tzResult dispatch();
   tzResult internalError(int line);
   void updateResult(tzResult code);
+  void keepSample(double clocksPerCall, int calls);
 
   void loopTiming();
   void statTiming();
@@ -192,8 +196,9 @@ class tzTool {
   double m_accuracy;       ///< of the last measurement; 1 before it
   int m_autoMinLoops;      ///< setting: replaces the automatic lower bound unless 0
   int m_autoMaxLoops;      ///< setting: replaces the automatic upper bound unless 0
-  time_t m_startTime;      ///< of construction or the last reset
-  time_t m_stopTime;       ///< likewise
+  tzMeasurement m_measurement;
+  time_t m_startTime;  ///< of construction or the last reset
+  time_t m_stopTime;   ///< likewise
   tzLoopFunc m_funcLoop;
   tzStatFunc m_funcStat;
   tzCallFunc m_funcCall;

@@ -1,0 +1,156 @@
+// What samples say, and measurements as bytes.
+#include "tzmeasure.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <type_traits>
+
+namespace {
+
+constexpr double kTailFrom = 1.1;
+constexpr double kDeviationsOfMad = 1.4826;  // of a normal distribution
+
+// The same sequence of fields serves writing, counting and reading.
+template <class Measurement, class Visit>
+void visitNumbers(Measurement& m, Visit visit) {
+  visit(m.statistics.count);
+  visit(m.statistics.minimum);
+  visit(m.statistics.median);
+  visit(m.statistics.spread);
+  visit(m.statistics.tail);
+  visit(m.figure);
+  visit(m.dropped);
+  visit(m.disturbances.processorShare);
+  visit(m.disturbances.switches);
+  visit(m.disturbances.migrations);
+  visit(m.disturbances.majorFaults);
+  visit(m.disturbances.minorFaults);
+  visit(m.disturbances.steal);
+  visit(m.passDifference);
+  visit(m.emptyCall);
+  visit(m.referenceRatio);
+  visit(m.placementDiffers);
+}
+
+class Writer {
+ public:
+  explicit Writer(std::string& bytes) : m_bytes(bytes) {}
+  template <class T>
+  void put(const T& value) {
+    static_assert(std::is_trivially_copyable_v<T>);
+    m_bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
+  }
+  template <class Range>
+  void putAll(const Range& range) {
+    put(range.size());
+    for (const auto& item : range) put(item);
+  }
+
+ private:
+  std::string& m_bytes;
+};
+
+class Reader {
+ public:
+  Reader(const std::string& bytes, size_t at) : m_bytes(bytes), m_at(at) {}
+  template <class T>
+  void take(T& value) {
+    static_assert(std::is_trivially_copyable_v<T>);
+    m_good = m_good && left() >= sizeof value;
+    if (!m_good) return;
+    std::memcpy(&value, m_bytes.data() + m_at, sizeof value);
+    m_at += sizeof value;
+  }
+  template <class Range>
+  void takeAll(Range& range) {
+    size_t count = 0;
+    take(count);
+    // Checked before anything of this size is made.
+    m_good = m_good && count <= left() / sizeof(typename Range::value_type);
+    if (!m_good) return;
+    range.resize(count);
+    for (auto& item : range) take(item);
+  }
+  bool good() const { return m_good; }
+  size_t at() const { return m_at; }
+
+ private:
+  size_t left() const { return m_at <= m_bytes.size() ? m_bytes.size() - m_at : 0; }
+
+  const std::string& m_bytes;
+  size_t m_at;
+  bool m_good = true;
+};
+
+}  // namespace
+
+void tzDisturbances::add(const tzDisturbances& more) {
+  processorShare = std::min(processorShare, more.processorShare);
+  switches += more.switches;
+  migrations += more.migrations;
+  majorFaults += more.majorFaults;
+  minorFaults += more.minorFaults;
+  steal += more.steal;
+}
+
+double tzMedian(std::vector<double> values) {
+  if (values.empty()) return 0;
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  if (values.size() % 2 != 0) return *middle;
+  return (*std::max_element(values.begin(), middle) + *middle) / 2;
+}
+
+tzStatistics tzSampleStatistics(const std::vector<double>& values) {
+  tzStatistics told;
+  if (values.empty()) return told;
+  told.count = static_cast<int>(values.size());
+  told.minimum = *std::min_element(values.begin(), values.end());
+  told.median = tzMedian(values);
+  std::vector<double> distances;
+  for (const double value : values) distances.push_back(std::fabs(value - told.median));
+  if (told.median > 0) told.spread = kDeviationsOfMad * tzMedian(distances) / told.median;
+  const double limit = kTailFrom * told.minimum;
+  const auto above =
+      std::count_if(values.begin(), values.end(), [limit](double value) { return value > limit; });
+  told.tail = static_cast<double>(above) / told.count;
+  return told;
+}
+
+void tzMeasurement::summarise() {
+  std::vector<double> values;
+  passMinima.clear();
+  int pass = 0;
+  for (const tzSample& sample : samples) {
+    values.push_back(sample.clocks);
+    if (passMinima.empty() || sample.pass != pass) passMinima.push_back(sample.clocks);
+    passMinima.back() = std::min(passMinima.back(), sample.clocks);
+    pass = sample.pass;
+  }
+  statistics = tzSampleStatistics(values);
+  passDifference = 0;
+  if (statistics.minimum <= 0) return;
+  passDifference = *std::max_element(passMinima.begin(), passMinima.end()) / statistics.minimum - 1;
+}
+
+void tzPack(const tzMeasurement& measurement, std::string& bytes) {
+  Writer writer(bytes);
+  visitNumbers(measurement, [&](const auto& value) { writer.put(value); });
+  writer.putAll(measurement.samples);
+  writer.putAll(measurement.passMinima);
+  writer.putAll(measurement.reason);
+}
+
+bool tzUnpack(const std::string& bytes, size_t& at, tzMeasurement& measurement) {
+  tzMeasurement read;
+  Reader reader(bytes, at);
+  visitNumbers(read, [&](auto& value) { reader.take(value); });
+  reader.takeAll(read.samples);
+  reader.takeAll(read.passMinima);
+  reader.takeAll(read.reason);
+  if (!reader.good()) return false;
+  at = reader.at();
+  measurement = std::move(read);
+  return true;
+}

@@ -1,0 +1,71 @@
+/// @file
+/// The measurement of one row as data: every sample, what the samples say, and what disturbed them.
+/// Plain structures, so that they can be kept over passes, sent between processes and written.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tzmachine.h"
+
+/// One timed stretch of calls in a row.
+struct tzSample {
+  double clocks = 0;    ///< clocks of one call: those of the stretch over its calls
+  long long calls = 0;  ///< calls in the stretch
+  int pass = 1;         ///< the pass over the list of tests that took it, from 1
+};
+
+/// What happened to the process around timed stretches; sums over the samples of a row.
+struct tzDisturbances {
+  double processorShare = 1;  ///< least share of a processor in a stretch above 100 us, 0 to 1
+  long long switches = 0;     ///< times the processor was given to somebody else, or up
+  long long migrations = 0;   ///< times a stretch ended on another processor than it began on
+  long long majorFaults = 0;  ///< page faults that waited for a disk
+  long long minorFaults = 0;  ///< page faults that did not
+  double steal = 0;           ///< seconds that the host took from this processor
+
+  /// Adds those of a further stretch; of the shares the smaller stays.
+  void add(const tzDisturbances& more);
+};
+
+/// What the samples of a row say, in clocks of one call.
+struct tzStatistics {
+  int count = 0;  ///< samples behind the others; all others are 0 without samples
+  double minimum = 0;
+  double median = 0;
+  double spread = 0;  ///< 1.4826 times the median distance from the median, over the median
+  double tail = 0;    ///< share of samples above 1.1 of the minimum, 0 to 1
+};
+
+/// One row.
+struct tzMeasurement {
+  std::vector<tzSample> samples;   ///< in the order of their taking, disturbed ones left out
+  tzStatistics statistics;         ///< of these samples
+  double figure = 0;               ///< what the row tells: clocks of one call
+  long long dropped = 0;           ///< samples left out because they were disturbed
+  tzDisturbances disturbances;     ///< of all stretches, dropped ones included
+  std::vector<double> passMinima;  ///< least sample of each pass that has one, in their order
+  double passDifference = 0;       ///< largest over smallest of these, less 1
+  double emptyCall = 0;            ///< clocks of a call that does nothing, measured alike; 0: not
+  double referenceRatio = 0;       ///< least time of the stream beside the row, over the run's own
+                                   ///< best; 0: the row has none
+  bool placementDiffers = false;   ///< where the buffers lie decides about the figure
+  std::string reason;              ///< why it is not OK, in words; empty: it is, or a code tells
+
+  /// Puts the statistics and what the passes say into force for the samples there are.
+  void summarise();
+};
+
+/// The median of values in any order; 0 without any.
+double tzMedian(std::vector<double> values);
+/// What samples say; of none, zeros.
+tzStatistics tzSampleStatistics(const std::vector<double>& values);
+
+/// @name A measurement as bytes, for another process of this program
+/// @{
+/// Appends it to `bytes`.
+void tzPack(const tzMeasurement& measurement, std::string& bytes);
+/// Takes one measurement off `bytes` from `at` on, which moves behind it.
+/// @return false, with both untouched, when there is no whole measurement
+bool tzUnpack(const std::string& bytes, size_t& at, tzMeasurement& measurement);
+/// @}
