@@ -8,6 +8,7 @@
 #include <string>
 
 #include "capture.h"
+#include "testpaths.h"
 #include "tzcpu.h"
 #include "tzsymbols.h"
 

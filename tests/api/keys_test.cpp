@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "harnesskit.h"
+#include "testpaths.h"
 #include "tzclock.h"
 #include "tzenv.h"
 #include "tzistream.h"

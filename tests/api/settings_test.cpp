@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "apikit.h"
+#include "testpaths.h"
 #include "tzistream.h"
 #include "tzmemory.h"
 #include "tzsettings.h"

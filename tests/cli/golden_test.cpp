@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "harnesskit.h"
+#include "testpaths.h"
 #include "tzenv.h"
 #include "tzistream.h"
 

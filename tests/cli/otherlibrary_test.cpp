@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "harnesskit.h"
+#include "testpaths.h"
 
 using harnesskit::Outcome;
 using harnesskit::runProgram;

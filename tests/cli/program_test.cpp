@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "harnesskit.h"
+#include "testpaths.h"
 
 using harnesskit::holds;
 using harnesskit::Outcome;

@@ -1,4 +1,7 @@
 // Bad arguments of every entry point; refusals.h tells how the lines are read.
+#include <gtest/gtest.h>
+
+#include "huffkit.h"
 #include "refusals.h"
 #include "tzsymbols.h"
 
@@ -415,7 +418,8 @@ void expectAllocates(const char* allocName, const char* releaseName, Alloc alloc
       #alloc, #release, [](auto object) { return alloc(__VA_ARGS__); }, release)
 
 FAMILY(Allocation) {
-  static const Memory bits = object('b'), values = object('v');
+  constexpr auto& bits = huffkit::acLuma.bits;
+  constexpr auto& values = huffkit::acLuma.values;
   ALLOCATES(rkdiEncodeHuffmanSpecInitAlloc_JPEG_8u, rkdiEncodeHuffmanSpecFree_JPEG_8u, bits.data(),
             values.data(), object);
   ALLOCATES(rkdiDecodeHuffmanSpecInitAlloc_JPEG_8u, rkdiDecodeHuffmanSpecFree_JPEG_8u, bits.data(),

@@ -15,7 +15,7 @@
 #include <random>
 #include <vector>
 
-#include "hwy/highway.h"
+#include "hwy/targets.h"
 #include "rkd/rkdbase.h"
 
 inline std::ostream& operator<<(std::ostream& out, RkdiSize size) {

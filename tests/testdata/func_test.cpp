@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "capture.h"
+#include "testpaths.h"
 
 namespace {
 

@@ -5,6 +5,7 @@
 #include "base/imagefile.h"
 #include "j2kkit.h"
 #include "peerkit.h"
+#include "testpaths.h"
 
 namespace {
 
