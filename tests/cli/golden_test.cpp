@@ -240,6 +240,8 @@ const Row ROWS[] = {
     {"-V -fAlpha", {"compared with their references first"}, {}, {}},
     {"-VONLY -fAlpha", {"compared with their references only"}, {"clocks/px"}, {}},
     {"-W -fAlpha", {"nothing is measured unless", ALPHA}, {}, {}},
+    {"-k -fAlpha -fGamma", {"each test in a child process", ALPHA, GAMMA}, {}, {}},
+    {"-k-1 -fAlpha", {"ignored: incorrect number of seconds", ALPHA}, {}, {}},
     {"-W -x", {"incorrect option key", "The run is not started"}, {"clocks/px"}, {}, 2},
 };
 

@@ -34,8 +34,34 @@ __attribute__((no_sanitize("alignment"))) void touchAligned(const uint8_t* src, 
   }
 }
 
+// What a measured function must not do.
+int* volatile s_nowhere = nullptr;
+volatile int s_seven = 7;
+volatile int s_zero = 0;
+volatile bool s_forever = true;
+
+// NOLINTNEXTLINE(misc-no-recursion): that is the fault.
+int recurse(volatile int* above) {
+  volatile int here[1024];
+  here[0] = *above + 1;
+  return s_forever ? recurse(here) + here[0] : 0;
+}
+
+__attribute__((no_sanitize("undefined"))) void commitFault(uint8_t* dst, int bytes) {
+  volatile int start = 0;
+  if (faultIs("divides by zero")) s_seven = s_seven / s_zero;
+  if (faultIs("illegal")) asm volatile("ud2");
+  if (faultIs("writes to nowhere")) *s_nowhere = 1;
+  if (faultIs("aborts")) std::abort();
+  if (faultIs("overruns the heap")) std::memset(dst + bytes, 0x55, 4096);
+  if (faultIs("recurses")) start = recurse(&start);
+  while (faultIs("never returns") && s_forever) {
+  }
+}
+
 // Row by row: what one writes too much is covered by the next.
 RkdStatus greyWithFault(const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, RkdiSize size) {
+  commitFault(dst, dstStep * size.height);
   const int done = faultIs("no tail") ? size.width & ~15 : size.width;
   RkdStatus status = size.width < 1 || size.height < 1 ? rkdStsSizeErr : rkdStsNoErr;
   for (int y = 0; y < size.height && status == rkdStsNoErr; ++y) {

@@ -8,6 +8,7 @@ namespace {
 constexpr int SIGNALS[] = {SIGINT, SIGTERM, SIGHUP};
 
 volatile std::sig_atomic_t s_signal = 0;
+bool s_mayRepeat = false;
 
 void note(int signal) {
   if (s_signal == 0) s_signal = signal;
@@ -22,7 +23,7 @@ bool isWatched(int signal) {
 void listen(int signal, int flags) {
   struct sigaction action {};
   action.sa_handler = note;
-  action.sa_flags = flags | static_cast<int>(SA_RESETHAND);
+  action.sa_flags = s_mayRepeat ? flags : flags | static_cast<int>(SA_RESETHAND);
   sigaction(signal, &action, nullptr);
 }
 
@@ -34,6 +35,18 @@ void tzInterrupt::watch() {
     sigaction(signal, nullptr, &before);
     if (before.sa_handler != SIG_IGN) listen(signal, SA_RESTART);
   }
+}
+
+void tzInterrupt::watchAsChild() {
+  s_mayRepeat = true;
+  for (const int signal : SIGNALS) {
+    if (isWatched(signal)) listen(signal, SA_RESTART);
+  }
+}
+
+void tzInterrupt::fill(sigset_t& signals) {
+  sigemptyset(&signals);
+  for (const int signal : SIGNALS) sigaddset(&signals, signal);
 }
 
 int tzInterrupt::signal() { return s_signal; }

@@ -2,6 +2,8 @@
 /// Requests from outside to end the program.
 #pragma once
 
+#include <csignal>
+
 /// Thrown where a request is heeded, so that whatever is under way takes itself back. It is no
 /// std::exception: a test that is given up did not fail.
 struct tzInterrupted {};
@@ -13,6 +15,10 @@ class tzInterrupt {
  public:
   /// Begins to listen. A signal that the program was started to ignore stays ignored.
   static void watch();
+  /// In a child process, whose parent hands on what it gets: the same signal may come again.
+  static void watchAsChild();
+  /// Fills a set with the signals.
+  static void fill(sigset_t& signals);
   /// The signal that came first; 0: none.
   static int signal();
   static const char* name(int signal);

@@ -93,6 +93,24 @@ void tzCStream::linePostponeOut(int count) {
   m_postponed.clear();
 }
 
+void tzCStream::pack(tzPacket& packet) const {
+  tzTargets::pack(packet);
+  packet << m_lines << m_postponed.size();
+  for (const Row& row : m_postponed) {
+    for (const tzString& text : row) packet << text;
+  }
+}
+
+void tzCStream::unpack(tzPacket& packet) {
+  tzTargets::unpack(packet);
+  std::size_t count = 0;
+  packet >> m_lines >> count;
+  m_postponed.clear();
+  for (std::size_t i = 0; i < count && packet.good(); ++i) {
+    for (tzString& text : m_postponed.emplace_back()) packet >> text;
+  }
+}
+
 void tzCStream::identicalLinesStart(int width) {
   m_checkWidth = std::clamp(width, 0, NUM_CELLS);
   m_written.clear();

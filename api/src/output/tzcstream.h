@@ -60,6 +60,10 @@ class tzCStream : public tzTargets {
   bool identicalLinesStop();
   /// @}
 
+  /// With the lines: their count, and those kept back.
+  void pack(tzPacket& packet) const override;
+  void unpack(tzPacket& packet) override;
+
  private:
   using Row = std::array<tzString, NUM_CELLS>;
 

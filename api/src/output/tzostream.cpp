@@ -11,6 +11,7 @@
 #include <cstring>
 #include <memory>
 #include <tuple>
+#include <utility>
 
 // Static initialisers of other units may write already, so these come before them. The csv streams,
 // which report their failures here, are made later and destroyed earlier.
@@ -182,6 +183,12 @@ void o_stream::close() {
   if (!m_failed) check(good);
 }
 
+// Both processes move one position in the file, which the buffer of this one has not seen move.
+void o_stream::followFile() {
+  if (m_file == nullptr || m_whole < 0 || std::fseek(m_file, 0, SEEK_END) != 0) return;
+  m_whole = std::ftell(m_file);
+}
+
 // What waits in the buffer would follow with the next chance to write: it goes first.
 void o_stream::cutOff() {
   if (m_file == nullptr) return;
@@ -205,6 +212,8 @@ void o_stream::check(bool good) {
 }
 
 bool o_stream::anyWriteFailed() { return writeFailed; }
+
+void o_stream::setWriteFailed() { writeFailed = true; }
 
 void o_stream::resetWriteFailed() { writeFailed = false; }
 
@@ -258,11 +267,11 @@ o_stream* createOStream(const tzString& name, bool append) {
   return nullptr;
 }
 
-tzTargets::~tzTargets() { release(); }
+tzTargets::~tzTargets() { forgetTargets(); }
 
 // A stream that can't be closed reports to the console, which may be this very list: it must never
 // find a target that is gone.
-void tzTargets::release() {
+void tzTargets::forgetTargets() {
   tzList<Target> targets;
   targets.swap(m_targets);
   for (const Target& target : targets) {
@@ -294,6 +303,7 @@ void tzTargets::removeStream(const o_stream& target) {
 }
 
 void tzTargets::flush() {
+  if (m_holding) return;
   for (const Target& target : m_targets) target.stream->flush();
 }
 
@@ -302,10 +312,44 @@ void tzTargets::close() {
 }
 
 void tzTargets::put(const char* text, std::size_t length) {
+  if (m_holding) {
+    m_held.append(text, length);
+    return;
+  }
   for (const Target& target : m_targets) target.stream->write(text, length);
+  if (s_flushEach) flush();
 }
 
-tzOStream::~tzOStream() { release(); }
+std::string tzTargets::takeHeld() {
+  m_holding = false;
+  return std::exchange(m_held, {});
+}
+
+void tzTargets::release() {
+  if (!m_holding) return;
+  const std::string text = takeHeld();
+  if (!text.empty()) put(text.data(), text.size());
+  flush();
+}
+
+void tzTargets::followFiles() {
+  for (const Target& target : m_targets) target.stream->followFile();
+}
+
+void tzTargets::pack(tzPacket& packet) const {
+  for (const Target& target : m_targets) packet << target.stream->failed();
+}
+
+void tzTargets::unpack(tzPacket& packet) {
+  followFiles();
+  for (const Target& target : m_targets) {
+    bool failed = false;
+    packet >> failed;
+    if (failed) target.stream->setFailed();
+  }
+}
+
+tzOStream::~tzOStream() { forgetTargets(); }
 
 void tzOStream::setMsgLevel(int level) {
   m_savedLevels.push_front(m_msgLevel);

@@ -4,8 +4,10 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <string>
 
 #include "tzlist.h"
+#include "tzpacket.h"
 #include "tzstring.h"
 
 /// Message levels are bits: a text is shown when its bit is in the output mask. The two negative
@@ -125,9 +127,14 @@ class o_stream : public io_stream {
   /// Complete once all streams are flushed or closed. To see a closed pipe as such a failure, and
   /// not as the end of the process, the program ignores SIGPIPE.
   static bool anyWriteFailed();
+  static void setWriteFailed();
   static void resetWriteFailed();
   /// Whether this one failed.
   bool failed() const { return m_failed; }
+  /// The same happened in a child process that shares the file.
+  void setFailed() { m_failed = true; }
+  /// Goes on behind what a child process wrote into the same file.
+  void followFile();
 
  private:
   void check(bool good);
@@ -163,7 +170,7 @@ o_stream* createOStream(const tzString& name, bool append);
 class tzTargets {
  public:
   tzTargets() = default;
-  ~tzTargets();
+  virtual ~tzTargets();
   tzTargets(const tzTargets&) = delete;
   tzTargets& operator=(const tzTargets&) = delete;
 
@@ -179,17 +186,42 @@ class tzTargets {
   /// Closes the files. Texts that come later are dropped.
   void close();
 
+  /// @name Keeping texts back
+  /// @{
+  /// Texts and flushes wait from now on.
+  void hold() { m_holding = true; }
+  /// Ends it.
+  /// @return what was kept back, for the caller to use
+  std::string takeHeld();
+  /// Ends it, and writes what was kept back.
+  void release();
+  /// @}
+
+  /// @name Sharing the files with a child process
+  /// @{
+  /// No text waits in the process: what ends it does not take them with it.
+  static void setFlushEach(bool on) { s_flushEach = on; }
+  /// o_stream::followFile, for each file.
+  void followFiles();
+  /// What the child knows that the parent needs to go on.
+  virtual void pack(tzPacket& packet) const;
+  virtual void unpack(tzPacket& packet);
+  /// @}
+
  protected:
   void put(const char* text, std::size_t length);
   /// Forgets all targets, closing those that are owned.
-  void release();
+  void forgetTargets();
 
  private:
   struct Target {
     o_stream* stream = nullptr;
     bool owned = false;
   };
+  static inline bool s_flushEach = false;
   tzList<Target> m_targets;
+  std::string m_held;
+  bool m_holding = false;
 };
 
 /// A value with a text: a tzString, or a type that tzString takes with `operator<<`.
@@ -203,7 +235,7 @@ concept tzWritable = requires(tzString& text, const T& value) {
 class tzOStream : public tzTargets {
  public:
   tzOStream() = default;
-  ~tzOStream();
+  ~tzOStream() override;
 
   /// @param mask  the levels to show
   void setOutLevel(int mask) { m_outLevel = mask; }

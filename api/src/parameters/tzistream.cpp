@@ -93,7 +93,8 @@ tzString tzIStream::iniValue(const tzString& name) const {
 tzString tzIStream::getItemValue(const tzString& name, const tzString& byDefault,
                                  const tzString& prompt, const tzString&) {
   tzString value;
-  m_asked.insert({name.str(), m_section.str() + "]" + name.str()});
+  addAsked(name.str());
+  addAsked(m_section.str() + "]" + name.str());
   m_lastSource = m_reader != nullptr ? SRC_CONSOLE : SRC_DEFAULT;
   if (const tzString* preset = m_presets.find(name)) {
     value = *preset;
@@ -109,6 +110,10 @@ tzString tzIStream::getItemValue(const tzString& name, const tzString& byDefault
   if (m_lastSource == SRC_DEFAULT) value = byDefault;
   writeBack(name, value);
   return value;
+}
+
+void tzIStream::addAsked(const std::string& what) {
+  if (m_asked.insert(what).second) m_askedInOrder.push_back(what);
 }
 
 void tzIStream::writeBack(const tzString& name, const tzString& value) {
@@ -140,10 +145,12 @@ tzString tzIStream::askConsole(const tzString& prompt, const tzString& byDefault
   g_ostrm.flush();
   c_out << "\n " + prompt + " [" + byDefault + "] = ";
   c_out.flush();
+  if (m_pAsking != nullptr) m_pAsking(true);
   {
     const tzInterrupt::Reading reading;
     m_readerEnded = tzInterrupt::signal() != 0 || !m_reader->getline(answer);
   }
+  if (m_pAsking != nullptr) m_pAsking(false);
   if (m_readerEnded) c_out << "\n";
   return answer;
 }

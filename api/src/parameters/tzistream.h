@@ -5,6 +5,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "tzini.h"
 #include "tzlist.h"
@@ -87,6 +88,16 @@ class tzIStream {
   /// Where the last value came from: a Source.
   int source() const { return m_lastSource; }
 
+  /// Called with true before the console is asked and with false after; may be null.
+  static inline void (*m_pAsking)(bool) = nullptr;
+
+  /// @name What was asked for
+  /// Names, and "section]key"; each once, in the order of the first asking.
+  /// @{
+  const std::vector<std::string>& asked() const { return m_askedInOrder; }
+  void addAsked(const std::string& what);
+  /// @}
+
   /// @name What nobody asked for so far
   /// @{
   tzStringList unaskedPresets() const;
@@ -105,7 +116,8 @@ class tzIStream {
   bool m_readerEnded = false;
   tzString m_section = COMMON_SECTION;
   int m_lastSource = SRC_NONE;
-  std::set<std::string> m_asked;  // names, and "section]key"
+  std::set<std::string> m_asked;
+  std::vector<std::string> m_askedInOrder;
 };
 
 extern tzIStream g_istrm;

@@ -2,7 +2,9 @@
 #include "tzkeyactions.h"
 
 #include <cctype>
+#include <cstdlib>
 
+#include "tzchild.h"
 #include "tzclock.h"
 #include "tzcpu.h"
 #include "tzenv.h"
@@ -48,6 +50,16 @@ int parseThreads(Text arg) {
     if (count > MAX_THREADS) return 0;
   }
   return static_cast<int>(count);
+}
+
+// Seconds, at most a day; without an argument more than a row may take. Negative: neither.
+double parseLimit(Text arg) {
+  constexpr double USUAL = 60;
+  constexpr double LONGEST = 86400;
+  if (arg.empty()) return USUAL;
+  char* end = nullptr;
+  const double seconds = std::strtod(arg.c_str(), &end);
+  return *end == 0 && seconds >= 0 && seconds <= LONGEST ? seconds : -1;
 }
 
 bool isOnlyWord(Text arg) { return arg.toLower() == tzString("only"); }
@@ -267,6 +279,18 @@ const tzKeyAction signalFile = {
 const tzKeyAction insist = {
     nullptr, [](Text) -> tzString { return "nothing is measured unless everything given is used"; },
     [](Text, tzSession* session) { session->setInsist(true); }};
+
+const tzKeyAction children = {
+    [](Text arg) -> tzString {
+      return parseLimit(arg) >= 0 ? nullptr : "incorrect number of seconds";
+    },
+    [](Text arg) -> tzString {
+      const double seconds = parseLimit(arg);
+      tzString told = "each test in a child process";
+      if (seconds == 0) return told;
+      return told << ", ended when a row takes longer than " << seconds << " s";
+    },
+    [](Text arg, tzSession*) { tzChild::enable(parseLimit(arg)); }};
 
 const tzKeyAction defaultName = {
     [](Text arg) -> tzString { return arg.empty() ? "empty default name" : nullptr; },

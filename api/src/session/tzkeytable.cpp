@@ -273,6 +273,14 @@ constexpr KeyRow kTable[] = {
      "run\n"
      "before its first measurement. Without this key the run goes on where it can.\n"
      "Example: tazmet -B -W -f=rkdiAdd128_JPEG_16s8u_C1R -dImageSize=640x480 -r\n"},
+    {'k', "k", SHOWN, ALWAYS, ANY_EXIT, &act::children, LAST, ARG_ANY,
+     "-k[<seconds>]    = run each test in a child process\n",
+     "A measured function that ends its process, by whatever signal, by exit() or by damaging the\n"
+     "heap, has a row with EXCPTFAIL and the reason, and so has one that does not return: a row\n"
+     "whose process says nothing for so many seconds (60 without a number, 0: any time) is ended\n"
+     "with it. The other tests run as if nothing had happened. Libraries that started threads of\n"
+     "their own when -N was applied may need to run without this key.\n"
+     "Example: tazmet -B -k30 -r\n"},
 };
 
 constexpr std::size_t kNumKeys = sizeof(kTable) / sizeof(kTable[0]);

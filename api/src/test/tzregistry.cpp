@@ -1,6 +1,7 @@
 // The list of tests: registered, sorted, run.
 #include "tzregistry.h"
 
+#include "tzchild.h"
 #include "tzconditions.h"
 #include "tzinterrupt.h"
 #include "tztest.h"
@@ -89,7 +90,7 @@ bool tzTestList::passesStart(const tzTest& test) {
 void tzTestList::runTest(tzTest& test) {
   tzTest::setCurrent(&test);
   beforeTest();
-  const tzResult result = test.run();
+  const tzResult result = tzChild::isEnabled() ? tzChild::run(test) : test.run();
   afterTest(&test);
   // A test that returns 0 after having ended OK chose not to be counted.
   if (result != TZ_UNDEFINED || test.lastResult() != TZ_OK) plus(result);

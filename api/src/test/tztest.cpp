@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "tzcache.h"
+#include "tzchild.h"
 #include "tzconditions.h"
 #include "tzcstream.h"
 #include "tzctrl.h"
@@ -409,6 +410,7 @@ void tzTest::loopData() {
       break;
     }
     if (skipRefused()) continue;
+    const tzChild::Row row(*this);
     if (!buildData()) break;
     measureCombination();
     dropData();
@@ -515,6 +517,8 @@ tzResult tzTest::checkControl() {
 }
 
 void tzTest::judge(tzResult result) {
+  tzChild::holdRow();
+  noteSignal(result);
   raiseResult(escalated(result));
   ++m_numMeasured;
   if (tzIsFailure(result)) {

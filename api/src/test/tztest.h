@@ -17,6 +17,8 @@ class tzCacheIterator;
 class tzConditions;
 class tzObject;
 class tzParameter;
+struct tzLostRun;
+struct tzRowFacts;
 template <typename T>
 class tzDefault_NSC;
 
@@ -127,6 +129,17 @@ class tzTest {
   tzList<tzParameter*>& parms() { return m_parms; }
   const tzList<tzParameter*>& parms() const { return m_parms; }
   tzTool& tool() { return m_tool; }
+  /// @}
+
+  /// @name In a child process (tzChild)
+  /// @{
+  /// What is known of the current combination before it is measured.
+  tzRowFacts rowFacts();
+  /// In the parent: takes over what the child's run came to.
+  /// @return `result`
+  tzResult takeOver(tzResult result, tzResult lastResult);
+  /// In the parent: writes the row and the summary of a run that its process did not end.
+  tzResult endLost(const tzLostRun& lost);
   /// @}
 
   /// @name Parameters
@@ -247,6 +260,7 @@ class tzTest {
   void measureCombination();
   bool verifyCombination();
   tzResult timeCombination();
+  void noteSignal(tzResult result);
   tzResult checkControl();
   void judge(tzResult result);
   void openTable();
