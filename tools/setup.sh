@@ -42,7 +42,7 @@ tazmet_build_packages=(g++ cmake ninja-build libhwy-dev)
 # What the tests need on top: their framework, the formatter, and the open programs that judge us.
 tazmet_check_packages=(git libgtest-dev libgmock-dev clang-format libjpeg-turbo-progs
   libjpeg62-turbo-dev binutils libopenjp2-tools libtiff-tools libsquish-dev pkg-config python3
-  universal-ctags valgrind)
+  universal-ctags valgrind libimage-exiftool-perl imagemagick ffmpeg)
 
 # What the side-by-side benchmarks need on top of the build: the peers.
 tazmet_bench_packages=(pkg-config libjpeg62-turbo-dev libopenjp2-7-dev libjxr-dev

@@ -38,6 +38,11 @@ void rgbOfBgr(const uint8_t* pixels, uint8_t* const* planes, int width) {
   apart<3>(pixels, turned, width);
 }
 
+/// One block of grey pixels.
+RkdStatus grayBlock(const uint8_t* pixels, int step, int16_t* const* planes) {
+  return rkdiSub128_JPEG_8u16s_C1R(pixels, step, planes[0], 8 * sizeof(int16_t), {8, 8});
+}
+
 struct Conversion {
   Color pixels, file;
   void (*planes)(const uint8_t*, uint8_t* const*, int);
@@ -46,7 +51,7 @@ struct Conversion {
 };
 
 constexpr Conversion kConversions[] = {
-    {Color::gray, Color::gray, apart<1>, {}},
+    {Color::gray, Color::gray, apart<1>, {grayBlock, nullptr, nullptr}},
     {Color::rgb, Color::gray, grayOfRgb, {}},
     {Color::bgr, Color::gray, grayOfBgr, {}},
     {Color::rgb,
@@ -80,6 +85,7 @@ constexpr Conversion kConversions[] = {
 int mcuShape(const Frame& frame) {
   const auto& c = frame.component;
   const bool chromaIsSingle = c[1].h * c[1].v == 1 && c[2].h * c[2].v == 1;
+  if (frame.componentCount == 1) return c[0].h * c[0].v == 1 ? 0 : -1;
   if (frame.componentCount < 3 || !chromaIsSingle) return -1;
   if (frame.hMax == 1 && frame.vMax == 1) return 0;
   if (frame.hMax == 2 && frame.vMax == 1) return 1;

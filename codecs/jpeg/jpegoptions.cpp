@@ -41,6 +41,10 @@ constexpr Named<Sampling> kSamplings[] = {{"444", Sampling::s444},
 constexpr Named<Color> kColors[] = {{"RGB->YCbCr", Color::ycbcr}, {"RGB->RGB", Color::rgb},
                                     {"RGB->Gray", Color::gray},   {"Gray->Gray", Color::gray},
                                     {"CMYK->YCCK", Color::ycck},  {"CMYK->CMYK", Color::cmyk}};
+constexpr Named<Turn> kTurns[] = {{"rot90", kRotate90},       {"rot180", kRotate180},
+                                  {"rot270", kRotate270},     {"fliph", kFlipAcross},
+                                  {"flipv", kFlipDown},       {"transpose", kTranspose},
+                                  {"transverse", kTransverse}};
 constexpr Named<int> kScales[] = {{"1", 1}, {"1/1", 1}, {"1/2", 2}, {"1/4", 4}, {"1/8", 8}};
 constexpr Named<Upsampling> kUpsamplings[] = {{"triangle", Upsampling::triangle},
                                               {"plain", Upsampling::plain}};
@@ -72,7 +76,10 @@ const Option kOptions[] = {
        return true;
      }},
     {"-mode", true, "baseline, progressive, lossless",
-     [](ProgramOptions& o, const std::string& v) { return named(kModes, v, &o.encode.mode); }},
+     [](ProgramOptions& o, const std::string& v) {
+       o.hasMode = o.recodes = true;
+       return named(kModes, v, &o.encode.mode);
+     }},
     {"-quality", true, "1..100",
      [](ProgramOptions& o, const std::string& v) { return number(v, 1, 100, &o.encode.quality); }},
     {"-qtables", true, "FILE",
@@ -91,14 +98,15 @@ const Option kOptions[] = {
      }},
     {"-restart", true, "0..65535 (MCUs)",
      [](ProgramOptions& o, const std::string& v) {
+       o.recodes = true;
        return number(v, 0, 65535, &o.encode.restartInterval);
      }},
     {"-optimize", false, "",
-     [](ProgramOptions& o, const std::string&) { return o.encode.optimize = true; }},
+     [](ProgramOptions& o, const std::string&) { return o.recodes = o.encode.optimize = true; }},
     {"-scans", true, "FILE",
      [](ProgramOptions& o, const std::string& v) {
        o.scansFile = v;
-       return true;
+       return o.recodes = true;
      }},
     {"-predictor", true, "1..7",
      [](ProgramOptions& o, const std::string& v) { return number(v, 1, 7, &o.encode.predictor); }},
@@ -119,13 +127,30 @@ const Option kOptions[] = {
     {"-scale", true, "1/2, 1/4, 1/8",
      [](ProgramOptions& o, const std::string& v) { return named(kScales, v, &o.decode.scale); }},
     {"-crop", true, "WxH+X+Y",
-     [](ProgramOptions& o, const std::string& v) { return rectangle(v, &o.decode.crop); }},
+     [](ProgramOptions& o, const std::string& v) {
+       o.recodes = true;
+       return rectangle(v, &o.decode.crop);
+     }},
     {"-upsample", true, "triangle, plain",
      [](ProgramOptions& o, const std::string& v) {
        return named(kUpsamplings, v, &o.decode.upsampling);
      }},
     {"-strict", false, "",
      [](ProgramOptions& o, const std::string&) { return o.decode.strict = true; }},
+    {"-transform", true, "rot90, rot180, rot270, fliph, flipv, transpose, transverse, upright",
+     [](ProgramOptions& o, const std::string& v) {
+       o.recodes = true;
+       o.turnsUpright = v == "upright";
+       return o.turnsUpright || named(kTurns, v, &o.turn);
+     }},
+    {"-info", false, "", [](ProgramOptions& o, const std::string&) { return o.info = true; }},
+    {"-set", true, "NAME=VALUE",
+     [](ProgramOptions& o, const std::string& v) {
+       const size_t equals = v.find('=');
+       if (equals == std::string::npos || equals == 0) return false;
+       o.set.emplace_back(v.substr(0, equals), v.substr(equals + 1));
+       return true;
+     }},
     {"-strip", false, "", [](ProgramOptions& o, const std::string&) { return o.strip = true; }},
     {"-memory", true, "1..1048576 (MiB)",
      [](ProgramOptions& o, const std::string& v) {
@@ -176,7 +201,7 @@ bool parseOptions(const std::vector<std::string>& arguments, ProgramOptions* opt
     *error = "no input file: jpegcodec -i IN -o OUT";
     return false;
   }
-  if (options->output.empty() && options->bench == 0) {
+  if (options->output.empty() && options->bench == 0 && !options->info) {
     *error = "no output file: jpegcodec -i IN -o OUT";
     return false;
   }

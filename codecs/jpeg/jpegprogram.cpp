@@ -19,34 +19,23 @@ constexpr const char* kUsage =
     "  -predictor 1..7   -pt N   -exif FILE   -icc FILE\n"
     "Decoding:\n"
     "  -scale 1/2|1/4|1/8   -crop WxH+X+Y   -upsample triangle|plain   -strict\n"
+    "From .jpg to .jpg (the picture stays as it is coded unless an option of encoding is given):\n"
+    "  -transform rot90|rot180|rot270|fliph|flipv|transpose|transverse|upright   -crop WxH+X+Y\n"
     "Both:\n"
-    "  -strip   -memory MIB   -maxscans N   -threads N   -bench N\n";
+    "  -info   -strip   -set NAME=VALUE   -memory MIB   -maxscans N   -threads N   -bench N\n";
 
 /// One run of the program: its options, and where complaints go.
 class Run {
  public:
   Run(const ProgramOptions& options, std::FILE* out, std::FILE* errors)
-      : options_(options), out_(out), errors_(errors) {}
+      : options_(options), out_(out), complaints_(errors) {}
   int work();
 
  private:
-  int complain(const std::string& file, const std::string& reason) const {
-    std::fprintf(errors_, "jpegcodec: %s: %s\n", file.c_str(), reason.c_str());
-    return 1;
-  }
-  int complain(const std::string& file, Status status) const {
-    return complain(file, statusText(status));
-  }
-  bool readSideFiles(EncodeOptions* encode, std::string* file, std::string* error) const;
   EncodeOptions encodeOptions(const ImageShape& shape) const;
+  int workOnJpeg();
   int encode(ImageFileRows& rows, const ImageShape& shape);
   int decode(const std::vector<uint8_t>& file);
-  int copy(const std::vector<uint8_t>& file);
-  void warn(const Decoder& decoder) const;
-  /// In strict mode the warning is the reason.
-  static Status reasonOf(Status status, const Decoder& decoder) {
-    return status == Status::notStrict ? decoder.warnings().front() : status;
-  }
   int benchEncode(ImageFileRows& rows, const ImageShape& shape);
   int benchDecode(const std::vector<uint8_t>& file);
   template <class Work>
@@ -54,7 +43,7 @@ class Run {
 
   const ProgramOptions& options_;
   std::FILE* out_;
-  std::FILE* errors_;
+  Complaints complaints_;
 };
 
 bool isJpegName(const std::string& name) {
@@ -93,34 +82,15 @@ EncodeOptions Run::encodeOptions(const ImageShape& shape) const {
   return encode;
 }
 
-bool Run::readSideFiles(EncodeOptions* encode, std::string* file, std::string* error) const {
-  const auto read = [&](const std::string& name, std::vector<uint8_t>* bytes) {
-    *file = name;
-    return name.empty() || readFile(name, bytes, error);
-  };
-  if (!read(options_.exifFile, &encode->metadata.exif) ||
-      !read(options_.iccFile, &encode->metadata.icc)) {
-    return false;
-  }
-  std::vector<uint8_t> tables, scans;
-  if (!read(options_.tablesFile, &tables)) return false;
-  if (!options_.tablesFile.empty() &&
-      !parseQuantisers({tables.begin(), tables.end()}, &encode->quantisers, error)) {
-    return false;
-  }
-  if (!read(options_.scansFile, &scans)) return false;
-  if (options_.scansFile.empty()) return true;
-  encode->mode = Mode::progressive;
-  return parseScript({scans.begin(), scans.end()}, &encode->script, error);
-}
-
 int Run::encode(ImageFileRows& rows, const ImageShape& shape) {
   Encoder encoder;
   encoder.options() = encodeOptions(shape);
-  std::string file, error;
-  if (!readSideFiles(&encoder.options(), &file, &error)) return complain(file, error);
+  std::string culprit, error;
+  if (!applySideFiles(options_, &encoder.options(), &culprit, &error)) {
+    return complaints_.fail(culprit, error);
+  }
   FileBytes bytes;
-  if (!bytes.open(options_.output, &error)) return complain(options_.output, error);
+  if (!bytes.open(options_.output, &error)) return complaints_.fail(options_.output, error);
   Status status = encoder.setSource(shape, rows);
   if (!isError(status)) status = encoder.setDestination(bytes);
   if (!isError(status)) status = encoder.writeHeader();
@@ -128,17 +98,11 @@ int Run::encode(ImageFileRows& rows, const ImageShape& shape) {
   const bool isClosed = bytes.close();
   if (status == Status::ok && isClosed) return 0;
   std::remove(options_.output.c_str());
-  if (status == Status::sourceFailed) return complain(options_.input, rows.error());
+  if (status == Status::sourceFailed) return complaints_.fail(options_.input, rows.error());
   if (status == Status::destinationFailed || !isClosed) {
-    return complain(options_.output, "cannot be written");
+    return complaints_.fail(options_.output, "cannot be written");
   }
-  return complain(options_.input, status);
-}
-
-void Run::warn(const Decoder& decoder) const {
-  for (const Status w : decoder.warnings()) {
-    std::fprintf(errors_, "jpegcodec: %s: warning: %s\n", options_.input.c_str(), statusText(w));
-  }
+  return complaints_.fail(options_.input, status);
 }
 
 int Run::decode(const std::vector<uint8_t>& file) {
@@ -146,45 +110,21 @@ int Run::decode(const std::vector<uint8_t>& file) {
   decoder.options() = options_.decode;
   Status status = decoder.setSource(file);
   if (!isError(status)) status = decoder.readHeader();
-  if (isError(status)) return complain(options_.input, status);
+  if (isError(status)) return complaints_.fail(options_.input, status);
   ImageFileSink sink;
   std::string error;
   if (!sink.open(options_.output, decoder.info().image, &error)) {
-    return complain(options_.output, error);
+    return complaints_.fail(options_.output, error);
   }
   status = decoder.setDestination(sink);
   if (!isError(status)) status = decoder.readData();
   const bool isClosed = sink.close();
   if (isError(status) || !isClosed) {
     std::remove(options_.output.c_str());
-    if (!isError(status)) return complain(options_.output, "cannot be written");
-    return complain(options_.input, reasonOf(status, decoder));
+    if (!isError(status)) return complaints_.fail(options_.output, "cannot be written");
+    return complaints_.fail(options_.input, reasonOf(status, decoder));
   }
-  warn(decoder);
-  return 0;
-}
-
-int Run::copy(const std::vector<uint8_t>& file) {
-  Decoder decoder;
-  decoder.options() = options_.decode;
-  Coefficients coefficients;
-  Status status = decoder.setSource(file);
-  if (!isError(status)) status = decoder.readHeader();
-  if (!isError(status)) status = decoder.readCoefficients(&coefficients);
-  if (isError(status)) return complain(options_.input, reasonOf(status, decoder));
-  EncodeOptions encode = options_.encode;
-  encode.density = decoder.info().density;
-  if (!options_.strip) encode.metadata = decoder.metadata();
-  std::string name, error;
-  if (!readSideFiles(&encode, &name, &error)) return complain(name, error);
-  FileBytes bytes;
-  if (!bytes.open(options_.output, &error)) return complain(options_.output, error);
-  status = writeCoefficients(coefficients, encode, bytes);
-  if (!bytes.close() || isError(status)) {
-    std::remove(options_.output.c_str());
-    return complain(options_.input, status);
-  }
-  warn(decoder);
+  complaints_.warn(options_.input, decoder);
   return 0;
 }
 
@@ -198,7 +138,7 @@ int Run::bench(const ImageShape& shape, Work work) {
     clocks.push_back(double(rkdGetCpuClocks() - counter));
     seconds.push_back(
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
-    if (isError(status)) return complain(options_.input, status);
+    if (isError(status)) return complaints_.fail(options_.input, status);
   }
   std::ranges::sort(seconds);
   std::ranges::sort(clocks);
@@ -217,7 +157,8 @@ int Run::benchEncode(ImageFileRows& rows, const ImageShape& shape) {
   for (int y = 0; y < shape.height; ++y) {
     const uint8_t* row = nullptr;
     ptrdiff_t step = 0;
-    if (isError(rows.rows(y, 1, &row, &step))) return complain(options_.input, rows.error());
+    if (isError(rows.rows(y, 1, &row, &step)))
+      return complaints_.fail(options_.input, rows.error());
     pixels.insert(pixels.end(), row, row + shape.rowBytes());
   }
   std::vector<uint8_t> file(pixels.size() * 2 + (1 << 20));
@@ -247,29 +188,64 @@ int Run::benchDecode(const std::vector<uint8_t>& file) {
     JPEG_RETURN_IF_ERROR(decoder.setDestination(pixels.data(), pixels.size()));
     return decoder.readData();
   };
-  if (const Status status = decode(); isError(status)) return complain(options_.input, status);
+  if (const Status status = decode(); isError(status))
+    return complaints_.fail(options_.input, status);
   return bench(shape, decode);
 }
 
-int Run::work() {
+int Run::workOnJpeg() {
+  std::vector<uint8_t> file;
   std::string error;
-  if (looksLikeJpeg(options_.input)) {
-    std::vector<uint8_t> file;
-    if (!readFile(options_.input, &file, &error)) return complain(options_.input, error);
-    if (options_.bench > 0) return benchDecode(file);
-    return isJpegName(options_.output) ? copy(file) : decode(file);
+  if (!readFile(options_.input, &file, &error)) return complaints_.fail(options_.input, error);
+  if (options_.bench > 0) return benchDecode(file);
+  if (options_.info) {
+    const int code = printInfo(options_, file, out_, complaints_);
+    if (code != 0 || options_.output.empty()) return code;
   }
+  if (isJpegName(options_.output)) return copyFile(options_, file, complaints_);
+  if (!options_.turn.isNone() || options_.turnsUpright || !options_.set.empty()) {
+    return complaints_.fail(options_.output, "-transform and -set make a file that ends in .jpg");
+  }
+  return decode(file);
+}
+
+int Run::work() {
+  if (looksLikeJpeg(options_.input)) return workOnJpeg();
+  std::string error;
   ImageFileRows rows;
   ImageShape shape;
-  if (!rows.open(options_.input, &shape, &error)) return complain(options_.input, error);
+  if (!rows.open(options_.input, &shape, &error)) return complaints_.fail(options_.input, error);
+  if (options_.info) {
+    return complaints_.fail(options_.input, "is no JPEG file, and -info tells of no other");
+  }
   if (options_.bench > 0) return benchEncode(rows, shape);
   if (!isJpegName(options_.output)) {
-    return complain(options_.output, "a picture is encoded to a file that ends in .jpg");
+    return complaints_.fail(options_.output, "a picture is encoded to a file that ends in .jpg");
+  }
+  if (!options_.turn.isNone() || options_.turnsUpright) {
+    return complaints_.fail(options_.input, "is no JPEG file: -transform turns what is coded");
   }
   return encode(rows, shape);
 }
 
 }  // namespace
+
+int Complaints::fail(const std::string& file, const std::string& reason) const {
+  std::fprintf(errors_, "jpegcodec: %s: %s\n", file.c_str(), reason.c_str());
+  return 1;
+}
+
+void Complaints::warn(const std::string& file, const std::string& reason) const {
+  std::fprintf(errors_, "jpegcodec: %s: warning: %s\n", file.c_str(), reason.c_str());
+}
+
+void Complaints::warn(const std::string& file, const Decoder& decoder) const {
+  for (const Status w : decoder.warnings()) warn(file, statusText(w));
+}
+
+Status reasonOf(Status status, const Decoder& decoder) {
+  return status == Status::notStrict ? decoder.warnings().front() : status;
+}
 
 int runProgram(const std::vector<std::string>& arguments, std::FILE* out, std::FILE* errors) {
   ProgramOptions options;

@@ -4,9 +4,11 @@
 
 #include <cstdio>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "jpeg.h"
+#include "transform.h"
 
 namespace jpeg {
 
@@ -15,10 +17,14 @@ struct ProgramOptions {
   std::string input, output;
   EncodeOptions encode;
   DecodeOptions decode;
-  bool hasColor = false, hasSampling = false;
+  bool hasMode = false, hasColor = false, hasSampling = false;
+  bool recodes = false;  ///< asks that a copy's picture is coded anew
   bool help = false;
   std::string exifFile, iccFile, tablesFile, scansFile;
-  bool strip = false;
+  bool strip = false, info = false;
+  std::vector<std::pair<std::string, std::string>> set;  ///< Exif tags and their values
+  Turn turn;
+  bool turnsUpright = false;  ///< as the Exif orientation says
   int bench = 0;
 };
 
@@ -30,6 +36,33 @@ bool parseOptions(const std::vector<std::string>& arguments, ProgramOptions* opt
 /// @param error  receives what is wrong when the result is false
 bool parseScript(const std::string& text, Script* script, std::string* error);
 bool parseQuantisers(const std::string& text, std::vector<Quantisers>* tables, std::string* error);
+
+/// Where complaints go, a line each: the file and what is wrong with it.
+class Complaints {
+ public:
+  explicit Complaints(std::FILE* errors) : errors_(errors) {}
+  /// @return the program's exit code
+  int fail(const std::string& file, const std::string& reason) const;
+  int fail(const std::string& file, Status status) const { return fail(file, statusText(status)); }
+  void warn(const std::string& file, const std::string& reason) const;
+  void warn(const std::string& file, const Decoder& decoder) const;
+
+ private:
+  std::FILE* errors_;
+};
+
+/// What -exif, -icc, -qtables, -scans and -set ask for, put into options for writing.
+/// @return false with the culprit and the reason
+bool applySideFiles(const ProgramOptions& options, EncodeOptions* encode, std::string* culprit,
+                    std::string* reason);
+/// In strict mode the warning is the reason.
+Status reasonOf(Status status, const Decoder& decoder);
+
+/// From .jpg to .jpg, and what -info says of a file. @return exit codes
+int copyFile(const ProgramOptions& options, const std::vector<uint8_t>& file,
+             const Complaints& complaints);
+int printInfo(const ProgramOptions& options, const std::vector<uint8_t>& file, std::FILE* out,
+              const Complaints& complaints);
 
 /// Runs the program. @return its exit code
 int runProgram(const std::vector<std::string>& arguments, std::FILE* out, std::FILE* errors);

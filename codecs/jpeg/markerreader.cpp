@@ -15,7 +15,6 @@ bool startsWith(std::span<const uint8_t> bytes, std::string_view name) {
 }
 
 constexpr std::string_view kJfifName("JFIF\0", 5);
-constexpr std::string_view kJfxxName("JFXX\0", 5);
 constexpr std::string_view kExifName("Exif\0", 5);
 constexpr std::string_view kIccName("ICC_PROFILE\0", 12);
 constexpr std::string_view kAdobeName("Adobe", 5);
@@ -263,17 +262,25 @@ void MarkerReader::readJfif(Payload payload) {
   metadata_.jfifThumbnail.assign(payload.begin() + 14, payload.begin() + 14 + ptrdiff_t(pixels));
 }
 
+bool MarkerReader::isJfif(int marker, Payload payload) {
+  return marker == kAPP0 && startsWith(payload, kJfifName);
+}
+
+bool MarkerReader::isAdobe(int marker, Payload payload) {
+  return marker == kAPP0 + 14 && startsWith(payload, kAdobeName) && payload.size() >= 12;
+}
+
 void MarkerReader::readApp(int marker, Payload payload) {
-  if (marker == kAPP0 && startsWith(payload, kJfifName)) {
+  if (isJfif(marker, payload)) {
     readJfif(payload);
-  } else if (marker == kAPP0 + 14 && startsWith(payload, kAdobeName) && payload.size() >= 12) {
+  } else if (isAdobe(marker, payload)) {
     adobeTransform_ = payload[11];
   } else if (marker == kAPP0 + 1 && startsWith(payload, kExifName) && payload.size() > 6 &&
              metadata_.exif.empty()) {
     metadata_.exif.assign(payload.begin() + 6, payload.end());
   } else if (marker == kAPP0 + 2 && startsWith(payload, kIccName) && payload.size() >= 14) {
     iccChunks_.emplace_back(payload[12], payload.subspan(14));
-  } else if (marker != kAPP0 || !startsWith(payload, kJfxxName)) {
+  } else {
     metadata_.other.push_back({uint8_t(marker), {payload.begin(), payload.end()}});
   }
 }

@@ -120,6 +120,10 @@ class MarkerReader {
   size_t position() const { return position_; }
   void moveTo(size_t position) { position_ = position; }
 
+  /// Takes what an APPn or comment segment carries.
+  void readApp(int marker, std::span<const uint8_t> payload);
+  static bool isJfif(int marker, std::span<const uint8_t> payload);
+  static bool isAdobe(int marker, std::span<const uint8_t> payload);
   /// Puts the ICC profile's chunks together. Call when all that is wanted has been read.
   void finishMetadata();
   /// Warnings met; emptied by the call.
@@ -133,7 +137,6 @@ class MarkerReader {
   Status readQuantisers(Payload payload);
   Status readHuffman(Payload payload);
   void readHeight(Payload payload);
-  void readApp(int marker, Payload payload);
   void readJfif(Payload payload);
   int nextMarker();
   void warn(Status status) { warnings_.push_back(status); }

@@ -47,6 +47,12 @@ void MarkerWriter::adobe(int transform) {
 }
 
 Status MarkerWriter::metadata(const Metadata& metadata) {
+  // Extensions of JFIF come right behind it.
+  for (const Metadata::Segment& s : metadata.other) {
+    if (s.marker != kAPP0) continue;
+    if (s.payload.size() > kMaxPayload) return Status::metadataTooLong;
+    segment(s.marker, s.payload);
+  }
   if (metadata.exif.size() + kExifName.size() > kMaxPayload) return Status::metadataTooLong;
   if (!metadata.exif.empty()) {
     begin(kAPP0 + 1, int(kExifName.size() + metadata.exif.size()));
@@ -66,6 +72,7 @@ Status MarkerWriter::metadata(const Metadata& metadata) {
     bytes_.insert(bytes_.end(), first, first + ptrdiff_t(count));
   }
   for (const Metadata::Segment& s : metadata.other) {
+    if (s.marker == kAPP0) continue;
     if (s.payload.size() > kMaxPayload) return Status::metadataTooLong;
     segment(s.marker, s.payload);
   }
