@@ -37,12 +37,23 @@ tazmet_setup() {
   fi
 }
 
+# tazmet_setup_known PACKAGE...: the same for those of them that apt knows.
+tazmet_setup_known() {
+  local known=() package
+  for package in "$@"; do
+    apt-cache show "$package" >/dev/null 2>&1 && known+=("$package")
+  done
+  ((${#known[@]} == 0)) || tazmet_setup "${known[@]}"
+}
+
 # What it takes to build and run the program.
-tazmet_build_packages=(g++ cmake ninja-build libhwy-dev)
+tazmet_build_packages=(g++ cmake ninja-build libhwy-dev liblcms2-dev)
 # What the tests need on top: their framework, the formatter, and the open programs that judge us.
 tazmet_check_packages=(git libgtest-dev libgmock-dev clang-format libjpeg-turbo-progs
   libjpeg62-turbo-dev binutils libopenjp2-tools libtiff-tools libsquish-dev pkg-config python3
   universal-ctags valgrind libimage-exiftool-perl imagemagick ffmpeg)
+# Judges that not every release has; without them their tests are skipped.
+tazmet_judge_packages=(grokj2k-tools)
 
 # What the side-by-side benchmarks need on top of the build: the peers.
 tazmet_bench_packages=(pkg-config libjpeg62-turbo-dev libopenjp2-7-dev libjxr-dev
@@ -60,7 +71,10 @@ if [[ ${BASH_SOURCE[0]} == "$0" ]]; then
   for task in "$@"; do
     case $task in
       build) tazmet_setup "${tazmet_build_packages[@]}" ;;
-      check) tazmet_setup "${tazmet_check_packages[@]}" ;;
+      check)
+        tazmet_setup "${tazmet_check_packages[@]}"
+        tazmet_setup_known "${tazmet_judge_packages[@]}"
+        ;;
       bench) tazmet_setup "${tazmet_bench_packages[@]}" ;;
       *) echo "setup.sh: no task $task; there are build, check and bench" >&2 && exit 2 ;;
     esac

@@ -93,9 +93,16 @@ struct TilePart {
   int64_t tile = 0;
   int index = 0;      ///< TPsot
   int count = 0;      ///< TNsot, 0 when it is not told
+  size_t number = 0;  ///< among all tile-parts as they stand
   size_t offset = 0;  ///< of SOT
   ByteSpan header;    ///< marker segments between SOT and SOD
   ByteSpan body;
+};
+
+/// Where TLM tells a tile-part to be: right behind the one before it.
+struct TileLength {
+  int64_t tile = 0;
+  uint32_t length = 0;  ///< BYTES from SOT on
 };
 
 struct Comment {
@@ -107,12 +114,15 @@ struct Comment {
 struct Codestream {
   ImageShape shape;
   Coding coding;
-  std::vector<TilePart> tileParts;                ///< as they stand
+  size_t firstTilePart = 0;             ///< where the main header ends
+  std::vector<TileLength> tileLengths;  ///< TLM: of all tile-parts as they stand; or none
+  std::vector<uint8_t> packetLengths;   ///< of all PLM segments
+  std::vector<ByteSpan> lengthsOfPart;  ///< into packetLengths
+  std::vector<TilePart> tileParts;      ///< of the tiles that were asked for, as they stand
   std::map<int64_t, std::vector<size_t>> ofTile;  ///< into tileParts
   std::vector<uint8_t> packedHeaders;             ///< of all PPM segments
   std::vector<ByteSpan> packedOfTilePart;         ///< into packedHeaders
   std::vector<Comment> comments;
-  bool lengthsTold = false;  ///< TLM
 };
 
 /// Coding of one tile: the main header's, changed by its own headers; and the lists in these.
@@ -120,11 +130,15 @@ struct TileHeader {
   Coding coding;
   std::vector<uint8_t> packedHeaders;   ///< of all PPT segments
   bool packed = false;                  ///< headers stand apart from bodies
-  std::vector<uint32_t> packetLengths;  ///< PLT; empty when not told for all
+  std::vector<uint32_t> packetLengths;  ///< PLT or PLM; empty when not told for all
 };
 
-/// Reads what precedes the first tile-part, and steps from tile-part to tile-part.
-Codestream readCodestream(ByteSpan bytes, Reporter& report);
+/// Reads what precedes the first tile-part.
+Codestream readMainHeader(ByteSpan bytes, Reporter& report);
+/// Finds the tile-parts of some tiles: where TLM tells them to be, or by stepping from tile-part to
+/// tile-part. Of other tiles nothing but the SOT segment is looked at, with TLM not even that.
+/// @param tiles  columns and rows of tiles
+void findTileParts(Codestream& stream, ByteSpan bytes, const Rect& tiles, Reporter& report);
 TileHeader readTileHeader(const Codestream& stream, int64_t tile, Reporter& report);
 
 /// One marker segment, for lists.

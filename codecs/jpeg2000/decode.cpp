@@ -112,11 +112,17 @@ void Decoder::describe() {
 void Decoder::readHeaders(std::span<const uint8_t> file) {
   Parts& parts = *m_parts;
   parts.boxes = readBoxes(file, parts.report);
-  parts.stream = readCodestream(parts.boxes.codestream, parts.report);
-  checkBoxes(parts.boxes, parts.stream.shape, parts.report);
-  checkWork(parts.stream, file.size());
-  if (m_options.listing) listStructure(parts.boxes, parts.stream, m_diagnostics);
+  parts.stream = readMainHeader(parts.boxes.codestream, parts.report);
+  const ImageShape& shape = parts.stream.shape;
+  checkBoxes(parts.boxes, shape, parts.report);
   makePlan();
+  findTileParts(parts.stream, parts.boxes.codestream,
+                shape.tilesOf(m_options.listing ? shape.image : parts.plan.window), parts.report);
+  checkWork(parts.stream, file.size());
+  if (m_options.listing) {
+    listStructure(parts.boxes, parts.stream, m_diagnostics);
+    listPackets(parts.boxes, parts.stream, m_options.memoryMiB << 20, m_diagnostics);
+  }
   describe();
 }
 
@@ -153,14 +159,10 @@ Status Decoder::decode(std::span<const SampleView> samples) {
     const Budget budget((m_options.memoryMiB << 20) - output);
     TileDecoder decoder(parts.stream, parts.plan, budget, m_parts->report);
     const ImageShape& shape = parts.stream.shape;
-    const Rect& window = parts.plan.window;
-    const Rect& first = shape.firstTile;
-    const int64_t x0 = (window.x0 - first.x0) / first.width();
-    const int64_t y0 = (window.y0 - first.y0) / first.height();
-    const int64_t x1 = ceilDiv(window.x1 - first.x0, first.width());
-    const int64_t y1 = ceilDiv(window.y1 - first.y0, first.height());
-    for (int64_t y = y0; y < y1; ++y) {
-      for (int64_t x = x0; x < x1; ++x) decoder.decode(y * shape.tilesWide() + x, samples);
+    const Rect tiles = shape.tilesOf(parts.plan.window);
+    for (int64_t y = tiles.y0; y < tiles.y1; ++y) {
+      for (int64_t x = tiles.x0; x < tiles.x1; ++x)
+        decoder.decode(y * shape.tilesWide() + x, samples);
     }
   });
 }

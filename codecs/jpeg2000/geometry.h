@@ -65,6 +65,13 @@ struct ImageShape {
   int64_t tilesWide() const { return ceilDiv(image.x1 - firstTile.x0, firstTile.width()); }
   int64_t tilesHigh() const { return ceilDiv(image.y1 - firstTile.y0, firstTile.height()); }
   int64_t tiles() const { return tilesWide() * tilesHigh(); }
+  /// Columns and rows of the tiles that a part of the image touches.
+  Rect tilesOf(const Rect& part) const {
+    return {(part.x0 - firstTile.x0) / firstTile.width(),
+            (part.y0 - firstTile.y0) / firstTile.height(),
+            ceilDiv(part.x1 - firstTile.x0, firstTile.width()),
+            ceilDiv(part.y1 - firstTile.y0, firstTile.height())};
+  }
   /// Clipped to the image.
   Rect tile(int64_t index) const;
   Rect component(int index) const {

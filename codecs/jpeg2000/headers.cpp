@@ -1,4 +1,4 @@
-// Marker segments read: the main header, the tile-parts' headers, and where tile-parts stand.
+// Marker segments read: the main header and the tile-parts' headers.
 #include <algorithm>
 #include <set>
 
@@ -267,6 +267,38 @@ void splitPackedHeaders(Codestream& stream, Reporter& report) {
   }
 }
 
+/// Packet lengths of one tile-part after the other, each behind the number of its bytes.
+void splitPacketLengths(Codestream& stream) {
+  ByteSpan all(stream.packetLengths);
+  while (!all.empty()) {
+    const size_t here = std::min<size_t>(all[0], all.size() - 1);
+    stream.lengthsOfPart.push_back(all.subspan(1, here));
+    all = all.subspan(1 + here);
+  }
+}
+
+/// The entries of TLM, which have sizes of their own in every segment.
+void readTileLengths(Numbered& segments, std::vector<TileLength>& lengths, Reporter& report) {
+  std::stable_sort(segments.begin(), segments.end(),
+                   [](const auto& a, const auto& b) { return a.first < b.first; });
+  for (const auto& [index, bytes] : segments) {
+    HeaderReader in(bytes, "TLM");
+    const uint32_t sizes = in.u8(), ofTile = sizes >> 4 & 3, ofLength = sizes & 0x40 ? 4 : 2;
+    if (ofTile == 3 || in.left() % (ofTile + ofLength) != 0) {
+      report.warn(Diag::segmentIgnored, "TLM");
+      lengths.clear();
+      return;
+    }
+    while (in.left() > 0) {
+      TileLength entry;
+      // Without numbers every tile has one part, in order.
+      entry.tile = ofTile == 0 ? int64_t(lengths.size()) : ofTile == 1 ? in.u8() : in.u16();
+      entry.length = ofLength == 2 ? in.u16() : in.u32();
+      lengths.push_back(entry);
+    }
+  }
+}
+
 class MainHeaderReader {
  public:
   MainHeaderReader(Codestream& stream, Reporter& report) : m_stream(stream), m_report(report) {}
@@ -302,7 +334,7 @@ class MainHeaderReader {
         addNumbered(m_packed, segment, m_report);
         break;
       case markerTlm:
-        m_stream.lengthsTold = true;
+        addNumbered(m_tileLengths, segment, m_report);
         break;
       case markerCom:
         if (segment.bytes.size() < 2) {
@@ -325,6 +357,7 @@ class MainHeaderReader {
         }
         break;
       case markerPlm:
+        addNumbered(m_packetLengths, segment, m_report);
         break;
       default:
         m_report.warn(Diag::unknownMarker, markerName(segment.marker));
@@ -341,95 +374,14 @@ class MainHeaderReader {
     if (!coding.sawQcd) fail(Diag::noQcd);
     m_stream.packedHeaders = joined(m_packed);
     splitPackedHeaders(m_stream, m_report);
+    readTileLengths(m_tileLengths, m_stream.tileLengths, m_report);
+    m_stream.packetLengths = joined(m_packetLengths);
+    splitPacketLengths(m_stream);
   }
 
   Codestream& m_stream;
   Reporter& m_report;
-  Numbered m_packed;
-};
-
-/// Follows SOT to SOT; lengths that cannot be true end the list with what is left.
-class TilePartFinder {
- public:
-  TilePartFinder(Codestream& stream, ByteSpan bytes, Reporter& report)
-      : m_stream(stream), m_bytes(bytes), m_report(report) {}
-
-  void find(size_t position) {
-    while (position + 12 <= m_bytes.size() && marker(position) == markerSot) {
-      position = tilePart(position);
-    }
-    if (position + 2 <= m_bytes.size() && marker(position) == markerEoc) return;
-    m_report.warn(position + 2 <= m_bytes.size() && marker(position) != markerSot
-                      ? Diag::garbageBetweenTileParts
-                      : Diag::noEoc,
-                  "at byte " + text(int64_t(position)));
-  }
-
- private:
-  int marker(size_t at) const { return m_bytes[at] << 8 | m_bytes[at + 1]; }
-
-  size_t tilePart(size_t sot) {
-    HeaderReader in(m_bytes.subspan(sot + 2, 10), "SOT");
-    if (in.u16() != 10) fail(Diag::badSot, "length of SOT at byte " + text(int64_t(sot)));
-    TilePart part;
-    part.offset = sot;
-    part.tile = in.u16();
-    const uint32_t length = in.u32();
-    part.index = int(in.u8());
-    part.count = int(in.u8());
-    const size_t end = endOf(sot, length);
-    const std::vector<Segment> segments = listSegments(m_bytes.first(end), sot + 12);
-    const size_t sod =
-        segments.empty() ? sot + 12 : segments.back().offset + 4 + segments.back().bytes.size();
-    if (sod + 2 > end || marker(sod) != markerSod) {
-      m_report.warn(Diag::badTilePartHeader, "tile " + text(part.tile));
-      return end;
-    }
-    part.header = m_bytes.subspan(sot + 12, sod - sot - 12);
-    part.body = m_bytes.subspan(sod + 2, end - sod - 2);
-    add(part);
-    return end;
-  }
-
-  size_t endOf(size_t sot, uint32_t length) {
-    size_t end = m_bytes.size();
-    if (length == 0) {
-      // The last tile-part reaches to EOC, which is the last thing unless somebody padded it.
-      while (end > sot + 14 && m_bytes[end - 1] == 0) --end;
-      if (end > sot + 14 && marker(end - 2) == markerEoc) return end - 2;
-      return m_bytes.size();
-    }
-    if (length < 14) {
-      m_report.warn(Diag::badTilePartLength, text(length));
-      return end;
-    }
-    if (length > end - sot) {
-      m_report.warn(Diag::truncated, text(int64_t(sot + length - end)) + " bytes are missing");
-      return end;
-    }
-    return sot + length;
-  }
-
-  void add(const TilePart& part) {
-    if (part.tile >= m_stream.shape.tiles()) {
-      m_report.warn(Diag::badTileIndex, text(part.tile));
-      return;
-    }
-    std::vector<size_t>& parts = m_stream.ofTile[part.tile];
-    if (size_t(part.index) != parts.size()) {
-      m_report.warn(Diag::badTilePartIndex,
-                    "tile " + text(part.tile) + ", part " + text(part.index));
-    }
-    if (part.count != 0 && part.index >= part.count) {
-      m_report.warn(Diag::badTilePartCount, "tile " + text(part.tile));
-    }
-    parts.push_back(m_stream.tileParts.size());
-    m_stream.tileParts.push_back(part);
-  }
-
-  Codestream& m_stream;
-  ByteSpan m_bytes;
-  Reporter& m_report;
+  Numbered m_packed, m_tileLengths, m_packetLengths;
 };
 
 /// Lengths of seven bits a byte, the last byte of each below 128.
@@ -445,50 +397,90 @@ void readPacketLengths(ByteSpan bytes, std::vector<uint32_t>& lengths) {
 
 }  // namespace
 
-Codestream readCodestream(ByteSpan bytes, Reporter& report) {
+Codestream readMainHeader(ByteSpan bytes, Reporter& report) {
   if (bytes.size() < 2 || bytes[0] != 0xFF || bytes[1] != 0x4F) fail(Diag::noSoc);
   Codestream stream;
-  const size_t position = MainHeaderReader(stream, report).read(bytes);
-  TilePartFinder(stream, bytes, report).find(position);
+  stream.firstTilePart = MainHeaderReader(stream, report).read(bytes);
   return stream;
 }
+
+namespace {
+
+/// What the headers of the parts of one tile tell besides coding, part after part.
+class TileHeaderReader {
+ public:
+  TileHeaderReader(const Codestream& stream, TileHeader& header, Reporter& report)
+      : m_stream(stream),
+        m_header(header),
+        m_report(report),
+        m_coding(stream.shape, header.coding, report, true) {}
+
+  void read(size_t index);
+  void finish() {
+    m_header.packed = m_anyPacked || !m_stream.packedHeaders.empty();
+    if (!m_allLengths) m_header.packetLengths.clear();
+  }
+
+ private:
+  void addLengths(const TilePart& part, ByteSpan own);
+
+  const Codestream& m_stream;
+  TileHeader& m_header;
+  Reporter& m_report;
+  CodingReader m_coding;
+  bool m_anyPacked = false, m_allLengths = true;
+};
+
+/// Lengths that do not add up to what is there are of no use.
+void TileHeaderReader::addLengths(const TilePart& part, ByteSpan own) {
+  if (own.empty() && part.number < m_stream.lengthsOfPart.size()) {
+    own = m_stream.lengthsOfPart[part.number];
+  }
+  const size_t before = m_header.packetLengths.size();
+  readPacketLengths(own, m_header.packetLengths);
+  uint64_t sum = 0;
+  for (size_t i = before; i < m_header.packetLengths.size(); ++i) sum += m_header.packetLengths[i];
+  const size_t there = part.body.size();
+  if (!own.empty() && sum < there) m_report.warn(Diag::segmentIgnored, "PLT or PLM");
+  m_allLengths = m_allLengths && sum == there;
+}
+
+void TileHeaderReader::read(size_t index) {
+  Numbered lengths, packed;
+  const TilePart& part = m_stream.tileParts[index];
+  for (const Segment& segment : listSegments(part.header, 0)) {
+    if (m_coding.read(segment)) continue;
+    switch (segment.marker) {
+      case markerPpt:
+        addNumbered(packed, segment, m_report);
+        break;
+      case markerPlt:
+        addNumbered(lengths, segment, m_report);
+        break;
+      case markerCom:
+        break;
+      default:
+        m_report.warn(Diag::unknownMarker, markerName(segment.marker));
+    }
+  }
+  addLengths(part, joined(lengths));
+  m_anyPacked = m_anyPacked || !packed.empty();
+  const std::vector<uint8_t> headers = joined(packed);
+  std::vector<uint8_t>& all = m_header.packedHeaders;
+  all.insert(all.end(), headers.begin(), headers.end());
+  if (part.number >= m_stream.packedOfTilePart.size()) return;
+  const ByteSpan own = m_stream.packedOfTilePart[part.number];
+  all.insert(all.end(), own.begin(), own.end());
+}
+
+}  // namespace
 
 TileHeader readTileHeader(const Codestream& stream, int64_t tile, Reporter& report) {
   TileHeader header;
   header.coding = stream.coding;
-  CodingReader coding(stream.shape, header.coding, report, true);
-  bool anyPacked = false;
-  bool allLengths = true;
-  for (const size_t index : stream.ofTile.at(tile)) {
-    const TilePart& part = stream.tileParts[index];
-    Numbered lengths, packed;
-    for (const Segment& segment : listSegments(part.header, 0)) {
-      if (coding.read(segment)) continue;
-      switch (segment.marker) {
-        case markerPpt:
-          addNumbered(packed, segment, report);
-          break;
-        case markerPlt:
-          addNumbered(lengths, segment, report);
-          break;
-        case markerCom:
-          break;
-        default:
-          report.warn(Diag::unknownMarker, markerName(segment.marker));
-      }
-    }
-    allLengths = allLengths && !lengths.empty();
-    readPacketLengths(joined(lengths), header.packetLengths);
-    anyPacked = anyPacked || !packed.empty();
-    const std::vector<uint8_t> headers = joined(packed);
-    header.packedHeaders.insert(header.packedHeaders.end(), headers.begin(), headers.end());
-    if (index < stream.packedOfTilePart.size()) {
-      const ByteSpan own = stream.packedOfTilePart[index];
-      header.packedHeaders.insert(header.packedHeaders.end(), own.begin(), own.end());
-    }
-  }
-  header.packed = anyPacked || !stream.packedHeaders.empty();
-  if (!allLengths) header.packetLengths.clear();
+  TileHeaderReader reader(stream, header, report);
+  for (const size_t index : stream.ofTile.at(tile)) reader.read(index);
+  reader.finish();
   return header;
 }
 

@@ -62,7 +62,12 @@ class PacketReader {
   /// @param keep   else the packet is only stepped over
   PacketResult read(PrecinctState& precinct, int layer, int style, bool keep, ByteSpan& header,
                     ByteSpan& body);
-  bool sawEph = false;  ///< behind the header of the packet that was read
+  /// @name Of the packet that was read
+  /// @{
+  bool sawEph = false;  ///< behind its header
+  size_t headerBytes = 0, bodyBytes = 0;
+  int blocks = 0;  ///< that it adds something to
+                   /// @}
 
  private:
   struct Contribution {

@@ -59,6 +59,7 @@ bool PacketReader::readBlock(BitReader& in, PrecinctState::PerBand& band, int in
     block.zeroPlanes = uint8_t(zero);
     block.included = true;
   }
+  ++blocks;
   int passes = readPasses(in);
   int lengthBits = block.lengthBits;
   while (in.bit()) {
@@ -107,6 +108,7 @@ PacketResult PacketReader::read(PrecinctState& precinct, int layer, int style, b
                                 ByteSpan& header, ByteSpan& body) {
   m_found.clear();
   sawEph = false;
+  blocks = 0;
   if (header.empty()) return PacketResult::ended;
   BitReader in(header);
   bool good = true;
@@ -122,13 +124,17 @@ PacketResult PacketReader::read(PrecinctState& precinct, int layer, int style, b
   if (in.ended()) return PacketResult::ended;
   if (!good) return PacketResult::damaged;
   const bool shared = header.data() == body.data();
+  const size_t before = header.size();
   header = header.subspan(in.position());
   if (header.size() >= 2 && header[0] == 0xFF && header[1] == 0x92) {
     header = header.subspan(2);
     sawEph = true;
   }
+  headerBytes = before - header.size();
   if (shared) body = header;
+  const size_t bodies = body.size();
   const bool complete = readBody(body, keep);
+  bodyBytes = bodies - body.size();
   if (shared) header = body;
   return complete ? PacketResult::good : PacketResult::ended;
 }

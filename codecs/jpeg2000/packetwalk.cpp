@@ -51,23 +51,37 @@ PacketWalk::Next PacketWalk::find() {
     }
     return Next::packet;
   }
-  while (m_body.empty() && m_part + 1 < m_ofTile.size()) m_body = m_parts[m_ofTile[++m_part]].body;
+  nextPart();
   if (headers().empty()) return Next::ended;
+  m_start = m_body.data();
   if (takeSop()) return Next::packet;
   ++m_number;
   return Next::lost;
 }
 
+void PacketWalk::nextPart() {
+  while (m_body.empty() && m_part + 1 < m_ofTile.size()) m_body = m_parts[m_ofTile[++m_part]].body;
+}
+
 bool PacketWalk::skip() {
-  const size_t number = size_t(m_number);
-  if (m_header.packed || number >= m_header.packetLengths.size()) return false;
-  size_t length = m_header.packetLengths[number];
-  // The length counts an SOP marker, which has been taken already.
-  if (m_header.coding.sop) length -= std::min(length, sopLength);
-  if (length > m_body.size()) return false;
+  if (m_ended || m_ahead > 0 || !lengthTold()) return false;
+  nextPart();
+  const size_t length = m_header.packetLengths[size_t(m_number)];
+  if (length > m_body.size()) {
+    m_misled = m_skipped;
+    return false;
+  }
   m_body = m_body.subspan(length);
   ++m_number;
+  m_skipped = true;
   return true;
+}
+
+/// The packet that was read, if it is of the length that was told.
+void PacketWalk::checkLength() {
+  if (!lengthTold()) return;
+  const size_t length = m_header.packetLengths[size_t(m_number)];
+  m_misled = m_misled || (m_skipped && size_t(m_body.data() - m_start) != length);
 }
 
 void PacketWalk::takeEph(bool saw) {
@@ -91,9 +105,11 @@ bool PacketWalk::read(PrecinctState& precinct, int layer, int style, bool keep,
   const PacketResult result = reader.read(precinct, layer, style, keep, headers(), m_body);
   if (result == PacketResult::good) {
     takeEph(reader.sawEph);
+    checkLength();
     ++m_number;
     return true;
   }
+  m_misled = m_misled || m_skipped;
   precinct.damaged = true;
   if (result == PacketResult::damaged) {
     m_report.warn(Diag::packetDamaged, m_name + ", packet " + std::to_string(m_number));

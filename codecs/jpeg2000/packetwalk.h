@@ -20,8 +20,15 @@ class PacketWalk {
   };
   /// Looks for the packet that is next in order.
   Next find();
-  /// Steps over the packet by the length that PLT told. @return false where none is told
+  /// Steps over the next packet by the length that PLT or PLM tells, without looking at it.
+  /// @return false where none is told
   bool skip();
+  /// Whether a packet was seen to be of another length than was told, or damaged, after others had
+  /// been stepped over: nothing that was read since can be trusted.
+  bool misled() const { return m_misled; }
+  /// Where the packet stands that `find` has found, behind an SOP marker.
+  const uint8_t* place() const { return m_body.data(); }
+  int64_t number() const { return m_number; }
   /// @return whether it was there whole; after damage `find` goes on as far as it can
   bool read(PrecinctState& precinct, int layer, int style, bool keep, PacketReader& reader);
   /// Steps over a packet without content. @return false when it has some
@@ -36,6 +43,11 @@ class PacketWalk {
   bool takeSop();
   void takeEph(bool saw);
   bool resynchronise();
+  bool lengthTold() const {
+    return !m_header.packed && size_t(m_number) < m_header.packetLengths.size();
+  }
+  void nextPart();
+  void checkLength();
 
   const TileHeader& m_header;
   const std::vector<TilePart>& m_parts;
@@ -47,6 +59,8 @@ class PacketWalk {
   int64_t m_number = 0;  ///< of the next packet
   int64_t m_ahead = 0;   ///< packets that SOP tells to be missing before the one that stands here
   bool m_ended = false;
+  const uint8_t* m_start = nullptr;  ///< of the packet, its SOP marker included
+  bool m_skipped = false, m_misled = false;
 };
 
 }  // namespace j2k

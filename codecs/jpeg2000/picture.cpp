@@ -116,7 +116,8 @@ void convertLumaChroma(std::vector<Channel>& channels) {
 
 bool plainPixels(const PictureInfo& info, const ColourBoxes& boxes) {
   const size_t count = info.components.size();
-  if (!boxes.palette.empty() || (count != 1 && count != 3) || info.colour == ColourSpace::sycc) {
+  if (!boxes.palette.empty() || (count != 1 && count != 3) || info.colour == ColourSpace::sycc ||
+      info.colour == ColourSpace::other) {
     return false;
   }
   for (size_t i = 0; i < boxes.definitions.size(); ++i) {

@@ -72,7 +72,7 @@ void TileWriter::appendBodies(const PrecinctOutput& precinct, const TilePackets&
 void TileWriter::packet(const PacketIndex& index, Part& part) {
   TilePackets::Lane& lane = m_packets.lanes[size_t(index.component)][size_t(index.resolution)];
   PrecinctOutput& precinct = lane.precincts[size_t(index.precinct)];
-  const size_t before = part.bytes.size() + part.headers.size();
+  const size_t before = part.bytes.size();
   if (m_options.sop) {
     put16(part.bytes, markerSop);
     put16(part.bytes, 4);
@@ -86,7 +86,8 @@ void TileWriter::packet(const PacketIndex& index, Part& part) {
   std::vector<uint8_t>& headers = m_options.packedHeaders ? part.headers : part.bytes;
   headers.insert(headers.end(), m_header.begin(), m_header.end());
   appendBodies(precinct, m_packets, index.layer, part.bytes);
-  part.packetLengths.push_back(uint32_t(part.bytes.size() + part.headers.size() - before));
+  // Headers that stand elsewhere do not count.
+  part.packetLengths.push_back(uint32_t(part.bytes.size() - before));
 }
 
 std::vector<Part> TileWriter::parts() {

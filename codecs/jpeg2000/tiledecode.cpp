@@ -128,26 +128,64 @@ PrecinctState& TileDecoder::precinctFor(const PacketIndex& packet, Budget& budge
   return *precinct;
 }
 
-void TileDecoder::readPackets(int64_t tile, const TileHeader& header, Budget& budget) {
+/// How many packets belong to what is wanted, regions apart: behind the last of them nothing needs
+/// to be looked at. Of what is decoded whole every packet is wanted, and a number above all, so
+/// that what follows the last one is told.
+int64_t TileDecoder::wantedPackets(const Coding& coding) const {
+  constexpr int64_t all = INT64_MAX;
+  bool whole = coding.layers <= m_plan.maxLayers;
+  const double layers = std::min(coding.layers, m_plan.maxLayers);
+  double sum = 0;
+  for (size_t c = 0; c < m_components.size(); ++c) {
+    for (const Resolution& r : m_geometry[c].resolutions) {
+      const bool wanted = m_components[c].wanted && r.index <= m_components[c].top;
+      whole = whole && (wanted || r.precincts() == 0);
+      if (wanted) sum += double(r.precincts()) * layers;
+    }
+  }
+  return whole || sum > 1e15 ? all : int64_t(sum);
+}
+
+void TileDecoder::readPackets(int64_t tile, TileHeader& header, Budget& budget) {
+  const Budget before = budget;
+  if (walkPackets(tile, header, budget)) return;
+  m_report.warn(Diag::segmentIgnored, "PLT or PLM of tile " + std::to_string(tile));
+  header.packetLengths.clear();
+  m_chunks.clear();
+  for (Component& component : m_components) {
+    for (auto& list : component.precincts) list.clear();
+  }
+  budget = before;
+  (void)walkPackets(tile, header, budget);
+}
+
+bool TileDecoder::walkPackets(int64_t tile, const TileHeader& header, Budget& budget) {
   const Rect rect = m_stream.shape.tile(tile);
   PacketOrder order(rect, m_stream.shape, m_geometry, header.coding);
   PacketReader reader(m_chunks);
   PacketWalk walk(m_stream, tile, header, m_report);
-  while (const auto packet = order.next()) {
+  int64_t left = wantedPackets(header.coding);
+  while (const auto packet = left > 0 ? order.next() : std::nullopt) {
+    Component& component = m_components[size_t(packet->component)];
+    if (component.wanted && packet->resolution <= component.top &&
+        packet->layer < m_plan.maxLayers) {
+      --left;
+    }
+    const bool keep = needed(*packet);
+    if (!keep && walk.skip()) continue;
+    if (walk.misled()) return false;
     const PacketWalk::Next next = walk.find();
     if (next == PacketWalk::Next::ended) {
       m_report.warn(Diag::packetsMissing, "tile " + std::to_string(tile));
-      return;
+      return true;
     }
-    auto& list = m_components[size_t(packet->component)].precincts[size_t(packet->resolution)];
+    auto& list = component.precincts[size_t(packet->resolution)];
     const bool known =
         packet->precinct < int64_t(list.size()) && list[size_t(packet->precinct)] != nullptr;
     if (next == PacketWalk::Next::lost) {
       precinctFor(*packet, budget).damaged = true;
       continue;
     }
-    const bool keep = needed(*packet);
-    if (!keep && walk.skip()) continue;
     if (!known && walk.skipEmpty()) continue;
     PrecinctState& precinct = precinctFor(*packet, budget);
     if (precinct.damaged) {
@@ -156,10 +194,13 @@ void TileDecoder::readPackets(int64_t tile, const TileHeader& header, Budget& bu
     }
     const int style = header.coding.components[size_t(packet->component)].style;
     const size_t chunks = m_chunks.size();
-    if (!walk.read(precinct, packet->layer, style, keep, reader)) continue;
+    const bool good = walk.read(precinct, packet->layer, style, keep, reader);
+    if (walk.misled()) return false;
+    if (!good) continue;
     budget.take(int64_t(m_chunks.size() - chunks) * int64_t(sizeof(Chunk)));
   }
-  walk.finish();
+  if (left > 0) walk.finish();
+  return true;
 }
 
 BandCoding TileDecoder::bandCoding(const Coding& coding, int component, const Band& band) const {

@@ -72,7 +72,10 @@ class TileDecoder {
   void prepare(const Rect& tile, const Coding& coding, Budget& budget);
   bool needed(const PacketIndex& packet) const;
   PrecinctState& precinctFor(const PacketIndex& packet, Budget& budget);
-  void readPackets(int64_t tile, const TileHeader& header, Budget& budget);
+  int64_t wantedPackets(const Coding& coding) const;
+  void readPackets(int64_t tile, TileHeader& header, Budget& budget);
+  /// @return false when the lengths that the header tells cannot be true
+  bool walkPackets(int64_t tile, const TileHeader& header, Budget& budget);
   BandCoding bandCoding(const Coding& coding, int component, const Band& band) const;
   void addJobs(int component, const Resolution& resolution, const PrecinctState& precinct,
                const Coding& coding);

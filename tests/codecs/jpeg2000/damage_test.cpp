@@ -1,44 +1,11 @@
 // Files that are cut, padded, damaged or made to hurt: what opens, opens with a warning that names
 // what was wrong; what does not is refused in one line; and nothing crashes or runs away.
-#include <set>
-
-#include "j2kkit.h"
+#include "damagekit.h"
 
 namespace {
 
 using namespace j2kkit;
 using j2k::Options;
-
-/// Where a marker stands, behind `from`.
-size_t find(const Bytes& file, int marker, size_t from = 0) {
-  for (size_t i = from; i + 1 < file.size(); ++i) {
-    if (file[i] == marker >> 8 && file[i + 1] == (marker & 255)) return i;
-  }
-  ADD_FAILURE() << "no marker " << marker;
-  return 0;
-}
-
-void put(Bytes& file, size_t at, uint32_t value, int bytes) {
-  for (int i = 0; i < bytes; ++i) file.at(at + size_t(i)) = uint8_t(value >> 8 * (bytes - 1 - i));
-}
-
-void insert(Bytes& file, size_t at, const Bytes& bytes) {
-  file.insert(file.begin() + std::ptrdiff_t(at), bytes.begin(), bytes.end());
-}
-
-Picture small() { return photograph(40, 30); }
-
-Bytes stream(const Options& asked = {}) {
-  Options options = asked;
-  options.rawStream = true;
-  Picture picture = small();
-  return encoded(picture, options);
-}
-
-Bytes boxed() {
-  Picture picture = small();
-  return encoded(picture, {});
-}
 
 struct Case {
   const char* what;
@@ -65,32 +32,6 @@ void expectCase(const Case& c) {
   strict.strict = true;
   Messages refusal;
   EXPECT_TRUE(decoded(c.file, strict, refusal).planes.empty()) << c.what << ", strict";
-}
-
-constexpr int sizMarker = 0xFF51, codMarker = 0xFF52, qcdMarker = 0xFF5C, comMarker = 0xFF64,
-              sotMarker = 0xFF90;
-
-/// A stream with a field of a marker segment changed.
-Bytes edited(int marker, size_t offset, uint32_t value, int bytes) {
-  Bytes file = stream();
-  put(file, find(file, marker) + offset, value, bytes);
-  return file;
-}
-
-/// A stream with a segment more, before the marker.
-Bytes with(int before, const Bytes& segment) {
-  Bytes file = stream();
-  insert(file, find(file, before), segment);
-  return file;
-}
-
-/// A stream without the segment.
-Bytes without(int marker, int next) {
-  Bytes file = stream();
-  const size_t at = find(file, marker);
-  file.erase(file.begin() + std::ptrdiff_t(at),
-             file.begin() + std::ptrdiff_t(find(file, next, at)));
-  return file;
 }
 
 TEST(Damage, SizesAndCodingThatCannotBeAreRefused) {
@@ -321,36 +262,6 @@ TEST(Hostile, WhatIsAnnouncedAndNotThereCostsNothing) {
   hostile([](Bytes& f, size_t siz, size_t) {
     for (size_t c = 0; c < 3; ++c) put(f, siz + 41 + 3 * c, 0xFFFF, 2);
   });
-}
-
-TEST(Hostile, ThousandsOfProgressionChangesOverManyComponentsAreRefused) {
-  Bytes file = stream();
-  const size_t siz = find(file, 0xFF51);
-  constexpr int components = 16384;
-  Bytes extra;
-  for (int c = 3; c < components; ++c) extra.insert(extra.end(), {7, 255, 255});
-  put(file, siz + 38, components, 2);
-  put(file, siz + 2, uint32_t(38 + 3 * components), 2);
-  insert(file, siz + 40 + 9, extra);
-  Bytes poc = {0xFF, 0x5F, 0, 0};
-  for (int i = 0; i < 7000; ++i) poc.insert(poc.end(), {0, 0, 0, 0, 1, 33, 0, 0, 0});
-  put(poc, 2, uint32_t(poc.size() - 2), 2);
-  insert(file, find(file, 0xFF64), poc);
-  Messages messages;
-  decoded(file, {}, messages);
-  EXPECT_FALSE(messages.numbers.empty());
-}
-
-TEST(Catalogue, NumbersAreAscendingAndTextsComplete) {
-  int last = 0;
-  std::set<std::string> summaries;
-  for (const j2k::DiagnosticText& d : j2k::diagnosticTexts()) {
-    EXPECT_LT(last, d.number);
-    last = d.number;
-    EXPECT_EQ(d.number >= 500, d.severity == j2k::Severity::warning) << d.number;
-    EXPECT_TRUE(summaries.insert(d.summary).second) << d.number;
-    EXPECT_LT(60U, std::string(d.text).size()) << d.number;
-  }
 }
 
 }  // namespace

@@ -95,7 +95,8 @@ TEST_F(Program, ListsDiagnosticsAndStructureAndMeasures) {
   const std::string list = run("-i " + file("x.jp2") + " -linf+").second;
   for (const char* const part :
        {"box 'ihdr' at", "37x23, 3 components", "SIZ at", "TLM at", "order LRCP, 2 layers",
-        "wavelet 5/3, 5 levels", "tile 3, part 0", "PLT at", "SOP", "comment: "}) {
+        "wavelet 5/3, 5 levels", "tile 3, part 0", "PLT at", "SOP",
+        "comment: ", "component 2, resolution 5, precinct 0, layer 1: header"}) {
     EXPECT_NE(std::string::npos, list.find(part)) << part << "\n" << list;
   }
   EXPECT_NE(std::string::npos,
