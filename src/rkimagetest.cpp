@@ -7,7 +7,13 @@
 
 namespace {
 constexpr int kFloatLoopFactor = 5;  // at most 2048 >> 5 loops
+
+double sampleBytes(const rkImage& image) {
+  const double samples = double(image.width()) * image.rowChannels() * image.getNumRows();
+  return samples * elementSize(partType(image.type()));
 }
+
+}  // namespace
 
 bool rkImageTest::canStart() {
   regCacheParm(g_imageSize, m_io.dst);
@@ -46,6 +52,10 @@ void rkImageTest::flushData() {
 }
 
 double rkImageTest::getDivisor() const { return double(m_io.dst.width()) * m_io.dst.height(); }
+
+tzTraffic rkImageTest::getTraffic() const {
+  return {sampleBytes(func().inplace() ? m_io.dst : m_io.src), sampleBytes(m_io.dst)};
+}
 
 double rkChannelTest::getDivisor() const { return rkImageTest::getDivisor() * numChannels(); }
 

@@ -25,6 +25,8 @@ class rkImageTest : public rkTest {
   /// Pixels of the image.
   double getDivisor() const override;
   tzString getUnit() const override { return "px"; }
+  /// The samples of both images; in place, of the one twice.
+  tzTraffic getTraffic() const override;
 
   /// Binds both images to the function's operands; for names that do not tell the whole layout.
   virtual void bind();

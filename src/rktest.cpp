@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "rkverify.h"
+#include "tzrequest.h"
 #include "tzcstream.h"
 #include "tzenv.h"
 #include "tzmemory.h"
@@ -35,6 +36,7 @@ rkTest::rkTest(const rkLine& line)
       m_line(line),
       m_func(line.name) {
   setVerify(rkVerify::verify);
+  g_dataSeed = rkVector::START_SEED;
 }
 
 tzResult rkTest::run() {

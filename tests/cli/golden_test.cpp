@@ -242,6 +242,7 @@ const Row ROWS[] = {
     {"-W -fAlpha", {"nothing is measured unless", ALPHA}, {}, {}},
     {"-k -fAlpha -fGamma", {"each test in a child process", ALPHA, GAMMA}, {}, {}},
     {"-k-1 -fAlpha", {"ignored: incorrect number of seconds", ALPHA}, {}, {}},
+    {"-j -fAlpha", {"results with all samples written to", ALPHA}, {}, {"stub.jsonl"}},
     {"-W -x", {"incorrect option key", "The run is not started"}, {"clocks/px"}, {}, 2},
 };
 

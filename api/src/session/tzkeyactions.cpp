@@ -91,6 +91,8 @@ template <>
 constexpr const char* fileOf<OUT_SUMMARY> = "summary";
 template <>
 constexpr const char* fileOf<OUT_MEMORY> = "memory info";
+template <>
+constexpr const char* fileOf<OUT_LINES> = "results with all samples";
 
 tzString tellFile(const char* what, bool append, Text path) {
   return tzString(what) + (append ? " added to " : " written to ") + path;
@@ -113,6 +115,8 @@ template <bool append>
 constexpr const char* keyOf<OUT_SUMMARY, append> = append ? "-U" : "-u";
 template <bool append>
 constexpr const char* keyOf<OUT_MEMORY, append> = "-m";
+template <bool append>
+constexpr const char* keyOf<OUT_LINES, append> = "-j";
 
 template <tzOutFile kind, bool append>
 tzString refuseOut(Text arg) {
@@ -240,6 +244,7 @@ const tzKeyAction resultsAppend = outFile<OUT_RESULTS, true>;
 const tzKeyAction summary = outFile<OUT_SUMMARY, false>;
 const tzKeyAction summaryAppend = outFile<OUT_SUMMARY, true>;
 const tzKeyAction memory = outFile<OUT_MEMORY, false>;
+const tzKeyAction lines = outFile<OUT_LINES, false>;
 
 const tzKeyAction level = {[](Text arg) -> tzString {
                              return tzOutputMask(arg) != 0 ? nullptr

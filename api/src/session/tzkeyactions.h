@@ -23,5 +23,6 @@ namespace tzkeyaction {
 extern const tzKeyAction batch, ask, preset, iniRead, iniWrite, iniFunctions, text, textAppend,
     level, results, resultsAppend, names, namesOnly, summary, summaryAppend, signalFile,
     defaultName, inDir, outDir, functions, tests, startFunction, priority, hot, cpu, threads,
-    dataUse, cache, sorting, enumerate, version, help, hiddenHelp, memory, verify, insist, children;
+    dataUse, cache, sorting, enumerate, version, help, hiddenHelp, memory, verify, insist, children,
+    lines;
 }  // namespace tzkeyaction

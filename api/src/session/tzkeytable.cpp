@@ -281,6 +281,15 @@ constexpr KeyRow kTable[] = {
      "with it. The other tests run as if nothing had happened. Libraries that started threads of\n"
      "their own when -N was applied may need to run without this key.\n"
      "Example: tazmet -B -k30 -r\n"},
+    {'j', "j", SHOWN, ALWAYS, ANY_EXIT, &act::lines, EACH, ARG_ANY,
+     "-j[<file-name>]  = create JSON Lines file and write TZ results with every sample\n",
+     "For programs. The first line tells machine, keys, settings, libraries and build; then comes\n"
+     "one line a row as soon as it is known, with parameters by name, figure, statistics, what\n"
+     "disturbed it and every sample; a last line tells that the run came to its end. A file that\n"
+     "was cut off is good up to its last line. docs/results.schema.json tells all members. "
+     "Without\n"
+     "a name: <default-dir>/<default-name>.jsonl.\n"
+     "Example: tazmet -B -r -j -fDCT\n"},
 };
 
 constexpr std::size_t kNumKeys = sizeof(kTable) / sizeof(kTable[0]);

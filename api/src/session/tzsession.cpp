@@ -8,6 +8,7 @@
 #include "tzinfotests.h"
 #include "tzregistry.h"
 #include "tztest.h"
+#include "tzcontext.h"
 #include "tzcstream.h"
 #include "tzenv.h"
 #include "tzinterrupt.h"
@@ -112,6 +113,7 @@ int tzSession::runTests() {
   } else if (m_namesOnly) {
     result = writeNames();
   } else {
+    if (g_jstrm.hasTargets()) g_jstrm << tzContextLine(m_commands, tzGetTestList());
     putTableTitle();
     result = tzGetTestList().runTests(m_conditions);
   }
@@ -256,9 +258,11 @@ int tzSession::finish(int result) {
   tzTestList& tests = tzGetTestList();
   tests.endTime = time(nullptr);
   if (m_headerPrinted) outputFooter();
+  if (m_headerPrinted) g_jstrm << tzEndLine(tests);
   g_istrm.abandonIniFile();  // writeIni has written it, if all went well
   g_ostrm.flush();
   for (tzCStream* table : {&g_cstrm, &g_qstrm, &g_ustrm, &g_mstrm}) table->close();
+  g_jstrm.close();
   if (o_stream::anyWriteFailed()) result = 1;
   m_result = result;
   outputSignal();

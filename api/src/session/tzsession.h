@@ -26,7 +26,15 @@ enum tzAskMode {
 enum tzHintRequest : char { HINT_NONE = 0, HINT_QUICK = ' ', HINT_FULL = '*' };
 
 /// The kinds of files that keys name; each stands for one extension of the default name.
-enum tzOutFile { OUT_TEXT, OUT_RESULTS, OUT_NAMES, OUT_SUMMARY, OUT_MEMORY, NUM_OUT_FILES };
+enum tzOutFile {
+  OUT_TEXT,
+  OUT_RESULTS,
+  OUT_NAMES,
+  OUT_SUMMARY,
+  OUT_MEMORY,
+  OUT_LINES,
+  NUM_OUT_FILES
+};
 
 /// One run of the program. A suite may register a subclass with tzRegSession; every virtual
 /// operation is a place to change the run.

@@ -9,6 +9,7 @@
 
 #include "tzcstream.h"
 #include "tzistream.h"
+#include "tzjson.h"
 #include "tzregistry.h"
 #include "tzrequest.h"
 #include "tzsession.h"
@@ -308,6 +309,8 @@ bool tzSession::openOutFile(tzOutFile kind, const tzString& path, bool append) {
       return g_qstrm.addStream(path, append);
     case OUT_SUMMARY:
       return g_ustrm.addStream(path, append);
+    case OUT_LINES:
+      return g_jstrm.addStream(path, append);
     default:
       return g_mstrm.addStream(path, append);
   }

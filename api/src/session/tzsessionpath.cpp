@@ -10,8 +10,8 @@
 
 namespace {
 
-constexpr const char* EXTENSIONS[NUM_OUT_FILES] = {".txt", ".csv", "_name.csv", "_sum.csv",
-                                                   "_mem.csv"};
+constexpr const char* EXTENSIONS[NUM_OUT_FILES] = {".txt",     ".csv",     "_name.csv",
+                                                   "_sum.csv", "_mem.csv", ".jsonl"};
 
 bool canWrite(const tzString& directory) {
   return faccessat(AT_FDCWD, directory.c_str(), W_OK, AT_EACCESS) == 0;

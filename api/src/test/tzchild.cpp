@@ -19,6 +19,7 @@
 #include "tzcstream.h"
 #include "tzinterrupt.h"
 #include "tzistream.h"
+#include "tzjson.h"
 #include "tztest.h"
 
 namespace {
@@ -33,7 +34,7 @@ std::vector<tzCarried*>& carriedObjects() {
 }
 
 tzTargets* const* streams(std::size_t& count) {
-  static tzTargets* const all[] = {&g_ostrm, &g_cstrm, &g_qstrm, &g_ustrm, &g_mstrm};
+  static tzTargets* const all[] = {&g_ostrm, &g_cstrm, &g_qstrm, &g_ustrm, &g_mstrm, &g_jstrm};
   count = std::size(all);
   return all;
 }
@@ -122,7 +123,7 @@ tzChild::Row::Row(tzTest& test) {
   if (!isChild()) return;
   const tzRowFacts row = test.rowFacts();
   tzPacket packet;
-  packet << row.text << row.unit << row.cells.size();
+  packet << row.text << row.unit << row.json << row.cells.size();
   for (const tzString& cell : row.cells) packet << cell;
   packAll(packet);
   send(s_pipe, ROW_BEGINS, packet);
@@ -316,7 +317,7 @@ void tzChildWatch::noteRow(tzPacket& packet) {
   tzRowFacts& row = m_lost.row;
   std::size_t count = 0;
   m_rowOpen = true;
-  packet >> row.text >> row.unit >> count;
+  packet >> row.text >> row.unit >> row.json >> count;
   row.cells.clear();
   for (std::size_t i = 0; i < count && packet.good(); ++i) {
     row.cells.emplace_back();

@@ -33,6 +33,7 @@ struct tzRowFacts {
   tzString text;                ///< function and parameters, as messages show them
   std::vector<tzString> cells;  ///< of the result table, up to the clocks
   tzString unit;
+  tzString json;  ///< members of the row's line that are known; empty where none is written
 };
 
 /// A test whose process ended before it did.

@@ -2,3 +2,4 @@
 #include "tzrequest.h"
 
 tzRequest g_request;
+long long g_dataSeed = 0;

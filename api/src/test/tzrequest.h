@@ -15,3 +15,6 @@ struct tzRequest {
 };
 
 extern tzRequest g_request;
+
+/// The seed of the test data, for whoever reads the results; the suites' base class tells it.
+extern long long g_dataSeed;

@@ -15,6 +15,7 @@
 class tzCStream;
 class tzCacheIterator;
 class tzConditions;
+class tzJson;
 class tzObject;
 class tzParameter;
 struct tzLostRun;
@@ -24,6 +25,12 @@ class tzDefault_NSC;
 
 /// How the measured functions are compared with a judge before they are timed (key -V).
 enum tzVerifyMode { VERIFY_OFF = 0, VERIFY_ON = 1, VERIFY_ONLY = 2 };
+
+/// Bytes that one performance reads and writes; negative: not known.
+struct tzTraffic {
+  double read = -1;
+  double written = -1;
+};
 
 /// Base of every test. A suite class supplies the data (canStart, initData, flushData) and the
 /// element that clocks are told per (getDivisor, getUnit); everything else has a default.
@@ -78,6 +85,8 @@ class tzTest {
   virtual double getDivisor() const;
   /// The element's unit word, "px".
   virtual tzString getUnit() const;
+  /// What one call moves between processor and memory, where the suite knows it.
+  virtual tzTraffic getTraffic() const { return {}; }
   /// The function's name cells of a table row.
   virtual void funcToCstrm();
   virtual void parmsFromIstrm();
@@ -270,6 +279,9 @@ class tzTest {
   void nameRow();
   void putRow(tzResult result);
   void putNotMeasured();
+  tzJson jsonHead();
+  void putJsonRow(tzResult result);
+  void putLostJsonRow(const tzLostRun& lost);
   tzString parmsColumns() const;
   tzString measureNote() const;
 

@@ -1,6 +1,7 @@
 // What a test tells of itself from a child process, and what its parent makes of that.
 #include "tzchild.h"
 #include "tzcstream.h"
+#include "tzjson.h"
 #include "tzostream.h"
 #include "tztest.h"
 #include "tztestreport.h"
@@ -18,6 +19,7 @@ tzRowFacts tzTest::rowFacts() {
   }
   g_cstrm.tableFlush();
   facts.unit = getUnit();
+  if (g_jstrm.hasTargets()) facts.json = jsonHead().members();
   return facts;
 }
 
@@ -38,7 +40,10 @@ tzResult tzTest::endLost(const tzLostRun& lost) {
   for (const tzString& cell : lost.row.cells) g_cstrm.putJoinedCells(cell);
   g_cstrm << "" << lost.row.unit << lost.note << tzResultName(TZ_EXCPTFAIL);
   const int width = g_cstrm.used();
-  if (lost.needsRow) g_cstrm << "\n";
+  if (lost.needsRow) {
+    g_cstrm << "\n";
+    putLostJsonRow(lost);
+  }
   g_cstrm.tableFlush();
   g_cstrm.linePostponeOut(width);
   storeResult(TZ_EXCPTFAIL);

@@ -230,6 +230,7 @@ void tzTest::putNotMeasured() {
 }
 
 void tzTest::putTableResult(tzResult result) {
+  putJsonRow(result);
   bool deprecated = false;
   for (tzParameter* parm : m_parms) {
     if (parm->isDeprecatedParm()) deprecated = parm->setDeprecatedFlag(true) || deprecated;

@@ -1,0 +1,108 @@
+// The rows of a test as JSON Lines: with every sample.
+#include <ctime>
+
+#include "tzcache.h"
+#include "tzchild.h"
+#include "tzcstream.h"
+#include "tzjson.h"
+#include "tzparm.h"
+#include "tztest.h"
+
+namespace {
+
+tzJson json(const tzStatistics& statistics) {
+  tzJson object;
+  object.put("count", statistics.count).put("minimum", statistics.minimum);
+  object.put("median", statistics.median).put("spread", statistics.spread);
+  return object.put("tail", statistics.tail);
+}
+
+tzJson json(const tzDisturbances& met) {
+  tzJson object;
+  object.put("processor_share", met.processorShare).put("switches", met.switches);
+  object.put("migrations", met.migrations).put("major_faults", met.majorFaults);
+  return object.put("minor_faults", met.minorFaults).put("steal_seconds", met.steal);
+}
+
+// By column: that is half as long as by sample, and what a reader wants.
+tzJson json(const std::vector<tzSample>& samples) {
+  std::vector<double> clocks;
+  std::vector<long long> calls;
+  std::vector<int> passes;
+  for (const tzSample& sample : samples) {
+    clocks.push_back(sample.clocks);
+    calls.push_back(sample.calls);
+    passes.push_back(sample.pass);
+  }
+  tzJson object;
+  object.putArray("clocks", clocks).putArray("calls", calls);
+  return object.putArray("pass", passes);
+}
+
+void put(tzJson& row, const tzMeasurement& measured) {
+  row.put("dropped", measured.dropped);
+  row.put("statistics", json(measured.statistics));
+  row.put("disturbances", json(measured.disturbances));
+  if (!measured.passMinima.empty()) {
+    row.putArray("pass_minima", measured.passMinima);
+    row.put("pass_difference", measured.passDifference);
+  }
+  if (measured.emptyCall > 0) row.put("empty_call", measured.emptyCall);
+  if (measured.referenceRatio > 0) row.put("reference_ratio", measured.referenceRatio);
+  row.put("placement_differs", measured.placementDiffers);
+  row.put("samples", json(measured.samples));
+}
+
+}  // namespace
+
+// The parts of the function's name are what the table has for them.
+tzJson tzTest::jsonHead() {
+  tzJson row;
+  row.put("type", "row").put("function", m_name);
+  tzStringList parts;
+  g_cstrm.tableFlush();
+  funcToCstrm();
+  for (int i = 0; i < g_cstrm.used(); ++i) {
+    tzString cell;
+    g_cstrm.getColm(i, cell);
+    parts.push_back(cell);
+  }
+  g_cstrm.tableFlush();
+  row.putArray("name", parts).put("test", regInfo()).put("source", m_source);
+  tzJson parameters;
+  for (const tzParameter* parm : m_parms) {
+    const tzString& name = parm == m_cacheIterator ? m_cacheIterator->parm().name() : parm->name();
+    if (!name.empty()) parameters.put(name.c_str(), parm->valueString());
+  }
+  row.put("parameters", parameters);
+  return row.put("unit", getUnit());
+}
+
+void tzTest::putJsonRow(tzResult result) {
+  if (!g_jstrm.hasTargets()) return;
+  const double elements = getDivisor();
+  const double perElement = tzIsFailure(result) ? 0 : clocksPerElement();
+  tzJson row = jsonHead();
+  row.put("result", tzResultName(result)).put("time", tzIsoTime(std::time(nullptr)));
+  row.put("elements", elements);
+  const tzTraffic traffic = getTraffic();
+  if (elements > 0 && traffic.read >= 0) row.put("bytes_read", traffic.read / elements);
+  if (elements > 0 && traffic.written >= 0) row.put("bytes_written", traffic.written / elements);
+  row.put("working_set", tzCacheIterator::getTotalSize());
+  if (perElement > 0) row.put("clocks_per_element", perElement);
+  if (perElement > 0) row.put("clocks_per_call", m_tool.funcClocks());
+  row.put("note", measureNote());
+  tzString reason = m_tool.measurement().reason;
+  if (reason.empty() && result != TZ_OK) reason = m_tool.resultText();
+  row.put("reason", reason);
+  if (perElement > 0) put(row, m_tool.measurement());
+  g_jstrm << row;
+}
+
+void tzTest::putLostJsonRow(const tzLostRun& lost) {
+  tzJson row;
+  row.putMembers(lost.row.json.empty() ? jsonHead().members() : lost.row.json.str());
+  row.put("result", tzResultName(TZ_EXCPTFAIL)).put("time", tzIsoTime(std::time(nullptr)));
+  row.put("note", lost.note).put("reason", lost.reason);
+  g_jstrm << row;
+}
