@@ -181,14 +181,29 @@ TEST(OneUse, ASecondRunOfTheSameTableIsRefused) {
 
 // ---- descriptors, limits, signals ----
 
+/// Of each standard stream whether it leads nowhere.
+std::string standardStreams() {
+  struct stat null {};
+  EXPECT_EQ(0, stat("/dev/null", &null));
+  std::string kinds;
+  for (const int descriptor : {0, 1, 2}) {
+    struct stat one {};
+    EXPECT_EQ(0, fstat(descriptor, &one));
+    kinds += one.st_rdev == null.st_rdev ? "null " : "other ";
+  }
+  return kinds;
+}
+
 TEST(Streams, ClosedOnesAreNotTakenByFiles) {
   const TempFolder folder;
-  Session(folder)
-      .setup([] {
-        registerStubs();
-        for (const int descriptor : {0, 1, 2}) close(descriptor);
-      })
-      .run("-r -o -fAlpha");
+  const Outcome outcome = Session(folder)
+                              .setup([] {
+                                registerStubs();
+                                for (const int descriptor : {0, 1, 2}) close(descriptor);
+                              })
+                              .after(standardStreams)
+                              .run("-r -o -fAlpha");
+  EXPECT_EQ("null null null ", outcome.notes);
   const std::string table = folder.read("stub.csv");
   EXPECT_TRUE(contains(table, "stubAlpha,Timing,8,")) << table;
   EXPECT_FALSE(contains(table, "Sorting functions")) << table;

@@ -69,6 +69,8 @@ TEST(ImageFile, TextHeaders) {
   ASSERT_EQ(read("PG  ML + 17 1 1\r\n" + std::string("\x00\x01\xFF\xFF", 4), image),
             ImageStatus::ok);
   EXPECT_EQ(*image.rowOf<uint32_t>(0), 0x1FFFFu);
+  ASSERT_EQ(read("PG ML - 8 1 1\n\xFF", image), ImageStatus::ok);
+  EXPECT_TRUE(image.shape.isSigned);
   ASSERT_EQ(read("PG ML 8 1 1\n\n", image), ImageStatus::ok);
   EXPECT_EQ(image.samples, bytesOf("\n"));
 }
@@ -82,6 +84,7 @@ TEST(ImageFile, TextRefusals) {
   EXPECT_EQ(statusOf("P5 2 1 255xab"), ImageStatus::badHeader);
   EXPECT_EQ(statusOf("P5 0 1 255\n"), ImageStatus::badExtent);
   EXPECT_EQ(statusOf("P5 2147483648 1 255\n"), ImageStatus::badExtent);
+  EXPECT_EQ(statusOf("P5 4294967297 1 255\na"), ImageStatus::badExtent);
   EXPECT_EQ(statusOf("P5 99999999999999999999999 1 255\n"), ImageStatus::badExtent);
   EXPECT_EQ(statusOf("P6 2147483647 2147483647 65535\n"), ImageStatus::truncatedPixels);
   EXPECT_EQ(statusOf("P5 1 1 0\na"), ImageStatus::badDepth);

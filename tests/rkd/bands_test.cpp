@@ -110,6 +110,25 @@ TEST(Bands, ARegionOfInterestComesBack) {
   });
 }
 
+/// What was raised is at least 2^shift, what was not is less: no coefficient lies between.
+TEST(Bands, TheSmallestOfARegionIsToldFromTheLargestBesideIt) {
+  constexpr int kShift = 4, kFraction = 1;
+  constexpr std::pair<int32_t, int32_t> kCases[] = {{31, 31},   {32, 2},   {33, 2},
+                                                    {-31, -31}, {-32, -2}, {-33, -2}};
+  forEachLevel([&] {
+    for (const auto function :
+         {rkdiRegionInv_JPEG2K_32s_C1IR, ref::rkdiRegionInv_JPEG2K_32s_C1IR}) {
+      std::vector<int32_t> row, want;
+      for (int i = 0; i < 67; ++i) {
+        row.push_back(kCases[i % 6].first);
+        want.push_back(kCases[i % 6].second);
+      }
+      ASSERT_EQ(0, function(row.data(), 4 * 67, {67, 1}, kShift, kFraction));
+      EXPECT_EQ(want, row);
+    }
+  });
+}
+
 TEST(Bands, ParametersOutOfRangeAreRefused) {
   const float c = 1, nan = std::numeric_limits<float>::quiet_NaN();
   int32_t q = 7;

@@ -1,5 +1,9 @@
 // Core part: levels reach every library, versions, threads, status texts, memory; copying and
 // filling.
+#include <unistd.h>
+
+#include <algorithm>
+#include <climits>
 #include <set>
 #include <string>
 #include <thread>
@@ -118,6 +122,10 @@ TEST(Machine, FiguresAreThoseOfAProcessor) {
   int bytes = -1;
   ASSERT_EQ(rkdGetMaxCacheSizeB(&bytes), rkdStsNoErr);
   EXPECT_GE(bytes, 32 << 10);
+  // What the C library finds out by itself, where it does.
+  for (const int name : {_SC_LEVEL1_DCACHE_SIZE, _SC_LEVEL2_CACHE_SIZE, _SC_LEVEL3_CACHE_SIZE}) {
+    EXPECT_GE(bytes, std::min<long>(sysconf(name), INT_MAX)) << name;
+  }
   EXPECT_EQ(rkdGetMaxCacheSizeB(nullptr), rkdStsNullPtrErr);
   // A processor type names a level that the machine has.
   EXPECT_EQ(rkdInitCpu(rkdGetCpuType()), rkdStsNoErr);

@@ -236,10 +236,13 @@ void expectLimits(const InverseCase<T>& c) {
         block[0] = static_cast<int16_t>(8 * (isHigh ? middle - 1 + far : -middle - far));
         // A wave too small to bring a sample back inside.
         if (!isFlat && c.K > 1) block[1] = static_cast<int16_t>(far == 1 ? 2 : 4);
-        Canvas<T> got(sz(c.N, c.N)), want(sz(c.N, c.N));
-        want.fill([&] { return isHigh ? kLargest<T> : 0; });
-        ASSERT_EQ(c.function(block, got.data(), got.step(), ones.plain), rkdStsNoErr);
-        ASSERT_TRUE(got.sameAs(want)) << far << " beyond";
+        // The judge, too: within a tolerance of one it would let samples of 4096 pass.
+        for (const auto function : {c.function, c.reference}) {
+          Canvas<T> got(sz(c.N, c.N)), want(sz(c.N, c.N));
+          want.fill([&] { return isHigh ? kLargest<T> : 0; });
+          ASSERT_EQ(function(block, got.data(), got.step(), ones.plain), rkdStsNoErr);
+          ASSERT_TRUE(got.sameAs(want)) << far << " beyond";
+        }
       }
     }
   }

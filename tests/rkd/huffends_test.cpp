@@ -104,6 +104,8 @@ class Coders {
   }
 
   int reachedBy() const { return reached(m_decode); }
+  int prediction() const { return m_dc; }
+  void forgetPrediction() { m_dc = 0; }
 
  private:
   Kind m_kind;
@@ -193,33 +195,38 @@ class HuffmanEnds : public testing::TestWithParam<int> {
   Bytes m_all;
 };
 
-TEST_P(HuffmanEnds, EncodersFillBuffersOfEveryLengthAndNoByteMore) {
-  forEachLevel([this] {
-    const int longest = int(m_all.size());
-    for (int length = 1; length <= longest + 8; ++length) {
-      SCOPED_TRACE(testing::Message() << length << " of " << longest << " bytes");
-      Coders<Library> coder(kind());
-      Bytes bytes(size_t(longest) + 64, 0xA5);
-      int position = 0, room = length;
-      for (int i = 0; i <= kUnits; ++i) {
-        const int start = position;
-        const Bytes begun = bytes;
-        RkdStatus status = coder.put(m_source, i, bytes.data(), room, &position);
-        ASSERT_EQ(Bytes(size_t(longest) + 64 - size_t(room), 0xA5),
-                  Bytes(bytes.begin() + room, bytes.end()));
-        if (status == rkdStsNoErr) continue;
-        ASSERT_EQ(rkdStsDstFullErr, status);
-        ASSERT_LT(room, longest);
-        ASSERT_EQ(start, position);
-        const long kept = kind() == direct ? start / 8 : start;
-        ASSERT_TRUE(std::equal(begun.begin(), begun.begin() + kept, bytes.begin()));
-        --i;  // again, with a byte more
-        ++room;
-      }
-      ASSERT_EQ(hex(m_all), hex(Bytes(bytes.begin(), bytes.begin() + longest)));
-      ASSERT_EQ(longest, kind() == direct ? (position + 7) / 8 : position);
+/// Codes into buffers of every length; what finds none gets a byte more until it does.
+template <class C>
+void fillEveryLength(Kind kind, const Source& source, const Bytes& all) {
+  const int longest = int(all.size());
+  for (int length = 1; length <= longest + 8; ++length) {
+    SCOPED_TRACE(testing::Message() << length << " of " << longest << " bytes");
+    Coders<C> coder(kind);
+    Bytes bytes(size_t(longest) + 64, 0xA5);
+    int position = 0, room = length;
+    for (int i = 0; i <= kUnits; ++i) {
+      const int start = position;
+      const Bytes begun = bytes;
+      const RkdStatus status = coder.put(source, i, bytes.data(), room, &position);
+      ASSERT_EQ(Bytes(size_t(longest) + 64 - size_t(room), 0xA5),
+                Bytes(bytes.begin() + room, bytes.end()));
+      if (status == rkdStsNoErr) continue;
+      ASSERT_EQ(rkdStsDstFullErr, status);
+      ASSERT_LT(room, longest);
+      ASSERT_EQ(start, position);
+      const long kept = kind == direct ? start / 8 : start;
+      ASSERT_TRUE(std::equal(begun.begin(), begun.begin() + kept, bytes.begin()));
+      --i;
+      ++room;
     }
-  });
+    ASSERT_EQ(hex(all), hex(Bytes(bytes.begin(), bytes.begin() + longest)));
+    ASSERT_EQ(longest, kind == direct ? (position + 7) / 8 : position);
+  }
+}
+
+TEST_P(HuffmanEnds, EncodersFillBuffersOfEveryLengthAndNoByteMore) {
+  fillEveryLength<Reference>(kind(), m_source, m_all);
+  forEachLevel([this] { fillEveryLength<Library>(kind(), m_source, m_all); });
 }
 
 TEST_P(HuffmanEnds, DecodersGoOnFromEveryPlaceWhereDataEnded) {
@@ -271,6 +278,37 @@ TEST(HuffmanStuffing, ALastByteOfOnesTakesTwo) {
       EXPECT_EQ(room < 2 ? rkdStsDstFullErr : rkdStsNoErr, status) << room;
       EXPECT_EQ(room < 2 ? 0 : 2, position);
       EXPECT_EQ(0xA5, bytes[size_t(std::max(2, room))]);
+    }
+  });
+}
+
+/// Damaged data may add up to anything: differences that no encoder makes one after the other.
+TEST(HuffmanPrediction, WrapsAroundIn16Bits) {
+  forEachLevel([] {
+    for (const Kind kind : {sequential, direct, dcFirst}) {
+      Random random;
+      Source source(random);
+      Coders<Library> coder(kind);
+      Coders<Reference> plain(kind);
+      Bytes bytes(256);
+      int end = 0;
+      for (int i = 0; i <= kUnits; ++i) {
+        source.blocks[size_t(i % kUnits)] = sparse({{0, kind == dcFirst ? 2 * 16383 : 16383}});
+        coder.forgetPrediction();
+        ASSERT_EQ(rkdStsNoErr, coder.put(source, i, bytes.data(), int(bytes.size()), &end));
+      }
+      coder.forgetPrediction();
+      int got = 0, want = 0;
+      int16_t sum = 0;
+      for (int i = 0; i < kUnits; ++i) {
+        Unit unit, expected;
+        ASSERT_EQ(rkdStsNoErr, coder.take(bytes.data(), int(bytes.size()), &got, &unit));
+        ASSERT_EQ(rkdStsNoErr, plain.take(bytes.data(), int(bytes.size()), &want, &expected));
+        EXPECT_EQ(expected, unit);
+        sum = int16_t(sum + 16383);
+        EXPECT_EQ(sum, coder.prediction()) << "kind " << kind << ", unit " << i;
+        EXPECT_EQ(sum, plain.prediction()) << "kind " << kind << ", unit " << i;
+      }
     }
   });
 }

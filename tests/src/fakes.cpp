@@ -2,6 +2,8 @@
 #include "fakes.h"
 
 #include <csignal>
+#include <cstddef>
+#include <cstring>
 
 FakeControl g_fake;
 
@@ -22,6 +24,15 @@ RkdStatus copy(const int16_t* src, int16_t* dst, int length) {
   return rkdStsNoErr;
 }
 
+RkdStatus copyRows(const float* src, int srcStep, float* dst, int dstStep, RkdiSize size) {
+  for (int y = 0; y < size.height; ++y) {
+    const auto* from = reinterpret_cast<const char*>(src) + std::ptrdiff_t{srcStep} * y;
+    auto* to = reinterpret_cast<char*>(dst) + std::ptrdiff_t{dstStep} * y;
+    std::memcpy(to, from, sizeof(float) * std::size_t(size.width));
+  }
+  return rkdStsNoErr;
+}
+
 RkdStatus increment(int16_t* srcDst, int length) {
   for (int i = 0; i < length; ++i) srcDst[i] = static_cast<int16_t>(srcDst[i] + 1);
   return rkdStsNoErr;
@@ -32,6 +43,7 @@ RkdStatus increment(int16_t* srcDst, int length) {
 RkdStatus rkdiFakeCode_JPEG_8u_C1(const uint8_t* src, int length, uint8_t* dst, int* position,
                                   FakeState* state) {
   if (state->carry != 0) ++g_fake.staleCalls;
+  g_fake.codedLength = length;
   return code(src, length, dst, position, state);
 }
 RkdStatus rkdiFakeCopy_JPEG_16s_C1(const int16_t* src, int16_t* dst, int length) {
@@ -42,6 +54,12 @@ RkdStatus rkdiFakeCopy_JPEG_16s_C1(const int16_t* src, int16_t* dst, int length)
 RkdStatus rkdiFakeCount_JPEG_8u_C1(int* count) {
   g_fake.countBefore = *count;
   *count += g_fake.countBy;
+  return rkdStsNoErr;
+}
+RkdStatus rkdiFakeRows_JPEG_32f_C1R(const float* src, int srcStep, float* dst, int dstStep,
+                                    RkdiSize size) {
+  copyRows(src, srcStep, dst, dstStep, size);
+  if (size.width == 7 && g_fake.rowsBy != 0) dst[g_fake.rowsAt] += g_fake.rowsBy;
   return rkdStsNoErr;
 }
 RkdStatus rkdiFakeWrong_JPEG_16s_C1(const int16_t* src, int16_t* dst, int length) {
@@ -77,6 +95,10 @@ RkdStatus ref::rkdiFakeInPlace_JPEG_16s_C1I(int16_t* srcDst, int length) {
 RkdStatus ref::rkdiFakeCount_JPEG_8u_C1(int* count) {
   ++*count;
   return rkdStsNoErr;
+}
+RkdStatus ref::rkdiFakeRows_JPEG_32f_C1R(const float* src, int srcStep, float* dst, int dstStep,
+                                         RkdiSize size) {
+  return copyRows(src, srcStep, dst, dstStep, size);
 }
 RkdStatus ref::rkdiFakeCrash_JPEG_8u_C1(uint8_t* dst) {
   dst[0] = 1;

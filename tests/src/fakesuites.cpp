@@ -1,6 +1,8 @@
-/// Two throw-away suites, written as real ones are: one whose coder state is restored inside the
-/// timed stretch, one that registers loop and statistical wrappers only and holds the odd cases.
+/// Three throw-away suites, written as real ones are: one whose coder state is restored inside the
+/// timed stretch, one that registers loop and statistical wrappers only and holds the odd cases,
+/// and one over images.
 #include "fakes.h"
+#include "rkimagetest.h"
 #include "rksuite.h"
 
 namespace coder {
@@ -34,7 +36,7 @@ class TimjFakeCoder : public rkTest {
 
  protected:
   bool canStart() override {
-    regParm(lengthParm);
+    regCacheParm(lengthParm, dst);
     return true;
   }
   bool initData() override {
@@ -100,3 +102,21 @@ RK_REG(rkdiFakeMissing_JPEG_8u_C1, F(bytes.data8u()));
 
 }  // namespace
 }  // namespace loops
+
+namespace images {
+namespace {
+
+rkImagePair io;
+
+class TimjFakeImages : public rkImageTest {
+ public:
+  explicit TimjFakeImages(const rkLine& line) : rkImageTest(line, io) {}
+};
+
+RK_SUITE(TimjFakeImages, "src/p_fakeimages");
+
+RK_REG(rkdiFakeRows_JPEG_32f_C1R,
+       F(io.src.data32f(), io.srcStep, io.dst.data32f(), io.dstStep, io.size), 1);
+
+}  // namespace
+}  // namespace images

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
 #include <string>
 
 #include "fakes.h"
@@ -69,6 +70,35 @@ TEST_F(SuitePattern, TimedCallsMeetTheSameDataAndCountersWhateverRanBefore) {
   EXPECT_EQ("0 1", seen("-fFakeCount -V")) << "counters after a comparison";
 }
 
+TEST_F(SuitePattern, WhatIsTimedAfterAComparisonHasTheSizesOfTheRun) {
+  const Outcome outcome = harnesskit::Session(m_folder)
+                              .setup([] { g_fake = {}; })
+                              .after([] { return std::to_string(g_fake.codedLength); })
+                              .run("-B -dMethod=Manual -dNumLoops=1 -fFakeCode -V");
+  EXPECT_EQ(0, outcome.exitCode) << outcome.console;
+  EXPECT_EQ(1u, outcome.lines("Length=16").size()) << outcome.console;
+  EXPECT_EQ(1u, outcome.lines("Length=48").size()) << outcome.console;
+  EXPECT_EQ("48", outcome.notes);
+}
+
+TEST_F(SuitePattern, ToleranceIsForElementsAndNumbersOnly) {
+  // A size that comparisons add, between guard pages: what lies behind its rows is known.
+  const auto compare = [this](int at, float by) {
+    FakeControl control;
+    control.rowsAt = at;
+    control.rowsBy = by;
+    return run("-fFakeRows -dImageSize=15x4 -VONLY", control);
+  };
+  EXPECT_EQ(0, compare(6, 0.5f).exitCode);
+  EXPECT_EQ(1, compare(6, 1.5f).exitCode);
+  const Outcome gap = compare(7, 0.5f);
+  EXPECT_EQ(1, gap.exitCode);
+  EXPECT_TRUE(gap.shows("(row 0 column 7, behind the row) is ")) << gap.console;
+  const Outcome noNumber = compare(6, std::numeric_limits<float>::quiet_NaN());
+  EXPECT_EQ(1, noNumber.exitCode);
+  EXPECT_TRUE(noNumber.shows("(row 0 column 6) is nan instead of ")) << noNumber.console;
+}
+
 TEST_F(SuitePattern, ComparisonSeesACounterThatAloneDiffers) {
   FakeControl control;
   control.countBy = 2;
@@ -101,13 +131,13 @@ TEST_F(SuitePattern, CrashEndsItsOwnTestOnly) {
 }
 
 TEST_F(SuitePattern, ComparisonAcceptsWhatAgreesAndWhatIsWithinTolerance) {
-  const Outcome all = run("-f-Crash -f-Missing -VONLY");
+  const Outcome all = run("-f-Crash -f-Missing -dImageSize=15x4 -VONLY");
   EXPECT_EQ(0, all.exitCode) << all.console;
   const auto lines = all.lines("rkdiFake");
   const auto verified = std::count_if(lines.begin(), lines.end(), [](const std::string& line) {
     return line.find(" verified ") != std::string::npos;
   });
-  EXPECT_EQ(6, verified) << all.console;  // one function has two lengths
+  EXPECT_EQ(7, verified) << all.console;  // one function has two lengths
 
   FakeControl near;
   near.wrongAt = 7;
@@ -164,7 +194,7 @@ TEST_F(SuitePattern, ACallThatFailsWithItsDataEndsItsOwnTestOnly) {
   control.status = -6;
   control.crash = true;
   // In alphabetical order: one that crashes, one that is fine, one that fails.
-  const Outcome failed = run("-fFakeCrash -fFakeInPlace -fFakeWrong -SU", control);
+  const Outcome failed = run("-fFakeCrash -fFakeInPlace -fFakeWrong -SU -dMethod=Manual", control);
   EXPECT_EQ(1, failed.exitCode);
   EXPECT_TRUE(failed.shows("-- EXCPTFAIL: rkdiFakeCrash_JPEG_8u_C1 - exception: SIGSEGV"))
       << failed.console;

@@ -106,8 +106,14 @@ class SuiteRuns : public testing::Test {
   harnesskit::TempFolder m_folder;
 };
 
+/// Values that do not run by default, of all parameters but sizes.
+const std::string kOtherValues =
+    " -dPhase=FirstHigh -dTable=ones;q75 -dCoefs=photo;dense;dc -dPredictor=2;3;5;6"
+    " -dStyle=bypass;reset;termall;causal;predterm;segsym -dSs=3 -dSe=40 -dAl=2";
+
 TEST_F(SuiteRuns, EveryFunctionAgreesWithItsPlainVersionAlsoOnMisalignedData) {
-  for (const char* keys : {"-VONLY", "-VONLY -dVectorAlign=3"}) {
+  for (const auto& keys : {std::string("-VONLY"), "-VONLY -dVectorAlign=3" + kOtherValues,
+                           std::string("-VONLY -fQuantFwd8x8 -dTable=q75-unmarked")}) {
     const Outcome outcome = run(keys);
     EXPECT_EQ(0, outcome.exitCode) << outcome.console;
     EXPECT_TRUE(outcome.lines("is not supported").empty())
