@@ -10,6 +10,7 @@
 
 #include "tzinterrupt.h"
 #include "tzmemory.h"
+#include "tzserve.h"
 #include "tztrace.h"
 
 namespace {
@@ -30,6 +31,7 @@ int tzMain(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
   tzInterrupt::watch();
+  tzServe::beginIfAsked();
   g_trace.traceIn("main");
   tzSession defaultSession;
   if (g_session == nullptr) g_session = &defaultSession;

@@ -243,6 +243,9 @@ const Row ROWS[] = {
     {"-k -fAlpha -fGamma", {"each test in a child process", ALPHA, GAMMA}, {}, {}},
     {"-k-1 -fAlpha", {"ignored: incorrect number of seconds", ALPHA}, {}, {}},
     {"-j -fAlpha", {"results with all samples written to", ALPHA}, {}, {"stub.jsonl"}},
+    {"-D /nowhere/at/all -fAlpha", {"ignored: not a directory", ALPHA}, {}, {}},
+    {"-cSSE2 -c SSE2,Z80 -fAlpha", {"the last -c counts", "type Z80", ALPHA}, {}, {}},
+    {"-cSSE2 -fAlpha", {"ignored: two processors at least", ALPHA}, {}, {}},
     {"-W -x", {"incorrect option key", "The run is not started"}, {"clocks/px"}, {}, 2},
 };
 

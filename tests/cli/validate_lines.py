@@ -10,7 +10,7 @@ import json
 import re
 import sys
 
-TYPES = {"object": dict, "array": list, "string": str, "boolean": bool}
+TYPES = {"object": dict, "array": list, "string": str, "boolean": bool, "null": type(None)}
 
 
 def is_type(value, name):
@@ -42,6 +42,8 @@ class Validator:
             return "%s is %r" % (path, value)
         if "enum" in schema and value not in schema["enum"]:
             return "%s is %r" % (path, value)
+        if value is None:
+            return ""
         if "minimum" in schema and value < schema["minimum"]:
             return "%s is %r" % (path, value)
         if "maximum" in schema and value > schema["maximum"]:
@@ -86,7 +88,7 @@ def main():
     with open(sys.argv[2], "rb") as file:
         lines = file.read().split(b"\n")
     cut = lines.pop()
-    counts = {"context": 0, "row": 0, "end": 0}
+    counts = {"context": 0, "row": 0, "comparison": 0, "end": 0}
     for number, line in enumerate(lines, 1):
         value = json.loads(line.decode("utf-8"), parse_constant=refuse_constant)
         found = validator.breach(value, validator.root, "")
@@ -98,7 +100,8 @@ def main():
         if samples and len({len(column) for column in samples.values()}) != 1:
             sys.exit("line %d: columns of samples differ in length" % number)
         counts[value["type"]] += 1
-    print(counts["context"], counts["row"], counts["end"], 1 if cut else 0)
+    rows = counts["row"] + counts["comparison"]
+    print(counts["context"], rows, counts["end"], 1 if cut else 0)
 
 
 main()

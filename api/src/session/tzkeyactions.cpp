@@ -3,6 +3,8 @@
 
 #include <cctype>
 #include <cstdlib>
+#include <filesystem>
+#include <system_error>
 
 #include "tzchild.h"
 #include "tzclock.h"
@@ -60,6 +62,36 @@ double parseLimit(Text arg) {
   char* end = nullptr;
   const double seconds = std::strtod(arg.c_str(), &end);
   return *end == 0 && seconds >= 0 && seconds <= LONGEST ? seconds : -1;
+}
+
+tzString folderPath(Text arg) {
+  std::error_code error;
+  const std::filesystem::path full = std::filesystem::absolute(arg.c_str(), error);
+  return error ? arg : tzString(full.lexically_normal().c_str());
+}
+
+tzString refuseFolder(Text arg) {
+  std::error_code error;
+  if (arg.empty()) return "empty directory name";
+  // The loader's path is a list.
+  if (arg.find(":") >= 0 || arg.find(";") >= 0) return "a directory name without : and ;";
+  if (!std::filesystem::is_directory(arg.c_str(), error)) return "not a directory";
+  return g_session->commands().isKey('c') ? "code paths are compared (-c)" : nullptr;
+}
+
+tzStringList pathNames(Text arg) {
+  tzStringList names;
+  arg.parse(names, ",; ");
+  return names;
+}
+
+tzString refusePaths(Text arg) {
+  const tzStringList names = pathNames(arg);
+  if (names.count() < 2) return "two processors at least";
+  for (const tzString& name : names) {
+    if (tzCpuType::cpuType(name) < 0) return "incorrect CPU type " + name;
+  }
+  return nullptr;
 }
 
 bool isOnlyWord(Text arg) { return arg.toLower() == tzString("only"); }
@@ -296,6 +328,26 @@ const tzKeyAction children = {
       return told << ", ended when a row takes longer than " << seconds << " s";
     },
     [](Text arg, tzSession*) { tzChild::enable(parseLimit(arg)); }};
+
+const tzKeyAction builds = {refuseFolder,
+                            [](Text arg) -> tzString {
+                              return "the libraries compared with those of " + folderPath(arg) +
+                                     ", in batch mode";
+                            },
+                            [](Text arg, tzSession* session) {
+                              session->setBatch(true);
+                              session->comparison().compareBuilds(folderPath(arg));
+                            }};
+
+const tzKeyAction paths = {refusePaths,
+                           [](Text arg) -> tzString {
+                             return "code for " + pathNames(arg).front() +
+                                    " compared with others, in batch mode";
+                           },
+                           [](Text arg, tzSession* session) {
+                             session->setBatch(true);
+                             session->comparison().comparePaths(pathNames(arg));
+                           }};
 
 const tzKeyAction defaultName = {
     [](Text arg) -> tzString { return arg.empty() ? "empty default name" : nullptr; },

@@ -290,6 +290,25 @@ constexpr KeyRow kTable[] = {
      "Without\n"
      "a name: <default-dir>/<default-name>.jsonl.\n"
      "Example: tazmet -B -r -j -fDCT\n"},
+    {'D', "D", SHOWN, ALWAYS, ANY_EXIT, &act::builds, LAST, ARG_ANY,
+     "-D<dir-name>     = compare the libraries with those in the directory, sample by sample\n",
+     "The program is executed anew twice, once with this directory first in the loader's path, "
+     "both\n"
+     "on one processor, and the two measure in turns: 51 rounds, where that does not settle it "
+     "101\n"
+     "or 201, with three sets of processes that must agree (-dProcessSets=). Each row has the "
+     "ratio\n"
+     "of new to old, its interval at 95 % for all rows together, and \"slower\", \"faster\", "
+     "\"same\"\n"
+     "or \"unresolved\"; changes below -dGate= (1 %) do not count. The exit code is 1 when a row "
+     "is\n"
+     "slower or fails.\n"
+     "Example: tazmet -D /home/me/new/lib -fDCT -dGate=2\n"},
+    {'c', "c", SHOWN, WITH_LIBRARY, ANY_EXIT, &act::paths, LAST, ARG_ANY,
+     "-c<cpu>,<cpu>... = compare the library's code for these processors, sample by sample\n",
+     "As -D, for code paths of one library, named as for -T. The others' columns tell how many\n"
+     "times as fast as the first they are. The exit code is 1 when one is slower than the first.\n"
+     "Example: tazmet -c SSE41,AVX2,AVX512 -fDCT -r\n"},
 };
 
 constexpr std::size_t kNumKeys = sizeof(kTable) / sizeof(kTable[0]);

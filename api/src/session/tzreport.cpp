@@ -62,6 +62,7 @@ tzString methodText(const tzTool& tool) {
 
 tzString tzReportTitle::timingText() {
   if (tzTest::m_verifyMode == VERIFY_ONLY) return "none, functions are only verified";
+  if (g_request.compares) return "samples in turns, 51 to 201 rounds";
   // The title comes before the settings are read, and tells what they will be.
   tzString text = "as answered below";
   if (!g_request.asksTiming) {

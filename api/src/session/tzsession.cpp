@@ -16,6 +16,7 @@
 #include "tzparm.h"
 #include "tzreport.h"
 #include "tzrequest.h"
+#include "tzserve.h"
 #include "tzsettings.h"
 #include "tztrace.h"
 
@@ -108,14 +109,19 @@ int tzSession::runTests() {
   }
   if (m_insist && !isAllUsed()) return EXIT_MISTAKE;
   int result = 0;
-  if (m_iniWrite.given) {
+  if (tzServe::isOn()) {
+    tzServe::sayHello();
+    tzGetTestList().runTests(m_conditions);
+  } else if (m_iniWrite.given) {
     result = writeIni();
   } else if (m_namesOnly) {
     result = writeNames();
   } else {
+    if (m_comparison.isOn()) m_comparison.tellSides();
     if (g_jstrm.hasTargets()) g_jstrm << tzContextLine(m_commands, tzGetTestList());
     putTableTitle();
-    result = tzGetTestList().runTests(m_conditions);
+    result = m_comparison.isOn() ? m_comparison.run(m_conditions)
+                                 : tzGetTestList().runTests(m_conditions);
   }
   if (!m_insist && tzInterrupt::signal() == 0) tellUnused();
   return result;
@@ -218,6 +224,7 @@ void tzSession::readCommonData() {
     readAccuracy();
     readTimeLimit();
   }
+  if (m_comparison.isOn()) m_comparison.readSettings();
   const tzConsoleAsking asking(isAsk(ASK_PARAMS));
   for (tzParameter* parm : m_commonParms) parm->fromIStream(g_istrm);
 }

@@ -2,6 +2,7 @@
 /// The session: one object that owns a whole run, from the command line to the exit code.
 #pragma once
 
+#include "tzcomparison.h"
 #include "tzconditions.h"
 #include "tzfiles.h"
 #include "tzkeys.h"
@@ -164,6 +165,8 @@ class tzSession {
   void setNamesInResults(bool on) { m_namesInResults = on; }
   void setNamesOnly(bool on) { m_namesOnly = on; }
   void setInsist(bool on) { m_insist = on; }
+  /// Compares builds or code paths instead of measuring one.
+  tzComparison& comparison() { return m_comparison; }
   const tzFiles& files() const { return m_files; }
   /// @}
 
@@ -250,6 +253,7 @@ class tzSession {
   bool m_namesInResults = false;
   bool m_namesOnly = false;
   bool m_insist = false;
+  tzComparison m_comparison;
   tzList<OutFile> m_outFiles[NUM_OUT_FILES];
   tzFiles m_files;
 };

@@ -12,6 +12,7 @@
 #include "tzjson.h"
 #include "tzregistry.h"
 #include "tzrequest.h"
+#include "tzserve.h"
 #include "tzsession.h"
 
 namespace {
@@ -129,7 +130,8 @@ void tzSession::collectWords(int argc, char** argv) {
   };
   tzString cfgName, cfgText;
   m_files.claimStandardStreams();
-  if (readCfgFile(cfgName, cfgText)) {
+  // A side of a comparison has all its keys from whoever compares.
+  if (!tzServe::isOn() && readCfgFile(cfgName, cfgText)) {
     m_files.claim(cfgName, tzFiles::READ, "the command file");
     addLine(cfgText);
     g_ostrm << tzString("read from ") + cfgName + " file\n";
@@ -219,6 +221,7 @@ void tzSession::fillRequest() const {
   g_request.namesInResults = m_namesInResults;
   g_request.iniFunctionsOnly = m_iniFunctionsOnly;
   g_request.program = m_exePath.getFileName();
+  g_request.compares = m_comparison.isOn();
   g_request.selection = "";
   for (const tzCommandKey& key : m_commands) {
     if (tzString("ftFPHCV").find(key.key) < 0) continue;
@@ -228,6 +231,7 @@ void tzSession::fillRequest() const {
 }
 
 bool tzSession::updateOptions() {
+  if (m_comparison.isOn()) m_comparison.setCall(m_exePath, m_commands);
   fillRequest();
   g_ostrm.setOutLevel(m_levelMode != 0 ? m_levelMode : kDefaultMask);
   if (m_insist && tzMistakes::count() != 0) {

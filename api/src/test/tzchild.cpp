@@ -20,6 +20,7 @@
 #include "tzinterrupt.h"
 #include "tzistream.h"
 #include "tzjson.h"
+#include "tzmessage.h"
 #include "tztest.h"
 
 namespace {
@@ -92,20 +93,6 @@ void unpackAll(tzPacket& packet) {
   for (tzCarried* object : carriedObjects()) object->unpack(packet);
 }
 
-void writeWhole(int file, const std::string& bytes) {
-  for (std::size_t done = 0; done < bytes.size();) {
-    const ssize_t count = write(file, bytes.data() + done, bytes.size() - done);
-    if (count > 0) done += static_cast<std::size_t>(count);
-    if (count < 0 && errno != EINTR) return;  // the parent is gone, and this process soon
-  }
-}
-
-void send(int pipe, Message kind, const tzPacket& packet) {
-  tzPacket message;
-  message << kind << packet.bytes();
-  writeWhole(pipe, message.bytes());
-}
-
 double now() {
   const auto time = std::chrono::steady_clock::now().time_since_epoch();
   return std::chrono::duration<double>(time).count();
@@ -126,7 +113,7 @@ tzChild::Row::Row(tzTest& test) {
   packet << row.text << row.unit << row.json << row.cells.size();
   for (const tzString& cell : row.cells) packet << cell;
   packAll(packet);
-  send(s_pipe, ROW_BEGINS, packet);
+  tzSend(s_pipe, ROW_BEGINS, packet);
 }
 
 tzChild::Row::~Row() {
@@ -135,7 +122,7 @@ tzChild::Row::~Row() {
   tzPacket packet;
   packet << tzTest::m_currentResult;
   packAll(packet);
-  send(s_pipe, ROW_ENDS, packet);
+  tzSend(s_pipe, ROW_ENDS, packet);
 }
 
 void tzChild::holdRow() {
@@ -229,14 +216,14 @@ void tzChildWatch::runChild(const int* ends, pid_t parent) {
   tzTargets::setFlushEach(true);
   carriedHarness().begin();
   tzIStream::m_pAsking = [](bool asks) {
-    send(tzChild::s_pipe, asks ? ASKS : ANSWERED, tzPacket());
+    tzSend(tzChild::s_pipe, asks ? ASKS : ANSWERED, tzPacket());
   };
   m_result = m_test.run();
   tzPacket packet;
   packet << m_result << m_test.lastResult();
   forEachStream([](tzTargets& stream) { stream.flush(); });
   packAll(packet);
-  send(tzChild::s_pipe, ENDS, packet);
+  tzSend(tzChild::s_pipe, ENDS, packet);
   _exit(0);
 }
 
@@ -344,12 +331,18 @@ void tzChildWatch::tellEnd(int status) {
   if (m_timedOut) {
     note = "did not end";
     reason << "did not end within " << tzChild::s_limit << " s";
-  } else if (WIFSIGNALED(status)) {
-    const char* const name = sigabbrev_np(WTERMSIG(status));
-    note << "SIG" << (name != nullptr ? name : "RT");
-    reason << note << ", " << strsignal(WTERMSIG(status));
   } else {
-    note << "exit code " << WEXITSTATUS(status);
-    reason << "the process ended with " << note;
+    const tzString end = tzProcessEnd(status);
+    reason << end;
+    note = WIFSIGNALED(status) ? end.substr(0, end.find(",")) : end.substr(end.find("exit"));
   }
+}
+
+tzString tzProcessEnd(int status) {
+  tzString end;
+  if (!WIFSIGNALED(status)) {
+    return end << "the process ended with exit code " << WEXITSTATUS(status);
+  }
+  const char* const name = sigabbrev_np(WTERMSIG(status));
+  return end << "SIG" << (name != nullptr ? name : "RT") << ", " << strsignal(WTERMSIG(status));
 }

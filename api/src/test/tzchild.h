@@ -45,6 +45,9 @@ struct tzLostRun {
   tzString note;         ///< the same in short, "SIGABRT"
 };
 
+/// How a process ended, in words: "SIGABRT, Aborted", "the process ended with exit code 3".
+tzString tzProcessEnd(int status);
+
 /// Both ends of the arrangement.
 class tzChild {
  public:

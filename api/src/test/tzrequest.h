@@ -12,6 +12,7 @@ struct tzRequest {
   bool iniFunctionsOnly = false;  ///< only functions with a section in the ini file run (-P)
   tzString selection;             ///< the keys that choose what is measured, as given
   tzString program;               ///< file name of the executable
+  bool compares = false;          ///< sides are compared (-D, -c): nothing is measured alone
 };
 
 extern tzRequest g_request;

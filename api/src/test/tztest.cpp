@@ -15,6 +15,7 @@
 #include "tzmemory.h"
 #include "tzostream.h"
 #include "tzrequest.h"
+#include "tzserve.h"
 #include "tztestreport.h"
 #include "tztrace.h"
 
@@ -410,6 +411,7 @@ void tzTest::loopData() {
       break;
     }
     if (skipRefused()) continue;
+    if (!tzServe::wants(*this)) continue;
     const tzChild::Row row(*this);
     if (!buildData()) break;
     measureCombination();

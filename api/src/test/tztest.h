@@ -149,6 +149,8 @@ class tzTest {
   tzResult takeOver(tzResult result, tzResult lastResult);
   /// In the parent: writes the row and the summary of a run that its process did not end.
   tzResult endLost(const tzLostRun& lost);
+  /// How many rows the test has, told without building their data.
+  int countRows();
   /// @}
 
   /// @name Parameters

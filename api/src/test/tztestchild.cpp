@@ -1,8 +1,10 @@
 // What a test tells of itself from a child process, and what its parent makes of that.
 #include "tzchild.h"
 #include "tzcstream.h"
+#include "tzistream.h"
 #include "tzjson.h"
 #include "tzostream.h"
+#include "tzserve.h"
 #include "tztest.h"
 #include "tztestreport.h"
 
@@ -19,7 +21,7 @@ tzRowFacts tzTest::rowFacts() {
   }
   g_cstrm.tableFlush();
   facts.unit = getUnit();
-  if (g_jstrm.hasTargets()) facts.json = jsonHead().members();
+  if (g_jstrm.hasTargets() || tzServe::isOn()) facts.json = jsonHead().members();
   return facts;
 }
 
@@ -59,4 +61,15 @@ void tzTest::noteSignal(tzResult result) {
   const tzString& text = m_tool.resultText();
   const int from = text.find("SIG");
   if (from >= 0) m_timingNote = text.substr(from, text.find(",", from) - from);
+}
+
+int tzTest::countRows() {
+  const tzString sectionBefore = g_istrm.setIniSection(m_name);
+  int rows = 0;
+  if (prepareParms()) {
+    m_first = true;
+    while (canContinue()) rows += refusal().empty() ? 1 : 0;
+  }
+  g_istrm.setIniSection(sectionBefore);
+  return rows;
 }

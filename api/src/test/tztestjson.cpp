@@ -58,7 +58,7 @@ void put(tzJson& row, const tzMeasurement& measured) {
 // The parts of the function's name are what the table has for them.
 tzJson tzTest::jsonHead() {
   tzJson row;
-  row.put("type", "row").put("function", m_name);
+  row.put("function", m_name);
   tzStringList parts;
   g_cstrm.tableFlush();
   funcToCstrm();
@@ -82,7 +82,8 @@ void tzTest::putJsonRow(tzResult result) {
   if (!g_jstrm.hasTargets()) return;
   const double elements = getDivisor();
   const double perElement = tzIsFailure(result) ? 0 : clocksPerElement();
-  tzJson row = jsonHead();
+  tzJson row;
+  row.put("type", "row").putMembers(jsonHead().members());
   row.put("result", tzResultName(result)).put("time", tzIsoTime(std::time(nullptr)));
   row.put("elements", elements);
   const tzTraffic traffic = getTraffic();
@@ -101,6 +102,7 @@ void tzTest::putJsonRow(tzResult result) {
 
 void tzTest::putLostJsonRow(const tzLostRun& lost) {
   tzJson row;
+  row.put("type", "row");
   row.putMembers(lost.row.json.empty() ? jsonHead().members() : lost.row.json.str());
   row.put("result", tzResultName(TZ_EXCPTFAIL)).put("time", tzIsoTime(std::time(nullptr)));
   row.put("note", lost.note).put("reason", lost.reason);

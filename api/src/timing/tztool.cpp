@@ -18,6 +18,7 @@ tzTool g_tool;
 
 tzResult (*tzTool::m_pCheckStatus)(int status) = nullptr;
 void (*tzTool::m_pResetVectors)() = nullptr;
+tzResult (*tzTool::m_pServe)(tzTool& tool) = nullptr;
 double (*tzTool::m_pSeconds)() = nullptr;
 int tzTool::m_priority = PRIORITY_NONE;
 
@@ -213,6 +214,7 @@ void tzTool::setVerdict(tzResult result, const tzString& text) {
 }
 
 tzResult tzTool::dispatch() {
+  if (m_pServe != nullptr) return m_pServe(*this);
   switch (m_method) {
     case AUTO: {
       const tzTraceScope scope("autoTiming");
@@ -313,6 +315,12 @@ void tzTool::statTiming() {
       << "        funcClocks = " << m_funcClocks << "\n"
       << "        result     = " << m_resultText << "\n";
   log.writeInfo();
+}
+
+double tzTool::sample(int n) {
+  double clocks = 0;
+  runTimFunc(n, clocks, true);
+  return clocks;
 }
 
 void tzTool::runTimFunc(int n, double& clocksPerCall, bool forceLoop) {

@@ -46,6 +46,10 @@ class tzTool {
   /// Forgets the last measurement; settings stay.
   void reset();
 
+  /// One run of `n` repetitions, for whoever serves; `result` tells how it went.
+  /// @return clocks of a call
+  double sample(int n);
+
   /// @name Choosing a method
   /// @{
   void setMethodAuto() { m_method = AUTO; }
@@ -136,6 +140,8 @@ class tzTool {
   static tzResult (*m_pCheckStatus)(int status);
   /// Puts all test vectors back to their initial contents inside the generic loops; may be null.
   static void (*m_pResetVectors)();
+  /// Measures in place of the method in force; may be null.
+  static tzResult (*m_pServe)(tzTool& tool);
   /// Where `seconds` comes from; null: the system's clock.
   static double (*m_pSeconds)();
   /// Time as it passes for the user, from some moment on.

@@ -1,0 +1,140 @@
+// Two builds, or code paths of one, side by side (-D, -c): the whole program with substitute
+// libraries, one of which does 26 times what the other does 25 times.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "harnesskit.h"
+#include "testpaths.h"
+
+using harnesskit::Outcome;
+using harnesskit::runProgram;
+using harnesskit::TempFolder;
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+const std::string GREY = "rkdiRGBToY_JPEG_8u_C3C1R";
+const std::string PLANES = "rkdiRGBToYCbCr_JPEG_8u_C3P3R";
+const std::string LACKED = "rkdiBGRToY_JPEG_8u_C3C1R";
+const std::string OTHER = TAZMET_OTHER_LIBRARY_DIR;
+const std::string SLOWER = TAZMET_SLOWER_LIBRARY_DIR;
+
+// @param first  folder of the first side's libraries; empty: the bundled ones
+Outcome compare(const TempFolder& folder, const std::string& first, const Words& keys,
+                const std::string& fault = "") {
+  Words words = {"LD_LIBRARY_PATH=" + first,
+                 "TAZMET_OTHER_FAULT=" + fault,
+                 std::string(TAZMET_BIN_DIR) + "/tazmet",
+                 "-dImageSize=32x16",
+                 "-r",
+                 "-j",
+                 "-l" + folder.path()};
+  words.insert(words.end(), keys.begin(), keys.end());
+  return runProgram("/usr/bin/env", words, folder.path());
+}
+
+// The cells of the table's row of a function; the first is its name part.
+Words rowOf(const TempFolder& folder, const std::string& name) {
+  for (const std::string& line : harnesskit::splitLines(folder.read("tazmet.csv"))) {
+    if (line.find(name + ",") != 0) continue;
+    Words cells(1);
+    for (const char c : line) {
+      if (c == ',') {
+        cells.emplace_back();
+      } else {
+        cells.back() += c;
+      }
+    }
+    return cells;
+  }
+  return {};
+}
+
+// Where the cells are: name (3), kind, size, clocks, unit, side, its clocks, ratio, low, high.
+constexpr size_t kRatio = 9;
+constexpr size_t kVerdict = 12;
+
+double number(const std::string& text) { return std::strtod(text.c_str(), nullptr); }
+
+std::string validated(const TempFolder& folder) {
+  const std::string here = TAZMET_TEST_DATA;
+  return runProgram("/usr/bin/python3",
+                    {here + "/validate_lines.py", here + "/../../docs/results.schema.json",
+                     folder.file("tazmet.jsonl")},
+                    folder.path())
+      .console;
+}
+
+}  // namespace
+
+TEST(Sides, APlantedSlowdownIsFoundAndEndsWithOne) {
+  const TempFolder folder;
+  const Outcome outcome =
+      compare(folder, OTHER, {"-D" + SLOWER, "-f=" + GREY, "-f=" + PLANES, "-f=" + LACKED});
+  EXPECT_EQ(1, outcome.exitCode) << outcome.console;
+  for (const char* name : {"rkdiRGBToY_JPEG", "rkdiRGBToYCbCr_JPEG"}) {
+    const Words row = rowOf(folder, name);
+    ASSERT_EQ(13u, row.size()) << folder.read("tazmet.csv");
+    EXPECT_EQ("slower", row[kVerdict]) << outcome.console;
+    EXPECT_NEAR(26.0 / 25, number(row[kRatio]), 0.01) << outcome.console;
+    EXPECT_EQ(SLOWER, row[7]);
+  }
+  EXPECT_EQ(1u, outcome.lines(" Compared   : 2, slower 2, faster 0, same 0, unresolved 0").size())
+      << outcome.console;
+  EXPECT_EQ("1 2 1 0\n", validated(folder));
+
+  // The other way round, and above the gate.
+  EXPECT_EQ(0, compare(folder, SLOWER, {"-D" + OTHER, "-f=" + GREY}).exitCode);
+  EXPECT_EQ("faster", rowOf(folder, "rkdiRGBToY_JPEG")[kVerdict]);
+  const Outcome gated = compare(folder, OTHER, {"-D" + SLOWER, "-f=" + GREY, "-dGate=8"});
+  EXPECT_EQ(0, gated.exitCode) << gated.console;
+  EXPECT_EQ("same", rowOf(folder, "rkdiRGBToY_JPEG")[kVerdict]) << gated.console;
+}
+
+TEST(Sides, ABuildIsNeitherFasterNorSlowerThanItself) {
+  const TempFolder folder;
+  const Outcome outcome = compare(folder, OTHER, {"-D" + OTHER, "-f=" + GREY, "-f=" + PLANES});
+  EXPECT_EQ(0, outcome.exitCode) << outcome.console;
+  EXPECT_TRUE(outcome.shows(" load the same libraries\n")) << outcome.console;
+  for (const char* name : {"rkdiRGBToY_JPEG", "rkdiRGBToYCbCr_JPEG"}) {
+    const Words row = rowOf(folder, name);
+    ASSERT_EQ(13u, row.size()) << folder.read("tazmet.csv");
+    EXPECT_TRUE(row[kVerdict] == "same" || row[kVerdict] == "unresolved") << outcome.console;
+    EXPECT_NEAR(1, number(row[kRatio]), 0.02) << outcome.console;
+  }
+}
+
+TEST(Sides, AFaultOnOneSideIsARowAndTheOthersAreCompared) {
+  for (const char* fault : {"aborts", "writes to nowhere"}) {
+    const TempFolder folder;
+    const Outcome outcome =
+        compare(folder, "", {"-D" + OTHER, "-f=" + GREY, "-f=" + PLANES, "-f=" + LACKED}, fault);
+    EXPECT_EQ(1, outcome.exitCode) << outcome.console;
+    EXPECT_EQ(1u, outcome.lines("-- EXCPTFAIL: " + GREY + " ImageSize=32x16 - " + OTHER).size())
+        << outcome.console;
+    EXPECT_EQ(1u, outcome.lines("-- not compared: " + LACKED).size()) << outcome.console;
+    const Words row = rowOf(folder, "rkdiRGBToYCbCr_JPEG");
+    ASSERT_EQ(13u, row.size()) << folder.read("tazmet.csv");
+    EXPECT_EQ("slower", row[kVerdict]);
+    EXPECT_GT(number(row[kRatio]), 10);
+  }
+}
+
+TEST(Sides, CodePathsAreColumnsOfOneTable) {
+  const TempFolder folder;
+  const Outcome outcome =
+      compare(folder, "", {"-cSSSE3,SSE41,SSSE3", "-f=rkdiDCTQuantFwd8x8LS_JPEG_8u16s_C1R"});
+  EXPECT_TRUE(outcome.shows("  SSE41: code path SSE4\n")) << outcome.console;
+  EXPECT_TRUE(outcome.shows("-- SSSE3 and SSSE3 have the same code path\n")) << outcome.console;
+  const Words row = rowOf(folder, "rkdiDCTQuantFwd8x8LS_JPEG");
+  ASSERT_EQ(20u, row.size()) << folder.read("tazmet.csv");
+  EXPECT_EQ("SSE41", row[8]);
+  EXPECT_EQ("SSSE3", row[14]);
+  EXPECT_TRUE(row[19] == "same" || row[19] == "unresolved") << outcome.console;
+  EXPECT_EQ("1 1 1 0\n", validated(folder));
+}
