@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/imagefile.h"
+#include "testpaths.h"
 #include "jpeg.h"
 #include "jpeg2000.h"
 

@@ -1,0 +1,18 @@
+# cmake -DNM=nm -DARCHIVE=libx.a -DFUNCTION=name -DOUTPUT=x.cpp -P needs.cmake: writes a function that
+# tells whether the loaded library has all that the archive takes from it.
+execute_process(COMMAND "${NM}" -u "${ARCHIVE}" OUTPUT_VARIABLE listed COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "rkd[A-Za-z0-9_]+" names "${listed}")
+list(REMOVE_DUPLICATES names)
+list(SORT names)
+if(NOT names)
+  message(FATAL_ERROR "${ARCHIVE} takes nothing from the library")
+endif()
+set(text "// Made by the build.\n")
+foreach(name IN LISTS names)
+  string(APPEND text "extern \"C\" [[gnu::weak]] void ${name}();\n")
+endforeach()
+string(APPEND text "bool ${FUNCTION}();\nbool ${FUNCTION}() {\n  return true")
+foreach(name IN LISTS names)
+  string(APPEND text " &&\n         ${name} != nullptr")
+endforeach()
+file(WRITE "${OUTPUT}" "${text};\n}\n")
