@@ -94,6 +94,11 @@ void store(const int32_t* src, int srcStep, const PlaneView& plane, const BandCo
       break;
     case Arithmetic::real: {
       const float scale = std::ldexp(coding.step, shift);
+      const RkdStatus status =
+          rkdiQuantInv_JPEG2K_32s32f_C1R(src, srcStep * 4, plane.row<float>(0), int(plane.step),
+                                         {plane.width, plane.height}, scale, 0);
+      if (status == rkdStsNoErr) break;
+      // Steps that no encoder has reason to write.
       storeRows<float>(src, srcStep, plane, [scale](int32_t v) { return float(v) * scale; });
       break;
     }

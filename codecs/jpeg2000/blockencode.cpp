@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstdlib>
 #include <new>
 
 #include "codeblock.h"
@@ -11,6 +12,7 @@ uint8_t* Arena::take(size_t bytes, size_t alignment) {
   const size_t padding = (alignment - reinterpret_cast<uintptr_t>(m_next) % alignment) % alignment;
   if (bytes + padding > m_left) {
     m_left = std::max(bytes, pieceSize);
+    m_size += int64_t(m_left);
     m_pieces.push_back(std::make_unique_for_overwrite<uint8_t[]>(m_left));
     m_next = m_pieces.back().get();
   } else {
@@ -53,8 +55,14 @@ uint32_t quantise(const PlaneView& block, const BandCoding& coding, int32_t* dst
     case Arithmetic::wide:
       return convertRows<int32_t>(block, dst, [](int32_t v) { return v; });
     default: {
-      const float inverse = 1 / coding.step;
-      return convertRows<float>(block, dst, [inverse](float v) { return int32_t(v * inverse); });
+      const RkdiSize size = {block.width, block.height};
+      const RkdStatus status = rkdiQuantFwd_JPEG2K_32f32s_C1R(
+          block.row<float>(0), int(block.step), dst, size.width * 4, size, coding.step);
+      if (status != rkdStsNoErr) std::abort();  // arguments are ours
+      uint32_t all = 0;
+      const int count = size.width * size.height;
+      for (int i = 0; i < count; ++i) all |= uint32_t(std::abs(dst[i]));
+      return all;
     }
   }
 }

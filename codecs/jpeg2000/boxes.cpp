@@ -201,6 +201,12 @@ void BoxReader::take(const Box& box) {
     case boxType("cdef"):
       if (!repeated) return definition(std::move(in));
       break;
+    case boxType("xml "):
+      m_info.xml.push_back(in.rest());
+      return;
+    case boxType("uuid"):
+      m_info.uuids.push_back(in.rest());
+      return;
     case boxType("resc"):
       return resolution(std::move(in), m_info.captureResolution);
     case boxType("resd"):
@@ -301,6 +307,32 @@ void writeOpacity(std::vector<uint8_t>& out, const PictureInfo& info) {
   }
 }
 
+/// The ratio nearest to a number of points a metre that the fields can tell.
+void writeRatio(std::vector<uint8_t>& numbers, std::vector<uint8_t>& exponents, double value) {
+  int exponent = 0;
+  while (value > 65535) value /= 10, ++exponent;
+  while (value < 6553 && exponent > -100) value *= 10, --exponent;
+  put16(numbers, uint32_t(std::lrint(value)));
+  put16(numbers, 1);
+  exponents.push_back(uint8_t(exponent));
+}
+
+void writeResolution(std::vector<uint8_t>& out, const PictureInfo& info) {
+  if (info.resolutionX <= 0 || info.resolutionY <= 0) return;
+  const BoxWriter super(out, boxType("res "));
+  const BoxWriter box(out, boxType("resc"));
+  std::vector<uint8_t> exponents;
+  writeRatio(out, exponents, info.resolutionY);
+  writeRatio(out, exponents, info.resolutionX);
+  out.insert(out.end(), exponents.begin(), exponents.end());
+}
+
+void writeAttachment(std::vector<uint8_t>& out, uint32_t type,
+                     const std::vector<uint8_t>& content) {
+  const BoxWriter box(out, type);
+  out.insert(out.end(), content.begin(), content.end());
+}
+
 void writeHeaderBox(std::vector<uint8_t>& out, const PictureInfo& info) {
   const BoxWriter super(out, boxType("jp2h"));
   const bool same = std::all_of(info.components.begin(), info.components.end(), [&](const auto& c) {
@@ -319,11 +351,12 @@ void writeHeaderBox(std::vector<uint8_t>& out, const PictureInfo& info) {
   }
   writeColour(out, info);
   writeOpacity(out, info);
+  writeResolution(out, info);
 }
 
 }  // namespace
 
-void writeBoxes(std::vector<uint8_t>& out, const PictureInfo& info, uint64_t length) {
+void writeBoxes(std::vector<uint8_t>& out, const PictureInfo& info, uint64_t streamBytes) {
   {
     const BoxWriter box(out, boxType("jP  "));
     put32(out, 0x0D0A870A);
@@ -335,14 +368,23 @@ void writeBoxes(std::vector<uint8_t>& out, const PictureInfo& info, uint64_t len
     put32(out, boxType("jp2 "));
   }
   writeHeaderBox(out, info);
-  if (length + 8 <= UINT32_MAX) {
-    put32(out, uint32_t(length + 8));
-    put32(out, boxType("jp2c"));
-  } else {
-    put32(out, 1);
-    put32(out, boxType("jp2c"));
-    put32(out, uint32_t((length + 16) >> 32));
-    put32(out, uint32_t(length + 16));
+  for (const auto& xml : info.xml) writeAttachment(out, boxType("xml "), xml);
+  for (const auto& uuid : info.uuids) writeAttachment(out, boxType("uuid"), uuid);
+  const bool extended = streamBytes > UINT32_MAX - 8;
+  put32(out, extended ? 1 : 0);
+  put32(out, boxType("jp2c"));
+  if (extended) {
+    put32(out, 0);
+    put32(out, 0);
+  }
+}
+
+void finishBoxes(std::vector<uint8_t>& out, size_t stream) {
+  const bool extended = out[stream - 4] != 'j';  // the type, or a length
+  const uint64_t length = uint64_t(out.size() - stream) + (extended ? 16 : 8);
+  const size_t field = stream - 8, bytes = extended ? 8 : 4;
+  for (size_t i = 0; i < bytes; ++i) {
+    out[field + i] = uint8_t(length >> 8 * (bytes - 1 - i));
   }
 }
 

@@ -38,6 +38,7 @@ struct BoxInfo {
   std::vector<uint8_t> profile;
   ColourBoxes colours;
   double captureResolution[2] = {0, 0}, displayResolution[2] = {0, 0};  ///< points a metre, y, x
+  std::vector<ByteSpan> xml, uuids;
   ByteSpan codestream;
   size_t codestreamOffset = 0;
 };
@@ -45,7 +46,9 @@ struct BoxInfo {
 /// A codestream without boxes gives itself.
 BoxInfo readBoxes(ByteSpan file, Reporter& report);
 
-/// All boxes up to the content of the codestream box, whose length covers `length` bytes.
-void writeBoxes(std::vector<uint8_t>& out, const PictureInfo& info, uint64_t length);
+/// All boxes up to the content of the codestream box, which will have at most so many bytes.
+void writeBoxes(std::vector<uint8_t>& out, const PictureInfo& info, uint64_t streamBytes);
+/// Tells the codestream box its length. @param stream  where the content begins that ends the file
+void finishBoxes(std::vector<uint8_t>& out, size_t stream);
 
 }  // namespace j2k

@@ -54,6 +54,8 @@ int encode(const Options& options, Diagnostics& diagnostics, const BmpBuffer& bm
   PictureInfo info;
   info.width = bmp.width;
   info.height = bmp.height;
+  info.resolutionX = options.resolutionX;
+  info.resolutionY = options.resolutionY;
   const std::vector<SampleView> views = bmpViews(bmp);
   for (size_t c = 0; c < views.size(); ++c) {
     info.components.push_back({bmp.width, bmp.height, 8, false, 1, 1});

@@ -57,11 +57,14 @@ class BlockDecoder {
 class Arena {
  public:
   uint8_t* take(size_t bytes, size_t alignment);
+  /// BYTES that it has taken from the system.
+  int64_t size() const { return m_size; }
 
  private:
   static constexpr size_t pieceSize = size_t(1) << 18;
   std::vector<std::unique_ptr<uint8_t[]>> m_pieces;
   size_t m_left = 0;
+  int64_t m_size = 0;
   uint8_t* m_next = nullptr;
 };
 

@@ -150,6 +150,21 @@ void writeComponentNumber(std::vector<uint8_t>& out, size_t component, size_t co
   }
 }
 
+void writePoc(std::vector<uint8_t>& out, const Coding& coding) {
+  if (coding.changes.empty()) return;
+  const SegmentWriter segment(out, markerPoc);
+  const size_t components = coding.components.size();
+  for (const Progression& p : coding.changes) {
+    out.push_back(uint8_t(p.firstResolution));
+    writeComponentNumber(out, size_t(p.firstComponent), components);
+    put16(out, uint32_t(p.endLayer));
+    out.push_back(uint8_t(p.endResolution));
+    // One behind the last of 256 is 0.
+    writeComponentNumber(out, size_t(p.endComponent), components);
+    out.push_back(uint8_t(p.order));
+  }
+}
+
 bool equal(const Quantization& a, const Quantization& b) {
   return a.style == b.style && a.guardBits == b.guardBits && a.count == b.count &&
          a.steps == b.steps;
@@ -180,6 +195,7 @@ void writeMainHeader(std::vector<uint8_t>& out, const ImageShape& shape, const C
     out.push_back(0);
     out.push_back(coding.roiShift[c]);
   }
+  writePoc(out, coding);
   if (comment.empty()) return;
   const SegmentWriter segment(out, markerCom);
   put16(out, 1);

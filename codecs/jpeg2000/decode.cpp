@@ -107,6 +107,10 @@ void Decoder::describe() {
   m_info.colour = boxes.colour;
   m_info.enumeratedColour = boxes.enumerated;
   m_info.profile = boxes.profile;
+  m_info.resolutionY = boxes.captureResolution[0];
+  m_info.resolutionX = boxes.captureResolution[1];
+  for (const ByteSpan& xml : boxes.xml) m_info.xml.emplace_back(xml.begin(), xml.end());
+  for (const ByteSpan& uuid : boxes.uuids) m_info.uuids.emplace_back(uuid.begin(), uuid.end());
 }
 
 void Decoder::readHeaders(std::span<const uint8_t> file) {

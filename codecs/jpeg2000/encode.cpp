@@ -23,6 +23,7 @@ class PictureEncoder {
         m_samples(samples),
         m_plan(makeEncodePlan(options, info)),
         m_workers(m_plan.threads),
+        m_budget(m_plan.memory),
         m_tiles(size_t(m_plan.shape.tiles())) {}
 
   void encode(std::vector<uint8_t>& file);
@@ -43,14 +44,17 @@ class PictureEncoder {
   /// Most passes of a block, by its planes.
   using Depth = std::function<int(JobIndex, const EncodeJob&, int)>;
   void code(const std::vector<JobIndex>& jobs, const Depth& depth);
+  void countCoded();
   void addGuardBits();
-  void chooseLayers(int64_t boxes);
+  int64_t chooseLayers(int64_t boxes);
 
   const Options& m_options;
   const PictureInfo& m_info;
   std::span<const SampleView> m_samples;
   EncodePlan m_plan;
   EncodeWorkers m_workers;
+  Budget m_budget;
+  int64_t m_coded = 0;  ///< BYTES of coded blocks that the budget knows of
   std::vector<TilePackets> m_tiles;
   std::vector<std::unique_ptr<TileEncoder>> m_encoders;
 };
@@ -65,6 +69,14 @@ void PictureEncoder::code(const std::vector<JobIndex>& jobs, const Depth& depth)
         encoder.encode(*job.coding, job.weight, depth(jobs[i], job, encoder.planes()),
                        m_workers.arenas[size_t(worker)]);
   });
+  countCoded();
+}
+
+void PictureEncoder::countCoded() {
+  int64_t coded = 0;
+  for (const Arena& arena : m_workers.arenas) coded += arena.size();
+  m_budget.take(coded - m_coded);
+  m_coded = coded;
 }
 
 void PictureEncoder::transformAndCode() {
@@ -80,17 +92,17 @@ void PictureEncoder::transformAndCode() {
   for (size_t t = 0; t < m_tiles.size(); ++t) {
     m_encoders.push_back(std::make_unique<TileEncoder>(m_plan, int64_t(t)));
     TileEncoder& encoder = *m_encoders[t];
-    encoder.layOut(m_tiles[t]);
+    encoder.layOut(m_tiles[t], m_budget);
     if (!cut) all.clear();
     for (size_t j = 0; j < encoder.jobs().size(); ++j) all.push_back({uint32_t(t), uint32_t(j)});
     encoder.transform(m_samples, m_workers);
     if (cut) continue;
     code(all, [](JobIndex, const EncodeJob&, int) { return int(rkdCodeBlockMaxPasses); });
-    encoder.release();
+    encoder.release(m_budget);
   }
   if (!cut) return;
   codeAsNeeded(all, last.value);
-  for (const auto& encoder : m_encoders) encoder->release();
+  for (const auto& encoder : m_encoders) encoder->release(m_budget);
 }
 
 /// Codes blocks about as far as they are going to be cut: a few of them first, to know where.
@@ -179,7 +191,8 @@ void PictureEncoder::addGuardBits() {
   }
 }
 
-void PictureEncoder::chooseLayers(int64_t boxes) {
+/// @return bytes that the file has at most
+int64_t PictureEncoder::chooseLayers(int64_t boxes) {
   LayerCosts costs = fixedCosts(m_options, m_plan, m_encoders);
   costs.fixed += boxes;
   RateControl rate(m_tiles, costs);
@@ -188,23 +201,23 @@ void PictureEncoder::chooseLayers(int64_t boxes) {
       fail(Diag::targetTooSmall);
     }
   }
+  return costs.fixed + rate.bytes();
 }
 
 void PictureEncoder::encode(std::vector<uint8_t>& file) {
   transformAndCode();
   addGuardBits();
-  std::vector<uint8_t> boxes;
-  if (!m_options.rawStream) writeBoxes(boxes, m_info, 0);
-  chooseLayers(int64_t(boxes.size()));
-  std::vector<uint8_t> stream;
-  writeCodestream(m_options, m_plan, m_tiles, m_encoders, stream);
   file.clear();
-  if (m_options.rawStream) {
-    file = std::move(stream);
-    return;
-  }
-  writeBoxes(file, m_info, stream.size());
-  file.insert(file.end(), stream.begin(), stream.end());
+  if (!m_options.rawStream) writeBoxes(file, m_info, 0);
+  const int64_t bytes = chooseLayers(int64_t(file.size()));
+  // Packets of one tile are put together apart.
+  m_budget.take(bytes + bytes / int64_t(m_tiles.size()));
+  file = {};
+  file.reserve(size_t(bytes) + 64);
+  if (!m_options.rawStream) writeBoxes(file, m_info, uint64_t(bytes));
+  const size_t stream = file.size();
+  writeCodestream(m_options, m_plan, m_tiles, m_encoders, file);
+  if (!m_options.rawStream) finishBoxes(file, stream);
 }
 
 }  // namespace

@@ -170,6 +170,40 @@ void addRoi(const Options& options, EncodePlan& plan) {
   }
 }
 
+/// Changes of progression, which must leave no packet out.
+void addChanges(const Options& options, Coding& coding) {
+  const int components = int(coding.components.size()), resolutions = options.levels + 1;
+  for (const ProgressChange& change : options.changes) {
+    Progression p;
+    p.order = Order(change.progress);
+    p.firstResolution = change.firstResolution;
+    p.endResolution = std::min(change.endResolution, maxLevels + 1);
+    p.firstComponent = change.firstComponent;
+    p.endComponent = std::min(change.endComponent, components > 256 ? 16384 : 256);
+    p.endLayer = change.endLayer;
+    require(p.firstResolution >= 0 && p.firstResolution < p.endResolution &&
+                p.firstComponent >= 0 && p.firstComponent < p.endComponent && p.endLayer > 0,
+            "-poc: a stretch of no packets");
+    coding.changes.push_back(p);
+  }
+  require(coding.changes.size() <= 5000, "-poc: more than 5000 stretches");
+  if (coding.changes.empty()) return;
+  for (int c = 0; c < components; ++c) {
+    for (int r = 0; r < resolutions; ++r) {
+      int layers = 0;
+      for (const Progression& p : coding.changes) {
+        const bool holds = c >= p.firstComponent && c < p.endComponent && r >= p.firstResolution &&
+                           r < p.endResolution;
+        if (holds) layers = std::max(layers, std::min(p.endLayer, coding.layers));
+      }
+      if (layers < coding.layers) {
+        fail(Diag::badOptions, "-poc leaves out packets of component " + std::to_string(c) +
+                                   ", resolution " + std::to_string(r));
+      }
+    }
+  }
+}
+
 }  // namespace
 
 EncodePlan makeEncodePlan(const Options& options, const PictureInfo& info) {
@@ -198,6 +232,9 @@ EncodePlan makeEncodePlan(const Options& options, const PictureInfo& info) {
         makeQuantization(options, info.components[c].precision, reversible, chroma));
   }
   addRoi(options, plan);
+  addChanges(options, coding);
+  for (const auto& uuid : info.uuids) require(uuid.size() >= 16, "-uuid: fewer than 16 bytes");
+  plan.memory = options.memoryMiB << 20;
   return plan;
 }
 

@@ -17,6 +17,7 @@ struct EncodePlan {
   Rect roi;              ///< on the reference grid; empty: none
   bool limited = false;  ///< the last layer does not take everything
   int threads = 1;
+  int64_t memory = 0;  ///< BYTES that may be taken besides the caller's
 };
 
 EncodePlan makeEncodePlan(const Options& options, const PictureInfo& info);

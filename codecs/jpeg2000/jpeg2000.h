@@ -44,6 +44,14 @@ class Diagnostics {
 enum class Wavelet { reversible53, irreversible97 };
 enum class Progress { lrcp, rlcp, rpcl, pcrl, cprl };
 
+/// A stretch of packets in an order of its own: those of these resolutions, components and layers
+/// that stand in no stretch before it.
+struct ProgressChange {
+  int firstResolution = 0, firstComponent = 0;
+  int endLayer = 0, endResolution = 0, endComponent = 0;  ///< one behind the last
+  Progress progress = Progress::lrcp;
+};
+
 struct Window {
   int x = 0, y = 0, width = 0, height = 0;
   bool empty() const { return width <= 0 || height <= 0; }
@@ -67,11 +75,14 @@ struct Options {
   int style = 0;  ///< sum of rkdCodeBlock...
   int layers = 1;
   Progress progress = Progress::lrcp;
+  std::vector<ProgressChange> changes;  ///< instead of `progress`; together they hold all packets
   Window roi;
   bool sop = false, eph = false, tlm = false, plt = false;
   int offsetX = 0, offsetY = 0;
-  std::string profile;     ///< file of an ICC profile
-  bool rawStream = false;  ///< a codestream without boxes
+  std::string profile;    ///< file of an ICC profile
+  std::string xml, uuid;  ///< files of a text, and of 16 bytes that tell what the others are
+  double resolutionX = 0, resolutionY = 0;  ///< pixels a METRE; 0: not told
+  bool rawStream = false;                   ///< a codestream without boxes
   int guardBits = 2;
   char tileParts = 0;      ///< a new tile-part at every 'R'esolution, 'L'ayer or 'C'omponent
   char packedHeaders = 0;  ///< packet headers in 'M'ain or 'T'ile-part headers
@@ -144,6 +155,10 @@ struct PictureInfo {
   ColourSpace colour = ColourSpace::unspecified;
   int enumeratedColour = 0;
   std::vector<uint8_t> profile;  ///< ICC
+  double resolutionX = 0,
+         resolutionY = 0;                 ///< at which it was captured, pixels a METRE; 0: not told
+  std::vector<std::vector<uint8_t>> xml;  ///< texts
+  std::vector<std::vector<uint8_t>> uuids;  ///< 16 bytes that tell what the others are
 };
 
 /// A bottom-up picture in memory as BMP files hold it.

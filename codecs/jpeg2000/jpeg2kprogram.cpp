@@ -26,7 +26,8 @@ constexpr const char* usage =
     "encoding: -ratio R[,R] -psnr DB[,DB] -wlev N -wt wt53|wt97 -mct+|-mct- -tile WxH -prec WxH\n"
     "  -cblk WxH -style bypass,reset,termall,causal,predterm,segsym -layers N\n"
     "  -prog LRCP|RLCP|RPCL|PCRL|CPRL -roi WxH+X+Y -sop -eph -tlm -plt -parts R|L|C\n"
-    "  -packed M|T -derived -offset X,Y -icc FILE\n"
+    "  -packed M|T -derived -offset X,Y -poc R,C,ENDL,ENDR,ENDC,ORDER[/...]\n"
+    "  -icc FILE -xml FILE -uuid FILE -res DPI[,DPI]\n"
     "decoding: -reduce N -maxlayers N -component N -crop WxH+X+Y -strict -srgb\n"
     "both: -linf+|-linf- -diag [N] -memory MIB -threads N -bench N\n";
 
@@ -163,20 +164,32 @@ std::vector<SampleView> encoderViews(base::Image& image) {
   return views;
 }
 
-int encodeFile(Options options, Console& console, const Bytes& file) {
+/// Files whose contents become boxes. @return the name of one that cannot be read, or nothing
+std::string readAttachments(const Options& options, PictureInfo& info) {
+  if (!options.profile.empty() && !readFile(options.profile, info.profile)) return options.profile;
+  if (!options.xml.empty() && !readFile(options.xml, info.xml.emplace_back())) return options.xml;
+  if (!options.uuid.empty() && !readFile(options.uuid, info.uuids.emplace_back())) {
+    return options.uuid;
+  }
+  return {};
+}
+
+int encodeFile(Options options, Console& console, Bytes& file) {
   base::Image image;
   const base::ImageStatus status = base::readImage(file, image);
+  file = {};
   if (status != base::ImageStatus::ok) return complain(options.input, base::text(status));
   PictureInfo info;
   info.width = image.shape.width;
   info.height = image.shape.height;
+  info.resolutionX = options.resolutionX;
+  info.resolutionY = options.resolutionY;
   for (int c = 0; c < image.shape.channels; ++c) {
     info.components.push_back(
         {info.width, info.height, image.shape.depth, image.shape.isSigned, 1, 1});
   }
-  if (!options.profile.empty() && !readFile(options.profile, info.profile)) {
-    return complain(options.profile, "cannot be read");
-  }
+  const std::string unread = readAttachments(options, info);
+  if (!unread.empty()) return complain(unread, "cannot be read");
   options.rawStream = endsWith(options.output, ".j2k") || endsWith(options.output, ".j2c");
   const std::vector<SampleView> views = encoderViews(image);
   Bytes out;

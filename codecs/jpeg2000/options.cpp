@@ -93,9 +93,39 @@ bool wavelet(Text text, Options& o) {
   return oneOf(text, names, o.wavelet);
 }
 
-bool progress(Text text, Options& o) {
-  static constexpr const char* names[] = {"LRCP", "RLCP", "RPCL", "PCRL", "CPRL"};
-  return oneOf(text, names, o.progress);
+constexpr const char* progressNames[] = {"LRCP", "RLCP", "RPCL", "PCRL", "CPRL"};
+
+bool progress(Text text, Options& o) { return oneOf(text, progressNames, o.progress); }
+
+bool change(Text text, ProgressChange& c) {
+  int* const fields[] = {&c.firstResolution, &c.firstComponent, &c.endLayer, &c.endResolution,
+                         &c.endComponent};
+  for (int* const field : fields) {
+    const size_t comma = text.find(',');
+    if (comma == Text::npos || !number(text.substr(0, comma), 0, 65535, *field)) return false;
+    text.remove_prefix(comma + 1);
+  }
+  return oneOf(text, progressNames, c.progress);
+}
+
+bool changes(Text text, std::vector<ProgressChange>& list) {
+  list.clear();
+  while (true) {
+    const size_t slash = text.find('/');
+    if (!change(text.substr(0, slash), list.emplace_back())) return false;
+    if (slash == Text::npos) return true;
+    text.remove_prefix(slash + 1);
+  }
+}
+
+/// Of dots an inch, one number for both directions or two.
+bool resolution(Text text, Options& o) {
+  std::vector<double> values;
+  if (!numbers(text, 0.1, 1e6, values) || values.size() > 2) return false;
+  constexpr double inchesAMetre = 1 / 0.0254;
+  o.resolutionX = values.front() * inchesAMetre;
+  o.resolutionY = values.back() * inchesAMetre;
+  return true;
 }
 
 struct Key {
@@ -132,6 +162,8 @@ constexpr Key keys[] = {
      [](Options& o, Text v) { return style(v, o.style); }},
     {"layers", "1..65535", [](Options& o, Text v) { return number(v, 1, 65535, o.layers); }},
     {"prog", "LRCP, RLCP, RPCL, PCRL or CPRL", [](Options& o, Text v) { return progress(v, o); }},
+    {"poc", "R,C,ENDL,ENDR,ENDC,ORDER[/...]",
+     [](Options& o, Text v) { return changes(v, o.changes); }},
     {"roi", "WxH+X+Y", [](Options& o, Text v) { return window(v, o.roi); }},
     {"sop", nullptr, [](Options& o, Text) { return o.sop = true; }},
     {"eph", nullptr, [](Options& o, Text) { return o.eph = true; }},
@@ -142,6 +174,9 @@ constexpr Key keys[] = {
     {"derived", nullptr, [](Options& o, Text) { return o.derivedSteps = true; }},
     {"offset", "X,Y", [](Options& o, Text v) { return pair(v, ',', 0, o.offsetX, o.offsetY); }},
     {"icc", "FILE", [](Options& o, Text v) { return notEmpty(v, o.profile); }},
+    {"xml", "FILE", [](Options& o, Text v) { return notEmpty(v, o.xml); }},
+    {"uuid", "FILE", [](Options& o, Text v) { return notEmpty(v, o.uuid); }},
+    {"res", "DPI[,DPI]", [](Options& o, Text v) { return resolution(v, o); }},
     {"reduce", "0..32", [](Options& o, Text v) { return number(v, 0, 32, o.reduce); }},
     {"maxlayers", "1..65535", [](Options& o, Text v) { return number(v, 1, 65535, o.maxLayers); }},
     {"component", "0..16383", [](Options& o, Text v) { return number(v, 0, 16383, o.component); }},

@@ -48,6 +48,7 @@ struct LayerCosts {
   int64_t fixed = 0;      ///< bytes of the file that are no packets
   int64_t perPacket = 0;  ///< SOP and EPH
   bool lengths = false;   ///< PLT
+  int64_t parts = 0;      ///< tile-parts in all
 };
 
 /// Chooses cuts[layer] of all tiles for one layer after the other.
@@ -57,6 +58,8 @@ class RateControl {
 
   /// @return false when not even nothing fits
   bool choose(int layer, const LayerGoal& goal);
+  /// Bytes of the packets of all layers that are chosen.
+  int64_t bytes() const { return m_before; }
   /// Slope below which the layer that was chosen last takes nothing.
   double threshold() const { return m_threshold; }
 

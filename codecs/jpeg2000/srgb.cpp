@@ -42,7 +42,7 @@ std::string convertToSrgb(const PictureInfo& info, Pixels& pixels) {
                          extra > 0 ? cmsFLAGS_COPY_ALPHA : 0));
   if (!transform) return "the ICC profile cannot be converted from";
   const size_t count = size_t(pixels.width) * size_t(pixels.height);
-  std::vector<uint8_t> out(count * (3 + extra) * bytes);
+  decltype(pixels.bytes) out(count * (3 + extra) * bytes);
   if (pixels.depth > 8 && pixels.depth < 16) return "-srgb wants 8 or 16 bits";
   cmsDoTransform(transform.get(), pixels.bytes.data(), out.data(), cmsUInt32Number(count));
   pixels.bytes = std::move(out);

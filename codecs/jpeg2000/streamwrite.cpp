@@ -18,6 +18,34 @@ struct Part {
   std::vector<uint32_t> packetLengths;
 };
 
+constexpr size_t mostParts = 255;
+
+bool beginsPart(char tileParts, const PacketIndex& previous, const PacketIndex& next) {
+  switch (tileParts) {
+    case 'R':
+      return previous.resolution != next.resolution;
+    case 'L':
+      return previous.layer != next.layer;
+    case 'C':
+      return previous.component != next.component;
+    default:
+      return false;
+  }
+}
+
+/// Tile-parts that a tile is going to have.
+size_t countParts(char tileParts, const EncodePlan& plan, const TileEncoder& encoder) {
+  if (tileParts == 0) return 1;
+  PacketOrder order(encoder.rect(), plan.shape, encoder.geometry(), plan.coding);
+  size_t parts = 1;
+  std::optional<PacketIndex> previous;
+  while (const auto index = order.next()) {
+    if (previous && beginsPart(tileParts, *previous, *index) && parts < mostParts) ++parts;
+    previous = index;
+  }
+  return parts;
+}
+
 class TileWriter {
  public:
   TileWriter(const Options& options, const EncodePlan& plan, int64_t tile, TilePackets& packets,
@@ -27,7 +55,6 @@ class TileWriter {
   std::vector<Part> parts();
 
  private:
-  bool beginsPart(const PacketIndex& previous, const PacketIndex& next) const;
   void packet(const PacketIndex& index, Part& part);
   static void appendBodies(const PrecinctOutput& precinct, const TilePackets& packets, int layer,
                            std::vector<uint8_t>& out);
@@ -40,19 +67,6 @@ class TileWriter {
   int m_number = 0;
   std::vector<uint8_t> m_header;
 };
-
-bool TileWriter::beginsPart(const PacketIndex& previous, const PacketIndex& next) const {
-  switch (m_options.tileParts) {
-    case 'R':
-      return previous.resolution != next.resolution;
-    case 'L':
-      return previous.layer != next.layer;
-    case 'C':
-      return previous.component != next.component;
-    default:
-      return false;
-  }
-}
 
 void TileWriter::appendBodies(const PrecinctOutput& precinct, const TilePackets& packets, int layer,
                               std::vector<uint8_t>& out) {
@@ -95,9 +109,8 @@ std::vector<Part> TileWriter::parts() {
   list[0].tile = m_tile;
   PacketOrder order(m_encoder.rect(), m_plan.shape, m_encoder.geometry(), m_plan.coding);
   std::optional<PacketIndex> previous;
-  constexpr size_t mostParts = 255;
   while (const auto index = order.next()) {
-    if (previous && beginsPart(*previous, *index) && list.size() < mostParts) {
+    if (previous && beginsPart(m_options.tileParts, *previous, *index) && list.size() < mostParts) {
       const int number = int(list.size());
       list.emplace_back();
       list.back().tile = m_tile;
@@ -183,55 +196,80 @@ LayerCosts fixedCosts(const Options& options, const EncodePlan& plan,
   costs.perPacket = (options.sop ? 6 : 0) + (options.eph ? 2 : 0);
   costs.lengths = options.plt;
   costs.fixed = int64_t(header.size()) + 2;
-  // At most so many tile-parts; PLT, PPT and PPM have a head each, once more for every 65000 bytes.
-  int parts = 1;
-  const int levels = plan.coding.components[0].partition.levels;
-  if (options.tileParts == 'R')
-    parts = (levels + 1) *
-            (options.progress == Progress::rlcp || options.progress == Progress::rpcl ? 1 : 42);
-  if (options.tileParts == 'L') parts = plan.coding.layers;
-  if (options.tileParts == 'C') parts = int(plan.shape.components.size());
-  parts = std::min(parts, 255);
+  for (const auto& encoder : encoders) {
+    costs.parts += int64_t(countParts(options.tileParts, plan, *encoder));
+  }
+  // PLT, PPT and PPM have a head each, once more for every 65000 bytes.
   const int heads = (options.plt ? 5 : 0) + (options.packedHeaders ? 9 : 0);
-  costs.fixed += int64_t(encoders.size()) * parts * (14 + heads + (options.tlm ? 6 : 0)) +
-                 (options.tlm ? 6 : 0);
+  costs.fixed += costs.parts * (14 + heads);
+  if (options.tlm) {
+    costs.fixed += costs.parts * int64_t(tlmEntry) + (costs.parts / int64_t(tlmEntries) + 1) * 6;
+  }
   return costs;
 }
+
+namespace {
+
+/// The tile-parts of one tile, or of all, one after the other.
+class StreamWriter {
+ public:
+  StreamWriter(const Options& options, size_t tlm, std::vector<uint8_t>& out)
+      : m_options(options), m_tlm(tlm), m_out(out) {}
+
+  void write(const std::vector<Part>& parts) {
+    int packed = 0;
+    for (const Part& part : parts) {
+      const size_t start = m_out.size();
+      writePart(m_options, part, int(parts.size()), packed, m_out);
+      if (m_options.tlm) fillTlm(m_out, m_tlm, m_index, part.tile, m_out.size() - start);
+      ++m_index;
+    }
+  }
+
+ private:
+  const Options& m_options;
+  size_t m_tlm;
+  std::vector<uint8_t>& m_out;
+  size_t m_index = 0;
+};
+
+void writePackedInMain(const std::vector<std::vector<Part>>& tiles, std::vector<uint8_t>& out) {
+  std::vector<uint8_t> packed;
+  for (const auto& parts : tiles) {
+    for (const Part& part : parts) {
+      put32(packed, uint32_t(part.headers.size()));
+      packed.insert(packed.end(), part.headers.begin(), part.headers.end());
+    }
+  }
+  int number = 0;
+  writeNumbered(out, markerPpm, packed, number);
+}
+
+}  // namespace
 
 void writeCodestream(const Options& options, const EncodePlan& plan,
                      std::vector<TilePackets>& tiles,
                      const std::vector<std::unique_ptr<TileEncoder>>& encoders,
                      std::vector<uint8_t>& out) {
   writeMainHeader(out, plan.shape, plan.coding, commentText);
-  std::vector<std::vector<Part>> parts;
-  size_t count = 0;
-  for (size_t t = 0; t < tiles.size(); ++t) {
-    parts.push_back(TileWriter(options, plan, int64_t(t), tiles[t], *encoders[t]).parts());
-    count += parts.back().size();
-  }
   size_t tlm = 0;
-  if (options.tlm) tlm = writeTlm(out, count);
-  if (options.packedHeaders == 'M') {
-    std::vector<uint8_t> packed;
-    for (const auto& ofTile : parts) {
-      for (const Part& part : ofTile) {
-        put32(packed, uint32_t(part.headers.size()));
-        packed.insert(packed.end(), part.headers.begin(), part.headers.end());
-      }
-    }
-    int number = 0;
-    writeNumbered(out, markerPpm, packed, number);
+  if (options.tlm) {
+    size_t count = 0;
+    for (const auto& encoder : encoders) count += countParts(options.tileParts, plan, *encoder);
+    tlm = writeTlm(out, count);
   }
-  size_t index = 0;
-  for (auto& ofTile : parts) {
-    int packed = 0;
-    for (Part& part : ofTile) {
-      const size_t start = out.size();
-      writePart(options, part, int(ofTile.size()), packed, out);
-      if (options.tlm) fillTlm(out, tlm, index, part.tile, out.size() - start);
-      ++index;
-      part = {};
-    }
+  const auto partsOf = [&](size_t t) {
+    return TileWriter(options, plan, int64_t(t), tiles[t], *encoders[t]).parts();
+  };
+  StreamWriter writer(options, tlm, out);
+  if (options.packedHeaders == 'M') {
+    // All headers come before the first tile.
+    std::vector<std::vector<Part>> parts;
+    for (size_t t = 0; t < tiles.size(); ++t) parts.push_back(partsOf(t));
+    writePackedInMain(parts, out);
+    for (const auto& ofTile : parts) writer.write(ofTile);
+  } else {
+    for (size_t t = 0; t < tiles.size(); ++t) writer.write(partsOf(t));
   }
   put16(out, markerEoc);
 }

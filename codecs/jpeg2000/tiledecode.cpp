@@ -5,6 +5,7 @@
 
 #include "packetwalk.h"
 #include "parallel.h"
+#include "samples.h"
 
 namespace j2k {
 
@@ -279,25 +280,78 @@ void TileDecoder::reconstruct(const Coding& coding) {
   inverseColour(views);
 }
 
-void TileDecoder::store(std::span<const SampleView> outputs) {
-  forEachInParallel(m_plan.threads, outputs.size(), [&](size_t i, int) {
-    const int index = m_plan.components[i];
+namespace {
+
+/// Rows of one component, or of three that are pixels.
+struct StoreJob {
+  size_t first, count;  ///< outputs
+  int64_t y0, y1;
+};
+
+}  // namespace
+
+/// Three components from this output on that can be stored as pixels.
+bool TileDecoder::storesPixels(std::span<const SampleView> outputs, size_t first) const {
+  if (first + 3 > outputs.size() || !arePixels(outputs.subspan(first, 3))) return false;
+  const size_t index = size_t(m_plan.components[first]);
+  const ComponentShape& shape = m_stream.shape.components[index];
+  for (size_t i = 1; i < 3; ++i) {
+    const size_t other = size_t(m_plan.components[first + i]);
+    const ComponentShape& own = m_stream.shape.components[other];
+    const Component& a = m_components[index];
+    const Component& b = m_components[other];
+    const bool alike = own.precision == shape.precision && own.isSigned == shape.isSigned &&
+                       own.dx == shape.dx && own.dy == shape.dy && a.wanted == b.wanted &&
+                       a.top == b.top;
+    if (!alike || (a.wanted && a.planes->arithmetic() != b.planes->arithmetic())) return false;
+  }
+  return true;
+}
+
+void TileDecoder::storeRows(std::span<const SampleView> outputs, int first, int64_t y0,
+                            int64_t y1) {
+  SampleView views[3];
+  PlaneView planes[3];
+  for (size_t i = 0; i < outputs.size(); ++i) {
+    const int index = m_plan.components[size_t(first) + i];
     const Component& component = m_components[size_t(index)];
-    if (!component.wanted) return;
-    const ComponentShape& shape = m_stream.shape.components[size_t(index)];
     const Rect whole = m_plan.output(m_stream.shape, index);
     const Rect& own = component.output;
     const Rect& window = component.planes->window(component.top);
-    SampleView target = outputs[i];
-    const ptrdiff_t size = target.type == SampleType::u8    ? 1
-                           : target.type == SampleType::u16 ? 2
-                                                            : 4;
-    target.data = static_cast<std::byte*>(target.data) +
-                  (own.x0 - whole.x0) * target.pixelStep * size +
-                  (own.y0 - whole.y0) * target.rowStep;
-    storeSamples(component.planes->samples().part(own.x0 - window.x0, own.y0 - window.y0,
-                                                  own.width(), own.height()),
-                 shape.precision, shape.isSigned, target);
+    views[i] = moved(outputs[i], own.x0 - whole.x0, own.y0 - whole.y0 + y0);
+    planes[i] = component.planes->samples().part(own.x0 - window.x0, own.y0 - window.y0 + y0,
+                                                 own.width(), y1 - y0);
+  }
+  const ComponentShape& shape = m_stream.shape.components[size_t(m_plan.components[size_t(first)])];
+  storeSamples(
+      {{views, outputs.size()}, {planes, outputs.size()}, shape.precision, shape.isSigned});
+  for (size_t i = 0; i < outputs.size(); ++i) {
+    const Component& component = m_components[size_t(m_plan.components[size_t(first) + i])];
+    const int64_t top = component.output.y0 - component.planes->window(component.top).y0;
+    component.planes->drop(top + y0, top + y1);
+  }
+}
+
+/// Band after band of all components, so that memory of the planes is given back while that of the
+/// pixels is taken.
+void TileDecoder::store(std::span<const SampleView> outputs) {
+  constexpr int64_t band = 64;
+  std::vector<StoreJob> jobs;
+  int64_t rows = 0;
+  for (const Component& c : m_components) {
+    if (c.wanted) rows = std::max(rows, c.output.height());
+  }
+  for (int64_t y = 0; y < rows; y += band) {
+    for (size_t i = 0, count = 1; i < outputs.size(); i += count) {
+      count = storesPixels(outputs, i) ? 3 : 1;
+      const Component& component = m_components[size_t(m_plan.components[i])];
+      if (!component.wanted || y >= component.output.height()) continue;
+      jobs.push_back({i, count, y, std::min(y + band, component.output.height())});
+    }
+  }
+  forEachInParallel(m_plan.threads, jobs.size(), [&](size_t i, int) {
+    const StoreJob& job = jobs[i];
+    storeRows(outputs.subspan(job.first, job.count), int(job.first), job.y0, job.y1);
   });
 }
 

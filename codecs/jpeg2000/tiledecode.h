@@ -6,28 +6,13 @@
 #include <span>
 #include <vector>
 
+#include "budget.h"
 #include "codeblock.h"
 #include "codestream.h"
 #include "progression.h"
 #include "transform.h"
 
 namespace j2k {
-
-/// Memory that may still be taken.
-class Budget {
- public:
-  explicit Budget(int64_t bytes) : m_left(bytes) {}
-  void take(int64_t bytes) {
-    if (bytes > m_left) {
-      fail(Diag::memoryLimit, std::to_string((bytes - m_left + 1048575) >> 20) + " MiB more");
-    }
-    m_left -= bytes;
-  }
-  int64_t left() const { return m_left; }
-
- private:
-  int64_t m_left;
-};
 
 /// What of a picture is wanted.
 struct DecodePlan {
@@ -81,6 +66,8 @@ class TileDecoder {
                const Coding& coding);
   void decodeBlocks(int64_t tile, const Coding& coding);
   void reconstruct(const Coding& coding);
+  bool storesPixels(std::span<const SampleView> outputs, size_t first) const;
+  void storeRows(std::span<const SampleView> outputs, int first, int64_t y0, int64_t y1);
   void store(std::span<const SampleView> outputs);
 
   const Codestream& m_stream;

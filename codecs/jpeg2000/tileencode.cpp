@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "parallel.h"
+#include "samples.h"
 
 namespace j2k {
 
@@ -32,7 +33,7 @@ Rect roiInBand(Rect rect, int levels, int resolution, int orientation) {
 
 }  // namespace
 
-void TileEncoder::layOutBand(int component, const Resolution& resolution, int band,
+void TileEncoder::layOutBand(size_t component, const Resolution& resolution, int band,
                              int64_t precinct, const BandCoding& coding, double weight,
                              PrecinctOutput::PerBand& out) {
   out.grid = resolution.blocks(band, precinct);
@@ -42,11 +43,11 @@ void TileEncoder::layOutBand(int component, const Resolution& resolution, int ba
   const size_t count = size_t(out.grid.wide) * size_t(out.grid.high);
   out.blocks.resize(count);
   const Rect& own = resolution.bands[size_t(band)].rect;
-  const PlaneView plane = m_planes[size_t(component)]->band(resolution.index, coding.orientation);
+  const PlaneView plane = m_planes[component]->band(resolution.index, coding.orientation);
   Rect roi;
   if (coding.roiShift > 0) {
-    const ComponentShape& shape = m_plan.shape.components[size_t(component)];
-    const int levels = int(m_geometry[size_t(component)].resolutions.size()) - 1;
+    const ComponentShape& shape = m_plan.shape.components[component];
+    const int levels = int(m_geometry[component].resolutions.size()) - 1;
     roi = roiInBand(dividedBy(m_plan.roi, shape.dx, shape.dy), levels, resolution.index,
                     coding.orientation);
   }
@@ -65,62 +66,108 @@ void TileEncoder::layOutBand(int component, const Resolution& resolution, int ba
   }
 }
 
-void TileEncoder::layOut(TilePackets& packets) {
-  const Coding& coding = m_plan.coding;
+void TileEncoder::makePlanes(size_t component, Budget& budget) {
+  const bool transformed = m_plan.coding.transform && component < 3;
+  const Arithmetic arithmetic =
+      arithmeticFor(m_plan.coding.components[component].reversible,
+                    m_plan.shape.components[component].precision, transformed);
+  std::vector<Rect> windows;
+  for (const Resolution& r : m_geometry[component].resolutions) windows.push_back(r.rect);
+  const int64_t bytes = CoefficientPlanes::bytes(arithmetic, windows);
+  budget.take(bytes);
+  m_planeBytes += bytes;
+  m_planes.push_back(std::make_unique<CoefficientPlanes>(arithmetic, std::move(windows)));
+}
+
+void TileEncoder::layOutResolution(size_t component, const Resolution& resolution,
+                                   TilePackets::Lane& lane, Budget& budget) {
+  const Coding& all = m_plan.coding;
+  const ComponentCoding& own = all.components[component];
+  const Quantization& quantization = all.quantization[component];
+  lane.style = own.style;
+  // Rate control has copies of what packet headers need.
+  constexpr int64_t copies = 3;
+  budget.take(copies * int64_t(sizeof(PrecinctOutput)) * resolution.precincts());
+  lane.precincts.resize(size_t(resolution.precincts()));
+  for (int b = 0; b < resolution.bandCount; ++b) {
+    const Band& band = resolution.bands[size_t(b)];
+    auto coding = std::make_unique<BandCoding>();
+    coding->orientation = band.orientation;
+    coding->style = own.style;
+    coding->roiShift = all.roiShift[component];
+    coding->planes = quantization.planes(band.index) + coding->roiShift;
+    coding->reversible = own.reversible;
+    const int gain = (band.orientation & 1) + (band.orientation >> 1);
+    const int precision = m_plan.shape.components[component].precision;
+    const double step = own.reversible ? 1 : quantization.step(band.index, precision, gain);
+    coding->step = float(step);
+    const double colour =
+        all.transform && component < 3 ? colourNorm(own.reversible, int(component)) : 1;
+    const double norm = bandNorm(own.reversible, band.level, band.orientation) * colour * step;
+    for (int64_t p = 0; p < resolution.precincts(); ++p) {
+      PrecinctOutput& precinct = lane.precincts[size_t(p)];
+      precinct.bandCount = resolution.bandCount;
+      const BlockGrid grid = resolution.blocks(b, p);
+      const int64_t blocks = int64_t(grid.wide) * grid.high;
+      constexpr int64_t aNode = 16;
+      budget.take(blocks * int64_t(sizeof(EncodeJob) + sizeof(CodedBlock)) + blocks * all.layers +
+                  copies * (blocks * int64_t(sizeof(PrecinctOutput::Written)) +
+                            2 * aNode * TagTree::nodes(grid.wide, grid.high)));
+      layOutBand(component, resolution, b, p, *coding, norm * norm, precinct.bands[size_t(b)]);
+    }
+    m_codings.push_back(std::move(coding));
+  }
+}
+
+void TileEncoder::layOut(TilePackets& packets, Budget& budget) {
   packets.lanes.resize(m_geometry.size());
   for (size_t c = 0; c < m_geometry.size(); ++c) {
-    const TileComponent& geometry = m_geometry[c];
-    const ComponentCoding& own = coding.components[c];
-    const int precision = m_plan.shape.components[c].precision;
-    std::vector<Rect> windows;
-    for (const Resolution& r : geometry.resolutions) windows.push_back(r.rect);
-    const bool transformed = coding.transform && c < 3;
-    m_planes.push_back(std::make_unique<CoefficientPlanes>(
-        arithmeticFor(own.reversible, precision, transformed), windows));
-    for (const Resolution& r : geometry.resolutions) {
-      TilePackets::Lane lane;
-      lane.style = own.style;
-      lane.precincts.resize(size_t(r.precincts()));
-      for (int b = 0; b < r.bandCount; ++b) {
-        const Band& band = r.bands[size_t(b)];
-        auto bandCoding = std::make_unique<BandCoding>();
-        bandCoding->orientation = band.orientation;
-        bandCoding->style = own.style;
-        bandCoding->roiShift = coding.roiShift[c];
-        bandCoding->planes = coding.quantization[c].planes(band.index) + bandCoding->roiShift;
-        bandCoding->reversible = own.reversible;
-        const int gain = (band.orientation & 1) + (band.orientation >> 1);
-        const double step =
-            own.reversible ? 1 : coding.quantization[c].step(band.index, precision, gain);
-        bandCoding->step = float(step);
-        const double norm = bandNorm(own.reversible, band.level, band.orientation) *
-                            (transformed ? colourNorm(own.reversible, int(c)) : 1) * step;
-        for (int64_t p = 0; p < r.precincts(); ++p) {
-          PrecinctOutput& precinct = lane.precincts[size_t(p)];
-          precinct.bandCount = r.bandCount;
-          layOutBand(int(c), r, b, p, *bandCoding, norm * norm, precinct.bands[size_t(b)]);
-        }
-        m_codings.push_back(std::move(bandCoding));
-      }
-      packets.lanes[c].push_back(std::move(lane));
+    makePlanes(c, budget);
+    for (const Resolution& r : m_geometry[c].resolutions) {
+      layOutResolution(c, r, packets.lanes[c].emplace_back(), budget);
     }
   }
   packets.blocks.resize(m_jobs.size());
 }
 
+/// Whether three components can be loaded as the pixels that they are.
+bool TileEncoder::loadsPixels(std::span<const SampleView> samples) const {
+  if (samples.size() != 3 || !arePixels(samples)) return false;
+  const std::vector<ComponentShape>& shapes = m_plan.shape.components;
+  for (size_t c = 1; c < 3; ++c) {
+    if (shapes[c].precision != shapes[0].precision || shapes[c].isSigned != shapes[0].isSigned ||
+        m_planes[c]->arithmetic() != m_planes[0]->arithmetic() || shapes[c].dx != shapes[0].dx ||
+        shapes[c].dy != shapes[0].dy) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void TileEncoder::load(std::span<const SampleView> samples, size_t first, int64_t y0, int64_t y1) {
+  SampleView views[3];
+  PlaneView planes[3];
+  for (size_t i = 0; i < samples.size(); ++i) {
+    const Rect whole = m_plan.shape.component(int(first + i));
+    const Rect& own = m_geometry[first + i].rect;
+    views[i] = moved(samples[i], own.x0 - whole.x0, own.y0 - whole.y0 + y0);
+    planes[i] = m_planes[first + i]->samples().part(0, y0, own.width(), y1 - y0);
+  }
+  const ComponentShape& shape = m_plan.shape.components[first];
+  loadSamples({{views, samples.size()}, {planes, samples.size()}, shape.precision, shape.isSigned});
+}
+
 void TileEncoder::transform(std::span<const SampleView> samples, EncodeWorkers& workers) {
   const int threads = m_plan.threads;
-  forEachInParallel(threads, samples.size(), [&](size_t c, int) {
-    const PlaneView plane = m_planes[c]->samples();
-    if (plane.width == 0 || plane.height == 0) return;
-    const ComponentShape& shape = m_plan.shape.components[c];
-    const Rect whole = m_plan.shape.component(int(c)), &own = m_geometry[c].rect;
-    SampleView view = samples[c];
-    const ptrdiff_t size = view.type == SampleType::u8 ? 1 : view.type == SampleType::u16 ? 2 : 4;
-    view.data = static_cast<std::byte*>(view.data) + (own.x0 - whole.x0) * view.pixelStep * size +
-                (own.y0 - whole.y0) * view.rowStep;
-    loadSamples(view, shape.precision, shape.isSigned, plane);
-  });
+  constexpr int64_t band = 64;
+  const size_t together = loadsPixels(samples) ? 3 : 1;
+  for (size_t c = 0; c < samples.size(); c += together) {
+    const int64_t height = m_geometry[c].rect.height();
+    forEachInParallel(threads, size_t(ceilDiv(height, band)), [&](size_t i, int) {
+      const int64_t y = int64_t(i) * band;
+      load(samples.subspan(c, together), c, y, std::min(y + band, height));
+    });
+  }
   if (m_plan.coding.transform) {
     const PlaneView views[3] = {m_planes[0]->samples(), m_planes[1]->samples(),
                                 m_planes[2]->samples()};

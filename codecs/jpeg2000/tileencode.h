@@ -6,6 +6,7 @@
 #include <span>
 #include <vector>
 
+#include "budget.h"
 #include "codeblock.h"
 #include "encodeplan.h"
 #include "rate.h"
@@ -34,12 +35,16 @@ class TileEncoder {
  public:
   TileEncoder(const EncodePlan& plan, int64_t tile);
 
-  /// Lays out precincts and blocks.
-  void layOut(TilePackets& packets);
+  /// Lays out planes, precincts and blocks.
+  void layOut(TilePackets& packets, Budget& budget);
   /// Samples to coefficients.
   void transform(std::span<const SampleView> samples, EncodeWorkers& workers);
   const std::vector<EncodeJob>& jobs() const { return m_jobs; }
-  void release() { m_planes.clear(); }
+  void release(Budget& budget) {
+    m_planes.clear();
+    budget.giveBack(m_planeBytes);
+    m_planeBytes = 0;
+  }
 
   const std::vector<TileComponent>& geometry() const { return m_geometry; }
   const Rect& rect() const { return m_rect; }
@@ -47,13 +52,19 @@ class TileEncoder {
   const BandCoding& coding(size_t job) const { return *m_jobs[job].coding; }
 
  private:
-  void layOutBand(int component, const Resolution& resolution, int band, int64_t precinct,
+  bool loadsPixels(std::span<const SampleView> samples) const;
+  void load(std::span<const SampleView> samples, size_t first, int64_t y0, int64_t y1);
+  void makePlanes(size_t component, Budget& budget);
+  void layOutResolution(size_t component, const Resolution& resolution, TilePackets::Lane& lane,
+                        Budget& budget);
+  void layOutBand(size_t component, const Resolution& resolution, int band, int64_t precinct,
                   const BandCoding& coding, double weight, PrecinctOutput::PerBand& out);
 
   const EncodePlan& m_plan;
   Rect m_rect;
   std::vector<TileComponent> m_geometry;
   std::vector<std::unique_ptr<CoefficientPlanes>> m_planes;
+  int64_t m_planeBytes = 0;
   std::vector<std::unique_ptr<BandCoding>> m_codings;
   std::vector<EncodeJob> m_jobs;
 };

@@ -4,7 +4,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include "rkd/rkdcolor.h"
 #include "rkd/rkdjpeg.h"
@@ -97,6 +98,17 @@ CoefficientPlanes::CoefficientPlanes(Arithmetic arithmetic, std::vector<Rect> wi
   }
 }
 
+void CoefficientPlanes::drop(int64_t y0, int64_t y1) const {
+  const PlaneView& view = m_views.back();
+  constexpr size_t worthIt = size_t(1) << 22;
+  if (view.step * size_t(view.height) < worthIt) return;
+  const uintptr_t page = uintptr_t(sysconf(_SC_PAGESIZE));
+  const uintptr_t from = reinterpret_cast<uintptr_t>(view.row<uint8_t>(y0));
+  const uintptr_t to = reinterpret_cast<uintptr_t>(view.row<uint8_t>(y1));
+  const uintptr_t first = (from + page - 1) / page * page, end = to / page * page;
+  if (first < end) madvise(reinterpret_cast<void*>(first), end - first, MADV_DONTNEED);
+}
+
 PlaneView CoefficientPlanes::band(int resolution, int orientation) const {
   const PlaneView& view = m_views[size_t(resolution)];
   if (resolution == 0) return view;
@@ -164,118 +176,9 @@ void colour(const PlaneView planes[3]) {
   }
 }
 
-template <typename Visit>
-void withPlaneType(Arithmetic arithmetic, const Visit& visit) {
-  switch (arithmetic) {
-    case Arithmetic::narrow:
-      visit(int16_t());
-      break;
-    case Arithmetic::wide:
-      visit(int32_t());
-      break;
-    case Arithmetic::real:
-      visit(float());
-      break;
-  }
-}
-
-template <typename Visit>
-void withSampleType(SampleType type, const Visit& visit) {
-  switch (type) {
-    case SampleType::u8:
-      visit(uint8_t());
-      break;
-    case SampleType::u16:
-      visit(uint16_t());
-      break;
-    case SampleType::s32:
-      visit(int32_t());
-      break;
-  }
-}
-
-template <typename S>
-S* sampleRow(const SampleView& samples, int y) {
-  return reinterpret_cast<S*>(static_cast<std::byte*>(samples.data) + samples.rowStep * y);
-}
-
-/// Rows with the distance between samples known to the compiler where it is a common one.
-template <typename Row>
-void withStep(ptrdiff_t step, const Row& row) {
-  if (step == 1) return row(std::integral_constant<ptrdiff_t, 1>());
-  if (step == 3) return row(std::integral_constant<ptrdiff_t, 3>());
-  row(step);
-}
-
-/// What of a value of a plane an output sample is.
-struct Shifted {
-  int64_t offset, low, high;
-
-  int32_t operator()(int32_t v) const {
-    return int32_t(std::clamp<int64_t>(v + offset, low, high));
-  }
-  int32_t operator()(int16_t v) const {
-    return std::clamp(v + int32_t(offset), int32_t(low), int32_t(high));
-  }
-  int32_t operator()(float v) const {
-    // Clamped before it is made a whole number: what a damaged stream gives may be out of range.
-    const float shifted = std::clamp(v + float(offset), float(low), float(high));
-    return int32_t(std::lrint(shifted));
-  }
-};
-
-Shifted shiftedFor(int precision, bool isSigned, SampleType type) {
-  const int64_t half = int64_t(1) << (precision - 1);
-  int64_t low = isSigned ? -half : 0, high = low + 2 * half - 1;
-  int64_t offset = isSigned ? 0 : half;
-  if (type == SampleType::s32) {
-    low = std::max<int64_t>(low, INT32_MIN);
-    high = std::min<int64_t>(high, INT32_MAX);
-  } else if (isSigned) {
-    offset += half;
-    low += half;
-    high += half;
-  }
-  return {offset, low, high};
-}
-
 }  // namespace
 
 void forwardColour(const PlaneView planes[3]) { colour<true>(planes); }
 void inverseColour(const PlaneView planes[3]) { colour<false>(planes); }
-
-void loadSamples(const SampleView& samples, int precision, bool isSigned, const PlaneView& plane) {
-  const int32_t offset = isSigned ? 0 : int32_t(1U << std::min(precision - 1, 30));
-  withPlaneType(plane.arithmetic, [&](auto p) {
-    withSampleType(samples.type, [&](auto s) {
-      using P = decltype(p);
-      using S = decltype(s);
-      for (int y = 0; y < plane.height; ++y) {
-        P* const dst = plane.row<P>(y);
-        const S* const src = sampleRow<const S>(samples, y);
-        withStep(samples.pixelStep, [&](auto step) {
-          for (int x = 0; x < plane.width; ++x) dst[x] = P(int32_t(src[x * step]) - offset);
-        });
-      }
-    });
-  });
-}
-
-void storeSamples(const PlaneView& plane, int precision, bool isSigned, const SampleView& samples) {
-  const Shifted convert = shiftedFor(precision, isSigned, samples.type);
-  withPlaneType(plane.arithmetic, [&](auto p) {
-    withSampleType(samples.type, [&](auto s) {
-      using P = decltype(p);
-      using S = decltype(s);
-      for (int y = 0; y < plane.height; ++y) {
-        const P* const src = plane.row<P>(y);
-        S* const dst = sampleRow<S>(samples, y);
-        withStep(samples.pixelStep, [&](auto step) {
-          for (int x = 0; x < plane.width; ++x) dst[x * step] = S(convert(src[x]));
-        });
-      }
-    });
-  });
-}
 
 }  // namespace j2k

@@ -1,7 +1,6 @@
 #pragma once
 /// @file
-/// Adapter of the library's wavelets and component transforms, and the way of samples into planes
-/// and out of them.
+/// Adapter of the library's wavelets and component transforms.
 
 #include <cstdint>
 #include <span>
@@ -37,6 +36,9 @@ class CoefficientPlanes {
   PlaneView samples() const { return m_views.back(); }
   Arithmetic arithmetic() const { return m_views.back().arithmetic; }
 
+  /// Gives the memory of rows of samples back to the system: nobody reads them any more.
+  void drop(int64_t y0, int64_t y1) const;
+
   void forward(std::vector<uint8_t>& work) const;
   void inverse(std::vector<uint8_t>& work) const;
 
@@ -49,10 +51,5 @@ class CoefficientPlanes {
 /// Colour transform of three planes of equal shape and arithmetic, in place.
 void forwardColour(const PlaneView planes[3]);
 void inverseColour(const PlaneView planes[3]);
-
-/// Samples to a plane, less half their range where they are unsigned; and back, rounded and
-/// clamped.
-void loadSamples(const SampleView& samples, int precision, bool isSigned, const PlaneView& plane);
-void storeSamples(const PlaneView& plane, int precision, bool isSigned, const SampleView& samples);
 
 }  // namespace j2k

@@ -154,6 +154,20 @@ TEST_F(Decompress, OurFilesDecodeExactly) {
   }
 }
 
+TEST_F(Decompress, OurChangesOfProgressionDecode) {
+  Picture picture = photograph(131, 117);
+  Options o;
+  o.layers = 3;
+  o.changes = {{0, 0, 1, 3, 3, j2k::Progress::rlcp},
+               {0, 0, 2, 6, 2, j2k::Progress::cprl},
+               {0, 0, 3, 6, 3, j2k::Progress::rpcl}};
+  o.precincts = {{0, 0, 64, 64}};
+  write("x.jp2", encoded(picture, o));
+  EXPECT_EQ(0, largestDifference(
+                   picture,
+                   fromAnymap(made("-i " + file("x.jp2") + " -o " + file("out.ppm"), "out.ppm"))));
+}
+
 TEST_F(Decompress, RegionOfInterestAndManyDepthsDecode) {
   Picture picture = photograph(131, 117);
   Options o;

@@ -69,6 +69,26 @@ TEST_F(Program, KeepsPicturesThroughEveryFormat) {
   EXPECT_EQ(read("c_1.pgx"), read("d_0.pgx"));
 }
 
+TEST_F(Program, WritesBoxesAndChangesOfProgressionThatKeysAskFor) {
+  write("in.ppm", anymap(3, 8));
+  write("note.xml", {'<', 'n', '/', '>'});
+  write("uuid.bin", Bytes(20, 'u'));
+  ASSERT_EQ(0, run("-i " + file("in.ppm") + " -o " + file("x.jp2") + " -xml " + file("note.xml") +
+                   " -uuid " + file("uuid.bin") +
+                   " -res 300,150 -layers 2 -poc 0,0,1,3,3,RLCP/0,0,2,6,3,CPRL")
+                   .first);
+  ASSERT_EQ(0, run("-i " + file("x.jp2") + " -o " + file("out.ppm")).first);
+  EXPECT_EQ(read("in.ppm"), read("out.ppm"));
+  const std::string list = run("-i " + file("x.jp2") + " -linf+").second;
+  for (const char* const part :
+       {"box 'xml ' at", "<n/>", "box 'uuid' at", "box 'resc' at", "POC at"}) {
+    EXPECT_NE(std::string::npos, list.find(part)) << part << "\n" << list;
+  }
+  for (const char* const wrong : {"-poc 0,0,1,3,3", "-poc 0,0,1,3,3,XYZ", "-res 0", "-xml none"}) {
+    EXPECT_NE(0, run("-i " + file("in.ppm") + " -o " + file("x.jp2") + " " + wrong).first) << wrong;
+  }
+}
+
 TEST_F(Program, TellsWhatIsWrongInOneLine) {
   write("in.ppm", anymap(3, 8));
   write("junk", {1, 2, 3});
