@@ -151,9 +151,7 @@ class Refusals {
   }
 
  private:
-  RkdStatus call(const std::vector<Value>& values) const {
-    return m_function.call(m_function.address, values.data());
-  }
+  RkdStatus call(const std::vector<Value>& values) const { return m_function.call(values.data()); }
 
   void makeRight() {
     int bytes = 1;  // of a sample of the last pointer
@@ -166,7 +164,7 @@ class Refusals {
       } else if (type.kind == Type::NUMBER) {
         value.number = rightNumber(word, bytes);
       } else {
-        if (type.bytes != 0) bytes = type.bytes;
+        if (!type.isVoid) bytes = type.bytes();
         value.pointer = type.kind == Type::PLANES ? m_operands.makePlanes(word, type.written)
                                                   : m_operands.make(word, type.written);
       }
