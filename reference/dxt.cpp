@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <cmath>
 #include <cstdlib>
 #include <vector>
 
@@ -116,36 +117,82 @@ Axis mainAxis(const Block& b) {
   return Axis(covariance[widest]);
 }
 
-// Levels between the ends of what lies on the main axis, drawn in by a sixteenth of the distance.
-Sums firstLevels(const Block& b) {
-  const Axis axis = mainAxis(b);
+// Of what lies on the main axis.
+struct Range {
   int low = INT_MAX, high = INT_MIN;
-  for (int i = 0; i < 16; ++i) {
-    if (!b.counts[i]) continue;
-    low = std::min(low, axis.along(b.pixel[i]));
-    high = std::max(high, axis.along(b.pixel[i]));
+  Range(const Block& b, const Axis& axis) {
+    for (int i = 0; i < 16; ++i) {
+      if (!b.counts[i]) continue;
+      low = std::min(low, axis.along(b.pixel[i]));
+      high = std::max(high, axis.along(b.pixel[i]));
+    }
   }
-  // 5/24, 1/2 and 19/24 of four levels, 9/32 and 23/32 of three, in 65536ths.
-  const std::vector<int> steps =
-      b.three ? std::vector{18432, 47104} : std::vector{13653, 32768, 51883};
+};
+
+// Whether the colours lie near the range's ends and middle.
+bool onThreeLevels(const Block& b, const Axis& axis) {
+  const Range r(b, axis);
+  const int range = r.high - r.low, twelfth = range * 5461 >> 16;
+  bool middle = false;
+  for (const Pixel& p : b.pixel) {
+    const int away = std::abs(axis.along(p) - (r.low + range / 2));
+    if (away >= twelfth && away <= 3 * twelfth) return false;
+    middle = middle || away < twelfth;
+  }
+  return middle && range > 1270;
+}
+
+// The place on the axis of the steps of 5, 6, 5 bits nearest to the point of the axis through the
+// mean that is at `along`.
+float nearestStep(const Block& b, const Axis& axis, const Sums& sums, int along) {
+  const auto dot = [](const float* x, const float* y) {
+    return x[0] * y[0] + x[1] * y[1] + x[2] * y[2];
+  };
+  float weight[3], sum[3], step[3];
+  for (int c = 0; c < 3; ++c) {
+    weight[c] = static_cast<float>(axis.weight[c]);
+    sum[c] = static_cast<float>(sums.p[c]);
+  }
+  const float inverse = 1.0f / std::max(dot(weight, weight), 1.0f);
+  const float distance = (static_cast<float>(along * b.count) - dot(weight, sum)) * inverse;
+  for (int c = 0; c < 3; ++c) {
+    const auto last = static_cast<float>(top(c));
+    const float scale = 1.0f / static_cast<float>(b.count) * (last / 255.0f);
+    const float v = sum[c] * scale + 0.5f + weight[c] * scale * distance;
+    step[c] = std::floor(std::clamp(v, 0.0f, last + 0.5f));
+  }
+  for (int c = 0; c < 3; ++c) weight[c] *= 255.0f / static_cast<float>(top(c));
+  return dot(weight, step);
+}
+
+// The nearest levels between first ends.
+Sums firstLevels(const Block& b, const Axis& axis) {
   Sums sums;
   for (int i = 0; i < 16; ++i) {
+    for (int c = 0; c < 3 && b.counts[i]; ++c) sums.p[c] += b.pixel[i][c];
+  }
+  if (b.count == 0) return sums;
+  const Range r(b, axis);
+  const int inset = (r.high - r.low) >> 4;
+  const int low = static_cast<int>(nearestStep(b, axis, sums, r.low + inset));
+  const int high = static_cast<int>(nearestStep(b, axis, sums, r.high - inset));
+  const auto range = static_cast<float>(high - low);
+  const int base = low - static_cast<int>(range * (b.three ? 1 / 4.0f : 1 / 6.0f));
+  const int past = static_cast<int>(range * (b.three ? 3 / 2.0f : 4 / 3.0f));
+  const int scale = static_cast<int>((b.three ? 131072.0f : 196608.0f) / std::max(range, 4.0f));
+  for (int i = 0; i < 16; ++i) {
     if (!b.counts[i]) continue;
-    int level = 0;
-    for (const int step : steps)
-      level += axis.along(b.pixel[i]) > low + ((high - low) * step >> 16);
+    const int above = std::max(axis.along(b.pixel[i]) - base, 0);
+    const int level = std::min(above, std::max(past - 1, 0)) * scale >> 16;
     sums.s += level;
     sums.q += level * level;
-    for (int c = 0; c < 3; ++c) {
-      sums.p[c] += b.pixel[i][c];
-      sums.x[c] += level * b.pixel[i][c];
-    }
+    for (int c = 0; c < 3; ++c) sums.x[c] += level * b.pixel[i][c];
   }
   return sums;
 }
 
-// Ends, in either order, whose level next to the upper one is nearest to v.
-void nearestPair(int c, int v, bool three, int& upper, int& lower) {
+// Ends, in either order, whose level next to the upper one is nearest to v, and how near that is.
+int nearestPair(int c, int v, bool three, int& upper, int& lower) {
   std::array<int, 4> best{256};  // error, distance and the ends themselves
   for (int u = 0; u <= top(c); ++u) {
     for (int l = 0; l <= top(c); ++l) {
@@ -156,53 +203,51 @@ void nearestPair(int c, int v, bool three, int& upper, int& lower) {
   }
   upper = best[2];
   lower = best[3];
+  return best[0];
 }
 
-// The error that two widened ends leave in a channel, times last squared, less a constant.
-int errorOf(const Block& b, const Sums& sums, int c, int upper, int lower) {
-  const int last = b.last(), step = upper - lower;
-  return b.count * last * last * lower * lower + 2 * last * sums.s * lower * step +
-         sums.q * step * step - 2 * last * last * sums.p[c] * lower - 2 * last * sums.x[c] * step;
-}
-
-// Of the steps of 5 (6) bits around the ends that fit best, the two that fit best together.
-void bestSteps(const Block& b, const Sums& sums, int c, int& upper, int& lower) {
-  const int d = b.count * sums.q - sums.s * sums.s;
-  const int low = sums.q * sums.p[c] - sums.s * sums.x[c];
-  const int high = low + b.last() * (b.count * sums.x[c] - sums.s * sums.p[c]);
-  const float scale = static_cast<float>(top(c)) / static_cast<float>(255 * d);
-  const auto stepBelow = [&](int v) {
-    return static_cast<int>(static_cast<float>(std::clamp(v, 0, 255 * d)) * scale);
-  };
-  int least = INT_MAX;
-  for (int u = stepBelow(high); u <= std::min(stepBelow(high) + 1, top(c)); ++u) {
-    for (int l = stepBelow(low); l <= std::min(stepBelow(low) + 1, top(c)); ++l) {
-      const int error = errorOf(b, sums, c, widen(c, u), widen(c, l));
-      if (error >= least) continue;
-      least = error;
-      upper = u;
-      lower = l;
-    }
-  }
-}
-
-// The ends in 5, 6, 5 bits.
-void fitEnds(const Block& b, Colour& upper, Colour& lower) {
-  const Sums sums = firstLevels(b);
-  const bool shared = b.count * sums.q == sums.s * sums.s;
+// The ends for colours that share a level; opaque blocks may take three levels.
+void solidEnds(Block& b, const Sums& sums, bool mayAsk, Colour& upper, Colour& lower) {
+  int mean[3], gained = 0;
   for (int c = 0; c < 3; ++c) {
-    if (shared) {
-      const int mean = b.count ? (2 * sums.p[c] + b.count) / (2 * b.count) : 0;
-      nearestPair(c, mean, b.three, upper.c[c], lower.c[c]);
-    } else {
-      bestSteps(b, sums, c, upper.c[c], lower.c[c]);
-    }
+    mean[c] = b.count ? (2 * sums.p[c] + b.count) / (2 * b.count) : 0;
+    const int four = nearestPair(c, mean[c], false, upper.c[c], lower.c[c]);
+    const int three = nearestPair(c, mean[c], true, upper.c[c], lower.c[c]);
+    gained += four * four - three * three;
+  }
+  if (mayAsk && b.count == 16 && gained > 0) b.three = true;
+  for (int c = 0; c < 3; ++c) nearestPair(c, mean[c], b.three, upper.c[c], lower.c[c]);
+}
+
+// The step nearest to v, which counts `unit` times.
+int nearestStep(int c, int v, int unit) {
+  const int last = 255 * std::max(unit, 1);
+  const float scale = 1.0f / static_cast<float>(last) * static_cast<float>(top(c));
+  return static_cast<int>(static_cast<float>(std::clamp(v, 0, last)) * scale + 0.5f);
+}
+
+// The ends in 5, 6, 5 bits. mayAsk: opaque blocks may become blocks of three colours.
+void fitEnds(Block& b, bool mayAsk, Colour& upper, Colour& lower) {
+  const Axis axis = mainAxis(b);
+  if (mayAsk && b.count == 16 && onThreeLevels(b, axis)) b.three = true;
+  const Sums sums = firstLevels(b, axis);
+  const int d = b.count * sums.q - sums.s * sums.s, last = b.last();
+  if (d == 0) return solidEnds(b, sums, mayAsk, upper, lower);
+  // What the product of both ends and the square of the lower one count.
+  const int both = last * sums.s - sums.q;
+  const int square = b.count * last * last - 2 * both - sums.q;
+  for (int c = 0; c < 3; ++c) {
+    const int low = sums.q * sums.p[c] - sums.s * sums.x[c];
+    const int slope = b.count * sums.x[c] - sums.s * sums.p[c];
+    upper.c[c] = nearestStep(c, low + last * slope, d);
+    const int rest = last * (last * sums.p[c] - sums.x[c]);
+    lower.c[c] = nearestStep(c, rest - both * widen(c, upper.c[c]), square);
   }
 }
 
-void encodeColour(const Block& b, uint8_t* out) {
+void encodeColour(Block& b, bool mayAsk, uint8_t* out) {
   Colour e0, e1;
-  fitEnds(b, e0, e1);
+  fitEnds(b, mayAsk, e0, e1);
   if (b.three ? pack(e0) > pack(e1) : pack(e0) < pack(e1)) std::swap(e0, e1);
   const int ends = pack(e0) | pack(e1) << 16;
   // From one end to the other.
@@ -240,24 +285,51 @@ void encodeAlpha3(const Block& b, uint8_t* out) {
   }
 }
 
+// Codes of alphas between two ends, with `last` levels above the lower one, and their squared
+// error. Six levels come with codes for 0 and 255.
+struct Alphas {
+  int error = 0;
+  uint64_t bits = 0;
+  Alphas(const Block& b, int low, int high, int last) {
+    const int range = std::max(high - low, 1), small = last == 7 ? 8 : 3;
+    // With it division finds the nearest level, those between the ends being truncated.
+    const int bias = range < small ? range - 1 : range / 2 + (last == 7 ? 2 : 1);
+    for (int i = 15; i >= 0; --i) {
+      const int a = b.pixel[i][3], level = (last * (a - low) + bias) / range;
+      bits <<= 3;
+      if (last == 5 && (a == 0 || a == 255)) {
+        bits |= a == 0 ? 6 : 7;
+        continue;
+      }
+      const int between = last == 7 ? 8 - level : level + 1;
+      const int upperCode = last == 7 ? 0 : 1;  // of the largest alpha
+      bits |= static_cast<uint64_t>(level == last ? upperCode
+                                    : level == 0  ? 1 - upperCode
+                                                  : between);
+      const int missed = low + level * range / last - a;
+      error += missed * missed;
+    }
+  }
+};
+
 void encodeAlpha5(const Block& b, uint8_t* out) {
-  int low = 255, high = 0;
+  int low = 255, high = 0, innerLow = 255, innerHigh = 0;
   for (const Pixel& p : b.pixel) {
     low = std::min<int>(low, p[3]);
     high = std::max<int>(high, p[3]);
+    if (p[3] != 0) innerLow = std::min<int>(innerLow, p[3]);
+    if (p[3] != 255) innerHigh = std::max<int>(innerHigh, p[3]);
   }
-  const int range = high - low;
-  // With it division finds the nearest level, those between the ends being truncated.
-  const int bias = range < 8 ? range - 1 : range / 2 + 2;
-  uint64_t bits = 0;
-  for (int i = 0; i < 16 && range > 0; ++i) {
-    const int level = (7 * (b.pixel[i][3] - low) + bias) / range;
-    const int code = level == 7 ? 0 : level == 0 ? 1 : 8 - level;
-    bits |= static_cast<uint64_t>(code) << (3 * i);
-  }
+  Alphas best(b, low, high, 7);
+  if (low == high) best.bits = 0;
   out[0] = static_cast<uint8_t>(high);
   out[1] = static_cast<uint8_t>(low);
-  for (int i = 0; i < 6; ++i) out[2 + i] = static_cast<uint8_t>(bits >> (8 * i));
+  if (const Alphas six(b, innerLow, innerHigh, 5); six.error < best.error) {
+    best = six;
+    out[0] = static_cast<uint8_t>(innerLow);
+    out[1] = static_cast<uint8_t>(innerHigh);
+  }
+  for (int i = 0; i < 6; ++i) out[2 + i] = static_cast<uint8_t>(best.bits >> (8 * i));
 }
 
 template <int Format>
@@ -276,7 +348,7 @@ RkdStatus encode(const uint8_t* src, int srcStep, uint8_t* dst, int dstStep, Rkd
       if (Format == 3) encodeAlpha3(b, out);
       if (Format == 5) encodeAlpha5(b, out);
       if (Format != 1) out += 8;
-      encodeColour(b, out);
+      encodeColour(b, Format == 1, out);
       out += 8;
     }
   }

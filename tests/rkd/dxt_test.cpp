@@ -239,10 +239,17 @@ TEST(Texture, BlocksOfOneColourGetTheNearestThatThereIs) {
     const Format& f = formatOf(1);
     ASSERT_EQ(0, f.encode(pixels, 16, block, 8, sz(4, 4)));
     ASSERT_EQ(0, f.decode(block, 8, got, 16, sz(4, 4)));
+    // Opaque blocks have the choice.
+    int least[2] = {}, error = 0;
     for (int c = 0; c < 3; ++c) {
-      EXPECT_EQ(missed(c == 1 ? 6 : 5, wanted[c], three), std::abs(got[c] - wanted[c]))
-          << wanted[0] << ' ' << wanted[1] << ' ' << wanted[2] << " channel " << c;
+      for (const bool halves : {false, true}) {
+        const int m = missed(c == 1 ? 6 : 5, wanted[c], halves);
+        least[halves] += m * m;
+      }
+      error += (got[c] - wanted[c]) * (got[c] - wanted[c]);
     }
+    EXPECT_EQ(three ? least[1] : std::min(least[0], least[1]), error)
+        << wanted[0] << ' ' << wanted[1] << ' ' << wanted[2];
   }
 }
 
@@ -296,24 +303,55 @@ TEST(Texture, BlocksWithAlphaOfTheirOwnReadAsFourColoursEverywhere) {
   }
 }
 
-TEST(Texture, AlphasTakeTheNearestLevelBetweenTheirEnds) {
+// The least squared error of alphas over a palette of the eight that two ends give, first > second
+// or not.
+int leastError(const uint8_t* pixels, int first, int second) {
+  int palette[8] = {first, second, 0, 0, 0, 0, 0, 255};
+  const int last = first > second ? 7 : 5;
+  for (int i = 1; i < last; ++i) palette[1 + i] = ((last - i) * first + i * second) / last;
+  int sum = 0;
+  for (int i = 0; i < 16; ++i) {
+    int least = 255;
+    for (const int p : palette) least = std::min(least, std::abs(p - pixels[4 * i + 3]));
+    sum += least * least;
+  }
+  return sum;
+}
+
+// What both kinds of blocks leave between the ends that the alphas themselves give.
+int leastError(const uint8_t* pixels) {
+  int low = 255, high = 0, innerLow = 255, innerHigh = 0;
+  for (int i = 3; i < 64; i += 4) {
+    const int a = pixels[i];
+    low = std::min(low, a);
+    high = std::max(high, a);
+    if (a != 0) innerLow = std::min(innerLow, a);
+    if (a != 255) innerHigh = std::max(innerHigh, a);
+  }
+  const int eight = leastError(pixels, high, low);
+  return innerLow > innerHigh ? eight : std::min(eight, leastError(pixels, innerLow, innerHigh));
+}
+
+void expectLeastAlphaError(const std::array<int, 16>& alphas) {
   const Format& f = formatOf(5);
+  uint8_t pixels[64] = {}, block[16], got[64];
+  for (int i = 0; i < 16; ++i) pixels[4 * i + 3] = static_cast<uint8_t>(alphas[i]);
+  ASSERT_EQ(0, f.encode(pixels, 16, block, 16, sz(4, 4)));
+  ASSERT_EQ(0, f.decode(block, 16, got, 16, sz(4, 4)));
+  int error = 0;
+  for (int i = 3; i < 64; i += 4) error += (got[i] - pixels[i]) * (got[i] - pixels[i]);
+  EXPECT_EQ(leastError(pixels), error) << ::testing::PrintToString(alphas);
+}
+
+TEST(Texture, AlphasTakeTheNearestLevelBetweenTheirEnds) {
   for (int range = 0; range < 256; ++range) {
-    const int low = (255 - range) / 2;
-    for (int first = 0; first <= range; first += 14) {
-      uint8_t pixels[64] = {}, block[16], got[64];
-      for (int i = 0; i < 16; ++i) {
-        const int above = i == 0 ? 0 : i == 15 ? range : std::min(range, first + i - 1);
-        pixels[4 * i + 3] = static_cast<uint8_t>(low + above);
-      }
-      ASSERT_EQ(0, f.encode(pixels, 16, block, 16, sz(4, 4)));
-      ASSERT_EQ(0, f.decode(block, 16, got, 16, sz(4, 4)));
-      for (int i = 0; i < 16; ++i) {
-        int least = 255;
-        for (int k = 0; k < 8; ++k) {
-          least = std::min(least, std::abs(low + k * range / 7 - pixels[4 * i + 3]));
+    for (const int low : {(255 - range) / 2, 0, 255 - range}) {
+      for (int first = 0; first <= range; first += 14) {
+        std::array<int, 16> alphas;
+        for (int i = 0; i < 16; ++i) {
+          alphas[i] = low + (i == 0 ? 0 : i == 15 ? range : std::min(range, first + i - 1));
         }
-        EXPECT_EQ(least, std::abs(got[4 * i + 3] - pixels[4 * i + 3])) << "range " << range;
+        expectLeastAlphaError(alphas);
       }
     }
   }
@@ -337,6 +375,29 @@ TEST(Texture, AlphasOfEveryRangeEqualTheReference) {
       ASSERT_TRUE(got.sameAs(want)) << "range " << range;
     }
   });
+}
+
+TEST(Texture, AlphasTakeTheKindOfBlockThatFitsThemBetter) {
+  // Where one of the kinds fits exactly, nothing is lost.
+  for (int a = 0; a < 256; ++a) {
+    for (int b = a; b < 256; ++b) {
+      std::array<int, 16> alphas;
+      for (int i = 0; i < 16; ++i) alphas[i] = (std::array<int, 4>{0, a, b, 255})[(i + a) % 4];
+      expectLeastAlphaError(alphas);
+      alphas[0] = alphas[1] = alphas[2] = alphas[3] = a;
+      expectLeastAlphaError(alphas);
+    }
+  }
+  Random random;
+  for (int turn = 0; turn < 20000; ++turn) {
+    std::array<int, 16> alphas;
+    const int low = random.between(0, 255), high = random.between(low, 255);
+    for (int& a : alphas) {
+      const int kind = random.between(0, 5);
+      a = kind == 0 ? 0 : kind == 1 ? 255 : random.between(low, high);
+    }
+    expectLeastAlphaError(alphas);
+  }
 }
 
 TEST(Texture, EveryLevelEqualsTheReference) {

@@ -12,18 +12,23 @@
 ///    such pixels uses three colours and index 3 for exactly these.
 /// 2. The colours' axis are the covariances of the channel that varies most (the first of R, G, B)
 ///    with each channel, scaled so that the magnitudes sum up to 127 and cut to integers.
-/// 3. On the axis colours get levels, 0 to 3 (to 2), by thresholds between the smallest and the
-///    largest: at 5/24, 1/2 and 19/24 of the way, or at 9/32 and 23/32, in 65536ths.
-/// 4. Least squares tell which ends fit these levels. Of the steps of 5, 6, 5 bits below and above
-///    either end, the pair with the smallest squared error is taken, channel by channel. Colours
-///    that share one level get their mean (halves up): each channel takes two ends, in either
-///    order, whose level next to the upper end is nearest; of these the closest together, then the
-///    one with the smallest upper and then lower end.
-/// 5. The ends are ordered c0 >= c1 (three colours: c0 <= c1), and every colour takes the
+/// 3. In DXT1 an opaque block whose colours lie on the axis near three levels uses three colours,
+///    too: where the range is more than 1270, and pixels are within 5461 / 65536 of the range from
+///    its middle, but none from there to three times as far.
+/// 4. On the axis colours get levels, 0 to 3 (to 2), the nearest between first ends: a sixteenth of
+///    the range inside the smallest and the largest, there the nearest steps of 5, 6, 5 bits to the
+///    point of the axis through the mean.
+/// 5. Least squares tell which upper end fits these levels, rounded to the nearest step, and then
+///    which lower end, rounded. Colours that share one level get their mean (halves up): each
+///    channel takes two ends, in either order, whose level next to the upper end is nearest; of
+///    these the closest together, then the one with the smallest upper and then lower end; in DXT1
+///    of an opaque block those of three colours if their squared error is smaller.
+/// 6. The ends are ordered c0 >= c1 (three colours: c0 <= c1), and every colour takes the
 ///    level that is nearest along the line between the widened ends, scaled like the axis, halves
 ///    towards c1. Equal ends take index 0.
-/// 6. DXT3 rounds alpha to multiples of 17. DXT5 takes the largest and the smallest alpha as ends,
-///    and the nearest of the 8 levels.
+/// 7. DXT3 rounds alpha to multiples of 17. DXT5 takes the largest and the smallest alpha as ends,
+///    and the nearest of the 8 levels; or, if the squared error is smaller, 0, 255 and the nearest of
+///    6 levels between the smallest alpha but 0 and the largest but 255.
 #pragma once
 
 #include "rkd/rkdbase.h"

@@ -39,7 +39,17 @@ HWY_INLINE V16 all16(int v) { return hn::Set(D16(), static_cast<int16_t>(v)); }
 HWY_INLINE V16 halves(V32 v) { return hn::BitCast(D16(), v); }
 HWY_INLINE V32 whole(V16 v) { return hn::BitCast(D32(), v); }
 // A value of 16 bits in both halves of its lane.
-HWY_INLINE V16 both(V32 v) { return halves(hn::Or(hn::And(v, all(0xFFFF)), hn::ShiftLeft<16>(v))); }
+HWY_INLINE V16 both(V32 v) {
+#if HWY_TARGET <= HWY_SSSE3
+  const hn::Repartition<uint8_t, D32> d8;
+  alignas(16) static constexpr uint8_t kLower[16] = {0, 1, 0, 1, 4,  5,  4,  5,
+                                                     8, 9, 8, 9, 12, 13, 12, 13};
+  return halves(
+      hn::BitCast(D32(), hn::TableLookupBytes(hn::BitCast(d8, v), hn::LoadDup128(d8, kLower))));
+#else
+  return halves(hn::Or(hn::And(v, all(0xFFFF)), hn::ShiftLeft<16>(v)));
+#endif
+}
 template <int kBits>
 HWY_INLINE V16 shiftRight(V16 v) {
   return hn::BitCast(D16(), hn::ShiftRight<kBits>(hn::BitCast(DU16(), v)));
