@@ -347,7 +347,7 @@ TEST(Help, EveryKeyIsDocumented) {
   tzRegRkdEnvironment([] {});
   tzSession session;
   session.initSession();
-  EXPECT_EQ(40, session.options().count());
+  EXPECT_EQ(45, session.options().count());
   for (const tzOption& option : session.options()) {
     const std::string help = option.helpLines().str();
     const std::string details = option.details().str();
@@ -359,5 +359,5 @@ TEST(Help, EveryKeyIsDocumented) {
     EXPECT_EQ(option.key == 'S' || option.key == 'C', option.hidden) << option.key;
   }
   EXPECT_STREQ("hq", session.getOption('?')->name.c_str());
-  EXPECT_EQ('c', session.options().back().key);
+  EXPECT_EQ('M', session.options().back().key);
 }

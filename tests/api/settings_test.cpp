@@ -181,7 +181,7 @@ TEST_F(SettingsTest, QuestionsStandUnderAHeadingAndNameTheUnit) {
   c_out.flush();
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
             "\n Specify timing method, please\n"
-            "\n Method {Auto|Manual|Statistic|Iterative} [Auto] = \n NumLoops [10] = "
+            "\n Method {Auto|Manual|Statistic|Iterative|Spread} [Auto] = \n NumLoops [10] = "
             "\n Specify vectors alignment, please\n"
             "\n AlignVectorsBy {byte|element} [byte] = \n VectorAlign by Element, 0..63 [0] = "
             "\n MisalignFirstVectorOnly {yes|no} [no] = "

@@ -83,7 +83,7 @@ TEST_F(Tool, WhatCannotBeTimedIsAnInternalError) {
   EXPECT_EQ(console.take(),
             " Internal test problem: The test cannot execute standard timing.\n"
             " No one of funcLoop, funcStat or funcCall is registered in the test.\n");
-  tool.setMethod(4);
+  tool.setMethod(5);
   EXPECT_EQ(loop({{1}}), TZ_FAIL);
   EXPECT_EQ(console.take(), "TZ internal error: file api/src/tztool, line 746\n");
   tool.setMethodAuto();

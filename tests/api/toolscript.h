@@ -13,7 +13,9 @@
 
 #include "apikit.h"
 #include "tzctrl.h"
+#include "tzplan.h"
 #include "tztool.h"
+#include "tzwatch.h"
 
 namespace toolscript {
 
@@ -79,6 +81,12 @@ class Tool : public testing::Test {
     calls = {};
     tzTool::m_pCheckStatus = nullptr;
     tzTool::m_pResetVectors = nullptr;
+    tzTool::m_pSeconds = nullptr;
+    // What else this machine does is no part of these tests.
+    tzWatch::m_mode = tzWatch::ON;
+    tzWatch::m_pLook = [] { return tzMoment(); };
+    tzWatch::m_pSteal = [] { return 0.0; };
+    g_plan = {};
     g_ctrlWatch.init();
   }
   tzResult loop(std::vector<Shot> runs) {

@@ -13,6 +13,7 @@
 #include <sstream>
 
 #include "tzclock.h"
+#include "tzwatch.h"
 
 namespace harnesskit {
 
@@ -169,6 +170,8 @@ Session& Session::after(std::function<std::string()> function) {
 void Session::runChild(const std::vector<std::string>& keys) const {
   redirect(m_folder.path() + ".in", O_RDONLY, STDIN_FILENO);
   redirect(m_folder.path() + ".out", O_WRONLY | O_CREAT | O_TRUNC, STDOUT_FILENO);
+  // What else this machine does would change results.
+  tzWatch::m_pLook = [] { return tzMoment(); };
   m_setup();
   tzCpuTicker::setFreq(m_frequency);
   std::vector<std::string> words = keys;

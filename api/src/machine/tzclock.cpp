@@ -15,9 +15,13 @@
 #include "tzcpu.h"
 
 int tzCpuTicker::m_freqMHz = 0;
+bool tzCpuTicker::m_estimated = false;
 
 int tzCpuTicker::getFreq() {
-  if (m_freqMHz == 0) m_freqMHz = estimateCpuFreqMHz();
+  if (m_freqMHz == 0) {
+    m_freqMHz = estimateCpuFreqMHz();
+    m_estimated = true;
+  }
   return m_freqMHz;
 }
 

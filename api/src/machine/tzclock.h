@@ -15,14 +15,20 @@ class tzCpuTicker {
   /// 0 on a processor without a time-stamp counter.
   static int getFreq();
   /// Sets the frequency in place of an estimate; 0 makes the next getFreq estimate again.
-  static void setFreq(int mhz) { m_freqMHz = mhz; }
+  static void setFreq(int mhz) {
+    m_freqMHz = mhz;
+    m_estimated = false;
+  }
   /// Whether a frequency is known without waiting.
   static bool hasFreq() { return m_freqMHz != 0; }
+  /// Whether the frequency is an estimate of this process, and not set.
+  static bool isEstimated() { return m_estimated; }
   /// Processor clocks per counter tick. Always 1; the hook for counters that tick slower.
   static constexpr int getClockFactor() { return 1; }
 
  private:
   static int m_freqMHz;
+  static bool m_estimated;
 };
 
 /// The frequency of this processor in MHz, by a busy wait of one to two seconds; 0 without a

@@ -15,3 +15,20 @@ struct tzFact {
 
 /// In the order in which reports show them.
 using tzFacts = std::vector<tzFact>;
+
+/// All facts: processor, caches, counter, system, and how busy the machine is now. Measures the
+/// counter (some 20 ms) when nobody has yet.
+tzFacts tzMachineFacts();
+/// Those that the system tells in files, which lie below `root` instead of "/" when it is given.
+tzFacts tzSystemFacts(const tzString& root = "");
+/// The facts as lines "  name   value", each ended.
+tzString tzFactsText(const tzFacts& facts);
+
+/// @name The processors that this process may run on
+/// @{
+/// Their numbers, in ascending order.
+std::vector<int> tzAllowedProcessors();
+/// Keeps the process, and the processes that it makes, on one processor.
+/// @return false when the system refuses
+bool tzPinTo(int processor);
+/// @}

@@ -309,6 +309,37 @@ constexpr KeyRow kTable[] = {
      "As -D, for code paths of one library, named as for -T. The others' columns tell how many\n"
      "times as fast as the first they are. The exit code is 1 when one is slower than the first.\n"
      "Example: tazmet -c SSE41,AVX2,AVX512 -fDCT -r\n"},
+    {'X', "X", SHOWN, ALWAYS, ANY_EXIT, &act::passes, LAST, ARG_ANY,
+     "-X<num>[,<sec>]  = make <num> passes over all tests, their starts <sec> seconds apart\n",
+     "For -dMethod=Spread: each pass takes samples of every row, on data built anew, and the last\n"
+     "one writes the rows. What slows a machine down for a while meets one pass and not the next;\n"
+     "passes that differ by more than the accuracy make a row ACCURWRN. A signal ends the\n"
+     "measuring, and rows are written with what there is.\n"
+     "Example: tazmet -B -dMethod=Spread -X4,30 -b0.2 -a -r\n"},
+    {'b', "b", SHOWN, ALWAYS, ANY_EXIT, &act::budget, LAST, ARG_ANY,
+     "-b<sec>[,<sec>]  = time for the samples of a row [and for the whole run]\n",
+     "For -dMethod=Spread: seconds of sampling a row, shared by all passes (0.3 without this "
+     "key).\n"
+     "With a time for the run, rows get less where there is not so much; the run still ends a\n"
+     "little later where single calls take long.\n"
+     "Example: tazmet -B -dMethod=Spread -X4,30 -b0.5,240\n"},
+    {'a', "a", SHOWN, ALWAYS, ANY_EXIT, &act::pin, LAST, ARG_ANY,
+     "-a[<processor>]  = keep the process on one processor (affinity)\n",
+     "By its number as the system counts them; without a number on the last one allowed. Caches\n"
+     "stay warm, and other programs can be kept away from it.\n"
+     "Example: tazmet -B -a1\n"},
+    {'w', "w", SHOWN, ALWAYS, ANY_EXIT, &act::watch, LAST, ARG_ANY,
+     "-w<ON|OFF|STRICT> = watch what disturbs timed runs (ON is default)\n",
+     "A run that had less than 99 % of a processor, was interrupted by another program or waited\n"
+     "for a disk is repeated; a row whose figure rests on such a run all the same is ACCURWRN.\n"
+     "STRICT counts a change of processor, a page fault and time that the host took as well; OFF\n"
+     "does not look.\n"
+     "Example: tazmet -B -wSTRICT -fDCT\n"},
+    {'M', "M", SHOWN, ALWAYS, HELP_OR_VERSION, &act::machine, EACH, ARG_NONE,
+     "-M               = type the facts about the machine and exit\n",
+     "Processor and caches, step, cost and rate of the time-stamp counter, the rate of the core\n"
+     "beside it, governor, turbo, threads of a core, hypervisor, load: what figures depend on.\n"
+     "Example: tazmet -M\n"},
 };
 
 constexpr std::size_t kNumKeys = sizeof(kTable) / sizeof(kTable[0]);

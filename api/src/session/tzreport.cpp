@@ -10,6 +10,7 @@
 #include "tzcstream.h"
 #include "tzenv.h"
 #include "tzostream.h"
+#include "tzplan.h"
 #include "tzregistry.h"
 #include "tzrequest.h"
 #include "tzsettings.h"
@@ -51,6 +52,8 @@ tzString methodText(const tzTool& tool) {
     case tzTool::BEST:
       tool.getMethodBest(from, to, clocks);
       return text << "iterative, " << from << " to " << to << " loops";
+    case tzTool::SPREAD:
+      return text << "spread, passes: " << g_plan.passes << ", " << g_plan.rowBudget << " s a row";
     default:
       return "automatic";
   }

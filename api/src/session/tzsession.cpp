@@ -11,10 +11,15 @@
 #include "tzcontext.h"
 #include "tzcstream.h"
 #include "tzenv.h"
+#include "tzclock.h"
+#include "tzcounter.h"
+#include "tzempty.h"
 #include "tzinterrupt.h"
 #include "tzistream.h"
 #include "tzparm.h"
+#include "tzpasses.h"
 #include "tzreport.h"
+#include "tzrunsummary.h"
 #include "tzrequest.h"
 #include "tzserve.h"
 #include "tzsettings.h"
@@ -110,6 +115,7 @@ int tzSession::runTests() {
   if (m_insist && !isAllUsed()) return EXIT_MISTAKE;
   int result = 0;
   if (tzServe::isOn()) {
+    tzSettlePasses(true);
     tzServe::sayHello();
     tzGetTestList().runTests(m_conditions);
   } else if (m_iniWrite.given) {
@@ -119,12 +125,25 @@ int tzSession::runTests() {
   } else {
     if (m_comparison.isOn()) m_comparison.tellSides();
     if (g_jstrm.hasTargets()) g_jstrm << tzContextLine(m_commands, tzGetTestList());
+    settlePlan();
     putTableTitle();
     result = m_comparison.isOn() ? m_comparison.run(m_conditions)
                                  : tzGetTestList().runTests(m_conditions);
   }
   if (!m_insist && tzInterrupt::signal() == 0) tellUnused();
   return result;
+}
+
+// What can be said about the measuring to come, once the settings are read.
+void tzSession::settlePlan() const {
+  if (tzCpuTicker::isEstimated()) {
+    const tzString warning = tzFrequencyWarning(tzCpuTicker::getFreq(), tzCounter().mhz);
+    if (!warning.empty()) g_ostrm << L_WARN << warning << L_END;
+  }
+  tzSettlePasses(m_comparison.isOn());
+  if (m_comparison.isOn()) return;
+  if (g_tool.getMethod() != tzTool::SPREAD || tzTest::m_verifyMode == VERIFY_ONLY) return;
+  g_ostrm << L_PERF << " Empty call: " << tzEmptyCall() << " clocks\n" << L_ENDFLUSH;
 }
 
 bool tzSession::isAnySelected() {
@@ -280,6 +299,8 @@ int tzSession::finish(int result) {
 void tzSession::outputHeader() { tzPutTitle(tzGetTestList()); }
 
 void tzSession::outputFooter() {
+  if (g_tool.getMethod() == tzTool::SPREAD && !m_comparison.isOn())
+    tzPutRunSummary(tzGetTestList());
   const tzReportEnd report(tzGetTestList());
   g_ostrm << report;
   g_cstrm << report;

@@ -167,6 +167,8 @@ class tzSession {
   void setInsist(bool on) { m_insist = on; }
   /// Compares builds or code paths instead of measuring one.
   tzComparison& comparison() { return m_comparison; }
+  /// Print the facts about the machine and stop.
+  void setFactsOnly(bool on) { m_factsOnly = on; }
   const tzFiles& files() const { return m_files; }
   /// @}
 
@@ -212,6 +214,7 @@ class tzSession {
   bool isAnySelected();
   bool isAllUsed();
   void tellUnused() const;
+  void settlePlan() const;
   bool isFunction(const tzString& name) const;
   void prepareLibrary();
   void sortTests();
@@ -254,6 +257,7 @@ class tzSession {
   bool m_namesOnly = false;
   bool m_insist = false;
   tzComparison m_comparison;
+  bool m_factsOnly = false;
   tzList<OutFile> m_outFiles[NUM_OUT_FILES];
   tzFiles m_files;
 };

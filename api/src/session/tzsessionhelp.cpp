@@ -1,6 +1,7 @@
 // What the session prints instead of measuring: version, help, listing.
 
 #include "tzcstream.h"
+#include "tzmachine.h"
 #include "tzregistry.h"
 #include "tzreportlist.h"
 #include "tzsession.h"
@@ -38,7 +39,10 @@ bool tzSession::quickOutput() {
     hint(m_hint, m_hintHidden);
     return true;
   }
-  if (m_enumMode > NO_ENUMERATION_ABOVE) return m_version;
+  if (m_enumMode > NO_ENUMERATION_ABOVE) {
+    if (m_factsOnly && !m_version) g_ostrm << tzFactsText(tzMachineFacts());
+    return m_version || m_factsOnly;
+  }
   if (m_enumMode == 0 && !m_dontSort) tzGetTestList().sortFunc();
   listTests(m_enumMode);
   return true;

@@ -1,9 +1,13 @@
 // The list of tests: registered, sorted, run.
 #include "tzregistry.h"
 
+#include <vector>
+
 #include "tzchild.h"
 #include "tzconditions.h"
 #include "tzinterrupt.h"
+#include "tzpasses.h"
+#include "tzplan.h"
 #include "tztest.h"
 
 tzTestList* g_testList = nullptr;
@@ -22,6 +26,11 @@ List& made(List*& list) {
 tzString& cmdLine() {
   static tzString line;
   return line;
+}
+
+// Rows that are only written need no process of their own.
+tzResult run(tzTest& test) {
+  return tzChild::isEnabled() && !g_plan.writesOnly ? tzChild::run(test) : test.run();
 }
 
 bool aless(tzTest* const& a, tzTest* const& b) {
@@ -71,9 +80,19 @@ void tzTestList::sortFunc() { sort(aless); }
 
 int tzTestList::runTests(tzConditions& conditions) {
   beforeAll();
+  std::vector<tzTest*> selected;
   for (tzTest* test : *this) {
-    if (tzInterrupt::signal() != 0) break;
-    if (test->tobeRun(conditions) && passesStart(*test)) runTest(*test);
+    if (test->tobeRun(conditions) && passesStart(*test)) selected.push_back(test);
+  }
+  tzRunEarlierPasses(selected, runAlone);
+  for (tzTest* test : selected) {
+    if (tzInterrupt::signal() == 0) {
+      runTest(*test);
+    } else if (tzWritesRest()) {
+      if (test->hasSamples()) runTest(*test);
+    } else {
+      break;
+    }
   }
   return counts[TZ_FAIL] != 0 ? 1 : 0;
 }
@@ -87,10 +106,17 @@ bool tzTestList::passesStart(const tzTest& test) {
   return true;
 }
 
+// A run that nobody counts.
+void tzTestList::runAlone(tzTest& test) {
+  tzTest::setCurrent(&test);
+  run(test);
+  tzTest::setCurrent(nullptr);
+}
+
 void tzTestList::runTest(tzTest& test) {
   tzTest::setCurrent(&test);
   beforeTest();
-  const tzResult result = tzChild::isEnabled() ? tzChild::run(test) : test.run();
+  const tzResult result = run(test);
   afterTest(&test);
   // A test that returns 0 after having ended OK chose not to be counted.
   if (result != TZ_UNDEFINED || test.lastResult() != TZ_OK) plus(result);

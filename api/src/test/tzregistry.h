@@ -28,7 +28,7 @@ class tzTestList : public tzList<tzTest*> {
   /// Sorts by function name; tests of one function stay in the order of their registration.
   void sortFunc();
 
-  /// Runs every test that the conditions (and -F, and -HONLY) select.
+  /// Runs every test that the conditions (and -F, and -HONLY) select, in the passes of g_plan.
   /// @return 1 when a failure was counted, else 0: the program's exit code
   int runTests(tzConditions& conditions);
 
@@ -47,6 +47,7 @@ class tzTestList : public tzList<tzTest*> {
  private:
   bool passesStart(const tzTest& test);
   void runTest(tzTest& test);
+  static void runAlone(tzTest& test);
 };
 
 /// The process-wide lists: null until the first registration, which makes them, because suites

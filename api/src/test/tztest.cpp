@@ -14,6 +14,9 @@
 #include "tzistream.h"
 #include "tzmemory.h"
 #include "tzostream.h"
+#include "tzpasses.h"
+#include "tzplacement.h"
+#include "tzplan.h"
 #include "tzrequest.h"
 #include "tzserve.h"
 #include "tztestreport.h"
@@ -27,6 +30,7 @@ int tzTest::m_vectorNum = 0;
 int tzTest::m_vectorShift = 0;
 int tzTest::m_numParmsColm = 0;
 int tzTest::m_numResultColm = 0;
+bool tzTest::m_quiet = false;
 tzString tzTest::m_startFunc;
 tzTest* tzTest::m_pCurrentTest = nullptr;
 
@@ -219,6 +223,7 @@ bool tzTest::beginRun() {
   m_endTime = 0;
   m_bad87 = m_badSSX = m_toldUnverified = false;
   m_numMeasured = 0;
+  if (g_plan.passes > 1) tzShufflePages();
   bool selected = true;
   step("setIniSection", [&] {
     m_sectionBefore = g_istrm.setIniSection(m_name);
@@ -241,7 +246,7 @@ void tzTest::runSteps() {
     complain("-- Can't start timing\n");
     raiseResult(TZ_DATAFAIL);
   } else {
-    putTableName();
+    if (!m_quiet) putTableName();
     m_currentResult = TZ_OK;
     step("loopData", [&] { loopData(); });
     // Nothing was told, so nothing went well either.
@@ -252,6 +257,7 @@ void tzTest::runSteps() {
 
 void tzTest::printTitle() {
   std::unique_ptr<tzReportTestTitle> title;
+  if (m_quiet) return;
   step("testTitle", [&] { title = std::make_unique<tzReportTestTitle>(*this); });
   step("g_ostrm<<testTitle", [&] { g_ostrm << *title; });
   step("g_ustrm<<testTitle", [&] { g_ustrm << *title; });
@@ -266,6 +272,7 @@ tzResult tzTest::storeResult(tzResult result) {
 tzResult tzTest::finishRun() {
   storeResult(m_currentResult);
   guarded([&] {
+    if (m_quiet) return;
     step("testResult", [&] {
       const tzReportTestResult report(*this);
       g_ostrm << report;
@@ -380,6 +387,7 @@ bool tzTest::nextCombination() {
 }
 
 void tzTest::openTable() {
+  if (m_quiet) return;
   g_cstrm.tableFlush();
   g_cstrm.identicalLinesStart(m_numParmsColm);
   m_tableOpen = true;
@@ -396,12 +404,26 @@ void tzTest::closeTable() {
   raiseResult(escalated(TZ_DATAWRN));
 }
 
+int tzTest::countRows() {
+  const tzString sectionBefore = g_istrm.setIniSection(m_name);
+  int rows = 0;
+  if (prepareParms()) {
+    m_first = true;
+    guarded([&] {
+      while (canContinue()) rows += refusal().empty() ? 1 : 0;
+    });
+  }
+  g_istrm.setIniSection(sectionBefore);
+  return rows;
+}
+
 void tzTest::loopData() {
   openTable();
   initSettings();
   m_first = true;
+  m_row = 0;
   do {
-    tzInterrupt::check();
+    heedSignal();
     const bool first = m_first;
     if (!canContinue()) {
       if (first) {
@@ -410,6 +432,7 @@ void tzTest::loopData() {
       }
       break;
     }
+    if (!first) ++m_row;
     if (skipRefused()) continue;
     if (!tzServe::wants(*this)) continue;
     const tzChild::Row row(*this);
@@ -427,6 +450,7 @@ bool tzTest::skipRefused() {
   m_stateRefused = m_verified = false;
   m_tool.reset();
   m_timingNote = tzString("skipped: ") + reason;
+  if (m_quiet) return true;
   g_ostrm << L_WARN << "-- skipped: ";
   putTextParms(L_WARN);
   g_ostrm << "- " << reason << "\n" << L_ENDFLUSH;
@@ -466,12 +490,22 @@ void tzTest::measureCombination() {
   }
   m_tool.reset();
   m_timingNote = "";
-  if (verifyCombination()) judge(timeCombination());
+  const tzRow earlier = earlierRow();
+  if (!resumeRow(earlier)) return;
+  if (!verifyCombination()) return;
+  tzResult result = timeCombination();
+  if (!tzIsFailure(result) && tzIsFailure(earlier.result)) {
+    // It failed before and does not now: it is not well.
+    const tzString reason(earlier.measurement.reason);
+    m_tool.setVerdict(earlier.result, m_quiet ? reason : tzString("in another pass: ") + reason);
+    result = earlier.result;
+  }
+  judge(result);
 }
 
 bool tzTest::verifyCombination() {
   m_verified = false;
-  if (m_verifyMode == VERIFY_OFF) return true;
+  if (m_verifyMode == VERIFY_OFF || m_quiet || g_plan.writesOnly) return true;
   const bool thenTime = m_verifyMode == VERIFY_ON;
   tzString note;
   const tzResult verdict = m_verify != nullptr ? m_verify(*this, note) : TZ_UNDEFINED;
@@ -523,10 +557,13 @@ void tzTest::judge(tzResult result) {
   noteSignal(result);
   raiseResult(escalated(result));
   ++m_numMeasured;
-  if (tzIsFailure(result)) {
-    putTextError(result);
-  } else {
-    putTextResult(result);
+  if (!m_quiet) {
+    if (tzIsFailure(result)) {
+      putTextError(result);
+    } else {
+      putTextResult(result);
+    }
+    putTableResult(result);
   }
-  putTableResult(result);
+  tellRow(result);
 }

@@ -17,6 +17,7 @@ class tzCacheIterator;
 class tzConditions;
 class tzJson;
 class tzObject;
+class tzPacket;
 class tzParameter;
 struct tzLostRun;
 struct tzRowFacts;
@@ -200,6 +201,21 @@ class tzTest {
   /// Raises the result being built; it never falls.
   static void raiseResult(tzResult result);
 
+  /// @name Rows
+  /// What was measured of each combination, in their order, by all passes so far.
+  /// @{
+  const std::vector<tzRow>& rows() const { return m_rows; }
+  /// Takes the row of one combination over, measured here or by another process of this run.
+  void keepRow(size_t number, const tzRow& row);
+  /// What is known of the current row goes to the parent process, which takes it over.
+  /// @{
+  void packRow(tzPacket& packet);
+  void unpackRow(tzPacket& packet);
+  /// @}
+  /// Whether any row has a sample or a failure.
+  bool hasSamples() const;
+  /// @}
+
   /// Sets the judge that -V asks.
   void setVerify(VerifyFunc verify) { m_verify = verify; }
 
@@ -222,6 +238,7 @@ class tzTest {
   static int m_vectorShift;         ///< bytes by which the next vector is moved
   static int m_numParmsColm;        ///< cells of a row before the clocks
   static int m_numResultColm;       ///< cells from the clocks on
+  static bool m_quiet;              ///< nothing is told or written: an earlier pass
   static tzString m_startFunc;      ///< the -F text, empty once met or when not given
   static tzTest* m_pCurrentTest;    ///< the test being run, null between tests
   static void setCurrent(tzTest* test);
@@ -268,6 +285,11 @@ class tzTest {
   bool buildData();
   void dropData();
   bool skipRefused();
+  void heedSignal();
+  tzRow earlierRow() const;
+  bool resumeRow(const tzRow& earlier);
+  void tellRow(tzResult result);
+  void keepLost(const tzString& reason);
   void measureCombination();
   bool verifyCombination();
   tzResult timeCombination();
@@ -285,6 +307,7 @@ class tzTest {
   void putJsonRow(tzResult result);
   void putLostJsonRow(const tzLostRun& lost);
   tzString parmsColumns() const;
+  tzString parmsText() const;
   tzString measureNote() const;
 
   tzToolFunc m_toolFunc = nullptr;
@@ -314,6 +337,10 @@ class tzTest {
   int m_numMeasured = 0;    // result lines of this run
   const char* m_step = "";  // of run, for the message of an exception
   tzList<tzParameter*> m_parms;
+  std::vector<tzRow> m_rows;
+  size_t m_row = 0;           // the current combination among them
+  std::string m_rowText;      // its parameters, in a process that does not measure it
+  bool m_rowFresh = false;    // it was kept and not yet sent
   std::vector<int> m_widths;  // of the parameters' columns in a result line
   tzCacheIterator* m_cacheIterator = nullptr;
   std::unique_ptr<tzParameter> m_cacheState;

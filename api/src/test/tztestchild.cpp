@@ -33,6 +33,8 @@ tzResult tzTest::takeOver(tzResult result, tzResult lastResult) {
 tzResult tzTest::endLost(const tzLostRun& lost) {
   m_startTime = lost.start;
   m_bad87 = m_badSSX = false;
+  if (!lost.row.cells.empty()) keepLost(lost.reason);
+  if (m_quiet) return storeResult(TZ_EXCPTFAIL);
   const tzString what = lost.row.text.empty() ? m_name + " " : lost.row.text;
   g_ostrm << L_ERR << "-- " << tzResultName(TZ_EXCPTFAIL) << ": " << what << "- " << lost.reason
           << "\n"
@@ -61,15 +63,4 @@ void tzTest::noteSignal(tzResult result) {
   const tzString& text = m_tool.resultText();
   const int from = text.find("SIG");
   if (from >= 0) m_timingNote = text.substr(from, text.find(",", from) - from);
-}
-
-int tzTest::countRows() {
-  const tzString sectionBefore = g_istrm.setIniSection(m_name);
-  int rows = 0;
-  if (prepareParms()) {
-    m_first = true;
-    while (canContinue()) rows += refusal().empty() ? 1 : 0;
-  }
-  g_istrm.setIniSection(sectionBefore);
-  return rows;
 }

@@ -29,6 +29,9 @@ void visitNumbers(Measurement& m, Visit visit) {
   visit(m.disturbances.steal);
   visit(m.passDifference);
   visit(m.emptyCall);
+  visit(m.seconds);
+  visit(m.referenceBytes);
+  visit(m.referenceClocks);
   visit(m.referenceRatio);
   visit(m.placementDiffers);
 }
@@ -118,6 +121,24 @@ tzStatistics tzSampleStatistics(const std::vector<double>& values) {
   return told;
 }
 
+bool tzIsSteadyInPasses(const tzMeasurement& measurement) {
+  const std::vector<tzSample>& samples = measurement.samples;
+  const auto less = [](const tzSample& a, const tzSample& b) { return a.clocks < b.clocks; };
+  for (auto begin = samples.begin(); begin != samples.end();) {
+    const auto end = std::find_if(begin, samples.end(),
+                                  [begin](const tzSample& s) { return s.pass != begin->pass; });
+    if (end - begin < 4) return false;
+    const auto middle = begin + (end - begin) / 2;
+    const double first = std::min_element(begin, middle, less)->clocks;
+    const double second = std::min_element(middle, end, less)->clocks;
+    if (std::fabs(first - second) > measurement.passDifference / 4 * std::min(first, second)) {
+      return false;
+    }
+    begin = end;
+  }
+  return !samples.empty();
+}
+
 void tzMeasurement::summarise() {
   std::vector<double> values;
   passMinima.clear();
@@ -152,5 +173,29 @@ bool tzUnpack(const std::string& bytes, size_t& at, tzMeasurement& measurement) 
   if (!reader.good()) return false;
   at = reader.at();
   measurement = std::move(read);
+  return true;
+}
+
+void tzPack(const tzRow& row, std::string& bytes) {
+  tzPack(row.measurement, bytes);
+  Writer writer(bytes);
+  writer.put(row.elements);
+  writer.put(row.result);
+  writer.putAll(row.parameters);
+  writer.putAll(row.unit);
+}
+
+bool tzUnpack(const std::string& bytes, size_t& at, tzRow& row) {
+  tzRow read;
+  size_t behind = at;
+  if (!tzUnpack(bytes, behind, read.measurement)) return false;
+  Reader reader(bytes, behind);
+  reader.take(read.elements);
+  reader.take(read.result);
+  reader.takeAll(read.parameters);
+  reader.takeAll(read.unit);
+  if (!reader.good()) return false;
+  at = reader.at();
+  row = std::move(read);
   return true;
 }

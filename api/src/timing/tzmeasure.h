@@ -10,19 +10,20 @@
 
 /// One timed stretch of calls in a row.
 struct tzSample {
-  double clocks = 0;    ///< clocks of one call: those of the stretch over its calls
-  long long calls = 0;  ///< calls in the stretch
-  int pass = 1;         ///< the pass over the list of tests that took it, from 1
+  double clocks = 0;       ///< clocks of one call: those of the stretch over its calls
+  long long calls = 0;     ///< calls in the stretch
+  int pass = 1;            ///< the pass over the list of tests that took it, from 1
+  bool disturbed = false;  ///< and kept all the same, for want of a better one
 };
 
 /// What happened to the process around timed stretches; sums over the samples of a row.
 struct tzDisturbances {
   double processorShare = 1;  ///< least share of a processor in a stretch above 100 us, 0 to 1
-  long long switches = 0;     ///< times the processor was given to somebody else, or up
+  long long switches = 0;     ///< times the processor was taken away for somebody else
   long long migrations = 0;   ///< times a stretch ended on another processor than it began on
   long long majorFaults = 0;  ///< page faults that waited for a disk
   long long minorFaults = 0;  ///< page faults that did not
-  double steal = 0;           ///< seconds that the host took from this processor
+  double steal = 0;           ///< seconds that the host took from the processors
 
   /// Adds those of a further stretch; of the shares the smaller stays.
   void add(const tzDisturbances& more);
@@ -47,6 +48,9 @@ struct tzMeasurement {
   std::vector<double> passMinima;  ///< least sample of each pass that has one, in their order
   double passDifference = 0;       ///< largest over smallest of these, less 1
   double emptyCall = 0;            ///< clocks of a call that does nothing, measured alike; 0: not
+  double seconds = 0;              ///< spent on taking samples
+  int referenceBytes = 0;          ///< size of the stream beside the row; 0: it has none
+  double referenceClocks = 0;      ///< least time of that stream
   double referenceRatio = 0;       ///< least time of the stream beside the row, over the run's own
                                    ///< best; 0: the row has none
   bool placementDiffers = false;   ///< where the buffers lie decides about the figure
@@ -58,14 +62,28 @@ struct tzMeasurement {
 
 /// The median of values in any order; 0 without any.
 double tzMedian(std::vector<double> values);
+/// Whether each pass reached its minimum in both halves of its samples, to a quarter of what the
+/// passes differ by: then it was no slow spell that made them differ.
+bool tzIsSteadyInPasses(const tzMeasurement& measurement);
 /// What samples say; of none, zeros.
 tzStatistics tzSampleStatistics(const std::vector<double>& values);
 
-/// @name A measurement as bytes, for another process of this program
+/// A row with what reports need besides, so that it can be told without its test's data.
+struct tzRow {
+  tzMeasurement measurement;
+  std::string parameters;  ///< "ImageSize=64x64 Table=q75"
+  std::string unit;        ///< "px"
+  double elements = 1;     ///< of one call; 0: no figure can be told
+  int result = 0;          ///< tzResult; 0: not measured yet
+};
+
+/// @name A row as bytes, for another process of this program
 /// @{
 /// Appends it to `bytes`.
 void tzPack(const tzMeasurement& measurement, std::string& bytes);
-/// Takes one measurement off `bytes` from `at` on, which moves behind it.
-/// @return false, with both untouched, when there is no whole measurement
+void tzPack(const tzRow& row, std::string& bytes);
+/// Takes one off `bytes` from `at` on, which moves behind it.
+/// @return false, with both untouched, when there is no whole one
 bool tzUnpack(const std::string& bytes, size_t& at, tzMeasurement& measurement);
+bool tzUnpack(const std::string& bytes, size_t& at, tzRow& row);
 /// @}

@@ -17,6 +17,7 @@
 namespace {
 
 constexpr int kMaxLoops = 100'000'000;
+constexpr int kMaxSteps = 1'000'000;
 constexpr int kMaxAlign = 63;
 constexpr int kShiftUnit = 64;
 constexpr int kMaxShift = 32768 - kShiftUnit;  // a shift of 32768 wraps to none
@@ -137,6 +138,13 @@ void readIterative(const tzTool& fresh) {
   g_tool.setMethodBest(from, to, clocks);
 }
 
+// Whether somebody gave a value: parameters of which nobody is asked.
+bool isGiven(const char* name) {
+  if (g_istrm.presets().find(name) != nullptr) return true;
+  return g_istrm.hasIniFile() &&
+         !g_istrm.iniFile()->read(tzIStream::COMMON_SECTION, name, "").empty();
+}
+
 /// A parameter of two choices; the names stand for 0 and 1.
 int settleChoice(const tzString& name, const char* zero, const char* one, bool isOne) {
   tzMapDefault<int> choice(name, "", isOne ? 1 : 0);
@@ -154,6 +162,7 @@ void readTimingMethod() {
   method["Manual"] = tzTool::LOOP;
   method["Statistic"] = tzTool::STAT;
   method["Iterative"] = tzTool::BEST;
+  method["Spread"] = tzTool::SPREAD;
   const tzTool fresh;
   switch (settle(method)) {
     case tzTool::LOOP:
@@ -165,9 +174,15 @@ void readTimingMethod() {
     case tzTool::BEST:
       readIterative(fresh);
       break;
+    case tzTool::SPREAD:
+      g_tool.setMethodSpread();
+      break;
     default:
       g_tool.setMethodAuto();
       break;
+  }
+  if (isGiven("StartSteps")) {
+    g_tool.setStartSteps(settle(BoundedInt("StartSteps", "", g_tool.startSteps(), 0, kMaxSteps)));
   }
 }
 

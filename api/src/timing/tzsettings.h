@@ -11,7 +11,8 @@
 /// so; a text that is no value at all leaves the default.
 /// @{
 
-/// "Method" and that method's own parameters, into g_tool. Counts are at least 1; loop counts at
+/// "Method" and that method's own parameters, into g_tool, and "StartSteps" (0 to 1,000,000), which
+/// nobody is asked for. Counts are at least 1; loop counts at
 /// most 100,000,000, which leaves the tool room to multiply them.
 void readTimingMethod();
 

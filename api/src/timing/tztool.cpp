@@ -8,11 +8,13 @@
 #include <cstdio>
 
 #include "tzclock.h"
+#include "tzcounter.h"
 #include "tzctrl.h"
 #include "tzexception.h"
 #include "tzinterrupt.h"
 #include "tztoollog.h"
 #include "tztrace.h"
+#include "tzwatch.h"
 
 tzTool g_tool;
 
@@ -20,6 +22,7 @@ tzResult (*tzTool::m_pCheckStatus)(int status) = nullptr;
 void (*tzTool::m_pResetVectors)() = nullptr;
 tzResult (*tzTool::m_pServe)(tzTool& tool) = nullptr;
 double (*tzTool::m_pSeconds)() = nullptr;
+double tzTool::m_emptyCall = 0;
 int tzTool::m_priority = PRIORITY_NONE;
 
 namespace {
@@ -60,7 +63,8 @@ tzTool::tzTool()
       m_checkCtrl(false),
       m_checkCtrlNow(false),
       m_autoMinLoops(0),
-      m_autoMaxLoops(0) {
+      m_autoMaxLoops(0),
+      m_startSteps(0) {
   reset();
 }
 
@@ -77,6 +81,10 @@ void tzTool::reset() {
   m_numClocks = 0;
   m_accuracy = 1.0;
   m_measurement = {};
+  m_metBySample.clear();
+  m_met = {};
+  m_runDisturbed = false;
+  m_rowBegin = 0;
   m_resultText.clear();
   m_infoText.clear();
   m_funcLoop = nullptr;
@@ -195,10 +203,15 @@ tzResult tzTool::timing(tzLoopFunc loop, tzStatFunc stat, tzCallFunc call, tzIni
   }
   if (m_callMode && !call) return m_result;  // nothing to call: was not run
   setFunctions(loop, stat, call, init);
-  const tzResult result = dispatch();
+  const bool watches = tzWatch::m_mode != tzWatch::OFF;
+  const double stealBefore = watches ? tzWatch::steal() : 0;
+  m_rowBegin = tzWatch::look().wall;
+  dispatch();
+  if (watches) m_measurement.disturbances.steal += tzWatch::steal() - stealBefore;
   m_measurement.figure = m_funcClocks;
   m_measurement.summarise();
-  return result;
+  judgeDisturbance();
+  return m_result;
 }
 
 void tzTool::setFunctions(tzLoopFunc loop, tzStatFunc stat, tzCallFunc call, tzInitFunc init) {
@@ -249,7 +262,12 @@ tzResult tzTool::dispatch() {
     }
     case BEST: {
       const tzTraceScope scope("iterativeTiming");
-      bestTiming(m_minLoops, m_maxLoops, m_minClocks);
+      bestTiming(countLasting(m_minLoops, m_maxLoops), m_maxLoops, m_minClocks);
+      break;
+    }
+    case SPREAD: {
+      const tzTraceScope scope("spreadTiming");
+      spreadTiming();
       break;
     }
     default:
@@ -280,7 +298,30 @@ void tzTool::autoTiming() {
   int to = 0;
   long long clocks = 0;
   getAutoParameters(from, to, clocks);
-  bestTiming(m_autoMinLoops ? m_autoMinLoops : from, m_autoMaxLoops ? m_autoMaxLoops : to, clocks);
+  if (m_autoMinLoops) from = m_autoMinLoops;
+  if (m_autoMaxLoops) to = m_autoMaxLoops;
+  bestTiming(countLasting(from, to), to, clocks);
+}
+
+// The smallest count whose run lasts the steps asked for, but not so many that no doubling is left.
+// The runs that find it out are too short to be samples.
+int tzTool::countLasting(int from, int to) {
+  if (m_startSteps <= 0) return from;
+  const double enough = static_cast<double>(m_startSteps * tzCounter().resolution());
+  const int most = std::max(from, to / 8);
+  int count = from;
+  while (count < most) {
+    double clocks = 0;
+    runTimFunc(count, clocks, false);
+    if (tzIsFailure(m_result)) break;
+    const double needed = clocks > 0 ? std::ceil(enough / clocks) : most;
+    if (needed <= count) break;
+    // A short run says little about a long one: no more than ten times as many at once.
+    count = static_cast<int>(std::min({needed, 10.0 * count, static_cast<double>(most)}));
+  }
+  m_measurement.samples.clear();
+  m_metBySample.clear();
+  return count;
 }
 
 void tzTool::loopTiming() {
@@ -326,27 +367,72 @@ double tzTool::sample(int n) {
 void tzTool::runTimFunc(int n, double& clocksPerCall, bool forceLoop) {
   const Path path = forceLoop || !m_statMode ? Path::LOOP : Path::STAT;
   int made = n;
-  for (int attempt = 0; attempt < 2; ++attempt) {
-    tzInterrupt::check();
-    made = n;
-    m_numClocks = 0;
-    updateResult(runOnce(path, made, m_numClocks));
-    if (tzIsFailure(m_result) || m_numClocks > 0) break;
-  }
+  watched([&] {
+    for (int attempt = 0; attempt < 2; ++attempt) {
+      tzInterrupt::check();
+      made = n;
+      m_numClocks = 0;
+      updateResult(runOnce(path, made, m_numClocks));
+      if (tzIsFailure(m_result) || m_numClocks > 0) break;
+    }
+  });
   clocksPerCall = made > 0 ? static_cast<double>(m_numClocks) / made : 0;
   keepSample(clocksPerCall, made);
 }
 
 void tzTool::runTimFuncStat(long long budget, int& calls, double& clocksPerCall) {
-  m_numClocks = budget;
-  updateResult(runOnce(Path::STAT, calls, m_numClocks));
+  const int leastCalls = calls;
+  watched([&] {
+    calls = leastCalls;
+    m_numClocks = budget;
+    updateResult(runOnce(Path::STAT, calls, m_numClocks));
+  });
   clocksPerCall = calls > 0 ? static_cast<double>(m_numClocks) / calls : 0;
   keepSample(clocksPerCall, calls);
 }
 
+// What a disturbed run tells is not worth knowing: it is made again while that costs little.
+template <class Run>
+void tzTool::watched(Run&& run) {
+  constexpr int mostRepeats = 4;
+  for (int repeats = 0;; ++repeats) {
+    const tzMoment before = tzWatch::look();
+    run();
+    const tzMoment after = tzWatch::look();
+    m_met = tzWatch::between(before, after);
+    m_measurement.disturbances.add(m_met);
+    m_runDisturbed = tzWatch::isDisturbed(m_met);
+    if (!m_runDisturbed || tzIsFailure(m_result) || m_method == SPREAD) return;
+    const double next = after.wall + (after.wall - before.wall);
+    if (repeats == mostRepeats || (m_timeLimit > 0 && next > m_rowBegin + m_timeLimit)) return;
+    ++m_measurement.dropped;
+  }
+}
+
 void tzTool::keepSample(double clocksPerCall, int calls) {
-  if (!tzIsFailure(m_result) && clocksPerCall > 0) {
-    m_measurement.samples.push_back({clocksPerCall, calls, 1});
+  // Spread decides itself which samples it keeps.
+  if (m_method == SPREAD || tzIsFailure(m_result) || !(clocksPerCall > 0)) return;
+  m_measurement.samples.push_back({clocksPerCall, calls, 1, m_runDisturbed});
+  m_metBySample.push_back(m_met);
+}
+
+// The run that the figure stands for must have had its processor.
+void tzTool::judgeDisturbance() {
+  if (tzIsFailure(m_result) || m_method == SPREAD || !m_measurement.reason.empty()) return;
+  for (size_t i = m_measurement.samples.size(); i-- > 0;) {
+    if (m_measurement.samples[i].clocks != m_funcClocks) continue;
+    tzDisturbances met = m_metBySample[i];
+    met.steal = m_measurement.disturbances.steal;
+    if (!tzWatch::isDisturbed(met)) return;
+    const tzString reason = tzString("disturbed: ") + tzWatch::text(met);
+    m_measurement.reason = reason.str();
+    if (m_result < TZ_ACCURWRN) {
+      m_result = TZ_ACCURWRN;
+      m_resultText = reason;
+    }
+    m_infoText += " disturbed";
+    g_ostrm << L_WARN << "-- The run that counts was " << reason << "\n" << L_END;
+    return;
   }
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <ctime>
+#include <vector>
 
 #include "tzmeasure.h"
 #include "tzresult.h"
@@ -31,7 +32,7 @@ using tzToolFunc = tzResult (*)(tzTool& tool, int n);
 /// Settings outlive a measurement; results are those of the last one and are forgotten by reset.
 class tzTool {
  public:
-  enum Method { AUTO = 0, LOOP = 1, STAT = 2, BEST = 3 };
+  enum Method { AUTO = 0, LOOP = 1, STAT = 2, BEST = 3, SPREAD = 4 };
 
   tzTool();
   virtual ~tzTool() = default;
@@ -57,6 +58,8 @@ class tzTool {
   void setMethodStat(int calls, long long clocks);
   /// At least `from` and at most max(8 `from`, `to`) repetitions, a run lasting at least `clocks`.
   void setMethodBest(int from, int to, long long clocks);
+  /// Many short samples, over the passes of g_plan; the smallest counts.
+  void setMethodSpread() { m_method = SPREAD; }
   int getMethod() const { return m_method; }
   /// A Method; any other number makes `timing` report an internal error.
   void setMethod(int method) { m_method = method; }
@@ -79,6 +82,12 @@ class tzTool {
   /// Seconds of repeating, automatic and best-of; 0: no limit.
   double timeLimit() const { return m_timeLimit; }
   void setTimeLimit(double seconds) { m_timeLimit = seconds; }
+  /// Automatic and best-of begin with the smallest count whose run lasts so many steps of the
+  /// counter (tzCounterFacts::resolution); 0: with their own.
+  int startSteps() const { return m_startSteps; }
+  void setStartSteps(int steps) { m_startSteps = steps; }
+  /// What earlier passes measured of the row that is measured next: spread goes on from there.
+  void setEarlier(const tzMeasurement& earlier) { m_earlier = earlier; }
   bool statMode() const { return m_statMode; }  ///< best-of runs time call by call
   void setStatMode(bool on) { m_statMode = on; }
   bool callMode() const { return m_callMode; }  ///< only the call, with its data set-up, is timed
@@ -100,6 +109,8 @@ class tzTool {
   double accuracy() const { return m_accuracy; }               ///< 1 before it
   /// Every run of it as a sample, and what they say; in clocks of one call.
   const tzMeasurement& measurement() const { return m_measurement; }
+  /// What a call that does nothing takes, told beside every figure of spread.
+  static double m_emptyCall;
   /// For functions of the older form.
   void setNumClocks(long long clocks) { m_numClocks = clocks; }
   /// For whoever judges a function without timing it.
@@ -165,11 +176,16 @@ class tzTool {
   tzResult internalError(int line);
   void updateResult(tzResult code);
   void keepSample(double clocksPerCall, int calls);
+  template <class Run>
+  void watched(Run&& run);
+  void judgeDisturbance();
+  int countLasting(int from, int to);
 
   void loopTiming();
   void statTiming();
   void autoTiming();
   void bestTiming(int from, int to, long long clocks);
+  void spreadTiming();
 
   void runTimFunc(int n, double& clocksPerCall, bool forceLoop);
   void runTimFuncStat(long long budget, int& calls, double& clocksPerCall);
@@ -179,6 +195,7 @@ class tzTool {
   tzResult callFunctions(Path path, int& n, long long& clocks);
 
   class BestOf;  // one measurement of that method
+  class Spread;  // likewise
 
   tzResult m_result;       ///< worst code of this measurement
   double m_funcClocks;     ///< clocks per call
@@ -202,9 +219,15 @@ class tzTool {
   double m_accuracy;       ///< of the last measurement; 1 before it
   int m_autoMinLoops;      ///< setting: replaces the automatic lower bound unless 0
   int m_autoMaxLoops;      ///< setting: replaces the automatic upper bound unless 0
+  int m_startSteps;        ///< setting, automatic and best-of: counter steps of a run; 0: as told
   tzMeasurement m_measurement;
-  time_t m_startTime;  ///< of construction or the last reset
-  time_t m_stopTime;   ///< likewise
+  tzMeasurement m_earlier;                    ///< of the row that is measured next
+  tzDisturbances m_met;                       ///< by the last run
+  bool m_runDisturbed;                        ///< the last run does not count
+  double m_rowBegin;                          ///< by the watch's clock
+  std::vector<tzDisturbances> m_metBySample;  ///< beside the samples of the measurement
+  time_t m_startTime;                         ///< of construction or the last reset
+  time_t m_stopTime;                          ///< likewise
   tzLoopFunc m_funcLoop;
   tzStatFunc m_funcStat;
   tzCallFunc m_funcCall;

@@ -1,0 +1,127 @@
+// The time-stamp counter, measured.
+#include "tzcounter.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <numeric>
+#include <optional>
+#include <utility>
+
+#include "tzclock.h"
+
+namespace {
+
+std::optional<tzCounterFacts> s_counter;
+
+// Looks in a row, without those that something came between.
+std::vector<long long> lookDifferences() {
+  constexpr size_t looks = 4096;
+  constexpr long long interrupted = 10'000;
+  std::vector<unsigned long long> counts(looks);
+  for (unsigned long long& count : counts) count = rkd_get_quorvex_counter();
+  std::vector<long long> differences;
+  for (size_t i = 1; i < looks; ++i) {
+    const auto difference = static_cast<long long>(counts[i] - counts[i - 1]);
+    if (difference > 0 && difference < interrupted) differences.push_back(difference);
+  }
+  return differences;
+}
+
+struct Moment {
+  double microseconds;
+  double clocks;
+};
+
+double now() {
+  const auto time = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration<double, std::micro>(time).count();
+}
+
+// Both clocks at once: of several pairs of looks, the one with the least time between them.
+Moment moment() {
+  constexpr int pairs = 16;
+  Moment best{0, 0};
+  double least = INFINITY;
+  for (int i = 0; i < pairs; ++i) {
+    const auto before = static_cast<double>(rkd_get_quorvex_counter());
+    const double time = now();
+    const auto after = static_cast<double>(rkd_get_quorvex_counter());
+    if (after - before >= least) continue;
+    least = after - before;
+    best = {time, before + (after - before) / 2};
+  }
+  return best;
+}
+
+// One clock of the core each: the operand is a register, because some cores take constants for
+// nothing.
+void addInTurn(long count) {
+  constexpr int atOnce = 64;
+  unsigned long sum = 1;
+  const unsigned long term = 3;
+  for (long i = 0; i < count; i += atOnce) {
+    asm volatile(".rept 64\n\tadd %1, %0\n\t.endr" : "+r"(sum) : "r"(term));
+  }
+}
+
+double additionsAClock() {
+  constexpr long additions = 64 * 256;
+  constexpr int tries = 200;
+  unsigned long long least = ~0ULL;
+  for (int i = 0; i < tries; ++i) {
+    const unsigned long long first = rkd_get_quorvex_counter();
+    addInTurn(additions);
+    least = std::min(least, rkd_get_quorvex_counter() - first);
+  }
+  return least > 0 ? static_cast<double>(additions) / static_cast<double>(least) : 0;
+}
+
+tzCounterFacts measured() {
+  tzCounterFacts facts;
+  if (rkd_get_quorvex_counter() == rkd_get_quorvex_counter()) return facts;  // it does not run
+  const Moment begin = moment();
+  std::vector<long long> differences = lookDifferences();
+  facts.step = tzCounterStep(differences);
+  if (!differences.empty()) {
+    const auto middle = differences.begin() + static_cast<std::ptrdiff_t>(differences.size() / 2);
+    std::nth_element(differences.begin(), middle, differences.end());
+    facts.cost = *middle;
+  }
+  facts.coreClocks = additionsAClock();
+  constexpr double enough = 10'000;
+  while (now() - begin.microseconds < enough) addInTurn(1);
+  const Moment end = moment();
+  facts.mhz = (end.clocks - begin.clocks) / (end.microseconds - begin.microseconds);
+  return facts;
+}
+
+}  // namespace
+
+const tzCounterFacts& tzCounter() {
+  if (!s_counter) s_counter = measured();
+  return *s_counter;
+}
+
+void tzSetCounter(const tzCounterFacts* facts) {
+  s_counter = facts != nullptr ? std::optional(*facts) : std::nullopt;
+}
+
+long long tzCounterStep(const std::vector<long long>& differences) {
+  const long long step = std::accumulate(differences.begin(), differences.end(), 0LL,
+                                         [](long long a, long long b) { return std::gcd(a, b); });
+  return std::max(step, 1LL);
+}
+
+tzString tzFrequencyWarning(int estimatedMHz, double counterMHz) {
+  constexpr double tolerated = 0.05;
+  if (estimatedMHz <= 0 || !(counterMHz > 0)) return "";
+  if (std::fabs(estimatedMHz - counterMHz) <= tolerated * counterMHz) return "";
+  char text[160];
+  std::snprintf(text, sizeof text,
+                "-- The frequency in the title, %d MHz, is not that of the counter, %.0f MHz: "
+                "the machine was busy\n",
+                estimatedMHz, counterMHz);
+  return text;
+}

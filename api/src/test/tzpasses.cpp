@@ -1,0 +1,108 @@
+// The passes of a run.
+#include "tzpasses.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "tzinterrupt.h"
+#include "tzistream.h"
+#include "tzostream.h"
+#include "tzplan.h"
+#include "tzrequest.h"
+#include "tztest.h"
+
+namespace {
+
+bool isInformation(const tzTest& test) { return test.kind() == tzString("Information"); }
+
+/// While it lives, nothing that a test does shows: neither on the console nor in a table.
+class Quiet {
+ public:
+  Quiet() : m_level(g_ostrm.outLevel()), m_mistakes(tzMistakes::count()) {
+    g_ostrm.setOutLevel(0);
+    tzTest::m_quiet = true;
+  }
+  ~Quiet() {
+    tzTest::m_quiet = false;
+    tzMistakes::reset(m_mistakes);
+    g_ostrm.setOutLevel(m_level);
+  }
+  Quiet(const Quiet&) = delete;
+  Quiet& operator=(const Quiet&) = delete;
+
+ private:
+  int m_level;
+  int m_mistakes;
+};
+
+long long countRows(const std::vector<tzTest*>& tests) {
+  const Quiet quiet;
+  long long rows = 0;
+  for (tzTest* test : tests) {
+    if (!isInformation(*test)) rows += test->countRows();
+  }
+  return rows;
+}
+
+void runQuietly(const std::vector<tzTest*>& tests, void (*runOne)(tzTest&)) {
+  const Quiet quiet;
+  for (tzTest* test : tests) {
+    if (tzInterrupt::signal() != 0) return;
+    if (!isInformation(*test)) runOne(*test);
+  }
+}
+
+void waitForNext() {
+  constexpr double slice = 0.05;
+  constexpr double microseconds = 1e6;
+  for (;;) {
+    const double left = g_plan.untilNext(tzTool::seconds());
+    if (left <= 0 || tzInterrupt::signal() != 0) return;
+    usleep(static_cast<useconds_t>((left < slice ? left : slice) * microseconds));
+  }
+}
+
+void tellPass(double seconds) {
+  char text[96];
+  std::snprintf(text, sizeof text, " Pass %d of %d: %.1f s\n", g_plan.pass, g_plan.passes, seconds);
+  g_ostrm << L_PERF << text << L_ENDFLUSH;
+}
+
+}  // namespace
+
+void tzSettlePasses(bool compares) {
+  const auto one = [](const char* why) {
+    g_ostrm << L_WARN << "-- One pass is made: " << why << "\n" << L_END;
+    g_plan.passes = 1;
+  };
+  if (g_plan.passes > 1 && tzTest::m_verifyMode == VERIFY_ONLY) one("nothing is measured");
+  if (g_plan.passes > 1 && g_tool.getMethod() != tzTool::SPREAD) one("passes need Method=Spread");
+  if (g_plan.passes > 1 && compares) one("a comparison measures in rounds");
+  if (g_plan.passes > 1 && g_request.asksTests) one("each test asks for its parameters (-AAll)");
+  g_plan.pass = 1;
+}
+
+void tzRunEarlierPasses(const std::vector<tzTest*>& tests, void (*runOne)(tzTest&)) {
+  const bool shared = g_plan.runBudget > 0;
+  g_plan.beginRun(tzTool::seconds(), shared ? countRows(tests) : 0);
+  g_plan.beginPass(1, tzTool::seconds());
+  while (!g_plan.isLast() && tzInterrupt::signal() == 0) {
+    const double begin = tzTool::seconds();
+    runQuietly(tests, runOne);
+    tellPass(tzTool::seconds() - begin);
+    waitForNext();
+    g_plan.beginPass(g_plan.pass + 1, tzTool::seconds());
+  }
+}
+
+bool tzWritesRest() {
+  if (tzInterrupt::signal() == 0 || g_plan.passes < 2 || tzTest::m_quiet) return false;
+  if (!g_plan.writesOnly) {
+    g_plan.writesOnly = true;
+    g_ostrm << L_ERR << "-- " << tzInterrupt::name(tzInterrupt::signal())
+            << ": rows are written with what was measured so far\n"
+            << L_ENDFLUSH;
+  }
+  return true;
+}

@@ -1,0 +1,131 @@
+// The rows of a test: kept over passes, taken up again, told to whoever collects them.
+
+#include "tzcache.h"
+#include "tzchild.h"
+#include "tzinterrupt.h"
+#include "tzostream.h"
+#include "tzpacket.h"
+#include "tzparm.h"
+#include "tzpasses.h"
+#include "tzplan.h"
+#include "tzreference.h"
+#include "tztest.h"
+
+namespace {
+
+// What passes need to know of the rows that children measure.
+class CarriedRows : public tzCarried {
+ public:
+  void pack(tzPacket& packet) const override {
+    packet << g_plan.writesOnly;
+    if (tzTest::m_pCurrentTest != nullptr) tzTest::m_pCurrentTest->packRow(packet);
+  }
+  void unpack(tzPacket& packet) override {
+    packet >> g_plan.writesOnly;
+    if (tzTest::m_pCurrentTest != nullptr) tzTest::m_pCurrentTest->unpackRow(packet);
+  }
+};
+
+const CarriedRows carriedRows;
+
+}  // namespace
+
+void tzTest::packRow(tzPacket& packet) {
+  packet << m_row << parmsText() << m_rowFresh;
+  if (!m_rowFresh) return;
+  m_rowFresh = false;
+  std::string bytes;
+  tzPack(m_rows[m_row], bytes);
+  packet << bytes;
+}
+
+void tzTest::unpackRow(tzPacket& packet) {
+  bool fresh = false;
+  std::string bytes;
+  packet >> m_row >> m_rowText >> fresh;
+  if (!fresh) return;
+  packet >> bytes;
+  tzRow row;
+  size_t at = 0;
+  if (packet.good() && tzUnpack(bytes, at, row)) keepRow(m_row, row);
+}
+
+// "ImageSize=64x64 Table=q75"
+tzString tzTest::parmsText() const {
+  tzString text;
+  for (const tzParameter* parm : m_parms) {
+    const tzString& name = parm == m_cacheIterator ? m_cacheIterator->parm().name() : parm->name();
+    if (name.empty()) continue;
+    if (!text.empty()) text += " ";
+    text += name + "=" + parm->valueString();
+  }
+  return text;
+}
+
+// In the last of several passes a signal ends the measuring, not the writing.
+void tzTest::heedSignal() {
+  if (!tzWritesRest()) tzInterrupt::check();
+}
+
+// What earlier passes know of the current combination. They may have met others: a size that is
+// steered depends on what the data turn out to be.
+tzRow tzTest::earlierRow() const {
+  if (g_plan.passes < 2 || m_row >= m_rows.size()) return {};
+  const tzRow& row = m_rows[m_row];
+  return row.parameters == parmsText().str() ? row : tzRow();
+}
+
+// Hands the tool what there is.
+// @return false when the row is done with that
+bool tzTest::resumeRow(const tzRow& earlier) {
+  m_tool.setEarlier(earlier.measurement);
+  if (!g_plan.writesOnly) return true;
+  if (tzIsFailure(earlier.result)) {
+    m_tool.setVerdict(earlier.result, earlier.measurement.reason);
+    judge(earlier.result);
+    return false;
+  }
+  return !earlier.measurement.samples.empty();
+}
+
+void tzTest::tellRow(tzResult result) {
+  tzRow row;
+  row.measurement = m_tool.measurement();
+  const bool told = !row.measurement.reason.empty() && !tzIsFailure(result);
+  if (result != TZ_OK && !told) {
+    const tzString& text = m_tool.resultText();
+    row.measurement.reason = text.empty() ? tzResultString(result) : text.c_str();
+  }
+  row.parameters = parmsText().str();
+  row.unit = getUnit().str();
+  row.elements = getDivisor();
+  row.result = result;
+  keepRow(m_row, row);
+}
+
+void tzTest::keepRow(size_t number, const tzRow& row) {
+  if (number >= m_rows.size()) m_rows.resize(number + 1);
+  const double before = m_rows[number].measurement.seconds;
+  m_rows[number] = row;
+  const tzMeasurement& measured = row.measurement;
+  tzReferenceStream::note(measured.referenceBytes, measured.referenceClocks);
+  g_plan.rowDone(tzTool::seconds(), measured.seconds - before);
+  m_rowFresh = true;
+}
+
+// The current row ended with its process: samples of earlier passes stay with it.
+void tzTest::keepLost(const tzString& reason) {
+  tzRow row;
+  if (m_row < m_rows.size() && m_rows[m_row].parameters == m_rowText) row = m_rows[m_row];
+  row.parameters = m_rowText;
+  row.result = TZ_EXCPTFAIL;
+  row.measurement.reason = reason.str();
+  keepRow(m_row, row);
+}
+
+bool tzTest::hasSamples() const {
+  for (const tzRow& row : m_rows) {
+    if (!row.measurement.samples.empty() || tzIsFailure(row.result)) return true;
+  }
+  return false;
+}

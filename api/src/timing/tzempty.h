@@ -1,0 +1,6 @@
+/// @file
+/// What measuring costs: a call that does nothing, measured like all others.
+#pragma once
+
+/// Clocks of an empty call by the method Spread; also kept in tzTool::m_emptyCall.
+double tzEmptyCall();

@@ -1,0 +1,40 @@
+// Time shared out among passes and rows.
+#include "tzplan.h"
+
+#include <algorithm>
+
+tzPlan g_plan;
+
+void tzPlan::beginRun(double now, long long rows) {
+  m_runBegin = m_passBegin = m_lastDone = now;
+  m_rows = rows;
+  m_done = m_doneInPass = 0;
+  m_overhead = 0;
+}
+
+void tzPlan::beginPass(int number, double now) {
+  pass = number;
+  m_passBegin = m_lastDone = now;
+  m_doneInPass = 0;
+}
+
+double tzPlan::share(double now) const {
+  // A row that gets less is not worth its data.
+  constexpr double least = 1e-3;
+  const double whole = rowBudget / std::max(passes, 1);
+  if (runBudget <= 0 || m_rows <= m_doneInPass) return whole;
+  // Passes take equal parts of the run, and a pass that begins late does not take it of the others.
+  const double passEnd = m_runBegin + runBudget * pass / std::max(passes, 1);
+  const double each = (passEnd - now) / static_cast<double>(m_rows - m_doneInPass);
+  const double overhead = m_done > 0 ? m_overhead / static_cast<double>(m_done) : 0;
+  return std::clamp(each - overhead, std::min(least, whole), whole);
+}
+
+void tzPlan::rowDone(double now, double sampled) {
+  m_overhead += std::max(0.0, now - m_lastDone - sampled);
+  m_lastDone = now;
+  ++m_done;
+  ++m_doneInPass;
+}
+
+double tzPlan::untilNext(double now) const { return std::max(0.0, m_passBegin + apart - now); }

@@ -1,0 +1,198 @@
+// Runs in several passes: what is measured, what shows, what a signal or a failure leaves.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <string>
+
+#include "harnesskit.h"
+#include "tzplan.h"
+#include "tzregistry.h"
+#include "tztest.h"
+
+namespace {
+
+using harnesskit::Outcome;
+using harnesskit::Session;
+using harnesskit::StubTest;
+using harnesskit::TempFolder;
+
+const char* const kKeys = "-B -dMethod=Spread -X3 -b0.006 -f-__tz -r -u";
+
+int runsOf[4] = {};    // of the loop functions, by pass
+int signalInPass = 0;  // raised by the first run in it
+int failsInPass = 0;
+int diesInPass = 0;
+bool signalsParent = false;
+
+tzResult counted(int n, long long* clocks) {
+  ++runsOf[g_plan.pass];
+  if (g_plan.pass == diesInPass) std::abort();
+  *clocks = 1000LL * n;
+  if (g_plan.pass == signalInPass) {
+    signalInPass = 0;
+    kill(signalsParent ? getppid() : getpid(), SIGINT);
+  }
+  return g_plan.pass == failsInPass ? TZ_FUNCFAIL : TZ_OK;
+}
+
+void registerCounted() {
+  tzRegTest(new StubTest("stubCounted", counted));
+  tzRegTest(new StubTest("stubSecond", counted));
+}
+
+// "stubCounted:3 3;" for samples of all passes in each of two rows.
+std::string passesOfRows() {
+  std::string text;
+  for (const tzTest* test : tzGetTestList()) {
+    if (test->kind() == tzString("Information")) continue;
+    text += test->funcName().str() + ":";
+    for (const tzRow& row : test->rows()) {
+      text += std::to_string(row.measurement.passMinima.size()) + " ";
+    }
+    text += ";";
+  }
+  return text;
+}
+
+// The list is gone when the session is over: asked while its tests still are.
+std::string rowsSeen;
+class WatchedSession : public tzSession {
+  void outputSignal() override { rowsSeen = passesOfRows(); }
+};
+WatchedSession* session() {
+  static WatchedSession own;
+  return &own;
+}
+
+TEST(Passes, MeasureEveryRowInEachAndWriteItOnce) {
+  const TempFolder folder;
+  const Outcome outcome =
+      Session(folder)
+          .setup([] {
+            registerCounted();
+            tzRegSession(session());
+          })
+          .after([] { return rowsSeen + (runsOf[1] > 11 && runsOf[2] > 11 ? "measured" : "idle"); })
+          .run(kKeys);
+  EXPECT_EQ(0, outcome.exitCode) << outcome.console;
+  EXPECT_EQ("stubCounted:3 3 ;stubSecond:3 3 ;measured", outcome.notes);
+  EXPECT_EQ(4u, outcome.lines("clocks/px").size()) << outcome.console;
+  EXPECT_EQ(2u, outcome.lines(" Function   : ").size());
+  EXPECT_EQ(1u, outcome.lines("Pass 1 of 3").size());
+  EXPECT_EQ(1u, outcome.lines("Pass 2 of 3").size());
+  EXPECT_TRUE(outcome.shows("Number of tests: 2 "));
+  int rows = 0;
+  for (const std::string& line : harnesskit::splitLines(folder.read("stub.csv"))) {
+    rows += line.find(",px,nSmp=") != std::string::npos ? 1 : 0;
+  }
+  EXPECT_EQ(4, rows);
+}
+
+TEST(Passes, ASignalWritesWhatThereIs) {
+  for (const int pass : {2, 3}) {
+    const TempFolder folder;
+    const Outcome outcome = Session(folder)
+                                .setup([pass] {
+                                  registerCounted();
+                                  signalInPass = pass;
+                                })
+                                .run(kKeys);
+    EXPECT_EQ(-SIGINT, outcome.exitCode) << "the signal is obeyed at the end";
+    EXPECT_TRUE(outcome.shows("-- SIGINT: rows are written with what was measured so far"));
+    EXPECT_EQ(4u, outcome.lines("clocks/px").size()) << pass << outcome.console;
+    EXPECT_EQ(pass == 2 ? 4u : 3u, outcome.lines("ACCURWRN: samples of ").size())
+        << outcome.console;
+    EXPECT_NE(std::string::npos, folder.read("stub.csv").find("END_DATA"));
+    EXPECT_TRUE(outcome.shows("Number of tests: 2 "));
+  }
+}
+
+TEST(Passes, ASignalInTheFirstLeavesTheRowsThatWereReached) {
+  const TempFolder folder;
+  const Outcome outcome = Session(folder)
+                              .setup([] {
+                                registerCounted();
+                                signalInPass = 1;
+                              })
+                              .run(kKeys);
+  EXPECT_EQ(-SIGINT, outcome.exitCode);
+  EXPECT_LE(outcome.lines("clocks/px").size(), 1u) << outcome.console;
+  EXPECT_FALSE(outcome.shows(" Function   : stubSecond"));
+}
+
+TEST(Passes, AFailureInOnePassIsAFailure) {
+  for (const int pass : {1, 2, 3}) {
+    const TempFolder folder;
+    const Outcome outcome = Session(folder)
+                                .setup([pass] {
+                                  tzRegTest(new StubTest("stubCounted", counted));
+                                  failsInPass = pass;
+                                })
+                                .run(kKeys);
+    EXPECT_EQ(1, outcome.exitCode) << pass << outcome.console;
+    EXPECT_EQ(1u, outcome.lines("-- FUNCFAIL: stubCounted").size()) << outcome.console;
+    EXPECT_EQ(pass < 3, outcome.shows("- in another pass: lib function error"));
+    EXPECT_EQ(0u, outcome.lines("clocks/px").size());
+  }
+}
+
+TEST(Passes, SamplesComeBackFromChildren) {
+  const TempFolder folder;
+  const Outcome outcome = Session(folder)
+                              .setup([] {
+                                registerCounted();
+                                tzRegSession(session());
+                              })
+                              .after([] { return rowsSeen; })
+                              .run(std::string(kKeys) + " -k");
+  EXPECT_EQ(0, outcome.exitCode) << outcome.console;
+  EXPECT_EQ("stubCounted:3 3 ;stubSecond:3 3 ;", outcome.notes);
+  EXPECT_EQ(4u, outcome.lines("clocks/px").size()) << outcome.console;
+  EXPECT_EQ(0u, outcome.lines("ACCURWRN").size()) << outcome.console;
+}
+
+TEST(Passes, AProcessThatDiesInOneIsAFailureOfItsRow) {
+  for (const int pass : {1, 3}) {
+    const TempFolder folder;
+    const Outcome outcome =
+        Session(folder)
+            .setup([pass] {
+              registerCounted();
+              tzRegTest(new StubTest("stubThird", harnesskit::steadyLoop<TZ_OK, 800>));
+              diesInPass = pass;
+            })
+            .run(std::string(kKeys) + " -k");
+    EXPECT_EQ(1, outcome.exitCode) << pass << outcome.console;
+    EXPECT_EQ(1u, outcome.lines("-- EXCPTFAIL: stubCounted").size()) << outcome.console;
+    EXPECT_EQ(1u, outcome.lines("-- EXCPTFAIL: stubSecond").size()) << outcome.console;
+    EXPECT_EQ(pass < 3, outcome.shows("- in another pass: exception: SIGABRT"));
+    EXPECT_EQ(2u, outcome.lines("clocks/px  nSmp=").size()) << outcome.console;
+    EXPECT_TRUE(outcome.shows("Number of tests: 3 "));
+  }
+}
+
+TEST(Passes, ASignalWritesWhatChildrenMeasured) {
+  const TempFolder folder;
+  const Outcome outcome = Session(folder)
+                              .setup([] {
+                                registerCounted();
+                                signalsParent = true;
+                                signalInPass = 2;
+                              })
+                              .run(std::string(kKeys) + " -k");
+  EXPECT_EQ(-SIGINT, outcome.exitCode);
+  EXPECT_EQ(1u, outcome.lines("-- SIGINT: rows are written with").size()) << outcome.console;
+  EXPECT_EQ(4u, outcome.lines("clocks/px").size()) << outcome.console;
+}
+
+TEST(Passes, OneIsMadeWhereTestsAsk) {
+  const TempFolder folder;
+  const Outcome outcome = Session(folder).run("-AAll -dMethod=Spread -X2 -b0.001 -fAlpha");
+  EXPECT_TRUE(outcome.shows("-- One pass is made: each test asks for its parameters (-AAll)"));
+  EXPECT_FALSE(outcome.shows("Pass 1"));
+}
+
+}  // namespace
