@@ -77,14 +77,27 @@ TEST(Lines, AgreeWithTheSchemaAndTheTable) {
   const std::string text = folder.read("stub.jsonl");
   const auto rows = linesWith(text, "\"function\":\"stubAlpha\"");
   ASSERT_EQ(2u, rows.size());
-  for (const char* part :
-       {"\"name\":[\"stubAlpha\"]", "\"parameters\":{\"Length\":\"8\"}", "\"unit\":\"px\"",
-        "\"result\":\"OK\"", "\"elements\":8,", "\"clocks_per_element\":100,",
-        "\"clocks_per_call\":800,", "\"samples\":{\"clocks\":[800],\"calls\":[3],\"pass\":[1]}"}) {
+  for (const char* part : {"\"name\":[\"stubAlpha\"]", "\"parameters\":{\"Length\":\"8\"}",
+                           "\"unit\":\"px\"", "\"result\":\"OK\"", "\"elements\":8,",
+                           "\"clocks_per_element\":100,", "\"clocks_per_call\":800,",
+                           "\"samples\":{\"clocks\":[800],\"calls\":[3],\"pass\":[1],"
+                           "\"disturbed\":["}) {
     EXPECT_NE(std::string::npos, rows[0].find(part)) << part << " in " << rows[0];
   }
   EXPECT_NE(std::string::npos, folder.read("stub.csv").find("stubAlpha,Timing,8,100,px"));
   EXPECT_EQ(2u, linesWith(text, "\"result\":\"FUNCWRN\"").size()) << text;
+}
+
+// Passes and children: the samples of all passes stand in one row each.
+TEST(Lines, HoldTheSamplesOfAllPasses) {
+  const TempFolder folder;
+  Session(folder).run("-B -j -f=stubAlpha -dMethod=Spread -X2 -b0.01 -k");
+  EXPECT_EQ("1 2 1 0\n", validated(folder, "stub.jsonl")) << folder.read("stub.jsonl");
+  for (const std::string& row : linesWith(folder.read("stub.jsonl"), "\"type\":\"row\"")) {
+    EXPECT_NE(std::string::npos, row.find("\"pass\":[1,")) << row;
+    EXPECT_NE(std::string::npos, row.find(",2],\"disturbed\"")) << row;
+    EXPECT_NE(std::string::npos, row.find("\"pass_minima\":[")) << row;
+  }
 }
 
 TEST(Lines, AreWholeUpToWhereTheFileIsCut) {

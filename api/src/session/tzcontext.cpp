@@ -3,10 +3,10 @@
 
 #include "tzcache.h"
 #include "tzclock.h"
-#include "tzcpuinfo.h"
 #include "tzenv.h"
 #include "tzinterrupt.h"
 #include "tzistream.h"
+#include "tzmachine.h"
 #include "tzmemory.h"
 #include "tzregistry.h"
 #include "tzreport.h"
@@ -16,11 +16,20 @@
 
 namespace {
 
+// Every fact under its name; one that is no number where a number was to be is told in words.
 tzJson machine() {
   tzJson object;
-  object.put("cpu", tzCpuName()).put("processors", tzGetNumOfProcessors());
   object.put("mhz", tzCpuTicker::getFreq()).put("largest_cache", tzCacheIterator::cacheSize());
-  return object.put("os", tzOS().c_str()).put("host", tzHost().c_str());
+  for (const tzFact& fact : tzMachineFacts()) {
+    double number = 0;
+    number << fact.value;
+    if (fact.isNumber && !fact.value.fail()) {
+      object.put(fact.name.c_str(), number);
+    } else {
+      object.put(fact.name.c_str(), fact.value);
+    }
+  }
+  return object;
 }
 
 tzJson settings() {

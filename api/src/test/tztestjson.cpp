@@ -29,14 +29,16 @@ tzJson json(const std::vector<tzSample>& samples) {
   std::vector<double> clocks;
   std::vector<long long> calls;
   std::vector<int> passes;
+  std::vector<bool> disturbed;
   for (const tzSample& sample : samples) {
     clocks.push_back(sample.clocks);
     calls.push_back(sample.calls);
     passes.push_back(sample.pass);
+    disturbed.push_back(sample.disturbed);
   }
   tzJson object;
   object.putArray("clocks", clocks).putArray("calls", calls);
-  return object.putArray("pass", passes);
+  return object.putArray("pass", passes).putArray("disturbed", disturbed);
 }
 
 void put(tzJson& row, const tzMeasurement& measured) {
@@ -47,6 +49,7 @@ void put(tzJson& row, const tzMeasurement& measured) {
     row.putArray("pass_minima", measured.passMinima);
     row.put("pass_difference", measured.passDifference);
   }
+  if (measured.seconds > 0) row.put("sampling_seconds", measured.seconds);
   if (measured.emptyCall > 0) row.put("empty_call", measured.emptyCall);
   if (measured.referenceRatio > 0) row.put("reference_ratio", measured.referenceRatio);
   row.put("placement_differs", measured.placementDiffers);
