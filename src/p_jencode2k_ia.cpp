@@ -5,6 +5,8 @@
 #include <vector>
 
 #include "rkd/rkdjpeg.h"
+#include "ref_wavelet.h"
+#include "rkpicture.h"
 #include "rksuite.h"
 #include "tzostream.h"
 
@@ -18,7 +20,8 @@ int numBlocks;
 
 /// Standard deviation's relation to the quantiser, in per cent: fine detail of an 8-bit photograph
 /// kept exactly, and at some twenty to one.
-enum DataKind : int { LOSSLESS = 320, LOSSY = 150 };
+/// Or a sample picture's.
+enum DataKind : int { LOSSLESS = 320, LOSSY = 150, ROSE = 1, BIKERS = 2 };
 
 tzIterator<RkdiSize> blockSize("BlockSize");
 tzMapIterator<int> dataKind("Data");
@@ -162,6 +165,43 @@ void fillBlock(int32_t* block, RkdiSize area, double scale, std::mt19937& random
   }
 }
 
+/// The HL band of a sample picture's first level of 5/3, cut into blocks from its middle on; what
+/// is left where the picture ends comes from its beginning.
+bool fillFromPicture(const char* name) {
+  constexpr RkdiSize WHOLE = {1024, 512};
+  constexpr RkdiSize HALF = {WHOLE.width / 2, WHOLE.height};
+  constexpr RkdiSize QUARTER = {HALF.width, HALF.height / 2};
+  constexpr int WHOLE_STEP = WHOLE.width * 4, HALF_STEP = HALF.width * 4;
+  rkImage image;
+  image.init(rk8u, 1, false);
+  if (!image.createImage(WHOLE) || !rkFillPicture(image, name)) return false;
+  std::vector<int32_t> all(size_t(WHOLE.width) * size_t(WHOLE.height));
+  std::vector<int32_t> low(all.size() / 2), high(all.size() / 2), band(all.size() / 4),
+      rest(all.size() / 4);
+  for (int y = 0; y < WHOLE.height; ++y) {
+    const auto* const row = static_cast<const uint8_t*>(image.getRowPointer(y));
+    std::copy(row, row + WHOLE.width, all.begin() + std::ptrdiff_t{WHOLE.width} * y);
+  }
+  if (ref::rkdiWTFwdRow_B53_JPEG2K_32s_C1R(all.data(), WHOLE_STEP, low.data(), HALF_STEP,
+                                           high.data(), HALF_STEP, WHOLE, 0) < 0 ||
+      ref::rkdiWTFwdCol_B53_JPEG2K_32s_C1R(high.data(), HALF_STEP, band.data(), HALF_STEP,
+                                           rest.data(), HALF_STEP, HALF, 0) < 0) {
+    return false;
+  }
+  int32_t* to = src.data32s();
+  for (int i = 0; i < numBlocks; ++i) {
+    const int across = std::max(QUARTER.width / size().width, 1);
+    const int left = i % across * size().width, top = i / across * size().height;
+    for (int y = 0; y < size().height; ++y) {
+      for (int x = 0; x < size().width; ++x) {
+        *to++ =
+            band[size_t((top + y) % QUARTER.height * QUARTER.width + (left + x) % QUARTER.width)];
+      }
+    }
+  }
+  return true;
+}
+
 class TimjCode2K : public rkTest {
  public:
   RK_TEST_CLASS(TimjCode2K)
@@ -177,6 +217,8 @@ class TimjCode2K : public rkTest {
     dataKind.resetMap();
     dataKind.addName(LOSSLESS, "lossless");
     dataKind.addName(LOSSY, "lossy");
+    dataKind.addName(ROSE, "rose");
+    dataKind.addName(BIKERS, "sbikers2");
     dataKind.add(LOSSLESS);
     dataKind.add(LOSSY);
     regParm(codeStyle);
@@ -208,11 +250,7 @@ class TimjCode2K : public rkTest {
         !bytes.createVector(numBlocks * MAX_BYTES, rkModeZero)) {
       return false;
     }
-    std::mt19937 random(rkVector::START_SEED);
-    for (int i = 0; i < numBlocks; ++i) {
-      fillBlock(src.data32s() + i * samples(), size(), dataKind.value() / 100.0, random);
-    }
-    return makeObjects();
+    return fill() && makeObjects();
   }
 
   void flushData() override {
@@ -227,6 +265,16 @@ class TimjCode2K : public rkTest {
   tzString getUnit() const override { return "px"; }
 
  private:
+  static bool fill() {
+    if (dataKind.value() == ROSE) return fillFromPicture("rose");
+    if (dataKind.value() == BIKERS) return fillFromPicture("sbikers2");
+    std::mt19937 random(rkVector::START_SEED);
+    for (int i = 0; i < numBlocks; ++i) {
+      fillBlock(src.data32s() + i * samples(), size(), dataKind.value() / 100.0, random);
+    }
+    return true;
+  }
+
   static void nameStyles() {
     codeStyle.addName(0, "none");
     codeStyle.addName(rkdCodeBlockBypass, "bypass");

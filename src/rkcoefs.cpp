@@ -2,6 +2,8 @@
 #include "rkcoefs.h"
 
 #include <algorithm>
+#include <map>
+#include <vector>
 
 #include "rkd/rkdjpeg_dct.h"
 #include "rkphoto.h"
@@ -14,6 +16,18 @@ bool buildQ75(rkVector& table, bool isForward) {
   const auto build = isForward ? rkdiQuantFwdTableInit_JPEG_16u : rkdiQuantInvTableInit_JPEG_16u;
   return rkTest::checkStatus(build(rkQuality75.data(), table.data16u()),
                              "the builder of quantisation tables") <= TZ_WARNING;
+}
+
+/// The coefficients of a kind, which are made once.
+const std::vector<int16_t>& photoOf(int kind) {
+  static std::map<int, std::vector<int16_t>> known;
+  std::vector<int16_t>& coefs = known[kind == rkCoefsDC ? int(rkCoefsPhoto) : kind];
+  if (coefs.empty()) {
+    coefs = rkPhotoCoefs(kind == rkCoefsRose     ? "rose"
+                         : kind == rkCoefsBikers ? "sbikers2"
+                                                 : nullptr);
+  }
+  return coefs;
 }
 
 }  // namespace
@@ -33,6 +47,8 @@ void rkCoefsChoice::initCoefs(rkCoefsKind first) {
   coefs.addName(rkCoefsDense, "dense");
   coefs.addName(rkCoefsPhoto, "photo");
   coefs.addName(rkCoefsDC, "dc");
+  coefs.addName(rkCoefsRose, "rose");
+  coefs.addName(rkCoefsBikers, "sbikers2");
   coefs.add(first);
 }
 
@@ -53,7 +69,8 @@ bool rkCreateCoefs(rkVector& blocks, int count, int kind, rkRange range, bool ve
   blocks.init(rk16s);
   if (!blocks.createVector(64 * count, rkModeRandom, range.low, range.high)) return false;
   if (kind == rkCoefsDense) return true;
-  const auto& photo = rkPhotoCoefs();
+  const std::vector<int16_t>& photo = photoOf(kind);
+  if (photo.empty()) return false;
   int16_t* block = blocks.data16s();
   for (int b = 0; b < count; ++b, block += 64) {
     if (verifying && b % 2 != 0) continue;

@@ -16,7 +16,9 @@ enum rkTableKind : int {
 enum rkCoefsKind : int {
   rkCoefsDense = 0,  ///< random: no zeros
   rkCoefsPhoto,      ///< a photograph's at quality 75: most are zero
-  rkCoefsDC          ///< the photograph's first coefficient of each block, zeros behind it
+  rkCoefsDC,         ///< the photograph's first coefficient of each block, zeros behind it
+  rkCoefsRose,       ///< a sample picture's at quality 75, its middle
+  rkCoefsBikers
 };
 
 /// The values of both parameters of a suite.

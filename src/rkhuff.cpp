@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "rkphoto.h"
+#include "rkpicture.h"
 #include "tzostream.h"
 
 namespace {
@@ -35,6 +36,8 @@ namespace {
 int namePictures() {
   g_huffPicture["jaehne"] = rkPictureJaehne;
   g_huffPicture["photo"] = rkPicturePhoto;
+  g_huffPicture["rose"] = rkPictureRose;
+  g_huffPicture["sbikers2"] = rkPictureBikers;
   g_huffPicture.add(rkPictureJaehne);
   g_huffPicture.add(rkPicturePhoto);
   return 1;
@@ -53,10 +56,12 @@ bool rkHuffCoefs::create(RkdiSize size, int picture) {
     return false;
   }
   if (total() == 0) return true;
-  if (picture == rkPicturePhoto) {
-    rkFillPhoto(m_image);
-  } else {
+  if (picture == rkPictureJaehne) {
     m_image.setJaehne(100);
+  } else if (picture == rkPicturePhoto) {
+    rkFillPhoto(m_image);
+  } else if (!rkFillPicture(m_image, picture == rkPictureRose ? "rose" : "sbikers2")) {
+    return false;
   }
   return transform(picture);
 }
@@ -72,7 +77,7 @@ bool rkHuffCoefs::transform(int picture) {
     for (int x = 0; x < m_image.width(); x += 8, block += 64) {
       const auto* pixels = static_cast<const uint8_t*>(m_image.getPointerAt(x, y, 0));
       if (rkdiDCT8x8FwdLS_JPEG_8u16s_C1R(pixels, m_image.step(), block) < 0) return false;
-      if (picture == rkPicturePhoto && rkdiQuantFwd8x8_JPEG_16s_C1I(block, table.data16u()) < 0) {
+      if (picture != rkPictureJaehne && rkdiQuantFwd8x8_JPEG_16s_C1I(block, table.data16u()) < 0) {
         return false;
       }
       for (int i = 0; i < 64; ++i) nonZero += block[i] != 0;

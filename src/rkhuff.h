@@ -24,7 +24,9 @@ extern const rkHuffTable rkStandardAC;
 /// Parameter "Picture": what the coefficients come from.
 enum rkPicture : int {
   rkPictureJaehne = 0,  ///< a zone plate of magnitude 100, not quantised
-  rkPicturePhoto = 1    ///< a made-up photograph at quality 75
+  rkPicturePhoto = 1,   ///< a made-up photograph at quality 75
+  rkPictureRose = 2,    ///< a sample picture at quality 75, its middle
+  rkPictureBikers = 3
 };
 extern tzMapIterator<int> g_huffPicture;
 

@@ -18,4 +18,6 @@ void rkFillPhoto(rkImage& image);
 
 /// Quantised coefficients of a photograph, 64 a block; thousands of blocks, made by the plain
 /// transform.
-const std::vector<int16_t>& rkPhotoCoefs();
+/// @param picture  of a sample picture (rkpicture.h); null: of the made-up one
+/// @return none, after a line with the reason, when the picture cannot be read
+std::vector<int16_t> rkPhotoCoefs(const char* picture = nullptr);

@@ -1,16 +1,13 @@
 // Source pictures of the codec suites.
 #include "codecimage.h"
 
-#include <unistd.h>
-
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
-#include <system_error>
 
 #include "base/imagefile.h"
 #include "rkcommon.h"
+#include "rkpicture.h"
 #include "tzostream.h"
 
 void rkCodecPicture::declare(tzTest& test, rkImageInput first,
@@ -65,21 +62,6 @@ void rkCodecPicture::save() const {
   if (file != nullptr) std::fclose(file);
   g_ostrm << L_INFO << (isWritten ? "    Saved as " : "    Cannot be saved as ") << path << "\n"
           << L_END;
-}
-
-tzString rkFindPicture(const tzString& name) {
-  std::error_code error;
-  const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
-  const std::filesystem::path beside = error ? std::filesystem::path() : self.parent_path();
-  const tzString given = io_stream::pathIn(io_stream::inputDir(), name);
-  for (const tzString& path :
-       {given, tzString((beside / name.c_str()).c_str()),
-        tzString((beside / "../share/tazmet" / name.c_str()).lexically_normal().c_str())}) {
-    if (access(path.c_str(), F_OK) != 0) continue;
-    g_ostrm << L_INFO << "    Picture: " << path << "\n" << L_END;
-    return path;
-  }
-  return name;
 }
 
 double rkPsnr(const uint8_t* a, const uint8_t* b, size_t count) {

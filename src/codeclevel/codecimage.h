@@ -65,10 +65,6 @@ class rkCodecPicture {
   rkImage m_image;
 };
 
-/// Where a picture is: in the session's input folder, beside the program, or where the program's
-/// data are installed; in this order. The bare name when it is nowhere.
-tzString rkFindPicture(const tzString& name);
-
 /// Peak signal-to-noise ratio of 8-bit samples in dB; 999 when all are equal.
 double rkPsnr(const uint8_t* a, const uint8_t* b, size_t count);
 

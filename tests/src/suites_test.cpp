@@ -12,6 +12,7 @@
 #include "rkd/rkdcore.h"
 #include "rktest.h"
 #include "suitekit.h"
+#include "testpaths.h"
 #include "tzmemory.h"
 #include "tzregistry.h"
 
@@ -131,6 +132,30 @@ TEST_F(SuiteRuns, EveryFunctionIsTimedWithoutFailureOrDuplicateLine) {
     EXPECT_FALSE(outcome.lines(std::string(test->funcName().c_str()) + " ").empty())
         << test->funcName().c_str();
   }
+}
+
+TEST_F(SuiteRuns, CoefficientsMayComeFromTheSamplePictures) {
+  const std::string there = "-p" + std::string(TAZMET_BIN_DIR) + " ";
+  const std::string rose = "-dPicture=rose -dCoefs=rose -dData=rose ";
+  const Outcome outcome = run(there +
+                              "-dMethod=Manual -dNumLoops=1 -dPicture=rose;sbikers2 "
+                              "-dCoefs=rose;sbikers2 -dData=rose;sbikers2 "
+                              "-tTimjHuff -tTimjCode2K -tTimjDctQuant -tTimjQuant");
+  EXPECT_EQ(0, outcome.exitCode) << outcome.console;
+  EXPECT_EQ(19u, outcome.lines("Picture=rose  ").size()) << outcome.console;
+  EXPECT_GE(outcome.lines("Coefs=sbikers2").size(), 6u);
+  EXPECT_GE(outcome.lines("Data=rose").size(), 4u);
+  const Outcome verified = run(there + rose +
+                               "-VONLY -LINFO -f=rkdiDecodeHuffman8x8_Direct_JPEG_1u16s_C1 "
+                               "-f=rkdiDCTQuantInv8x8_JPEG_16s_C1");
+  EXPECT_EQ(0, verified.exitCode) << verified.console;
+  EXPECT_NE(run("-VONLY -LINFO -dPicture=photo -f=rkdiDecodeHuffman8x8_Direct_JPEG_1u16s_C1")
+                .lines("Bits a pixel"),
+            verified.lines("Bits a pixel"));
+  const Outcome missing = run("-p" + m_folder.path() + " " + rose +
+                              "-tTimjHuffDirect -f=rkdiDCTQuantInv8x8_JPEG_16s_C1 -tTimjCode2K");
+  EXPECT_EQ(1, missing.exitCode);
+  EXPECT_TRUE(missing.shows("--- Can't load file rose.bmp: Open error")) << missing.console;
 }
 
 TEST_F(SuiteRuns, SizesBelowABlockMeasureNothingAndFailNothing) {
