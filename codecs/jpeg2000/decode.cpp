@@ -45,7 +45,7 @@ void checkBoxes(const BoxInfo& boxes, const ImageShape& shape, Reporter& report)
 /// What a header announces must not cost more than what is there.
 void checkWork(const Codestream& stream, size_t bytes) {
   const int64_t work = int64_t(stream.ofTile.size()) * int64_t(stream.shape.components.size());
-  constexpr int64_t base = 20'000'000;
+  constexpr int64_t base = 4'000'000;
   if (work > base + 64 * int64_t(bytes)) {
     fail(Diag::tooMuchWork, std::to_string(work) + " tile-components");
   }

@@ -1,5 +1,7 @@
 // OpenJPEG's programs judge our files, and theirs are decoded here.
 #include <climits>
+#include <cmath>
+#include <cstdlib>
 #include <cstring>
 
 #include "base/imagefile.h"
@@ -19,6 +21,16 @@ class Compress : public peerkit::PeerTest {
 class Decompress : public peerkit::PeerTest {
  protected:
   Decompress() : PeerTest("opj_decompress") {}
+};
+
+class GrokCompress : public peerkit::PeerTest {
+ protected:
+  GrokCompress() : PeerTest("grk_compress") {}
+};
+
+class GrokDecompress : public peerkit::PeerTest {
+ protected:
+  GrokDecompress() : PeerTest("grk_decompress") {}
 };
 
 class Ffmpeg : public peerkit::PeerTest {
@@ -75,7 +87,8 @@ int largestDifference(const Picture& a, const Picture& b) {
   return most;
 }
 
-TEST_F(Compress, TheirFilesDecodeAsTheyDecodeThem) {
+/// A row of the matrix: geometry, order, style and one more, so that nearly all pairs meet.
+std::string compressArguments(int i) {
   static constexpr const char* const geometries[] = {"", "-d 3,5 -T 1,2 -t 64,50", "-t 100,90",
                                                      "-d 17,33"};
   static constexpr const char* const orders[] = {"LRCP", "RLCP", "RPCL", "PCRL", "CPRL"};
@@ -88,21 +101,69 @@ TEST_F(Compress, TheirFilesDecodeAsTheyDecodeThem) {
                                                  "-I -n 6 -b 4,4 -PLT",
                                                  "-TP C -TLM",
                                                  "-n 2",
+                                                 "-I -n 4 -c [32,32] -r 30,10",
+                                                 "-I -b 1024,4 -SOP -EPH",
                                                  "-mct 0 -I -q 30,40"};
+  return std::string(" ") + geometries[(i / 2) % 4] + " -p " + orders[(i + i / 5) % 5] + " -M " +
+         styles[(i * 3 + i / 8) % 8] + " " + others[(i * 2 + i / 11) % 11];
+}
+
+/// The limits to which decoders are held at full resolution: reversible streams are exact, others
+/// come within a level of full-precision arithmetic.
+void expectConformance(const Picture& theirs, const Picture& ours, const std::string& what) {
+  const int most = largestDifference(theirs, ours);
+  if (what.find("-I") == std::string::npos) {
+    EXPECT_EQ(0, most) << what;
+    return;
+  }
+  EXPECT_GE(1, most) << what;
+  // The mean squared error, of one component after the other.
+  for (size_t c = 0; c < ours.planes.size(); ++c) {
+    double sum = 0;
+    for (size_t i = 0; i < ours.planes[c].size(); ++i) {
+      sum += std::pow(ours.planes[c][i] - theirs.planes[c][i], 2);
+    }
+    EXPECT_GT(0.05, sum / double(ours.planes[c].size())) << what << ", component " << c;
+  }
+}
+
+TEST_F(Compress, TheirFilesDecodeAsTheyDecodeThem) {
   Picture picture = photograph(157, 111);
   write("in.ppm", anymap(picture));
-  for (int i = 0; i < 40; ++i) {
-    const std::string arguments = "-i " + file("in.ppm") + " -o " +
-                                  file(i % 2 ? "x.jp2" : "x.j2k") + " " + geometries[(i / 2) % 4] +
-                                  " -p " + orders[(i + i / 5) % 5] + " -M " +
-                                  styles[(i * 3 + i / 8) % 8] + " " + others[(i * 2 + i / 9) % 9];
-    const Bytes stream = made(arguments, i % 2 ? "x.jp2" : "x.j2k");
+  const int rows = std::getenv("TAZMET_EXHAUSTIVE") != nullptr ? 440 : 44;
+  for (int i = 0; i < rows; ++i) {
+    const char* const name = i % 2 ? "x.jp2" : "x.j2k";
+    const std::string arguments = compressArguments(i);
+    const Bytes stream = made("-i " + file("in.ppm") + " -o " + file(name) + arguments, name);
     ASSERT_FALSE(stream.empty()) << arguments;
-    ASSERT_EQ(0, std::system(("opj_decompress -i " + file(i % 2 ? "x.jp2" : "x.j2k") + " -o " +
-                              file("out.ppm") + " > /dev/null 2>&1")
+    ASSERT_EQ(0, std::system(("opj_decompress -i " + file(name) + " -o " + file("out.ppm") +
+                              " > /dev/null 2>&1")
                                  .c_str()));
-    const int most = largestDifference(fromAnymap(read("out.ppm")), decodedWell(stream));
-    EXPECT_LE(most, arguments.find("-I") == std::string::npos ? 0 : 1) << arguments;
+    expectConformance(fromAnymap(read("out.ppm")), decodedWell(stream), arguments);
+  }
+}
+
+TEST_F(Compress, TheirRegionsAndReductionsAreOurs) {
+  Picture picture = photograph(157, 111);
+  write("in.ppm", anymap(picture));
+  for (int i = 0; i < 12; ++i) {
+    const std::string arguments = compressArguments(i * 7);
+    if (arguments.find("-n 1") != std::string::npos || arguments.find("-d ") != std::string::npos) {
+      continue;
+    }
+    const Bytes stream = made("-i " + file("in.ppm") + " -o " + file("x.j2k") + arguments, "x.j2k");
+    for (const char* const how : {"-r 1", "-d 40,30,99,77"}) {
+      Options o;
+      if (how[1] == 'r') {
+        o.reduce = 1;
+      } else {
+        o.crop = {40, 30, 59, 47};
+      }
+      ASSERT_EQ(0, std::system(("opj_decompress -i " + file("x.j2k") + " -o " + file("out.ppm") +
+                                " " + how + " > /dev/null 2>&1")
+                                   .c_str()));
+      expectConformance(fromAnymap(read("out.ppm")), decodedWell(stream, o), arguments + how);
+    }
   }
 }
 
@@ -128,29 +189,60 @@ TEST_F(Compress, TwelveAndSixteenBitsDecode) {
   }
 }
 
+Options ourOptions(int i) {
+  Options o;
+  static constexpr int styles[] = {0, 1, 2, 4, 8, 16, 32, 63};
+  o.style = styles[i % 8];
+  o.progress = j2k::Progress(i % 5);
+  o.levels = 1 + i % 6;
+  o.layers = 1 + i % 3;
+  if (i % 4 == 1) o.tileWidth = o.tileHeight = 50;
+  if (i % 3 == 1) o.precincts = {{0, 0, 64, 64}, {0, 0, 32, 32}};
+  o.blockWidth = i % 2 ? 64 : 16;
+  o.blockHeight = i % 2 ? 64 : 32;
+  o.sop = i % 2 == 0;
+  o.eph = i % 3 == 0;
+  o.tlm = o.plt = i % 4 == 3;
+  o.offsetX = i % 3;
+  o.tileParts = "\0RLC"[i % 4];
+  o.packedHeaders = "\0\0\0MT"[i % 5];
+  return o;
+}
+
 TEST_F(Decompress, OurFilesDecodeExactly) {
   for (int i = 0; i < 24; ++i) {
-    Options o;
-    static constexpr int styles[] = {0, 1, 2, 4, 8, 16, 32, 63};
-    o.style = styles[i % 8];
-    o.progress = j2k::Progress(i % 5);
-    o.levels = 1 + i % 6;
-    o.layers = 1 + i % 3;
-    if (i % 4 == 1) o.tileWidth = o.tileHeight = 50;
-    if (i % 3 == 1) o.precincts = {{0, 0, 64, 64}, {0, 0, 32, 32}};
-    o.blockWidth = i % 2 ? 64 : 16;
-    o.blockHeight = i % 2 ? 64 : 32;
-    o.sop = i % 2 == 0;
-    o.eph = i % 3 == 0;
-    o.tlm = o.plt = i % 4 == 3;
-    o.offsetX = i % 3;
-    o.tileParts = "\0RLC"[i % 4];
-    o.packedHeaders = "\0\0\0MT"[i % 5];
     Picture picture = photograph(131, 117);
+    write("x.jp2", encoded(picture, ourOptions(i)));
+    const Picture got =
+        fromAnymap(made("-i " + file("x.jp2") + " -o " + file("out.ppm"), "out.ppm"));
+    EXPECT_EQ(0, largestDifference(picture, got)) << i;
+  }
+}
+
+TEST_F(GrokDecompress, OurFilesDecodeExactly) {
+  for (int i = 0; i < 24; ++i) {
+    Picture picture = photograph(131, 117);
+    // Tile-parts of many tiles, packed headers among tile-parts, and small tiles of many levels are
+    // beyond release 10.0.5, whoever wrote them.
+    Options o = ourOptions(i);
+    o.tileParts = o.packedHeaders = 0;
+    if (o.tileWidth > 0) o.levels = std::min(o.levels, 2);
     write("x.jp2", encoded(picture, o));
     const Picture got =
         fromAnymap(made("-i " + file("x.jp2") + " -o " + file("out.ppm"), "out.ppm"));
     EXPECT_EQ(0, largestDifference(picture, got)) << i;
+  }
+}
+
+TEST_F(GrokCompress, TheirFilesDecode) {
+  Picture picture = photograph(157, 111);
+  write("in.ppm", anymap(picture));
+  for (const char* const arguments :
+       {"", "-t 64,50", "-p RPCL -c [64,64],[32,32] -b 32,32", "-n 3 -M 63 -p CPRL",
+        "-M 1 -S -E -p PCRL -t 100,90", "-u R -X -L -p RLCP"}) {
+    const Bytes stream =
+        made("-i " + file("in.ppm") + " -o " + file("x.j2k") + " " + arguments, "x.j2k");
+    EXPECT_EQ(picture.planes, decodedWell(stream).planes) << arguments;
   }
 }
 

@@ -1,5 +1,6 @@
 // The program: keys, files in, files out, exit codes.
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "base/imagefile.h"
@@ -87,6 +88,86 @@ TEST_F(Program, WritesBoxesAndChangesOfProgressionThatKeysAskFor) {
   for (const char* const wrong : {"-poc 0,0,1,3,3", "-poc 0,0,1,3,3,XYZ", "-res 0", "-xml none"}) {
     EXPECT_NE(0, run("-i " + file("in.ppm") + " -o " + file("x.jp2") + " " + wrong).first) << wrong;
   }
+}
+
+/// A profile of the sRGB primaries with linear light.
+Bytes linearProfile() {
+  Bytes profile(128 + 4 + 7 * 12, 0);
+  const auto put = [&](size_t at, uint32_t v) {
+    for (size_t i = 0; i < 4; ++i) profile[at + i] = uint8_t(v >> (24 - 8 * i));
+  };
+  const auto name = [&](size_t at, const char* text) {
+    std::copy(text, text + 4, profile.begin() + std::ptrdiff_t(at));
+  };
+  put(8, 0x02100000);
+  name(12, "mntr");
+  name(16, "RGB ");
+  name(20, "XYZ ");
+  name(36, "acsp");
+  put(68, 0xF6D6);  // the white of profiles
+  put(72, 0x10000);
+  put(76, 0xD32D);
+  put(128, 7);
+  static constexpr struct {
+    const char* tag;
+    uint32_t xyz[3];
+  } tags[] = {{"rXYZ", {0x6FA2, 0x38F5, 0x0390}},
+              {"gXYZ", {0x6299, 0xB785, 0x18DA}},
+              {"bXYZ", {0x24A0, 0x0F84, 0xB6CF}},
+              {"wtpt", {0xF6D6, 0x10000, 0xD32D}}};
+  size_t entry = 132;
+  const auto add = [&](const char* tag, const char* type, std::initializer_list<uint32_t> values) {
+    const size_t at = profile.size();
+    profile.resize(at + 8 + values.size() * 4);
+    name(entry, tag);
+    put(entry + 4, uint32_t(at));
+    put(entry + 8, uint32_t(8 + values.size() * 4));
+    entry += 12;
+    name(at, type);
+    size_t place = at + 8;
+    for (const uint32_t v : values) put(place, v), place += 4;
+  };
+  for (const auto& t : tags) add(t.tag, "XYZ ", {t.xyz[0], t.xyz[1], t.xyz[2]});
+  for (const char* const tag : {"rTRC", "gTRC", "bTRC"}) add(tag, "curv", {0});
+  put(0, uint32_t(profile.size()));
+  return profile;
+}
+
+TEST_F(Program, ConvertsFromIccProfilesToSrgb) {
+  write("linear.icc", linearProfile());
+  for (const int depth : {8, 16}) {
+    write("in.ppm", anymap(3, depth));
+    ASSERT_EQ(
+        0,
+        run("-i " + file("in.ppm") + " -o " + file("x.jp2") + " -icc " + file("linear.icc")).first);
+    const auto [code, printed] = run("-i " + file("x.jp2") + " -o " + file("out.ppm") + " -srgb");
+    if (printed.find("has no Little CMS") != std::string::npos) GTEST_SKIP() << printed;
+    ASSERT_EQ(0, code) << printed;
+    base::Image in, out;
+    ASSERT_EQ(base::ImageStatus::ok, base::readImage(read("in.ppm"), in));
+    ASSERT_EQ(base::ImageStatus::ok, base::readImage(read("out.ppm"), out));
+    ASSERT_EQ(in.shape, out.shape);
+    const double high = std::ldexp(1.0, depth) - 1;
+    const auto sample = [&](const base::Image& image, size_t i) {
+      return depth == 8 ? image.samples[i]
+                        : reinterpret_cast<const uint16_t*>(image.samples.data())[i];
+    };
+    double most = 0;
+    for (size_t i = 0; i < 37 * 23 * 3; ++i) {
+      const double light = sample(in, i) / high;
+      const double want =
+          light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
+      most = std::max(most, std::abs(want - sample(out, i) / high));
+    }
+    EXPECT_GT(0.01, most) << depth;
+  }
+  write("broken.icc", Bytes(200, 1));
+  ASSERT_EQ(
+      0,
+      run("-i " + file("in.ppm") + " -o " + file("x.jp2") + " -icc " + file("broken.icc")).first);
+  const auto [code, printed] = run("-i " + file("x.jp2") + " -o " + file("out.ppm") + " -srgb");
+  EXPECT_NE(0, code);
+  EXPECT_NE(std::string::npos, printed.find("the ICC profile is damaged")) << printed;
 }
 
 TEST_F(Program, TellsWhatIsWrongInOneLine) {
