@@ -18,7 +18,7 @@ namespace {
 constexpr double kLeastSteps = 1000;        // of a sample: the counter then tells .1 %
 constexpr double kSampleMicroseconds = 50;  // of a sample of short calls
 constexpr int kMostCalls = 100'000'000;
-constexpr int kLeastSamples = 3;   // of a pass
+constexpr int kLeastSamples = 3;   // of the only pass; of several, one will do
 constexpr int kMostSamples = 256;  // of a pass
 constexpr double kPatience = 4;    // times its share that a row out of line may take
 constexpr int kReferences = 3;     // looks at the reference stream in a pass
@@ -168,7 +168,8 @@ bool tzTool::Spread::goesOn(double share) {
   const double passed = spent();
   const double limit = m_tool.m_timeLimit;
   if (limit > 0 && passed >= limit) return false;
-  if (m_taken < kLeastSamples) return passed < std::max(kPatience * share, limit);
+  if (m_taken < (g_plan.passes > 1 ? 1 : kLeastSamples))
+    return passed < std::max(kPatience * share, limit);
   if (isOutOfLine()) return passed < kPatience * share;
   return m_taken < kMostSamples && passed < share;
 }
