@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "base/owner.h"
 #include "benchkit.h"
 #include "ref_code2k.h"
 #include "rkd/rkdjpeg_codeblock.h"
@@ -180,8 +181,8 @@ std::vector<int32_t> peerDecode(const Bytes& bytes) {
 class Picture {
  public:
   explicit Picture(double scale) : data(coefficients(scale)), decoded(data.size()) {
-    require(rkdiEncodeCodeBlockStateInitAlloc_JPEG2K(&m_encode) == 0 &&
-                rkdiDecodeCodeBlockStateInitAlloc_JPEG2K(&m_decode) == 0,
+    require(m_encode.make(rkdiEncodeCodeBlockStateInitAlloc_JPEG2K) == 0 &&
+                m_decode.make(rkdiDecodeCodeBlockStateInitAlloc_JPEG2K) == 0,
             "no memory");
     encode();
     decode();
@@ -193,12 +194,6 @@ class Picture {
       decisions += counter.decisions;
     });
   }
-  ~Picture() {
-    rkdiEncodeCodeBlockStateFree_JPEG2K(m_encode);
-    rkdiDecodeCodeBlockStateFree_JPEG2K(m_decode);
-  }
-  Picture(const Picture&) = delete;
-  Picture& operator=(const Picture&) = delete;
 
   void encode() {
     forEachBlock([&](int at, Block& b) {
@@ -240,8 +235,8 @@ class Picture {
   }
 
   Block m_blocks[kAcross * kAcross];
-  RkdiEncodeCodeBlockState* m_encode = nullptr;
-  RkdiDecodeCodeBlockState* m_decode = nullptr;
+  base::Made<RkdiEncodeCodeBlockState, &rkdiEncodeCodeBlockStateFree_JPEG2K> m_encode;
+  base::Made<RkdiDecodeCodeBlockState, &rkdiDecodeCodeBlockStateFree_JPEG2K> m_decode;
 };
 
 }  // namespace

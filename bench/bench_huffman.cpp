@@ -9,6 +9,7 @@
 #include <memory>
 #include <vector>
 
+#include "base/owner.h"
 #include "benchkit.h"
 #include "jpegwriter.h"
 #include "photo.h"
@@ -86,24 +87,24 @@ struct CodeLists {
   uint8_t values[256];
 };
 
-struct EncodeSpec {
+using EncodeState = base::Made<RkdiEncodeHuffmanState, &rkdiEncodeHuffmanStateFree_JPEG_8u>;
+using DecodeState = base::Made<RkdiDecodeHuffmanState, &rkdiDecodeHuffmanStateFree_JPEG_8u>;
+struct EncodeSpec : base::Made<RkdiEncodeHuffmanSpec, &rkdiEncodeHuffmanSpecFree_JPEG_8u> {
   explicit EncodeSpec(const CodeLists& t) {
-    require(rkdiEncodeHuffmanSpecInitAlloc_JPEG_8u(t.bits, t.values, &spec) == 0, "encoder table");
+    require(make(rkdiEncodeHuffmanSpecInitAlloc_JPEG_8u, t.bits, t.values) == 0, "encoder table");
   }
-  ~EncodeSpec() { rkdiEncodeHuffmanSpecFree_JPEG_8u(spec); }
-  EncodeSpec(const EncodeSpec&) = delete;
-  EncodeSpec& operator=(const EncodeSpec&) = delete;
-  RkdiEncodeHuffmanSpec* spec = nullptr;
 };
-struct DecodeSpec {
+struct DecodeSpec : base::Made<RkdiDecodeHuffmanSpec, &rkdiDecodeHuffmanSpecFree_JPEG_8u> {
   explicit DecodeSpec(const CodeLists& t) {
-    require(rkdiDecodeHuffmanSpecInitAlloc_JPEG_8u(t.bits, t.values, &spec) == 0, "decoder table");
+    require(make(rkdiDecodeHuffmanSpecInitAlloc_JPEG_8u, t.bits, t.values) == 0, "decoder table");
   }
-  ~DecodeSpec() { rkdiDecodeHuffmanSpecFree_JPEG_8u(spec); }
-  DecodeSpec(const DecodeSpec&) = delete;
-  DecodeSpec& operator=(const DecodeSpec&) = delete;
-  RkdiDecodeHuffmanSpec* spec = nullptr;
 };
+
+void makeStates(EncodeState& encode, DecodeState& decode) {
+  require(encode.make(rkdiEncodeHuffmanStateInitAlloc_JPEG_8u) == 0 &&
+              decode.make(rkdiDecodeHuffmanStateInitAlloc_JPEG_8u) == 0,
+          "states");
+}
 
 CodeLists listsOf(const JHUFF_TBL* t) {
   CodeLists table;
@@ -120,17 +121,10 @@ struct Picture {
       dc[i] = listsOf(source.info().dc_huff_tbl_ptrs[i]);
       ac[i] = listsOf(source.info().ac_huff_tbl_ptrs[i]);
     }
-    RkdStatus s = rkdiEncodeHuffmanStateInitAlloc_JPEG_8u(&encodeState);
-    require(s == 0 && rkdiDecodeHuffmanStateInitAlloc_JPEG_8u(&decodeState) == 0, "states");
+    makeStates(encodeState, decodeState);
     stream.resize(plane[0].size() * 6);
     direct.resize(plane[0].size() * 4);
   }
-  ~Picture() {
-    rkdiEncodeHuffmanStateFree_JPEG_8u(encodeState);
-    rkdiDecodeHuffmanStateFree_JPEG_8u(decodeState);
-  }
-  Picture(const Picture&) = delete;
-  Picture& operator=(const Picture&) = delete;
 
   int blocks() const { return int((plane[0].size() + plane[1].size() + plane[2].size()) / 64); }
 
@@ -155,16 +149,16 @@ struct Picture {
   std::vector<int16_t> plane[3];
   int across[3], down[3];
   CodeLists dc[2], ac[2];
-  RkdiEncodeHuffmanState* encodeState = nullptr;
-  RkdiDecodeHuffmanState* decodeState = nullptr;
+  EncodeState encodeState;
+  DecodeState decodeState;
   Bytes stream, direct;
   int length = 0;
 };
 
 void encodeBaseline(Picture& p) {
   const EncodeSpec dc0(p.dc[0]), dc1(p.dc[1]), ac0(p.ac[0]), ac1(p.ac[1]);
-  const RkdiEncodeHuffmanSpec* const dc[3] = {dc0.spec, dc1.spec, dc1.spec};
-  const RkdiEncodeHuffmanSpec* const ac[3] = {ac0.spec, ac1.spec, ac1.spec};
+  const RkdiEncodeHuffmanSpec* const dc[3] = {dc0, dc1, dc1};
+  const RkdiEncodeHuffmanSpec* const ac[3] = {ac0, ac1, ac1};
   int previous[3] = {};
   int position = 0;
   const int length = int(p.stream.size());
@@ -181,8 +175,8 @@ void encodeBaseline(Picture& p) {
 
 void decodeBaseline(Picture& p) {
   const DecodeSpec dc0(p.dc[0]), dc1(p.dc[1]), ac0(p.ac[0]), ac1(p.ac[1]);
-  const RkdiDecodeHuffmanSpec* const dc[3] = {dc0.spec, dc1.spec, dc1.spec};
-  const RkdiDecodeHuffmanSpec* const ac[3] = {ac0.spec, ac1.spec, ac1.spec};
+  const RkdiDecodeHuffmanSpec* const dc[3] = {dc0, dc1, dc1};
+  const RkdiDecodeHuffmanSpec* const ac[3] = {ac0, ac1, ac1};
   int previous[3] = {};
   int position = 0, marker = 0;
   rkdiDecodeHuffmanStateInit_JPEG_8u(p.decodeState);
@@ -201,7 +195,7 @@ void encodeDirect(Picture& p) {
   const int16_t* const end = p.plane[0].data() + p.plane[0].size();
   for (const int16_t* b = p.plane[0].data(); b != end && s == 0; b += 64) {
     s = rkdiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(b, p.direct.data(), int(p.direct.size()),
-                                                  &position, &previous, dc.spec, ac.spec);
+                                                  &position, &previous, dc, ac);
   }
   require(s == 0, "direct encode");
 }
@@ -213,7 +207,7 @@ void decodeDirect(Picture& p) {
   int16_t* const end = p.plane[0].data() + p.plane[0].size();
   for (int16_t* b = p.plane[0].data(); b != end && s == 0; b += 64) {
     s = rkdiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(p.direct.data(), int(p.direct.size()), &position,
-                                                  b, &previous, dc.spec, ac.spec);
+                                                  b, &previous, dc, ac);
   }
   require(s == 0, "direct decode");
 }
@@ -242,11 +236,11 @@ void encodeRefinement(Picture& p, Refinement* r) {
     rkdiEncodeHuffmanStateInit_JPEG_8u(p.encodeState);
     for (const int16_t* b = p.plane[i].data(); b != end && s == 0; b += 64) {
       s = rkdiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(b, r->stream[i].data(), length, &position, 1,
-                                                      63, 0, spec.spec, p.encodeState, 0);
+                                                      63, 0, spec, p.encodeState, 0);
     }
     require(s == 0, "refinement encode");
     rkdiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(nullptr, r->stream[i].data(), length, &position, 1,
-                                                63, 0, spec.spec, p.encodeState, 1);
+                                                63, 0, spec, p.encodeState, 1);
     r->stream[i].resize(size_t(position));
   }
 }
@@ -262,8 +256,7 @@ void decodeRefinement(std::vector<int16_t>* planes, const Refinement& r,
     int16_t* const end = planes[i].data() + planes[i].size();
     for (int16_t* b = planes[i].data(); b != end && s == 0; b += 64) {
       s = rkdiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(r.stream[i].data(), int(r.stream[i].size()),
-                                                      &position, b, &marker, 1, 63, 0, spec.spec,
-                                                      state);
+                                                      &position, b, &marker, 1, 63, 0, spec, state);
     }
     require(s == 0, "refinement decode");
   }
@@ -356,17 +349,10 @@ struct Lossless {
     rkdiEncodeHuffmanRawTableInit_JPEG_8u(counts, lists.bits, lists.values);
     encoder = std::make_unique<EncodeSpec>(lists);
     decoder = std::make_unique<DecodeSpec>(lists);
-    rkdiEncodeHuffmanStateInitAlloc_JPEG_8u(&encodeState);
-    rkdiDecodeHuffmanStateInitAlloc_JPEG_8u(&decodeState);
+    makeStates(encodeState, decodeState);
     stream.resize(sample[0].size() * 8);
     encode();
   }
-  ~Lossless() {
-    rkdiEncodeHuffmanStateFree_JPEG_8u(encodeState);
-    rkdiDecodeHuffmanStateFree_JPEG_8u(decodeState);
-  }
-  Lossless(const Lossless&) = delete;
-  Lossless& operator=(const Lossless&) = delete;
 
   using Planes = std::vector<int16_t>[3];
   static std::array<int16_t*, 4> row(Planes& planes, int y) {
@@ -400,7 +386,7 @@ struct Lossless {
     }
   }
   void encode() {
-    const RkdiEncodeHuffmanSpec* const specs[4] = {encoder->spec, encoder->spec, encoder->spec};
+    const RkdiEncodeHuffmanSpec* const specs[4] = {*encoder, *encoder, *encoder};
     int position = 0;
     RkdStatus s = rkdiEncodeHuffmanStateInit_JPEG_8u(encodeState);
     for (int y = 0; y < kHeight && s == 0; ++y) {
@@ -414,7 +400,7 @@ struct Lossless {
     length = position;
   }
   void decode() {
-    const RkdiDecodeHuffmanSpec* const specs[4] = {decoder->spec, decoder->spec, decoder->spec};
+    const RkdiDecodeHuffmanSpec* const specs[4] = {*decoder, *decoder, *decoder};
     int position = 0;
     RkdStatus s = rkdiDecodeHuffmanStateInit_JPEG_8u(decodeState);
     for (int y = 0; y < kHeight && s == 0; ++y) {
@@ -428,8 +414,8 @@ struct Lossless {
   Planes sample, difference, back;
   std::unique_ptr<EncodeSpec> encoder;
   std::unique_ptr<DecodeSpec> decoder;
-  RkdiEncodeHuffmanState* encodeState = nullptr;
-  RkdiDecodeHuffmanState* decodeState = nullptr;
+  EncodeState encodeState;
+  DecodeState decodeState;
   Bytes stream;
   int length = 0;
 };

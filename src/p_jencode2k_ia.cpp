@@ -4,6 +4,7 @@
 #include <random>
 #include <vector>
 
+#include "base/owner.h"
 #include "rkd/rkdjpeg.h"
 #include "ref_wavelet.h"
 #include "rkpicture.h"
@@ -49,69 +50,60 @@ constexpr int MAX_BYTES = 1 << 15;  ///< of a coded block
 
 // ---- the coder's objects, one set for each binding ----
 
-/// As in a codec, one state loads, and one decodes, one block after the other. StoreBits alone has
-/// a state for each block: it is to find them loaded.
-struct LibraryObjects {
-  RkdiEncodeCodeBlockState* encode[MOST_BLOCKS] = {};
-  RkdiDecodeCodeBlockState* decode = nullptr;
-};
-struct ReferenceObjects {
-  ref::RkdiEncodeCodeBlockState* encode[MOST_BLOCKS] = {};
-  ref::RkdiDecodeCodeBlockState* decode = nullptr;
-};
 /// Blocks that keep a state of their own.
 int numStates;
 int stateOf(int block) { return block % numStates; }
 
-/// The support functions of both implementations under the same names.
-#define CODE2K_BINDING(Scope, Objects)                                                          \
-  static inline Objects objects;                                                                \
-  static bool alloc() {                                                                         \
-    if (Scope::rkdiDecodeCodeBlockStateInitAlloc_JPEG2K(&objects.decode) < 0) return false;     \
-    for (int i = 0; i < numStates; ++i) {                                                       \
-      if (Scope::rkdiEncodeCodeBlockStateInitAlloc_JPEG2K(&objects.encode[i]) < 0) {            \
-        return false;                                                                           \
-      }                                                                                         \
-    }                                                                                           \
-    return true;                                                                                \
-  }                                                                                             \
-  static void free() {                                                                          \
-    Scope::rkdiDecodeCodeBlockStateFree_JPEG2K(objects.decode);                                 \
-    for (auto* state : objects.encode) Scope::rkdiEncodeCodeBlockStateFree_JPEG2K(state);       \
-    objects = {};                                                                               \
-  }                                                                                             \
-  static int load(int i) {                                                                      \
-    return Scope::rkdiEncodeLoadCodeBlock_JPEG2K_32s_C1R(                                       \
-        src.data32s() + i * samples(), step(), size(), BAND, codeStyle.value(),                 \
-        rkdCodeBlockMaxPasses, objects.encode[stateOf(i)]);                                     \
-  }                                                                                             \
-  static int store(int i) {                                                                     \
-    int planes = 0, passes = 0, position = 0;                                                   \
-    Scope::rkdiEncodeGetCodeBlockInfo_JPEG2K(&planes, &passes, objects.encode[stateOf(i)]);     \
-    return Scope::rkdiEncodeStoreBits_JPEG2K_1u(bytes.data8u() + i * MAX_BYTES, MAX_BYTES,      \
-                                                &position, passes, objects.encode[stateOf(i)]); \
-  }                                                                                             \
-  static int start(int i) {                                                                     \
-    const Coded& c = coded[i];                                                                  \
-    return Scope::rkdiDecodeCBProgrStart_JPEG2K(                                                \
-        int(c.bytes.size()), c.segments.data(), int(c.segments.size()), size(), BAND,           \
-        codeStyle.value(), c.bitPlanes, c.passes, objects.decode);                              \
-  }                                                                                             \
-  static int get(int i) {                                                                       \
-    return Scope::rkdiDecodeCBProgrGet_JPEG2K_32s_C1R(dst.data32s() + i * samples(), step(),    \
-                                                      objects.decode);                          \
-  }
-
+/// The states, and the support functions under the same names. As in a codec, one state loads, and
+/// one decodes, one block after the other; StoreBits alone has a state for each block, as it is to
+/// find them loaded.
 template <class B>
 struct Coder;
-template <>
-struct Coder<rkLibrary> {
-  CODE2K_BINDING(, LibraryObjects)
-};
-template <>
-struct Coder<rkReference> {
-  CODE2K_BINDING(ref, ReferenceObjects)
-};
+#define CODE2K_BINDING(B, Scope)                                                                 \
+  template <>                                                                                    \
+  struct Coder<B> {                                                                              \
+    static inline base::Made<Scope RkdiEncodeCodeBlockState,                                     \
+                             &Scope rkdiEncodeCodeBlockStateFree_JPEG2K>                         \
+        encoders[MOST_BLOCKS];                                                                   \
+    static inline base::Made<Scope RkdiDecodeCodeBlockState,                                     \
+                             &Scope rkdiDecodeCodeBlockStateFree_JPEG2K>                         \
+        decoder;                                                                                 \
+    static auto& encoder(int block) { return encoders[stateOf(block)]; }                         \
+    static bool alloc() {                                                                        \
+      bool good = decoder.make(Scope rkdiDecodeCodeBlockStateInitAlloc_JPEG2K) >= 0;             \
+      for (int i = 0; i < numStates && good; ++i) {                                              \
+        good = encoders[i].make(Scope rkdiEncodeCodeBlockStateInitAlloc_JPEG2K) >= 0;            \
+      }                                                                                          \
+      return good;                                                                               \
+    }                                                                                            \
+    static void free() {                                                                         \
+      decoder.reset();                                                                           \
+      for (auto& state : encoders) state.reset();                                                \
+    }                                                                                            \
+    static int load(int i) {                                                                     \
+      return Scope rkdiEncodeLoadCodeBlock_JPEG2K_32s_C1R(src.data32s() + i * samples(), step(), \
+                                                          size(), BAND, codeStyle.value(),       \
+                                                          rkdCodeBlockMaxPasses, encoder(i));    \
+    }                                                                                            \
+    static int store(int i) {                                                                    \
+      int planes = 0, passes = 0, position = 0;                                                  \
+      Scope rkdiEncodeGetCodeBlockInfo_JPEG2K(&planes, &passes, encoder(i));                     \
+      return Scope rkdiEncodeStoreBits_JPEG2K_1u(bytes.data8u() + i * MAX_BYTES, MAX_BYTES,      \
+                                                 &position, passes, encoder(i));                 \
+    }                                                                                            \
+    static int start(int i) {                                                                    \
+      const Coded& c = coded[i];                                                                 \
+      return Scope rkdiDecodeCBProgrStart_JPEG2K(                                                \
+          int(c.bytes.size()), c.segments.data(), int(c.segments.size()), size(), BAND,          \
+          codeStyle.value(), c.bitPlanes, c.passes, decoder);                                    \
+    }                                                                                            \
+    static int get(int i) {                                                                      \
+      return Scope rkdiDecodeCBProgrGet_JPEG2K_32s_C1R(dst.data32s() + i * samples(), step(),    \
+                                                       decoder);                                 \
+    }                                                                                            \
+  };
+CODE2K_BINDING(rkLibrary, ::)
+CODE2K_BINDING(rkReference, ref::)
 #undef CODE2K_BINDING
 
 /// Walks the blocks; stops at the first negative status.
@@ -292,7 +284,7 @@ class TimjCode2K : public rkTest {
     long decisions = 0, length = 0;
     for (int i = 0; i < numBlocks; ++i) {
       if (Coder<rkReference>::load(i) < 0) return false;
-      const auto& state = *Coder<rkReference>::objects.encode[stateOf(i)];
+      const auto& state = *Coder<rkReference>::encoder(i).get();
       Coded& c = coded[i];
       c = {state.bytes, {}, state.bitPlanes, int(state.passes.size())};
       int end = 0;
@@ -319,30 +311,29 @@ RK_SUITE(TimjCode2K, "src/p_jencode2k_ia",
                   rkdiDecodeCBProgrGet_JPEG2K_32s_C1R));
 
 RK_REG_X(rkdiEncodeLoadCodeBlock_JPEG2K_32s_C1R, perBlock([](int i) {
-           const int status =
-               F(src.data32s() + i * samples(), step(), size(), BAND, codeStyle.value(),
-                 rkdCodeBlockMaxPasses, Coder<B>::objects.encode[stateOf(i)]);
+           const int status = F(src.data32s() + i * samples(), step(), size(), BAND,
+                                codeStyle.value(), rkdCodeBlockMaxPasses, Coder<B>::encoder(i));
            return comparing && status >= 0 ? Coder<B>::store(i) : status;
          }));
 
 RK_REG_X(rkdiEncodeStoreBits_JPEG2K_1u, perBlock([](int i) {
            int position = 0;
            return F(bytes.data8u() + i * MAX_BYTES, MAX_BYTES, &position, coded[i].passes,
-                    Coder<B>::objects.encode[stateOf(i)]);
+                    Coder<B>::encoder(i));
          }));
 
 RK_REG_X(rkdiDecodeCodeBlock_JPEG2K_1u32s_C1R, perBlock([](int i) {
            const Coded& c = coded[i];
            return F(c.bytes.data(), int(c.bytes.size()), c.segments.data(), int(c.segments.size()),
                     dst.data32s() + i * samples(), step(), size(), BAND, codeStyle.value(),
-                    c.bitPlanes, c.passes, Coder<B>::objects.decode);
+                    c.bitPlanes, c.passes, Coder<B>::decoder);
          }));
 
 RK_REG_I_X(rkdiDecodeCBProgrStep_JPEG2K, startFirst, perBlock([](int i) {
              const Coded& c = coded[i];
              int status = Coder<B>::start(i);
              for (int pass = 0; pass < c.passes && status >= 0; ++pass) {
-               status = F(c.bytes.data(), int(c.bytes.size()), 1, Coder<B>::objects.decode);
+               status = F(c.bytes.data(), int(c.bytes.size()), 1, Coder<B>::decoder);
              }
              return comparing && status >= 0 ? Coder<B>::get(i) : status;
            }));

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "base/owner.h"
 #include "fuzz.h"
 #include "ref_code2k.h"
 #include "rkd/rkdjpeg_codeblock.h"
@@ -20,8 +21,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     rkdiGetCodeBlockSegment_JPEG2K(pass, style, &count);
     lengths.push_back(pass == 0 ? int(bytes.size()) : 0);
   }
-  RkdiDecodeCodeBlockState* state = nullptr;
-  require(rkdiDecodeCodeBlockStateInitAlloc_JPEG2K(&state) == rkdStsNoErr, "there is memory");
+  base::Made<RkdiDecodeCodeBlockState, &rkdiDecodeCodeBlockStateFree_JPEG2K> state;
+  require(state.make(rkdiDecodeCodeBlockStateInitAlloc_JPEG2K) == rkdStsNoErr, "there is memory");
   std::vector<std::int32_t> got(std::size_t(block.width) * block.height), want(got.size());
   const RkdStatus status = rkdiDecodeCodeBlock_JPEG2K_1u32s_C1R(
       bytes.data(), int(bytes.size()), lengths.data(), int(lengths.size()), got.data(),
@@ -30,7 +31,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   require(rkdiDecodeCBProgrGet_JPEG2K_32f_C1R(middles.data(), block.width * 4, 0.3f, state) ==
               rkdStsNoErr,
           "there is a block in the state");
-  rkdiDecodeCodeBlockStateFree_JPEG2K(state);
   ref::RkdiDecodeCodeBlockState plain;
   const RkdStatus wanted = ref::rkdiDecodeCodeBlock_JPEG2K_1u32s_C1R(
       bytes.data(), int(bytes.size()), lengths.data(), int(lengths.size()), want.data(),

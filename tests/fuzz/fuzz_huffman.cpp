@@ -6,6 +6,7 @@
 #include <cstring>
 #include <vector>
 
+#include "base/owner.h"
 #include "fuzz.h"
 #include "ref_huffman.h"
 #include "rkd/rkdcore.h"
@@ -42,12 +43,15 @@ struct Choice {
 template <class Spec, class State>
 struct Side {
   int position = 0, dc = 0, marker = 0;
-  Spec* spec = nullptr;
-  State* state = nullptr;
+  Spec spec;
+  State state;
   std::array<Block, 4> data{};
 };
-using Ours = Side<RkdiDecodeHuffmanSpec, RkdiDecodeHuffmanState>;
-using Plain = Side<ref::RkdiDecodeHuffmanSpec, ref::RkdiDecodeHuffmanState>;
+using Ours = Side<base::Made<RkdiDecodeHuffmanSpec, &rkdiDecodeHuffmanSpecFree_JPEG_8u>,
+                  base::Made<RkdiDecodeHuffmanState, &rkdiDecodeHuffmanStateFree_JPEG_8u>>;
+using Plain =
+    Side<base::Made<ref::RkdiDecodeHuffmanSpec, &ref::rkdiDecodeHuffmanSpecFree_JPEG_8u>,
+         base::Made<ref::RkdiDecodeHuffmanState, &ref::rkdiDecodeHuffmanStateFree_JPEG_8u>>;
 
 #define DECODE_WITH(Scope, s)                                                                      \
   switch (c.decoder) {                                                                             \
@@ -62,7 +66,7 @@ using Plain = Side<ref::RkdiDecodeHuffmanSpec, ref::RkdiDecodeHuffmanState>;
                                                        &s.marker, s.spec, s.state);                \
     case 3: {                                                                                      \
       int16_t* const planes[4] = {s.data[0].data(), s.data[1].data(), s.data[2].data()};           \
-      const auto specs = std::array{s.spec, s.spec, s.spec, s.spec};                               \
+      const auto specs = std::array{s.spec.get(), s.spec.get(), s.spec.get(), s.spec.get()};       \
       return Scope::rkdiDecodeHuffmanRow_JPEG_1u16s_C1P4(p, n, &s.position, planes, &s.marker,     \
                                                          c.se + 1, specs.data(), s.state);         \
     }                                                                                              \
@@ -89,11 +93,14 @@ void compare(const Choice& choice, const std::vector<uint8_t>& stream) {
   const Table table = makeTable(choice.seed, choice.allSymbols);
   Ours ours;
   Plain plain;
-  require(rkdiDecodeHuffmanSpecInitAlloc_JPEG_8u(table.bits, table.values, &ours.spec) == 0 &&
-              rkdiDecodeHuffmanStateInitAlloc_JPEG_8u(&ours.state) == 0,
-          "tables made from statistics are tables");
-  ref::rkdiDecodeHuffmanSpecInitAlloc_JPEG_8u(table.bits, table.values, &plain.spec);
-  ref::rkdiDecodeHuffmanStateInitAlloc_JPEG_8u(&plain.state);
+  const auto make = [&table](auto& side, auto makeSpec, auto makeState) {
+    require(
+        side.spec.make(makeSpec, table.bits, table.values) == 0 && side.state.make(makeState) == 0,
+        "tables made from statistics are tables");
+  };
+  make(ours, rkdiDecodeHuffmanSpecInitAlloc_JPEG_8u, rkdiDecodeHuffmanStateInitAlloc_JPEG_8u);
+  make(plain, ref::rkdiDecodeHuffmanSpecInitAlloc_JPEG_8u,
+       ref::rkdiDecodeHuffmanStateInitAlloc_JPEG_8u);
   const int length = static_cast<int>(stream.size());
   for (int call = 0; call < 500; ++call) {
     const RkdStatus want = decode(choice, stream.data(), length, plain);
@@ -105,10 +112,6 @@ void compare(const Choice& choice, const std::vector<uint8_t>& stream) {
     require(ours.marker == plain.marker, "both met the same marker");
     require(ours.data == plain.data, "both read the same values");
   }
-  rkdiDecodeHuffmanSpecFree_JPEG_8u(ours.spec);
-  rkdiDecodeHuffmanStateFree_JPEG_8u(ours.state);
-  ref::rkdiDecodeHuffmanSpecFree_JPEG_8u(plain.spec);
-  ref::rkdiDecodeHuffmanStateFree_JPEG_8u(plain.state);
 }
 
 }  // namespace
