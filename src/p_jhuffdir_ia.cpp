@@ -3,73 +3,38 @@
 
 namespace {
 
-rkHuffCoefs coefs;
-rkBitVector stream;
-rkVector decoded;
+rkHuffData data;
 int position, previousDC;
-
-template <class B>
-rkHuffCoder<B> coder;
 
 template <class B, class Function>
 int encode(Function function) {
   position = previousDC = 0;
-  return rkPerBlock(coefs.total() / 64, [function](int i) {
-    return function(coefs.data() + i, stream.data8u(), stream.length(), &position, &previousDC,
-                    coder<B>.encodeDC, coder<B>.encodeAC);
+  return rkPerBlock(data.coefs.total() / 64, [function](int i) {
+    return function(data.coefs.data() + i, data.stream.data8u(), data.stream.length(), &position,
+                    &previousDC, data.coders.of<B>().encodeDC, data.coders.of<B>().encodeAC);
   });
 }
 
 template <class B, class Function>
 int decode(Function function) {
   position = previousDC = 0;
-  return rkPerBlock(coefs.total() / 64, [function](int i) {
-    return function(stream.data8u(), stream.length(), &position, decoded.data16s() + i, &previousDC,
-                    coder<B>.decodeDC, coder<B>.decodeAC);
+  return rkPerBlock(data.coefs.total() / 64, [function](int i) {
+    return function(data.stream.data8u(), data.stream.length(), &position,
+                    data.decoded.data16s() + i, &previousDC, data.coders.of<B>().decodeDC,
+                    data.coders.of<B>().decodeAC);
   });
 }
 
-class TimjHuffDirect : public rkTest {
+class TimjHuffDirect : public rkHuffTest {
  public:
-  explicit TimjHuffDirect(const rkLine& line) : rkTest(line) {}
+  explicit TimjHuffDirect(const rkLine& line) : rkHuffTest(line, data) {}
 
  protected:
-  bool canStart() override {
-    regSizeParm(g_imageSize);
-    regParm(g_huffPicture);
-    return true;
-  }
-
-  bool initData() override {
-    tool().setLoopFactor(-3);
-    decoded.init(rk16s);
-    if (!coefs.create(g_imageSize.value(), g_huffPicture.value()) ||
-        !stream.createBitVector(2 * coefs.total()) ||
-        !decoded.createVector(coefs.total(), rkModeZero) ||
-        !coder<rkLibrary>.alloc(rkStandardDC, rkStandardAC) ||
-        (verifying() && !coder<rkReference>.alloc(rkStandardDC, rkStandardAC))) {
-      return false;
-    }
-    if (coefs.total() == 0) return true;
+  int encodeOnce(int& bytes) override {
     const int status = encode<rkLibrary>(rkdiEncodeHuffman8x8_Direct_JPEG_16s1u_C1);
-    if (checkStatus(status, "rkdiEncodeHuffman8x8_Direct_JPEG_16s1u_C1") > TZ_WARNING) return false;
-    rkPrintStreamInfo((position + 7) / 8, coefs.total());
-    if (func().baseName().find("Encode", 0) >= 0) {
-      std::memset(stream.data(), 0, static_cast<std::size_t>(stream.length()));
-    }
-    return true;
+    bytes = (position + 7) / 8;
+    return status;
   }
-
-  void flushData() override {
-    coefs.flush();
-    stream.deleteVector();
-    decoded.deleteVector();
-    coder<rkLibrary>.free();
-    coder<rkReference>.free();
-  }
-
-  double getDivisor() const override { return coefs.total(); }
-  tzString getUnit() const override { return "px"; }
 };
 
 RK_SUITE(TimjHuffDirect, "src/p_jhuffdir_ia",

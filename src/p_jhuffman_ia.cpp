@@ -3,44 +3,40 @@
 
 namespace {
 
-rkHuffCoefs coefs;
-rkBitVector stream;
-rkVector decoded;
+rkHuffData data;
 int position, previousDC, marker;
-
-template <class B>
-rkHuffCoder<B> coder;
 
 template <class B>
 int restore() {
   position = previousDC = marker = 0;
-  return coder<B>.restore();
+  return data.coders.of<B>().restore();
 }
 
 /// Codes every block from the start, then flushes; ends early at a status other than 0.
 template <class B, class Function>
 int encodeBlocks(Function encode) {
-  auto& c = coder<B>;
+  auto& c = data.coders.of<B>();
   position = previousDC = 0;
   int status = 0;
   int offset = 0;
-  for (; offset < coefs.total() && status == 0; offset += 64) {
-    status = encode(coefs.data() + offset, stream.data8u(), stream.length(), &position, &previousDC,
-                    c.encodeDC, c.encodeAC, c.encodeState.get(), 0);
+  for (; offset < data.coefs.total() && status == 0; offset += 64) {
+    status = encode(data.coefs.data() + offset, data.stream.data8u(), data.stream.length(),
+                    &position, &previousDC, c.encodeDC, c.encodeAC, c.encodeState.get(), 0);
   }
-  if (status != 0 || coefs.total() == 0) return status;
-  return encode(coefs.data() + offset, stream.data8u(), stream.length(), &position, &previousDC,
-                c.encodeDC, c.encodeAC, c.encodeState.get(), 1);
+  if (status != 0 || data.coefs.total() == 0) return status;
+  return encode(data.coefs.data() + offset, data.stream.data8u(), data.stream.length(), &position,
+                &previousDC, c.encodeDC, c.encodeAC, c.encodeState.get(), 1);
 }
 
 template <class B, class Function>
 int decodeBlocks(Function decode) {
-  auto& c = coder<B>;
+  auto& c = data.coders.of<B>();
   position = previousDC = 0;
   int status = 0;
-  for (int offset = 0; offset < coefs.total() && status == 0; offset += 64) {
-    status = decode(stream.data8u(), stream.length(), &position, decoded.data16s() + offset,
-                    &previousDC, &marker, c.decodeDC, c.decodeAC, c.decodeState.get());
+  for (int offset = 0; offset < data.coefs.total() && status == 0; offset += 64) {
+    status = decode(data.stream.data8u(), data.stream.length(), &position,
+                    data.decoded.data16s() + offset, &previousDC, &marker, c.decodeDC, c.decodeAC,
+                    c.decodeState.get());
   }
   return status;
 }
@@ -48,82 +44,45 @@ int decodeBlocks(Function decode) {
 /// The same coefficient by coefficient, each as a value of the DC table.
 template <class B, class Function>
 int encodeOnes(Function encode) {
-  auto& c = coder<B>;
+  auto& c = data.coders.of<B>();
   position = 0;
   int status = 0;
   int i = 0;
-  for (; i < coefs.total() && status == 0; ++i) {
-    status = encode(coefs.data() + i, stream.data8u(), stream.length(), &position, c.encodeDC,
-                    c.encodeState.get(), 0);
+  for (; i < data.coefs.total() && status == 0; ++i) {
+    status = encode(data.coefs.data() + i, data.stream.data8u(), data.stream.length(), &position,
+                    c.encodeDC, c.encodeState.get(), 0);
   }
-  if (status != 0 || coefs.total() == 0) return status;
-  return encode(coefs.data() + i, stream.data8u(), stream.length(), &position, c.encodeDC,
-                c.encodeState.get(), 1);
+  if (status != 0 || data.coefs.total() == 0) return status;
+  return encode(data.coefs.data() + i, data.stream.data8u(), data.stream.length(), &position,
+                c.encodeDC, c.encodeState.get(), 1);
 }
 
 template <class B, class Function>
 int decodeOnes(Function decode) {
-  auto& c = coder<B>;
+  auto& c = data.coders.of<B>();
   position = 0;
   int status = 0;
-  for (int i = 0; i < coefs.total() && status == 0; ++i) {
-    status = decode(stream.data8u(), stream.length(), &position, decoded.data16s() + i, &marker,
-                    c.decodeDC, c.decodeState.get());
+  for (int i = 0; i < data.coefs.total() && status == 0; ++i) {
+    status = decode(data.stream.data8u(), data.stream.length(), &position,
+                    data.decoded.data16s() + i, &marker, c.decodeDC, c.decodeState.get());
   }
   return status;
 }
 
-class TimjHuffman : public rkTest {
+class TimjHuffman : public rkHuffTest {
  public:
-  explicit TimjHuffman(const rkLine& line) : rkTest(line) {}
+  explicit TimjHuffman(const rkLine& line) : rkHuffTest(line, data) {}
 
  protected:
-  bool canStart() override {
-    m_isEncoder = func().baseName().find("Encode", 0) >= 0;
-    m_isOne = func().baseName().find("One", 0) >= 0;
-    regSizeParm(g_imageSize);
-    regParm(g_huffPicture);
-    return true;
-  }
-
-  bool initData() override {
-    tool().setLoopFactor(-3);
-    decoded.init(rk16s);
-    if (!coefs.create(g_imageSize.value(), g_huffPicture.value()) ||
-        !stream.createBitVector(2 * coefs.total()) ||
-        !decoded.createVector(coefs.total(), rkModeZero) ||
-        !coder<rkLibrary>.alloc(rkStandardDC, rkStandardAC) ||
-        (verifying() && !coder<rkReference>.alloc(rkStandardDC, rkStandardAC))) {
-      return false;
-    }
-    return coefs.total() == 0 || prepare();
-  }
-
-  void flushData() override {
-    coefs.flush();
-    stream.deleteVector();
-    decoded.deleteVector();
-    coder<rkLibrary>.free();
-    coder<rkReference>.free();
-  }
-
-  double getDivisor() const override { return coefs.total(); }
-  tzString getUnit() const override { return "px"; }
-
- private:
-  /// Encodes once: a decoder needs the stream, and the stream's length is worth telling.
-  bool prepare() {
+  int encodeOnce(int& bytes) override {
+    const bool isOne = func().baseName().find("One", 0) >= 0;
     restore<rkLibrary>();
-    const int status = m_isOne ? encodeOnes<rkLibrary>(rkdiEncodeHuffmanOne_JPEG_16s1u_C1)
-                               : encodeBlocks<rkLibrary>(rkdiEncodeHuffman8x8_JPEG_16s1u_C1);
-    if (checkStatus(status, "the preparing encoder") > TZ_WARNING) return false;
-    rkPrintStreamInfo(position, coefs.total());
-    if (m_isEncoder) std::memset(stream.data(), 0, static_cast<std::size_t>(stream.length()));
+    const int status = isOne ? encodeOnes<rkLibrary>(rkdiEncodeHuffmanOne_JPEG_16s1u_C1)
+                             : encodeBlocks<rkLibrary>(rkdiEncodeHuffman8x8_JPEG_16s1u_C1);
+    bytes = position;
     restore<rkLibrary>();
-    return true;
+    return status;
   }
-
-  bool m_isEncoder = false, m_isOne = false;
 };
 
 RK_SUITE(TimjHuffman, "src/p_jhuffman_ia",

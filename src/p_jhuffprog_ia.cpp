@@ -22,14 +22,13 @@ struct Scan {
 Scan scan;
 bool restoresCoefs;  // whether decoding changes what the next decoding starts from
 
-template <class B>
-rkHuffCoder<B> coder;
+rkHuffCoders coders;
 
 template <class B>
 int restore() {
   position = previousDC = marker = 0;
   if (restoresCoefs) std::memcpy(decoded.data(), pristine.data(), std::size_t(decoded.size()));
-  return coder<B>.restore();
+  return coders.of<B>().restore();
 }
 
 /// Calls block(offset, 0) for every block and, after the last, block(0, 1) to flush; stops at a
@@ -58,7 +57,7 @@ int countAC(Function count) {
   return eachBlock(
       [=](int i, int flush) {
         return count(coefs.data() + i, statistics.data32s(), scan.ss, scan.se, scan.al,
-                     coder<B>.encodeState.get(), flush);
+                     coders.of<B>().encodeState.get(), flush);
       },
       true);
 }
@@ -68,7 +67,7 @@ int encodeDC(Function encode) {
   return eachBlock(
       [=](int i, int flush) {
         return encode(coefs.data() + i, stream.data8u(), stream.length(), &position, &previousDC,
-                      scan.al, coder<B>.encodeDC, coder<B>.encodeState.get(), flush);
+                      scan.al, coders.of<B>().encodeDC, coders.of<B>().encodeState.get(), flush);
       },
       true);
 }
@@ -78,7 +77,7 @@ int encodeDCBit(Function encode) {
   return eachBlock(
       [=](int i, int flush) {
         return encode(coefs.data() + i, stream.data8u(), stream.length(), &position, scan.al,
-                      coder<B>.encodeState.get(), flush);
+                      coders.of<B>().encodeState.get(), flush);
       },
       true);
 }
@@ -88,7 +87,8 @@ int encodeAC(Function encode) {
   return eachBlock(
       [=](int i, int flush) {
         return encode(coefs.data() + i, stream.data8u(), stream.length(), &position, scan.ss,
-                      scan.se, scan.al, coder<B>.encodeAC, coder<B>.encodeState.get(), flush);
+                      scan.se, scan.al, coders.of<B>().encodeAC, coders.of<B>().encodeState.get(),
+                      flush);
       },
       true);
 }
@@ -98,7 +98,8 @@ int decodeDC(Function decode) {
   return eachBlock(
       [=](int i, int) {
         return decode(stream.data8u(), stream.length(), &position, decoded.data16s() + i,
-                      &previousDC, &marker, scan.al, coder<B>.decodeDC, coder<B>.decodeState.get());
+                      &previousDC, &marker, scan.al, coders.of<B>().decodeDC,
+                      coders.of<B>().decodeState.get());
       },
       false);
 }
@@ -108,7 +109,7 @@ int decodeDCBit(Function decode) {
   return eachBlock(
       [=](int i, int) {
         return decode(stream.data8u(), stream.length(), &position, decoded.data16s() + i, &marker,
-                      scan.al, coder<B>.decodeState.get());
+                      scan.al, coders.of<B>().decodeState.get());
       },
       false);
 }
@@ -118,7 +119,8 @@ int decodeAC(Function decode) {
   return eachBlock(
       [=](int i, int) {
         return decode(stream.data8u(), stream.length(), &position, decoded.data16s() + i, &marker,
-                      scan.ss, scan.se, scan.al, coder<B>.decodeAC, coder<B>.decodeState.get());
+                      scan.ss, scan.se, scan.al, coders.of<B>().decodeAC,
+                      coders.of<B>().decodeState.get());
       },
       false);
 }
@@ -173,8 +175,7 @@ class TimjHuffProg : public rkTest {
     for (rkVector* vector : {static_cast<rkVector*>(&stream), &decoded, &pristine, &statistics}) {
       vector->deleteVector();
     }
-    coder<rkLibrary>.free();
-    coder<rkReference>.free();
+    coders.free();
   }
 
   double getDivisor() const override { return coefs.total() / 64.0; }
@@ -195,7 +196,7 @@ class TimjHuffProg : public rkTest {
   bool initSpec() {
     uint8_t bits[16], values[256];
     rkHuffTable made = rkStandardAC;
-    if (!coder<rkLibrary>.alloc(rkStandardDC, rkStandardAC)) return false;
+    if (!coders.alloc(rkStandardDC, rkStandardAC, false)) return false;
     if (!scan.isDC) {
       const int status = scan.isRefine
                              ? countAC<rkLibrary>(rkdiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1)
@@ -205,12 +206,11 @@ class TimjHuffProg : public rkTest {
       made = {bits, values};
       std::memset(statistics.data(), 0, std::size_t(statistics.size()));
     }
-    return coder<rkLibrary>.alloc(rkStandardDC, made) &&
-           (!verifying() || coder<rkReference>.alloc(rkStandardDC, made));
+    return coders.alloc(rkStandardDC, made, verifying());
   }
 
   bool prepareDecode() {
-    coder<rkLibrary>.restore();
+    coders.of<rkLibrary>().restore();
     int status = 0;
     if (scan.isDC) {
       status = scan.isRefine ? encodeDCBit<rkLibrary>(rkdiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1)

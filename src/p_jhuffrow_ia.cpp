@@ -11,18 +11,17 @@ rkVector differences[kPlanes], decoded[kPlanes];
 rkBitVector stream;
 int position, marker;
 
-template <class B>
-rkHuffCoder<B> coder;
+rkHuffCoders coders;
 
 template <class B>
 int restore() {
   position = marker = 0;
-  return coder<B>.restore();
+  return coders.of<B>().restore();
 }
 
 template <class B, class Function>
 int encodeRows(Function encode) {
-  auto& c = coder<B>;
+  auto& c = coders.of<B>();
   const typename rkHuffman<B>::EncodeSpec* specs[kPlanes] = {c.encodeDC, c.encodeDC, c.encodeDC,
                                                              c.encodeDC};
   position = 0;
@@ -39,7 +38,7 @@ int encodeRows(Function encode) {
 
 template <class B, class Function>
 int decodeRows(Function decode) {
-  auto& c = coder<B>;
+  auto& c = coders.of<B>();
   const typename rkHuffman<B>::DecodeSpec* specs[kPlanes] = {c.decodeDC, c.decodeDC, c.decodeDC,
                                                              c.decodeDC};
   position = 0;
@@ -71,8 +70,7 @@ class TimjHuffmanRow : public rkTest {
     size = picture.image().imageSize();
     const int total = size.width * size.height;
     if (!stream.createBitVector(4 * kPlanes * total) ||
-        !coder<rkLibrary>.alloc(rkStandardDC, rkStandardAC) ||
-        (verifying() && !coder<rkReference>.alloc(rkStandardDC, rkStandardAC))) {
+        !coders.alloc(rkStandardDC, rkStandardAC, verifying())) {
       return false;
     }
     for (int p = 0; p < kPlanes; ++p) {
@@ -92,8 +90,7 @@ class TimjHuffmanRow : public rkTest {
     stream.deleteVector();
     for (rkVector& plane : differences) plane.deleteVector();
     for (rkVector& plane : decoded) plane.deleteVector();
-    coder<rkLibrary>.free();
-    coder<rkReference>.free();
+    coders.free();
   }
 
   /// Pixels, of four samples each.

@@ -2,6 +2,7 @@
 #include "rkhuff.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "rkphoto.h"
 #include "rkpicture.h"
@@ -108,4 +109,37 @@ void rkListUpperSizes() {
 void rkPrintStreamInfo(int bytes, int pixels) {
   if (pixels == 0) return;
   g_ostrm << L_INFO << "    Bits a pixel: " << 8.0 * bytes / pixels << "\n" << L_END;
+}
+
+bool rkHuffTest::canStart() {
+  regSizeParm(g_imageSize);
+  regParm(g_huffPicture);
+  return true;
+}
+
+bool rkHuffTest::initData() {
+  tool().setLoopFactor(-3);
+  m_data.decoded.init(rk16s);
+  const rkHuffCoefs& coefs = m_data.coefs;
+  if (!m_data.coefs.create(g_imageSize.value(), g_huffPicture.value()) ||
+      !m_data.stream.createBitVector(2 * coefs.total()) ||
+      !m_data.decoded.createVector(coefs.total(), rkModeZero) ||
+      !m_data.coders.alloc(rkStandardDC, rkStandardAC, verifying())) {
+    return false;
+  }
+  if (coefs.total() == 0) return true;
+  int bytes = 0;
+  if (checkStatus(encodeOnce(bytes), "the preparing encoder") > TZ_WARNING) return false;
+  rkPrintStreamInfo(bytes, coefs.total());
+  if (func().baseName().find("Encode", 0) >= 0) {
+    std::memset(m_data.stream.data(), 0, static_cast<std::size_t>(m_data.stream.length()));
+  }
+  return true;
+}
+
+void rkHuffTest::flushData() {
+  m_data.coefs.flush();
+  m_data.stream.deleteVector();
+  m_data.decoded.deleteVector();
+  m_data.coders.free();
 }

@@ -149,6 +149,60 @@ class rkHuffCoder {
   }
 };
 
+/// Coders of both bindings.
+class rkHuffCoders {
+ public:
+  template <class B>
+  rkHuffCoder<B>& of() {
+    if constexpr (std::is_same_v<B, rkLibrary>) {
+      return m_library;
+    } else {
+      return m_reference;
+    }
+  }
+  /// The judge's are made where a comparison is to follow.
+  bool alloc(const rkHuffTable& dc, const rkHuffTable& ac, bool verifying) {
+    return m_library.alloc(dc, ac) && (!verifying || m_reference.alloc(dc, ac));
+  }
+  void free() {
+    m_library.free();
+    m_reference.free();
+  }
+
+ private:
+  rkHuffCoder<rkLibrary> m_library;
+  rkHuffCoder<rkReference> m_reference;
+};
+
+/// The file-scope operands of suites that code the blocks of a picture.
+struct rkHuffData {
+  rkHuffCoefs coefs;
+  rkBitVector stream;
+  rkVector decoded;
+  rkHuffCoders coders;
+};
+
+/// Base of those suites. Parameters: the session's image sizes, and the picture.
+class rkHuffTest : public rkTest {
+ protected:
+  rkHuffTest(const rkLine& line, rkHuffData& data) : rkTest(line), m_data(data) {}
+
+  bool canStart() override;
+  /// Makes the coefficients and encodes them once: a decoder needs the stream, and the stream's
+  /// length is worth telling.
+  bool initData() override;
+  void flushData() override;
+  double getDivisor() const override { return m_data.coefs.total(); }
+  tzString getUnit() const override { return "px"; }
+
+  /// One performance of the library's encoder, from the start.
+  /// @param[out] bytes  what it wrote
+  virtual int encodeOnce(int& bytes) = 0;
+
+ private:
+  rkHuffData& m_data;
+};
+
 /// Support functions without which no Huffman suite can run.
 #define RK_HUFFMAN_NEEDS                                                                   \
   rkdiEncodeHuffmanSpecInitAlloc_JPEG_8u, rkdiDecodeHuffmanSpecInitAlloc_JPEG_8u,          \
