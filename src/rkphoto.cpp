@@ -5,28 +5,8 @@
 
 #include "ref_dct.h"
 #include "rkd/rkdjpeg_dct.h"
+#include "rkphotograph.h"
 #include "rkpicture.h"
-
-namespace {
-
-/// A number from 0 to 1 that depends on the place alone.
-double hash(unsigned x, unsigned y, unsigned octave) {
-  unsigned h = x * 374761393u + y * 668265263u + octave * 2246822519u;
-  h = (h ^ (h >> 13)) * 1274126177u;
-  return ((h ^ (h >> 16)) & 0xFFFFFF) / 16777215.0;
-}
-
-/// Values at the corners of a lattice, blended smoothly in between.
-double noise(double x, double y, unsigned octave) {
-  const auto ix = static_cast<unsigned>(x), iy = static_cast<unsigned>(y);
-  const auto smooth = [](double t) { return t * t * (3 - 2 * t); };
-  const double fx = smooth(x - ix), fy = smooth(y - iy);
-  const double top = hash(ix, iy, octave) * (1 - fx) + hash(ix + 1, iy, octave) * fx;
-  const double bottom = hash(ix, iy + 1, octave) * (1 - fx) + hash(ix + 1, iy + 1, octave) * fx;
-  return top * (1 - fy) + bottom * fy;
-}
-
-}  // namespace
 
 const std::array<uint16_t, 64> rkQuality75 = {
     8,  6,  5,  8,  12, 20, 26, 31, 6,  6,  7,  10, 13, 29, 30, 28, 7,  7,  8,  12, 20, 29,
@@ -34,18 +14,11 @@ const std::array<uint16_t, 64> rkQuality75 = {
     41, 52, 57, 46, 25, 32, 39, 44, 52, 61, 60, 51, 36, 46, 48, 49, 56, 50, 52, 50};
 
 void rkFillPhoto(rkImage& image) {
+  rkPhotograph photograph;
   for (int y = 0; y < image.height(); ++y) {
     auto* row = static_cast<uint8_t*>(image.getRowPointer(y));
     for (int x = 0; x < image.width(); ++x) {
-      double value = 28;
-      double weight = 110;
-      double scale = 1.0 / 128;
-      for (unsigned octave = 0; octave < 7; ++octave, weight *= 0.58, scale *= 2) {
-        value += weight * (noise(x * scale, y * scale, octave) - 0.2);
-      }
-      if (noise(x / 90.0, y / 90.0, 11) > 0.55) value = 0.6 * value + 60;
-      value += 5 * (hash(static_cast<unsigned>(x), static_cast<unsigned>(y), 17) - 0.5);
-      row[x] = static_cast<uint8_t>(value < 0 ? 0 : value > 255 ? 255 : value);
+      row[x] = static_cast<uint8_t>(std::clamp(photograph.brightness(x, y), 0.f, 255.f));
     }
   }
 }

@@ -1,7 +1,6 @@
 #pragma once
 /// @file
-/// A made-up photograph, and its coefficients at quality 75: what entropy coders and inverse
-/// transforms meet in practice.
+/// The made-up photograph as an image, and its coefficients at quality 75.
 
 #include <array>
 #include <cstdint>
@@ -12,8 +11,7 @@
 /// The typical luminance quantisers of ITU-T T.81, K.1, at quality 75, in natural order.
 extern const std::array<uint16_t, 64> rkQuality75;
 
-/// Fills an 8u image of one channel with a picture that has the spectrum of photographs: noise of
-/// every octave, the finer the weaker, with the edges of a few objects and a little grain.
+/// Fills an 8u image of one channel with the brightness of the photograph.
 void rkFillPhoto(rkImage& image);
 
 /// Quantised coefficients of a photograph, 64 a block; thousands of blocks, made by the plain
