@@ -277,7 +277,7 @@ void TileDecoder::reconstruct(const Coding& coding) {
   if (!first[0].wanted || !first[1].wanted || !first[2].wanted) return;
   const PlaneView views[3] = {first[0].planes->samples(), first[1].planes->samples(),
                               first[2].planes->samples()};
-  inverseColour(views);
+  inverseColour(views, m_plan.threads);
 }
 
 namespace {

@@ -171,7 +171,7 @@ void TileEncoder::transform(std::span<const SampleView> samples, EncodeWorkers& 
   if (m_plan.coding.transform) {
     const PlaneView views[3] = {m_planes[0]->samples(), m_planes[1]->samples(),
                                 m_planes[2]->samples()};
-    forwardColour(views);
+    forwardColour(views, threads);
   }
   forEachInParallel(threads, m_planes.size(), [&](size_t c, int worker) {
     m_planes[c]->forward(workers.work[size_t(worker)]);

@@ -7,6 +7,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include "parallel.h"
 #include "rkd/rkdcolor.h"
 #include "rkd/rkdjpeg.h"
 
@@ -176,9 +177,22 @@ void colour(const PlaneView planes[3]) {
   }
 }
 
+template <bool Forward>
+void inBands(const PlaneView planes[3], int threads) {
+  constexpr int64_t band = 64;
+  const int64_t width = planes[0].width, height = planes[0].height;
+  forEachInParallel(threads, size_t(ceilDiv(height, band)), [&](size_t i, int) {
+    const int64_t y = int64_t(i) * band, rows = std::min(band, height - y);
+    const PlaneView parts[3] = {planes[0].part(0, y, width, rows),
+                                planes[1].part(0, y, width, rows),
+                                planes[2].part(0, y, width, rows)};
+    colour<Forward>(parts);
+  });
+}
+
 }  // namespace
 
-void forwardColour(const PlaneView planes[3]) { colour<true>(planes); }
-void inverseColour(const PlaneView planes[3]) { colour<false>(planes); }
+void forwardColour(const PlaneView planes[3], int threads) { inBands<true>(planes, threads); }
+void inverseColour(const PlaneView planes[3], int threads) { inBands<false>(planes, threads); }
 
 }  // namespace j2k

@@ -48,8 +48,8 @@ class CoefficientPlanes {
   std::vector<std::vector<uint8_t>> m_memory;
 };
 
-/// Colour transform of three planes of equal shape and arithmetic, in place.
-void forwardColour(const PlaneView planes[3]);
-void inverseColour(const PlaneView planes[3]);
+/// Colour transform of three planes of equal shape and arithmetic, in place, in bands of rows.
+void forwardColour(const PlaneView planes[3], int threads);
+void inverseColour(const PlaneView planes[3], int threads);
 
 }  // namespace j2k
