@@ -4,6 +4,7 @@
 /// functions that code a picture one way or another.
 
 #include "entropy.h"
+#include "parallel.h"
 #include "markers.h"
 #include "pixels.h"
 
@@ -27,7 +28,10 @@ Scan wholeScan(const Frame& frame);
 /// Restart intervals of a scan: says before which units one ends.
 class Intervals {
  public:
-  explicit Intervals(int length) : length_(length), left_(length) {}
+  /// @param firstUnit  where the walk begins
+  explicit Intervals(int length, int64_t firstUnit = 0)
+      : length_(length),
+        left_(firstUnit == 0 || length == 0 ? length : untilEnd(length, firstUnit)) {}
   /// Call before each unit.
   bool endsHere() {
     if (length_ == 0 || left_-- > 0) return false;
@@ -36,6 +40,10 @@ class Intervals {
   }
 
  private:
+  static int untilEnd(int length, int64_t firstUnit) {
+    const int done = int(firstUnit % length);
+    return done == 0 ? 0 : length - done;
+  }
   int length_, left_;
 };
 
@@ -55,18 +63,68 @@ inline int tableSetOf(int component, Color color) {
   return isChroma ? 1 : 0;
 }
 
-/// Writes one sequential scan of pixels as they come.
-Status writeBaseline(const EncodeTables& tables, Color color, int restartInterval,
-                     const Frame& frame, ForwardPixels& pixels, RowSource& source, Output& output);
+/// What it takes to turn the pixels of a source into blocks.
+struct ForwardSetup {
+  ImageShape shape;
+  Frame frame;
+  Color color = Color::unknown;
+  std::vector<Quantisers> quantisers;
+
+  Status make(ForwardPixels* pixels) const { return pixels->init(shape, frame, color, quantisers); }
+};
+
+/// Codes the units of a sequential scan, blocks by blocks.
+class UnitCoder {
+ public:
+  UnitCoder(const EncodeTables& tables, Color color, const Frame& frame);
+  UnitCoder(const UnitCoder&) = delete;
+  UnitCoder& operator=(const UnitCoder&) = delete;
+  void resetPredictions() { previousDC_.fill(0); }
+  const std::array<int, kMaxComponents>& predictions() const { return previousDC_; }
+  void setPredictions(const std::array<int, kMaxComponents>& dc) { previousDC_ = dc; }
+  RkdStatus code(ScanWriter& writer, const int16_t* blocks) {
+    RkdStatus status = rkdStsNoErr;
+    for (int b = 0; b < count_; ++b) {
+      const Coded& c = coded_[size_t(b)];
+      status |= writer.block(blocks + 64 * b, c.previousDC, *c.dc, *c.ac);
+    }
+    return status;
+  }
+
+ private:
+  struct Coded {
+    const EncodeSpec *dc, *ac;
+    int* previousDC;
+  };
+  int count_ = 0;
+  std::array<Coded, kMaxBlocksInMcu> coded_{};
+  std::array<int, kMaxComponents> previousDC_{};
+};
+
+/// Writes one sequential scan of pixels as they come, by one thread or by several: the bytes are
+/// the same.
+Status writeBaseline(const EncodeTables& tables, int restartInterval, const ForwardSetup& setup,
+                     RowSource& source, Output& output);
+Status writeBaselineInWaves(const EncodeTables& tables, int restartInterval,
+                            const ForwardSetup& setup, RowSource& source, Workers& workers,
+                            Output& output);
+
+/// How often a sequential scan's symbols occur, by table.
+struct SymbolCounts {
+  std::array<Statistics, 2> dc{}, ac{};
+};
 
 /// Transforms a whole picture.
-Status transformAll(ForwardPixels& pixels, RowSource& source, Coefficients* coefficients);
+/// @param counts  if not null, receives the symbols of a sequential scan with that restart interval
+Status transformAll(const ForwardSetup& setup, int restartInterval, RowSource& source,
+                    Workers& workers, Coefficients* coefficients, SymbolCounts* counts);
 
 /// Writes a sequential scan, or the scans of a script, of coefficients, with tables in front.
+/// @param counts  the symbols, where they are known already
 Status writeSequential(const Coefficients& coefficients, const EncodeOptions& options,
-                       Output& output);
+                       const SymbolCounts* counts, Output& output);
 Status writeProgressive(const Coefficients& coefficients, const EncodeOptions& options,
-                        Output& output);
+                        Workers& workers, Output& output);
 
 /// Rows between restart markers of a lossless scan: whole rows, in numbers that DRI can hold.
 int losslessRowsInInterval(int restartInterval, int width);

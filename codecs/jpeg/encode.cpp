@@ -1,5 +1,6 @@
+#include <sys/mman.h>
+
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
 #include "coder.h"
@@ -33,24 +34,26 @@ int channelsOf(Color color) {
   }
 }
 
-void CoefficientPlane::Free::operator()(void* memory) const { std::free(memory); }
-
-Status CoefficientPlane::allocate(size_t blocks) {
-  // From calloc large blocks come as pages that are zero already.
-  constexpr size_t kAlign = 64;
-  memory_.reset(std::calloc(blocks * 64 * sizeof(int16_t) + kAlign, 1));
-  if (memory_ == nullptr) return Status::noMemory;
-  const auto address = reinterpret_cast<uintptr_t>(memory_.get());
-  const size_t skip = (kAlign - address % kAlign) % kAlign;
-  first_ = reinterpret_cast<int16_t*>(static_cast<uint8_t*>(memory_.get()) + skip);
-  blocks_ = blocks;
-  return Status::ok;
-}
+void UnmapMemory::operator()(void* memory) const { munmap(memory, bytes); }
 
 Status Coefficients::allocate(size_t memoryLimit) {
   if (frame.blocks() > memoryLimit / (64 * sizeof(int16_t))) return Status::overMemoryLimit;
+  // Pages of the system's are zero already, and where they are large, a picture has few of them:
+  // taking thousands of small ones costs more time than counting its symbols.
+  constexpr size_t kLargePage = size_t{1} << 21;
+  const size_t bytes = frame.blocks() * 64 * sizeof(int16_t) + kLargePage;
+  void* const memory =
+      mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (memory == MAP_FAILED) return Status::noMemory;
+  memory_ = {memory, UnmapMemory{bytes}};
+  const size_t skip = kLargePage - reinterpret_cast<uintptr_t>(memory) % kLargePage;
+  auto* const first = static_cast<uint8_t*>(memory) + skip;
+  if (bytes > 2 * kLargePage) (void)madvise(first, bytes - skip, MADV_HUGEPAGE);  // a hint
+  auto* at = reinterpret_cast<int16_t*>(first);
   for (int i = 0; i < frame.componentCount; ++i) {
-    JPEG_RETURN_IF_ERROR(component[size_t(i)].allocate(frame.component[size_t(i)].blocks()));
+    const size_t blocks = frame.component[size_t(i)].blocks();
+    component[size_t(i)] = {at, blocks};
+    at += 64 * blocks;
   }
   return Status::ok;
 }
@@ -144,61 +147,40 @@ void EncodeTables::write(MarkerWriter& markers, bool hasSecond) const {
 
 // ---- one pass ----
 
-Status writeBaseline(const EncodeTables& tables, Color color, int restartInterval,
-                     const Frame& frame, ForwardPixels& pixels, RowSource& source, Output& output) {
-  struct Coded {
-    const EncodeSpec *dc, *ac;
-    int* previousDC;
-  };
-  std::array<int, kMaxComponents> previousDC{};
-  std::array<Coded, kMaxBlocksInMcu> coded{};
+UnitCoder::UnitCoder(const EncodeTables& tables, Color color, const Frame& frame) {
   const UnitBlocks unit = UnitBlocks::of(frame, wholeScan(frame));
+  count_ = unit.count;
   for (int b = 0; b < unit.count; ++b) {
     const int component = unit.place[size_t(b)].slot;
     const size_t set = size_t(tableSetOf(component, color));
-    coded[size_t(b)] = {&tables.dcSpec[set], &tables.acSpec[set], &previousDC[size_t(component)]};
+    coded_[size_t(b)] = {&tables.dcSpec[set], &tables.acSpec[set], &previousDC_[size_t(component)]};
   }
+}
+
+Status writeBaseline(const EncodeTables& tables, int restartInterval, const ForwardSetup& setup,
+                     RowSource& source, Output& output) {
+  const Frame& frame = setup.frame;
+  ForwardPixels pixels;
+  JPEG_RETURN_IF_ERROR(setup.make(&pixels));
+  UnitCoder coder(tables, setup.color, frame);
   ScanWriter writer(&output);
   JPEG_RETURN_IF_ERROR(writer.start());
   Intervals intervals(restartInterval);
   McuBlocks blocks;
+  const auto pointers = blocks.pointers();
   for (int y = 0; y < frame.mcusDown; ++y) {
     JPEG_RETURN_IF_ERROR(pixels.begin(y, source));
     for (int x = 0; x < frame.mcusAcross; ++x) {
       if (intervals.endsHere()) {
         JPEG_RETURN_IF_ERROR(writer.restart());
-        previousDC.fill(0);
+        coder.resetPredictions();
       }
       JPEG_RETURN_IF_ERROR(output.makeRoom());
-      pixels.mcu(x, &blocks);
-      RkdStatus status = rkdStsNoErr;
-      for (int b = 0; b < unit.count; ++b) {
-        const Coded& c = coded[size_t(b)];
-        status |= writer.block(blocks.block[b], c.previousDC, *c.dc, *c.ac);
-      }
-      if (status != rkdStsNoErr) return Status::libraryFailed;
+      pixels.mcu(x, &blocks, pointers.data());
+      if (coder.code(writer, blocks.block[0]) != rkdStsNoErr) return Status::libraryFailed;
     }
   }
   return writer.flush();
-}
-
-Status transformAll(ForwardPixels& pixels, RowSource& source, Coefficients* coefficients) {
-  const Frame& frame = coefficients->frame;
-  const UnitBlocks unit = UnitBlocks::of(frame, wholeScan(frame));
-  McuBlocks blocks;
-  for (int y = 0; y < frame.mcusDown; ++y) {
-    JPEG_RETURN_IF_ERROR(pixels.begin(y, source));
-    for (int x = 0; x < frame.mcusAcross; ++x) {
-      pixels.mcu(x, &blocks);
-      for (int b = 0; b < unit.count; ++b) {
-        const UnitBlocks::Place& p = unit.place[size_t(b)];
-        const Component& c = frame.component[size_t(p.slot)];
-        std::memcpy(coefficients->block(p.slot, y * c.v + p.row, x * c.h + p.column),
-                    blocks.block[b], sizeof blocks.block[b]);
-      }
-    }
-  }
-  return Status::ok;
 }
 
 // ---- the steps ----
@@ -390,8 +372,8 @@ Status Encoder::Work::writeTransformed() {
   if (options.mode == Mode::lossless) {
     return writeLossless(shape, frame, options, *source, *output);
   }
-  ForwardPixels pixels;
-  JPEG_RETURN_IF_ERROR(pixels.init(shape, frame, options.color, quantisers));
+  const ForwardSetup setup{shape, frame, options.color, quantisers};
+  Workers workers(options.threads);
   if (options.mode == Mode::baseline && !options.optimize) {
     EncodeTables tables;
     tables.setStandard();
@@ -405,16 +387,21 @@ Status Encoder::Work::writeTransformed() {
     }
     markers.scan(frame, scan);
     JPEG_RETURN_IF_ERROR(output->write(markers.bytes()));
-    return writeBaseline(tables, options.color, options.restartInterval, frame, pixels, *source,
-                         *output);
+    return options.threads == 1
+               ? writeBaseline(tables, options.restartInterval, setup, *source, *output)
+               : writeBaselineInWaves(tables, options.restartInterval, setup, *source, workers,
+                                      *output);
   }
   Coefficients coefficients;
   coefficients.frame = frame;
   coefficients.color = options.color;
   JPEG_RETURN_IF_ERROR(coefficients.allocate(options.memoryLimit));
-  JPEG_RETURN_IF_ERROR(transformAll(pixels, *source, &coefficients));
-  return options.mode == Mode::baseline ? writeSequential(coefficients, options, *output)
-                                        : writeProgressive(coefficients, options, *output);
+  SymbolCounts counts;
+  const bool isBaseline = options.mode == Mode::baseline;
+  JPEG_RETURN_IF_ERROR(transformAll(setup, options.restartInterval, *source, workers, &coefficients,
+                                    isBaseline ? &counts : nullptr));
+  return isBaseline ? writeSequential(coefficients, options, &counts, *output)
+                    : writeProgressive(coefficients, options, workers, *output);
 }
 
 Status Encoder::Work::writeData() {
@@ -437,9 +424,10 @@ Status writeCoefficients(const Coefficients& coefficients, const EncodeOptions& 
   EncodeOptions scans = options;
   // What the standard tables cannot hold, own ones can.
   if (frame.precision > 8) scans.optimize = true;
+  Workers workers(options.threads);
   JPEG_RETURN_IF_ERROR(options.mode == Mode::progressive
-                           ? writeProgressive(coefficients, scans, output)
-                           : writeSequential(coefficients, scans, output));
+                           ? writeProgressive(coefficients, scans, workers, output)
+                           : writeSequential(coefficients, scans, nullptr, output));
   return writeEnd(output);
 }
 

@@ -64,6 +64,13 @@ Status Output::write(std::span<const uint8_t> bytes) {
   return bytes.empty() ? Status::ok : sink_->write(bytes.data(), bytes.size());
 }
 
+Status MemoryOutput::moveTo(Output& to) {
+  JPEG_RETURN_IF_ERROR(output.drain());
+  JPEG_RETURN_IF_ERROR(to.write(bytes_));
+  bytes_.clear();
+  return Status::ok;
+}
+
 Status ScanWriter::start() {
   state_ = static_cast<RkdiEncodeHuffmanState*>(object_.get());
   if (state_ == nullptr) return Status::noMemory;
@@ -85,6 +92,15 @@ Status ScanWriter::restart() {
   JPEG_RETURN_IF_ERROR(output_->makeRoom());
   output_->buffer()[output_->position++] = 0xFF;
   output_->buffer()[output_->position++] = uint8_t(kRST0 + (restarts_++ & 7));
+  return Status::ok;
+}
+
+Status ScanWriter::startBehind(int number) {
+  JPEG_RETURN_IF_ERROR(start());
+  JPEG_RETURN_IF_ERROR(output_->makeRoom());
+  output_->buffer()[output_->position++] = 0xFF;
+  output_->buffer()[output_->position++] = uint8_t(kRST0 + (number & 7));
+  restarts_ = number + 1;
   return Status::ok;
 }
 

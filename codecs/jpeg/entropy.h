@@ -75,6 +75,24 @@ class Output {
   size_t written_ = 0;
 };
 
+/// An output in memory, to be moved to where its bytes belong.
+class MemoryOutput : private ByteSink {
+ public:
+  MemoryOutput() = default;
+  MemoryOutput(const MemoryOutput&) = delete;
+  MemoryOutput& operator=(const MemoryOutput&) = delete;
+  Output output{this};
+  /// Empties it.
+  Status moveTo(Output& to);
+
+ private:
+  Status write(const uint8_t* bytes, size_t count) override {
+    bytes_.insert(bytes_.end(), bytes, bytes + count);
+    return Status::ok;
+  }
+  std::vector<uint8_t> bytes_;
+};
+
 /// The entropy-coded data of one scan being written.
 class ScanWriter {
  public:
@@ -94,6 +112,10 @@ class ScanWriter {
   Status flush();
   /// Ends an interval.
   Status restart();
+  /// Begins behind an interval that another writer has ended. @param number  of its marker, 0 first
+  Status startBehind(int number);
+  /// Goes on in another output.
+  void moveTo(Output* output) { output_ = output; }
 
  private:
   Output* output_;

@@ -241,14 +241,14 @@ void ForwardPixels::fillPlanes() {
 }
 
 /// Blocks wholly outside of a component code as a flat continuation: they cost a few bits only.
-void ForwardPixels::dropDummies(int x, McuBlocks* blocks) const {
+void ForwardPixels::dropDummies(int x, int16_t* const* blocks) const {
   for (int i = 0; i < frame_.componentCount; ++i) {
     const Component& c = frame_.component[size_t(i)];
     const Plane& p = plane_[size_t(i)];
     int16_t dc = 0;
     for (int row = 0; row < p.blocksDown; ++row) {
       for (int column = 0; column < p.blocksAcross; ++column) {
-        int16_t* const block = blocks->block[p.firstBlock + row * p.blocksAcross + column];
+        int16_t* const block = blocks[p.firstBlock + row * p.blocksAcross + column];
         const bool isOutside =
             x * c.h + column >= c.blocksAcross || mcuRow_ * c.v + row >= c.blocksDown;
         if (isOutside) {
@@ -264,22 +264,22 @@ void ForwardPixels::dropDummies(int x, McuBlocks* blocks) const {
 /// Level-shifted samples to quantised coefficients. The library rounds coefficients before it
 /// divides: of four times the samples, that costs next to nothing, where of the samples themselves
 /// it would code a per cent more bytes for the same picture.
-void ForwardPixels::transform(McuBlocks* blocks) const {
-  int16_t* const samples = blocks->block[0];
+void ForwardPixels::transform(McuBlocks* scratch, int16_t* const* blocks) const {
+  int16_t* const samples = scratch->block[0];
   for (int i = 0; i < 64 * blocksInMcu_; ++i) samples[i] = int16_t(samples[i] * (1 << kFinerBits));
   for (int i = 0; i < frame_.componentCount; ++i) {
     const Plane& p = plane_[size_t(i)];
     for (int b = p.firstBlock; b < p.firstBlock + p.blocksAcross * p.blocksDown; ++b) {
-      (void)rkdiDCTQuantFwd8x8_JPEG_16s_C1I(blocks->block[b], p.table);
+      (void)rkdiDCTQuantFwd8x8_JPEG_16s_C1(scratch->block[b], blocks[b], p.table);
     }
   }
 }
 
-void ForwardPixels::mcu(int x, McuBlocks* blocks) const {
+void ForwardPixels::mcu(int x, McuBlocks* scratch, int16_t* const* blocks) const {
   if (mcuFunction_ != nullptr) {
     int16_t* planes[kMaxComponents];
     for (int i = 0; i < frame_.componentCount; ++i) {
-      planes[i] = blocks->block[plane_[size_t(i)].firstBlock];
+      planes[i] = scratch->block[plane_[size_t(i)].firstBlock];
     }
     if (x < wholeMcus_) {
       (void)mcuFunction_(pixels_ + size_t(x) * size_t(frame_.mcuWidth() * shape_.channels), step_,
@@ -295,13 +295,13 @@ void ForwardPixels::mcu(int x, McuBlocks* blocks) const {
         for (int column = 0; column < p.blocksAcross; ++column) {
           const uint8_t* const from = p.samples.data() + size_t(p.step) * size_t(8 * row) +
                                       size_t(8 * (x * p.blocksAcross + column));
-          (void)rkdiSub128_JPEG_8u16s_C1R(from, p.step, blocks->block[b++], 8 * sizeof(int16_t),
+          (void)rkdiSub128_JPEG_8u16s_C1R(from, p.step, scratch->block[b++], 8 * sizeof(int16_t),
                                           {8, 8});
         }
       }
     }
   }
-  transform(blocks);
+  transform(scratch, blocks);
   if (x == frame_.mcusAcross - 1 || mcuRow_ == frame_.mcusDown - 1) dropDummies(x, blocks);
 }
 

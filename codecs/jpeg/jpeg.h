@@ -177,22 +177,24 @@ struct FileInfo {
   int restartInterval = 0;
 };
 
-/// Zeros at first, on a cache line's boundary.
+/// The blocks of one component, in memory that Coefficients owns.
 class CoefficientPlane {
  public:
-  /// @return ok, noMemory
-  Status allocate(size_t blocks);
+  CoefficientPlane() = default;
+  CoefficientPlane(int16_t* first, size_t blocks) : first_(first), blocks_(blocks) {}
   int16_t* block(size_t index) { return first_ + 64 * index; }
   const int16_t* block(size_t index) const { return first_ + 64 * index; }
   size_t blocks() const { return blocks_; }
 
  private:
-  struct Free {
-    void operator()(void* memory) const;
-  };
-  std::unique_ptr<void, Free> memory_;
   int16_t* first_ = nullptr;
   size_t blocks_ = 0;
+};
+
+/// Gives back what was taken as pages.
+struct UnmapMemory {
+  size_t bytes = 0;
+  void operator()(void* memory) const;
 };
 
 /// Coefficients of a whole picture, and what it takes to write them again.
@@ -203,7 +205,7 @@ struct Coefficients {
   /// paddedAcross x paddedDown blocks in rows, 64 quantised values each in natural order.
   std::array<CoefficientPlane, kMaxComponents> component;
 
-  /// Room for the frame's blocks. @return ok, overMemoryLimit, noMemory
+  /// Zeros for the frame's blocks. @return ok, overMemoryLimit, noMemory
   Status allocate(size_t memoryLimit);
   int16_t* block(int index, int row, int column) {
     const Component& c = frame.component[size_t(index)];
@@ -212,6 +214,9 @@ struct Coefficients {
   const int16_t* block(int index, int row, int column) const {
     return const_cast<Coefficients*>(this)->block(index, row, column);
   }
+
+ private:
+  std::unique_ptr<void, UnmapMemory> memory_;
 };
 
 class Decoder {

@@ -204,7 +204,7 @@ Status MarkerReader::readQuantisers(Payload payload) {
     Quantisers q;
     for (size_t i = 0; i < 64; ++i) {
       const int value = isWide != 0 ? get16(payload, 1 + 2 * i) : payload[1 + i];
-      q[kZigzag[i]] = uint16_t(std::max(value, 1));
+      q[zigzag()[i]] = uint16_t(std::max(value, 1));
       if (value == 0) warn(Status::badSegment);
     }
     if (isWide != 0 && hasFrame_ && frame_.process == Process::baseline) {

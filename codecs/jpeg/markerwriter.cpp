@@ -83,7 +83,7 @@ void MarkerWriter::quantisers(int number, const Quantisers& quantisers) {
   const bool isWide = std::ranges::any_of(quantisers, [](uint16_t q) { return q > 255; });
   begin(kDQT, 1 + (isWide ? 128 : 64));
   put8((isWide ? 0x10 : 0) | number);
-  for (const uint8_t at : kZigzag) {
+  for (const uint8_t at : zigzag()) {
     if (isWide) {
       put16(quantisers[at]);
     } else {

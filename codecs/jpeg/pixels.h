@@ -27,6 +27,11 @@ struct QuantTable {
 /// One MCU's blocks, components one after the other in raster order.
 struct alignas(64) McuBlocks {
   int16_t block[kMaxBlocksInMcu][64];
+  std::array<int16_t*, kMaxBlocksInMcu> pointers() {
+    std::array<int16_t*, kMaxBlocksInMcu> p{};
+    for (int b = 0; b < kMaxBlocksInMcu; ++b) p[size_t(b)] = block[b];
+    return p;
+  }
 };
 
 /// Pixels to quantised blocks, one MCU row after the other.
@@ -42,7 +47,9 @@ class ForwardPixels {
   /// Takes the pixels of an MCU row.
   Status begin(int mcuRow, RowSource& source);
   /// Blocks of its MCU at column x.
-  void mcu(int x, McuBlocks* blocks) const;
+  /// @param scratch  for samples
+  /// @param blocks   one pointer a block; may be those of the scratch blocks
+  void mcu(int x, McuBlocks* scratch, int16_t* const* blocks) const;
 
  private:
   using McuFunction = RkdStatus (*)(const uint8_t*, int, int16_t* const*);
@@ -61,8 +68,8 @@ class ForwardPixels {
   Status takeBand(int mcuRow, RowSource& source);
   void fillPlanes();
   void halve(Plane& plane, const std::vector<uint8_t>& full) const;
-  void transform(McuBlocks* blocks) const;
-  void dropDummies(int x, McuBlocks* blocks) const;
+  void transform(McuBlocks* scratch, int16_t* const* blocks) const;
+  void dropDummies(int x, int16_t* const* blocks) const;
 
   ImageShape shape_;
   Frame frame_;

@@ -4,39 +4,54 @@
 namespace jpeg {
 namespace {
 
-/// Reads blocks of a scan until its data end: `code` reads one.
-template <class Code>
-Status readBlocks(const ScanJob& job, Coefficients* coefficients, Code code) {
-  const Frame& frame = *job.frame;
-  const Scan& scan = *job.scan;
-  const UnitBlocks unit = UnitBlocks::of(frame, scan);
-  const ScanGeometry geometry = ScanGeometry::of(frame, scan);
+/// Walks over the units of a scan until its data end: `read(x, y)` reads one.
+template <class Begin, class Read>
+void walkUnits(const ScanJob& job, const ScanGeometry& geometry, Begin begin, Read read) {
   IntervalReader intervals(job);
-  std::array<int, kMaxComponents> previousDC{};
   for (int y = 0; y < geometry.down; ++y) {
     job.reader->rebase();
     for (int x = 0; x < geometry.across; ++x) {
-      if (intervals.begins()) previousDC.fill(0);
+      if (intervals.begins()) begin();
       if (!intervals.hasData()) {
         // What has no restart markers has nothing behind the damage.
-        if (job.restartInterval == 0) return Status::ok;
+        if (job.restartInterval == 0) return;
         continue;
       }
-      for (int b = 0; b < unit.count; ++b) {
-        const UnitBlocks::Place& p = unit.place[size_t(b)];
-        const int index = scan.component[size_t(p.slot)].index;
-        const Component& c = frame.component[size_t(index)];
-        const int row = scan.isInterleaved() ? y * c.v + p.row : y;
-        const int column = scan.isInterleaved() ? x * c.h + p.column : x;
-        const RkdStatus status =
-            code(p.slot, coefficients->block(index, row, column), &previousDC[size_t(p.slot)]);
-        if (status != rkdStsNoErr) [[unlikely]] {
-          intervals.damage(status);
-          break;
-        }
-      }
+      const RkdStatus status = read(x, y);
+      if (status != rkdStsNoErr) [[unlikely]]
+        intervals.damage(status);
     }
   }
+}
+
+/// Reads blocks of a scan: `code` reads one.
+template <class Code>
+Status readBlocks(const ScanJob& job, Coefficients* coefficients, Code code) {
+  const Scan& scan = *job.scan;
+  const ScanGeometry geometry = ScanGeometry::of(*job.frame, scan);
+  std::array<int, kMaxComponents> previousDC{};
+  const auto begin = [&] { previousDC.fill(0); };
+  if (!scan.isInterleaved()) {
+    const int index = scan.component[0].index;
+    int16_t* const first = coefficients->block(index, 0, 0);
+    const ptrdiff_t step = 64 * ptrdiff_t{job.frame->component[size_t(index)].paddedAcross};
+    walkUnits(job, geometry, begin, [&](int x, int y) {
+      return code(0, first + step * y + 64 * ptrdiff_t{x}, &previousDC[0]);
+    });
+    return Status::ok;
+  }
+  const UnitBlocks unit = UnitBlocks::of(*job.frame, scan);
+  walkUnits(job, geometry, begin, [&](int x, int y) -> RkdStatus {
+    for (int b = 0; b < unit.count; ++b) {
+      const UnitBlocks::Place& p = unit.place[size_t(b)];
+      const int index = scan.component[size_t(p.slot)].index;
+      const Component& c = job.frame->component[size_t(index)];
+      int16_t* const block = coefficients->block(index, y * c.v + p.row, x * c.h + p.column);
+      const RkdStatus status = code(p.slot, block, &previousDC[size_t(p.slot)]);
+      if (status != rkdStsNoErr) return status;
+    }
+    return rkdStsNoErr;
+  });
   return Status::ok;
 }
 

@@ -25,6 +25,17 @@ Status walkScan(Plane& coefficients, const Scan& scan, int restartInterval, OnIn
     factors[size_t(slot)] = scan.isInterleaved() ? Factors{index, c.h, c.v} : Factors{index, 1, 1};
   }
   Intervals intervals(restartInterval);
+  if (!scan.isInterleaved()) {
+    for (int y = 0; y < geometry.down; ++y) {
+      auto* at = coefficients.block(factors[0].index, y, 0);
+      for (int x = 0; x < geometry.across; ++x, at += 64) {
+        if (intervals.endsHere()) JPEG_RETURN_IF_ERROR(interval());
+        JPEG_RETURN_IF_ERROR(unit());
+        block(0, at);
+      }
+    }
+    return Status::ok;
+  }
   for (int y = 0; y < geometry.down; ++y) {
     for (int x = 0; x < geometry.across; ++x) {
       if (intervals.endsHere()) JPEG_RETURN_IF_ERROR(interval());

@@ -11,7 +11,7 @@
 namespace jpeg {
 
 /// Natural (row by row) index of each zigzag position.
-extern const std::array<uint8_t, 64> kZigzag;
+const std::array<uint8_t, 64>& zigzag();
 
 /// 64 quantisers in natural order.
 using Quantisers = std::array<uint16_t, 64>;

@@ -29,12 +29,13 @@ class ScansWriter {
         output_(output),
         writer_(&output) {}
 
-  Status sequential(const Scan& scan, bool optimize);
+  /// @param counts  null for tables that are standard
+  Status sequential(const Scan& scan, const SymbolCounts* counts);
+  Status countSequential(const Scan& scan, SymbolCounts* counts) const;
   Status progressive(const Scan& scan);
 
  private:
   int set(const Scan& scan, int slot) const { return scan.component[size_t(slot)].acTable; }
-  Status countSequential(const Scan& scan);
   Status header(const Scan& scan, bool hasDc, bool hasAc);
   Status dcFirst(const Scan& scan);
   Status dcRefine(const Scan& scan);
@@ -73,8 +74,7 @@ Status ScansWriter::header(const Scan& scan, bool hasDc, bool hasAc) {
   return writer_.start();
 }
 
-Status ScansWriter::countSequential(const Scan& scan) {
-  std::array<Statistics, 2> dc{}, ac{};
+Status ScansWriter::countSequential(const Scan& scan, SymbolCounts* counts) const {
   std::array<int, kMaxComponents> previousDC{};
   RkdStatus failure = rkdStsNoErr;
   JPEG_RETURN_IF_ERROR(walkScan(
@@ -86,22 +86,17 @@ Status ScansWriter::countSequential(const Scan& scan) {
       [] { return Status::ok; },
       [&](int slot, const int16_t* block) {
         const size_t i = size_t(set(scan, slot));
-        failure |= rkdiGetHuffmanStatistics8x8_JPEG_16s_C1(block, dc[i].data(), ac[i].data(),
-                                                           &previousDC[size_t(slot)]);
+        failure |= rkdiGetHuffmanStatistics8x8_JPEG_16s_C1(
+            block, counts->dc[i].data(), counts->ac[i].data(), &previousDC[size_t(slot)]);
       }));
-  if (failure != rkdStsNoErr) return Status::libraryFailed;
-  for (size_t i = 0; i < 2; ++i) {
-    tables_.dc[i] = optimalTable(dc[i]);
-    tables_.ac[i] = optimalTable(ac[i]);
-  }
-  return Status::ok;
+  return failure != rkdStsNoErr ? Status::libraryFailed : Status::ok;
 }
 
-Status ScansWriter::sequential(const Scan& scan, bool optimize) {
-  if (optimize) {
-    JPEG_RETURN_IF_ERROR(countSequential(scan));
-  } else {
-    tables_.setStandard();
+Status ScansWriter::sequential(const Scan& scan, const SymbolCounts* counts) {
+  tables_.setStandard();
+  for (size_t i = 0; counts != nullptr && i < 2; ++i) {
+    tables_.dc[i] = optimalTable(counts->dc[i]);
+    tables_.ac[i] = optimalTable(counts->ac[i]);
   }
   JPEG_RETURN_IF_ERROR(header(scan, true, true));
   std::array<int, kMaxComponents> previousDC{};
@@ -229,33 +224,54 @@ Status ScansWriter::progressive(const Scan& scan) {
 }  // namespace
 
 Status writeSequential(const Coefficients& coefficients, const EncodeOptions& options,
-                       Output& output) {
+                       const SymbolCounts* counts, Output& output) {
   const Frame& frame = coefficients.frame;
-  const Scan all = wholeScan(frame);
-  ScriptScan s;
-  s.componentCount = frame.componentCount;
-  for (int i = 0; i < frame.componentCount; ++i) s.component[size_t(i)] = i;
   ScansWriter writer(coefficients, options, output);
-  if (ScanGeometry::of(frame, all).blocksInUnit <= kMaxBlocksInMcu) {
-    return writer.sequential(scanOf(s, coefficients.color), options.optimize);
+  const auto write = [&](const ScriptScan& s, const SymbolCounts* known) -> Status {
+    const Scan scan = scanOf(s, coefficients.color);
+    SymbolCounts counted;
+    if (options.optimize && known == nullptr) {
+      JPEG_RETURN_IF_ERROR(writer.countSequential(scan, &counted));
+      known = &counted;
+    }
+    return writer.sequential(scan, options.optimize ? known : nullptr);
+  };
+  ScriptScan all;
+  all.componentCount = frame.componentCount;
+  for (int i = 0; i < frame.componentCount; ++i) all.component[size_t(i)] = i;
+  if (ScanGeometry::of(frame, wholeScan(frame)).blocksInUnit <= kMaxBlocksInMcu) {
+    return write(all, counts);
   }
   for (int i = 0; i < frame.componentCount; ++i) {
-    const ScriptScan one{1, {i}, 0, 63, 0, 0};
-    JPEG_RETURN_IF_ERROR(writer.sequential(scanOf(one, coefficients.color), options.optimize));
+    JPEG_RETURN_IF_ERROR(write({1, {i}, 0, 63, 0, 0}, nullptr));
   }
   return Status::ok;
 }
 
 Status writeProgressive(const Coefficients& coefficients, const EncodeOptions& options,
-                        Output& output) {
+                        Workers& workers, Output& output) {
   const Frame& frame = coefficients.frame;
   const bool hasChroma = coefficients.color == Color::ycbcr || coefficients.color == Color::ycck;
   const Script script =
       options.script.empty() ? defaultScript(frame.componentCount, hasChroma) : options.script;
   JPEG_RETURN_IF_ERROR(checkScript(script, frame.componentCount));
-  ScansWriter writer(coefficients, options, output);
-  for (const ScriptScan& s : script) {
-    JPEG_RETURN_IF_ERROR(writer.progressive(scanOf(s, coefficients.color)));
+  if (workers.count() == 1) {
+    ScansWriter writer(coefficients, options, output);
+    for (const ScriptScan& s : script) {
+      JPEG_RETURN_IF_ERROR(writer.progressive(scanOf(s, coefficients.color)));
+    }
+    return Status::ok;
+  }
+  // Scans do not depend on one another: each goes to memory of its own.
+  std::vector<MemoryOutput> made(script.size());
+  std::vector<Status> status(script.size(), Status::ok);
+  workers.run(int(script.size()), [&](int i, int) {
+    ScansWriter writer(coefficients, options, made[size_t(i)].output);
+    status[size_t(i)] = writer.progressive(scanOf(script[size_t(i)], coefficients.color));
+  });
+  for (size_t i = 0; i < script.size(); ++i) {
+    JPEG_RETURN_IF_ERROR(status[i]);
+    JPEG_RETURN_IF_ERROR(made[i].moveTo(output));
   }
   return Status::ok;
 }

@@ -119,6 +119,43 @@ TEST(JpegEncode, EveryConversionIsWhatThePeerSees) {
   }
 }
 
+TEST(JpegEncode, EveryNumberOfThreadsWritesTheSameBytes) {
+  struct Case {
+    jpeg::Mode mode;
+    bool optimize;
+    int interval;
+  };
+  for (const Case& c : {Case{jpeg::Mode::baseline, false, 0},
+                        {jpeg::Mode::baseline, false, 1},
+                        {jpeg::Mode::baseline, false, 7},
+                        {jpeg::Mode::baseline, false, 1000},
+                        {jpeg::Mode::baseline, true, 0},
+                        {jpeg::Mode::baseline, true, 5},
+                        {jpeg::Mode::progressive, false, 0},
+                        {jpeg::Mode::progressive, false, 4},
+                        {jpeg::Mode::lossless, false, 0}}) {
+    for (const auto& [width, height] : {std::pair{1, 1}, {40, 300}, {333, 517}}) {
+      const Picture source = picture(width, height, Color::rgb);
+      Bytes first;
+      for (const int threads : {1, 2, 3, 8}) {
+        SCOPED_TRACE(std::to_string(int(c.mode)) + " every " + std::to_string(c.interval) + " by " +
+                     std::to_string(threads));
+        const Encoded e = encode(source, [&](EncodeOptions& o) {
+          o.color = c.mode == jpeg::Mode::lossless ? Color::rgb : Color::ycbcr;
+          o.mode = c.mode;
+          o.optimize = c.optimize;
+          o.restartInterval = c.interval;
+          o.threads = threads;
+        });
+        ASSERT_EQ(Status::ok, e.status);
+        if (threads == 1) first = e.file;
+        ASSERT_TRUE(first == e.file);
+      }
+      EXPECT_EQ(Status::ok, decode(first).status);
+    }
+  }
+}
+
 // The same coefficients whatever way they are sent, and no more bytes than the peer's.
 TEST(JpegEncode, ProgressiveAndOptimisedFilesHoldWhatBaselineHolds) {
   const jpeg::Script script = {

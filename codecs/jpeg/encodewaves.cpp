@@ -1,0 +1,342 @@
+// Encoding row by row, by one thread or by several: waves of MCU rows are transformed in parallel,
+// and while one wave is transformed the one before is coded, by restart intervals where there are
+// such.
+#include <algorithm>
+#include <bit>
+#include <cstdlib>
+
+#include "coder.h"
+
+namespace jpeg {
+namespace {
+
+/// Rows of pixels that have been asked for, for threads to take parts of.
+class Band : public RowSource {
+ public:
+  Status take(RowSource& source, const Frame& frame, int firstMcuRow, int mcuRows) {
+    first_ = firstMcuRow * frame.mcuHeight();
+    const int count = std::min(mcuRows * frame.mcuHeight(), frame.height - first_);
+    return source.rows(first_, count, &pixels_, &step_);
+  }
+  Status rows(int first, int, const uint8_t** pixels, ptrdiff_t* step) override {
+    *pixels = pixels_ + step_ * (first - first_);
+    *step = step_;
+    return Status::ok;
+  }
+
+ private:
+  int first_ = 0;
+  const uint8_t* pixels_ = nullptr;
+  ptrdiff_t step_ = 0;
+};
+
+/// The first error among a step's outcomes.
+Status firstError(const std::vector<Status>& outcomes) {
+  const auto found = std::ranges::find_if(outcomes, [](Status s) { return isError(s); });
+  return found == outcomes.end() ? Status::ok : *found;
+}
+
+// ---- whole pictures ----
+
+/// One thread's work on rows that are kept.
+class RowTransformer {
+ public:
+  Status init(const ForwardSetup& setup, int restartInterval) {
+    interval_ = restartInterval;
+    color_ = setup.color;
+    unit_ = UnitBlocks::of(setup.frame, wholeScan(setup.frame));
+    return setup.make(&pixels_);
+  }
+  Status row(int y, RowSource& source, Coefficients* coefficients, bool isCounting);
+  const SymbolCounts& counts() const { return counts_; }
+
+ private:
+  ForwardPixels pixels_;
+  McuBlocks scratch_;
+  UnitBlocks unit_;
+  Color color_ = Color::unknown;
+  int interval_ = 0;
+  SymbolCounts counts_;
+};
+
+/// Counted as if every row began an interval: see correctPredictions.
+Status RowTransformer::row(int y, RowSource& source, Coefficients* coefficients, bool isCounting) {
+  const Frame& frame = coefficients->frame;
+  std::array<int16_t*, kMaxBlocksInMcu> blocks{};
+  std::array<ptrdiff_t, kMaxBlocksInMcu> steps{};
+  std::array<size_t, kMaxBlocksInMcu> sets{};
+  for (int b = 0; b < unit_.count; ++b) {
+    const UnitBlocks::Place& p = unit_.place[size_t(b)];
+    const Component& c = frame.component[size_t(p.slot)];
+    blocks[size_t(b)] = coefficients->block(p.slot, y * c.v + p.row, p.column);
+    steps[size_t(b)] = 64 * ptrdiff_t{c.h};
+    sets[size_t(b)] = size_t(tableSetOf(p.slot, color_));
+  }
+  JPEG_RETURN_IF_ERROR(pixels_.begin(y, source));
+  std::array<int, kMaxComponents> previousDC{};
+  Intervals intervals(interval_, int64_t{y} * frame.mcusAcross);
+  RkdStatus failure = rkdStsNoErr;
+  for (int x = 0; x < frame.mcusAcross; ++x) {
+    pixels_.mcu(x, &scratch_, blocks.data());
+    if (intervals.endsHere()) previousDC.fill(0);
+    for (int b = 0; b < unit_.count; ++b) {
+      const size_t at = size_t(b);
+      if (isCounting) {
+        failure |= rkdiGetHuffmanStatistics8x8_JPEG_16s_C1(
+            blocks[at], counts_.dc[sets[at]].data(), counts_.ac[sets[at]].data(),
+            &previousDC[size_t(unit_.place[at].slot)]);
+      }
+      blocks[at] += steps[at];
+    }
+  }
+  return failure == rkdStsNoErr ? Status::ok : Status::libraryFailed;
+}
+
+/// The first differences of rows, which were counted without the row above.
+void correctPredictions(const Coefficients& coefficients, int restartInterval,
+                        SymbolCounts* counts) {
+  const Frame& frame = coefficients.frame;
+  const auto category = [](int difference) {
+    return size_t(std::bit_width(unsigned(std::abs(difference))));
+  };
+  for (int y = 1; y < frame.mcusDown; ++y) {
+    const int64_t unit = int64_t{y} * frame.mcusAcross;
+    if (restartInterval > 0 && unit % restartInterval == 0) continue;
+    for (int i = 0; i < frame.componentCount; ++i) {
+      const Component& c = frame.component[size_t(i)];
+      const int dc = *coefficients.block(i, y * c.v, 0);
+      const int before = *coefficients.block(i, y * c.v - 1, c.paddedAcross - 1);
+      Statistics& statistics = counts->dc[size_t(tableSetOf(i, coefficients.color))];
+      --statistics[category(dc)];
+      ++statistics[category(dc - before)];
+    }
+  }
+}
+
+}  // namespace
+
+Status transformAll(const ForwardSetup& setup, int restartInterval, RowSource& source,
+                    Workers& workers, Coefficients* coefficients, SymbolCounts* counts) {
+  const Frame& frame = setup.frame;
+  std::vector<RowTransformer> transformers(size_t(workers.count()));
+  for (RowTransformer& t : transformers) {
+    JPEG_RETURN_IF_ERROR(t.init(setup, restartInterval));
+  }
+  const int most = workers.count() == 1 ? 1 : 4 * workers.count();
+  std::vector<Status> outcomes(size_t(most), Status::ok);
+  Band band;
+  for (int first = 0; first < frame.mcusDown; first += most) {
+    const int rows = std::min(most, frame.mcusDown - first);
+    JPEG_RETURN_IF_ERROR(band.take(source, frame, first, rows));
+    workers.run(rows, [&](int row, int worker) {
+      outcomes[size_t(row)] =
+          transformers[size_t(worker)].row(first + row, band, coefficients, counts != nullptr);
+    });
+    JPEG_RETURN_IF_ERROR(firstError(outcomes));
+  }
+  if (counts == nullptr) return Status::ok;
+  for (const RowTransformer& t : transformers) {
+    for (size_t set = 0; set < 2; ++set) {
+      for (size_t i = 0; i < 256; ++i) {
+        counts->dc[set][i] += t.counts().dc[set][i];
+        counts->ac[set][i] += t.counts().ac[set][i];
+      }
+    }
+  }
+  correctPredictions(*coefficients, restartInterval, counts);
+  return Status::ok;
+}
+
+// ---- one pass ----
+
+namespace {
+
+struct alignas(64) Block {
+  int16_t values[64];
+};
+
+/// MCU rows on their way from transform to coder.
+struct Wave {
+  int firstRow = 0, rows = 0;
+  std::vector<Block> blocks;
+};
+
+/// Units that one task codes: those of whole restart intervals, but at a wave's ends.
+struct Chunk {
+  int64_t first = 0, end = 0;
+};
+
+/// What codes a chunk.
+struct ChunkCoder {
+  ChunkCoder(const EncodeTables& tables, Color color, const Frame& frame)
+      : units(tables, color, frame) {}
+  MemoryOutput memory;
+  ScanWriter writer{&memory.output};
+  UnitCoder units;
+};
+
+class WaveEncoder {
+ public:
+  WaveEncoder(const EncodeTables& tables, int restartInterval, const ForwardSetup& setup,
+              RowSource& source, Workers& workers, Output& output)
+      : tables_(tables),
+        interval_(restartInterval),
+        setup_(setup),
+        frame_(setup.frame),
+        source_(source),
+        workers_(workers),
+        output_(output),
+        pixels_(size_t(workers.count())),
+        scratch_(size_t(workers.count())) {}
+  Status run();
+
+ private:
+  Status start();
+  std::vector<Chunk> chunksOf(const Wave& wave) const;
+  void transformRow(int row, int worker, Wave* wave);
+  Status code(const Chunk& chunk, bool isFirst, bool isLast, const Wave& wave, ChunkCoder* coder);
+  Status step(Wave* next, const Wave& ready);
+  Status gather(size_t chunks);
+
+  const EncodeTables& tables_;
+  const int interval_;
+  const ForwardSetup& setup_;
+  const Frame& frame_;
+  RowSource& source_;
+  Workers& workers_;
+  Output& output_;
+  std::vector<ForwardPixels> pixels_;
+  std::vector<McuBlocks> scratch_;
+  std::vector<std::unique_ptr<ChunkCoder>> coders_;
+  std::vector<Status> outcomes_;
+  Band band_;
+  int blocksInMcu_ = 0, rowsInWave_ = 1;
+};
+
+Status WaveEncoder::start() {
+  for (ForwardPixels& p : pixels_) JPEG_RETURN_IF_ERROR(setup_.make(&p));
+  blocksInMcu_ = ScanGeometry::of(frame_, wholeScan(frame_)).blocksInUnit;
+  // As much as stays in a second-level cache, and rows enough for all threads.
+  constexpr size_t kBytes = size_t{1} << 20;
+  const size_t rowBytes = size_t(frame_.mcusAcross) * size_t(blocksInMcu_) * sizeof(Block);
+  rowsInWave_ = std::max(2 * workers_.count(), int(std::min<size_t>(16, kBytes / rowBytes)));
+  const size_t most = interval_ == 0 ? 1 : 2 * size_t(workers_.count());
+  for (size_t i = 0; i < most; ++i) {
+    coders_.push_back(std::make_unique<ChunkCoder>(tables_, setup_.color, frame_));
+  }
+  coders_[0]->writer.moveTo(&output_);
+  return coders_[0]->writer.start();
+}
+
+/// A wave's units, cut where intervals end.
+std::vector<Chunk> WaveEncoder::chunksOf(const Wave& wave) const {
+  const int64_t from = int64_t{wave.firstRow} * frame_.mcusAcross;
+  const int64_t end = from + int64_t{wave.rows} * frame_.mcusAcross;
+  std::vector<Chunk> chunks;
+  if (from == end) return chunks;
+  chunks.push_back({from, end});
+  const auto most = int64_t(coders_.size());
+  for (int64_t i = 1; i < most && interval_ > 0; ++i) {
+    const int64_t near = from + (end - from) * i / most;
+    const int64_t cut = (near + interval_ - 1) / interval_ * interval_;
+    if (cut <= chunks.back().first || cut >= end) continue;
+    chunks.back().end = cut;
+    chunks.push_back({cut, end});
+  }
+  return chunks;
+}
+
+void WaveEncoder::transformRow(int row, int worker, Wave* wave) {
+  ForwardPixels& pixels = pixels_[size_t(worker)];
+  Status& outcome = outcomes_[size_t(row)];
+  outcome = pixels.begin(wave->firstRow + row, band_);
+  if (isError(outcome)) return;
+  Block* at = &wave->blocks[size_t(row) * size_t(frame_.mcusAcross) * size_t(blocksInMcu_)];
+  for (int x = 0; x < frame_.mcusAcross; ++x) {
+    std::array<int16_t*, kMaxBlocksInMcu> blocks{};
+    for (int b = 0; b < blocksInMcu_; ++b) blocks[size_t(b)] = (at++)->values;
+    pixels.mcu(x, &scratch_[size_t(worker)], blocks.data());
+  }
+}
+
+/// @param isFirst  goes on where the wave before ended
+/// @param isLast   the next wave goes on
+Status WaveEncoder::code(const Chunk& chunk, bool isFirst, bool isLast, const Wave& wave,
+                         ChunkCoder* coder) {
+  Output& output = isFirst ? output_ : coder->memory.output;
+  Intervals intervals(interval_, chunk.first);
+  if (!isFirst) {
+    JPEG_RETURN_IF_ERROR(coder->writer.startBehind(int(chunk.first / interval_) - 1));
+    coder->units.resetPredictions();
+    (void)intervals.endsHere();  // done already
+  }
+  const int64_t origin = int64_t{wave.firstRow} * frame_.mcusAcross;
+  const Block* at = &wave.blocks[size_t(chunk.first - origin) * size_t(blocksInMcu_)];
+  for (int64_t unit = chunk.first; unit < chunk.end; ++unit, at += blocksInMcu_) {
+    if ((isFirst || unit > chunk.first) && intervals.endsHere()) {
+      JPEG_RETURN_IF_ERROR(coder->writer.restart());
+      coder->units.resetPredictions();
+    }
+    JPEG_RETURN_IF_ERROR(output.makeRoom());
+    if (coder->units.code(coder->writer, at->values) != rkdStsNoErr) return Status::libraryFailed;
+  }
+  return isLast ? Status::ok : coder->writer.flush();
+}
+
+/// Puts the chunks' bytes in order, and the last one's coder in front for the next wave.
+Status WaveEncoder::gather(size_t chunks) {
+  for (size_t i = 1; i < chunks; ++i) {
+    JPEG_RETURN_IF_ERROR(coders_[i]->memory.moveTo(output_));
+  }
+  if (chunks < 2) return Status::ok;
+  ChunkCoder& first = *coders_[0];
+  ChunkCoder& last = *coders_[chunks - 1];
+  std::swap(first.writer, last.writer);
+  first.writer.moveTo(&output_);
+  last.writer.moveTo(&last.memory.output);
+  first.units.setPredictions(last.units.predictions());
+  return Status::ok;
+}
+
+/// Codes a wave while the next one is transformed.
+Status WaveEncoder::step(Wave* next, const Wave& ready) {
+  const std::vector<Chunk> chunks = chunksOf(ready);
+  const int coding = int(chunks.size());
+  outcomes_.assign(size_t(next->rows), Status::ok);
+  std::vector<Status> coded(chunks.size(), Status::ok);
+  workers_.run(coding + next->rows, [&](int task, int worker) {
+    if (task >= coding) return transformRow(task - coding, worker, next);
+    const size_t i = size_t(task);
+    coded[i] = code(chunks[i], task == 0, task == coding - 1, ready, coders_[i].get());
+  });
+  JPEG_RETURN_IF_ERROR(firstError(coded));
+  JPEG_RETURN_IF_ERROR(firstError(outcomes_));
+  return gather(chunks.size());
+}
+
+Status WaveEncoder::run() {
+  JPEG_RETURN_IF_ERROR(start());
+  Wave waves[2];
+  const size_t blocks = size_t(rowsInWave_) * size_t(frame_.mcusAcross) * size_t(blocksInMcu_);
+  for (Wave& w : waves) w.blocks.resize(blocks);
+  int turn = 0;
+  for (int first = 0; first < frame_.mcusDown || waves[1 - turn].rows > 0; first += rowsInWave_) {
+    Wave& next = waves[turn];
+    next.firstRow = first;
+    next.rows = std::clamp(frame_.mcusDown - first, 0, rowsInWave_);
+    if (next.rows > 0) JPEG_RETURN_IF_ERROR(band_.take(source_, frame_, first, next.rows));
+    JPEG_RETURN_IF_ERROR(step(&next, waves[1 - turn]));
+    turn = 1 - turn;
+  }
+  return coders_[0]->writer.flush();
+}
+
+}  // namespace
+
+Status writeBaselineInWaves(const EncodeTables& tables, int restartInterval,
+                            const ForwardSetup& setup, RowSource& source, Workers& workers,
+                            Output& output) {
+  return WaveEncoder(tables, restartInterval, setup, source, workers, output).run();
+}
+
+}  // namespace jpeg
