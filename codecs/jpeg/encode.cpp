@@ -198,7 +198,14 @@ struct Encoder::Work {
   Frame frame;
   std::vector<Quantisers> quantisers;
   bool hasHeader = false;
+  std::unique_ptr<Workers> workers;
 
+  Workers& makeWorkers() {
+    if (workers == nullptr || workers->wanted() != options.threads) {
+      workers = std::make_unique<Workers>(options.threads);
+    }
+    return *workers;
+  }
   Status checkOptions() const;
   Status checkLossless() const;
   Status buildFrame();
@@ -212,7 +219,10 @@ Encoder::Encoder() : work_(std::make_unique<Work>()) {}
 Encoder::~Encoder() = default;
 
 Status Encoder::clean() {
+  // Threads stay for the next picture.
+  auto workers = std::move(work_->workers);
   *work_ = Work();
+  work_->workers = std::move(workers);
   return Status::ok;
 }
 
@@ -373,7 +383,7 @@ Status Encoder::Work::writeTransformed() {
     return writeLossless(shape, frame, options, *source, *output);
   }
   const ForwardSetup setup{shape, frame, options.color, quantisers};
-  Workers workers(options.threads);
+  Workers& team = makeWorkers();
   if (options.mode == Mode::baseline && !options.optimize) {
     EncodeTables tables;
     tables.setStandard();
@@ -389,7 +399,7 @@ Status Encoder::Work::writeTransformed() {
     JPEG_RETURN_IF_ERROR(output->write(markers.bytes()));
     return options.threads == 1
                ? writeBaseline(tables, options.restartInterval, setup, *source, *output)
-               : writeBaselineInWaves(tables, options.restartInterval, setup, *source, workers,
+               : writeBaselineInWaves(tables, options.restartInterval, setup, *source, team,
                                       *output);
   }
   Coefficients coefficients;
@@ -398,10 +408,10 @@ Status Encoder::Work::writeTransformed() {
   JPEG_RETURN_IF_ERROR(coefficients.allocate(options.memoryLimit));
   SymbolCounts counts;
   const bool isBaseline = options.mode == Mode::baseline;
-  JPEG_RETURN_IF_ERROR(transformAll(setup, options.restartInterval, *source, workers, &coefficients,
+  JPEG_RETURN_IF_ERROR(transformAll(setup, options.restartInterval, *source, team, &coefficients,
                                     isBaseline ? &counts : nullptr));
   return isBaseline ? writeSequential(coefficients, options, &counts, *output)
-                    : writeProgressive(coefficients, options, workers, *output);
+                    : writeProgressive(coefficients, options, team, *output);
 }
 
 Status Encoder::Work::writeData() {

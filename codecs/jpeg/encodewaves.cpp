@@ -217,7 +217,7 @@ Status WaveEncoder::start() {
   for (ForwardPixels& p : pixels_) JPEG_RETURN_IF_ERROR(setup_.make(&p));
   blocksInMcu_ = ScanGeometry::of(frame_, wholeScan(frame_)).blocksInUnit;
   // As much as stays in a second-level cache, and rows enough for all threads.
-  constexpr size_t kBytes = size_t{1} << 20;
+  constexpr size_t kBytes = size_t{1} << 21;
   const size_t rowBytes = size_t(frame_.mcusAcross) * size_t(blocksInMcu_) * sizeof(Block);
   rowsInWave_ = std::max(2 * workers_.count(), int(std::min<size_t>(16, kBytes / rowBytes)));
   const size_t most = interval_ == 0 ? 1 : 2 * size_t(workers_.count());
@@ -331,11 +331,87 @@ Status WaveEncoder::run() {
   return coders_[0]->writer.flush();
 }
 
+/// Pictures whose MCU rows begin intervals: a task does everything for some rows, and its blocks
+/// never leave the cache.
+class RowEncoder {
+ public:
+  RowEncoder(const EncodeTables& tables, int restartInterval, const ForwardSetup& setup)
+      : tables_(tables), interval_(restartInterval), setup_(setup), frame_(setup.frame) {}
+  static bool suits(int restartInterval, const Frame& frame) {
+    return restartInterval > 0 &&
+           (restartInterval % frame.mcusAcross == 0 || frame.mcusAcross % restartInterval == 0);
+  }
+  Status run(RowSource& source, Workers& workers, Output& output);
+
+ private:
+  Status code(int first, int end, ForwardPixels& pixels, MemoryOutput* made);
+
+  const EncodeTables& tables_;
+  const int interval_;
+  const ForwardSetup& setup_;
+  const Frame& frame_;
+  Band band_;
+};
+
+/// Rows, and what ends the interval before them or begins the scan.
+Status RowEncoder::code(int first, int end, ForwardPixels& pixels, MemoryOutput* made) {
+  UnitCoder units(tables_, setup_.color, frame_);
+  ScanWriter writer(&made->output);
+  const int64_t unit = int64_t{first} * frame_.mcusAcross;
+  JPEG_RETURN_IF_ERROR(first == 0 ? writer.start() : writer.startBehind(int(unit / interval_) - 1));
+  Intervals intervals(interval_, unit);
+  if (first > 0) (void)intervals.endsHere();  // done already
+  McuBlocks blocks;
+  const auto pointers = blocks.pointers();
+  for (int y = first; y < end; ++y) {
+    JPEG_RETURN_IF_ERROR(pixels.begin(y, band_));
+    for (int x = 0; x < frame_.mcusAcross; ++x) {
+      const bool isBegun = first > 0 && y == first && x == 0;
+      if (!isBegun && intervals.endsHere()) {
+        JPEG_RETURN_IF_ERROR(writer.restart());
+        units.resetPredictions();
+      }
+      JPEG_RETURN_IF_ERROR(made->output.makeRoom());
+      pixels.mcu(x, &blocks, pointers.data());
+      if (units.code(writer, blocks.block[0]) != rkdStsNoErr) return Status::libraryFailed;
+    }
+  }
+  return writer.flush();
+}
+
+Status RowEncoder::run(RowSource& source, Workers& workers, Output& output) {
+  std::vector<ForwardPixels> pixels(size_t(workers.count()));
+  for (ForwardPixels& p : pixels) JPEG_RETURN_IF_ERROR(setup_.make(&p));
+  const int rowsInTask = std::max(1, interval_ / frame_.mcusAcross);
+  const int tasks = 8 * workers.count();
+  std::vector<MemoryOutput> made(static_cast<size_t>(tasks));
+  std::vector<Status> outcomes(size_t(tasks), Status::ok);
+  const int rowsInWave = int(std::min(int64_t{rowsInTask} * tasks, int64_t{frame_.mcusDown}));
+  for (int first = 0; first < frame_.mcusDown; first += rowsInWave) {
+    const int rows = std::min(rowsInWave, frame_.mcusDown - first);
+    const int count = ceilDiv(rows, rowsInTask);
+    JPEG_RETURN_IF_ERROR(band_.take(source, frame_, first, rows));
+    workers.run(count, [&](int task, int worker) {
+      const int from = first + task * rowsInTask;
+      outcomes[size_t(task)] = code(from, std::min(from + rowsInTask, first + rows),
+                                    pixels[size_t(worker)], &made[size_t(task)]);
+    });
+    JPEG_RETURN_IF_ERROR(firstError(outcomes));
+    for (int task = 0; task < count; ++task) {
+      JPEG_RETURN_IF_ERROR(made[size_t(task)].moveTo(output));
+    }
+  }
+  return Status::ok;
+}
+
 }  // namespace
 
 Status writeBaselineInWaves(const EncodeTables& tables, int restartInterval,
                             const ForwardSetup& setup, RowSource& source, Workers& workers,
                             Output& output) {
+  if (RowEncoder::suits(restartInterval, setup.frame)) {
+    return RowEncoder(tables, restartInterval, setup).run(source, workers, output);
+  }
   return WaveEncoder(tables, restartInterval, setup, source, workers, output).run();
 }
 

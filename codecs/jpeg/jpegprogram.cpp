@@ -163,8 +163,9 @@ int Run::benchEncode(ImageFileRows& rows, const ImageShape& shape) {
   }
   std::vector<uint8_t> file(pixels.size() * 2 + (1 << 20));
   const EncodeOptions encode = encodeOptions(shape);
+  Encoder encoder;
   return bench(shape, [&] {
-    Encoder encoder;
+    JPEG_RETURN_IF_ERROR(encoder.clean());
     encoder.options() = encode;
     JPEG_RETURN_IF_ERROR(encoder.setSource(shape, pixels.data()));
     JPEG_RETURN_IF_ERROR(encoder.setDestination(file.data(), file.size()));
@@ -176,8 +177,9 @@ int Run::benchEncode(ImageFileRows& rows, const ImageShape& shape) {
 int Run::benchDecode(const std::vector<uint8_t>& file) {
   std::vector<uint8_t> pixels;
   ImageShape shape;
+  Decoder decoder;
   const auto decode = [&] {
-    Decoder decoder;
+    JPEG_RETURN_IF_ERROR(decoder.clean());
     decoder.options() = options_.decode;
     JPEG_RETURN_IF_ERROR(decoder.setSource(file));
     JPEG_RETURN_IF_ERROR(decoder.readHeader());

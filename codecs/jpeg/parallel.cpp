@@ -4,8 +4,23 @@
 #include <system_error>
 
 namespace jpeg {
+namespace {
 
-Workers::Workers(int threads) {
+/// Waits a little before it sleeps: steps follow one another closely, and waking takes longer than
+/// most of them leave idle.
+template <class Condition>
+bool comesSoon(Condition condition) {
+  constexpr int kLooks = 500;
+  for (int i = 0; i < kLooks; ++i) {
+    if (condition()) return true;
+    std::this_thread::yield();
+  }
+  return false;
+}
+
+}  // namespace
+
+Workers::Workers(int threads) : wanted_(threads) {
   for (int worker = 1; worker < threads; ++worker) {
     try {
       others_.emplace_back([this, worker] { wait(worker); });
@@ -30,15 +45,19 @@ void Workers::takeTasks(int worker) {
 
 void Workers::wait(int worker) {
   int seen = 0;
-  std::unique_lock lock(mutex_);
+  const auto isWoken = [&] { return isOver_ || step_ != seen; };
   for (;;) {
-    hasWork_.wait(lock, [&] { return isOver_ || step_ != seen; });
+    if (!comesSoon(isWoken)) {
+      std::unique_lock lock(mutex_);
+      hasWork_.wait(lock, isWoken);
+    }
     if (isOver_) return;
-    seen = step_;
-    lock.unlock();
+    ++seen;
     takeTasks(worker);
-    lock.lock();
-    if (--working_ == 0) isDone_.notify_one();
+    if (--working_ == 0) {
+      const std::lock_guard lock(mutex_);
+      isDone_.notify_one();
+    }
   }
 }
 
@@ -59,8 +78,10 @@ void Workers::run(int count, const Task& task) {
   hasWork_.notify_all();
   task(0, 0);
   takeTasks(0);
+  const auto isDone = [&] { return working_ == 0; };
+  if (comesSoon(isDone)) return;
   std::unique_lock lock(mutex_);
-  isDone_.wait(lock, [&] { return working_ == 0; });
+  isDone_.wait(lock, isDone);
 }
 
 }  // namespace jpeg

@@ -20,6 +20,7 @@ class Workers {
   Workers(const Workers&) = delete;
   Workers& operator=(const Workers&) = delete;
 
+  int wanted() const { return wanted_; }
   int count() const { return int(others_.size()) + 1; }
 
   /// Task `index` of a step; `worker` is below count() and no two tasks have it at one time.
@@ -32,13 +33,14 @@ class Workers {
   void wait(int worker);
   void takeTasks(int worker);
 
+  int wanted_;
   std::vector<std::thread> others_;
   std::mutex mutex_;
   std::condition_variable hasWork_, isDone_;
   const Task* task_ = nullptr;
-  int count_ = 0, step_ = 0, working_ = 0;
-  std::atomic<int> next_ = 0;
-  bool isOver_ = false;
+  int count_ = 0;
+  std::atomic<int> step_ = 0, working_ = 0, next_ = 0;
+  std::atomic<bool> isOver_ = false;
 };
 
 }  // namespace jpeg

@@ -128,6 +128,8 @@ TEST(JpegEncode, EveryNumberOfThreadsWritesTheSameBytes) {
   for (const Case& c : {Case{jpeg::Mode::baseline, false, 0},
                         {jpeg::Mode::baseline, false, 1},
                         {jpeg::Mode::baseline, false, 7},
+                        {jpeg::Mode::baseline, false, 21},  // a row of the largest picture
+                        {jpeg::Mode::baseline, false, 63},
                         {jpeg::Mode::baseline, false, 1000},
                         {jpeg::Mode::baseline, true, 0},
                         {jpeg::Mode::baseline, true, 5},
