@@ -1,0 +1,78 @@
+"""commands.py SOURCES BINARIES: runs every command of our programs that a page shows.
+
+Those are lines of indented blocks that begin with a program's name, and the examples of man pages. Each
+page's commands run in their order in a folder of their own, beside the sample pictures. Measurements are
+made short; what is measured is the business of others.
+"""
+import os
+import re
+import shlex
+import shutil
+import subprocess
+import sys
+import tempfile
+
+PROGRAMS = ("tazmet", "jpegcodec", "jpeg2kcodec")
+# Keys that come last and win: one call, on data of no size.
+SHORT = ["-dMethod=Manual", "-dNumLoops=1", "-dImageSize=32x16"]
+SMALL_PICTURE = ["-dimageInput=jaehne", "-dsize=64x48"]
+# What needs a second build of the library, and the run of everything.
+ELSEWHERE = re.compile(r"LD_LIBRARY_PATH|LD_PRELOAD| -D |^tazmet -B$")
+
+
+def commands_of(path):
+    with open(path, encoding="utf-8") as file:
+        text = file.read()
+    if path.endswith(".1"):
+        examples = re.search(r"\.SH EXAMPLES\n(.*?)(?=\n\.SH|\Z)", text, re.S)
+        lines = examples.group(1).replace("\\-", "-").split("\n") if examples else []
+        lines = [re.sub(r"^\.B ", "", line) for line in lines]
+    else:
+        lines = [line[4:] for line in text.split("\n") if line.startswith("    ")]
+    for line in lines:
+        line = re.sub(r"^\$ ", "", line).split("   ")[0].strip()
+        line = re.sub(r"^(\./measure|build/bin/tazmet)(?= |$)", "tazmet -B", line)
+        if line.split(" ")[0] in PROGRAMS and not ELSEWHERE.search(line):
+            yield line
+
+
+def run(line, binaries, folder):
+    words = shlex.split(line)
+    if words[0] == "tazmet":
+        words += SHORT + ([] if "bmpFile" in line else SMALL_PICTURE) + [f"-l{folder}"]
+    words[0] = os.path.join(binaries, words[0])
+    return subprocess.run(words, cwd=folder, capture_output=True, text=True, timeout=120,
+                          stdin=subprocess.DEVNULL)
+
+
+def main():
+    sources, binaries = map(os.path.abspath, sys.argv[1:3])
+    docs = os.path.join(sources, "docs")
+    pages = [os.path.join(sources, "README.md")]
+    pages += sorted(os.path.join(docs, name) for name in os.listdir(docs)
+                    if name.endswith((".md", ".1")))
+    failed, count, seen = 0, 0, set()
+    for page in pages:
+        with tempfile.TemporaryDirectory() as folder:
+            for name in ("rose.bmp", "sbikers2.bmp"):
+                shutil.copy(os.path.join(binaries, name), folder)
+            shown = list(commands_of(page))
+            for line in shown:
+                if line.startswith("tazmet") and line in seen:
+                    continue
+                seen.add(line)
+                done = run(line, binaries, folder)
+                count += 1
+                # A key that a page misspells is refused with this word, and the run goes on.
+                if done.returncode != 0 or "ignored: " in done.stdout:
+                    failed += 1
+                    print(f"{os.path.basename(page)}: {line}\n  ends with {done.returncode}:",
+                          *(done.stdout + done.stderr).split("\n")[-12:], sep="\n    ")
+    if count < 30:
+        sys.exit(f"only {count} commands were found")
+    print(f"{count} commands, {failed} failed")
+    sys.exit(1 if failed else 0)
+
+
+if __name__ == "__main__":
+    main()
