@@ -2,6 +2,7 @@
 // interface of their own; then every one of these functions by itself beside a plain loop.
 #include <openjpeg.h>
 
+#include <cstring>
 #include <string>
 #include <type_traits>
 
@@ -80,6 +81,19 @@ RKD_BENCH_WIDE void plainUpdate(uint32_t* a, uint32_t* b, uint32_t* c, size_t n)
   }
 }
 
+/// From one stretch of memory to three, a cache line to each in turns, and back: the loads and
+/// stores of pixels to planes, without the order of samples.
+RKD_BENCH_WIDE void plainPart(const uint8_t* pixels, uint8_t* const* planes, size_t bytes) {
+  for (size_t i = 0; i < bytes; i += 64) {
+    for (int p = 0; p < 3; ++p) std::memcpy(planes[p] + i, pixels + 3 * i + 64 * p, 64);
+  }
+}
+RKD_BENCH_WIDE void plainJoin(const uint8_t* const* planes, uint8_t* pixels, size_t bytes) {
+  for (size_t i = 0; i < bytes; i += 64) {
+    for (int p = 0; p < 3; ++p) std::memcpy(pixels + 3 * i + 64 * p, planes[p] + i, 64);
+  }
+}
+
 /// Component transforms beside plain loops over the same bytes. Those that hardly do more than move
 /// memory are held to them.
 template <class T>
@@ -89,7 +103,7 @@ class Components {
 
   void line(const char* name, RkdStatus (*function)(T* const*, int, RkdiSize)) {
     run(
-        name, [=, this] { function(m_three.data, kStep, kPart); },
+        name, [=, this] { function(m_three.data, kStep, kPart); }, "plain loop",
         [this] {
           const auto words = [this](int p) { return reinterpret_cast<uint32_t*>(m_plain.data[p]); };
           plainUpdate(words(0), words(1), words(2), kPartPixels * sizeof(T) / sizeof(uint32_t));
@@ -98,28 +112,33 @@ class Components {
   void line(const char* name, RkdStatus (*function)(const T*, int, T* const*, int, RkdiSize)) {
     run(
         name, [=, this] { function(m_pixels.data(), 3 * kStep, m_three.data, kStep, kPart); },
-        [this] { m_copy.copyFrom(m_pixels); });
+        kFloor, [this] { plainPart(bytes(m_copy.data()), m_planes, m_plain.plane[0].bytes()); });
   }
   void line(const char* name, RkdStatus (*function)(const T* const*, int, T*, int, RkdiSize)) {
     run(
         name, [=, this] { function(m_three.data, kStep, m_pixels.data(), 3 * kStep, kPart); },
-        [this] { m_pixels.copyFrom(m_copy); });
+        kFloor, [this] { plainJoin(m_planes, bytes(m_copy.data()), m_plain.plane[0].bytes()); });
   }
 
  private:
   static constexpr int kStep = Three<T>::kStep;
 
+  static constexpr const char* kFloor = "floor, same accesses";
+  static uint8_t* bytes(T* samples) { return reinterpret_cast<uint8_t*>(samples); }
+
   template <class Ours, class Plain>
-  void run(const std::string& name, Ours ours, Plain plain) {
+  void run(const std::string& name, Ours ours, const char* loop, Plain plain) {
     // ICT multiplies up to nine times a pixel.
     const bool moves = name.starts_with("RCT");
     m_table.run({name, "px", double(kPartPixels) * kRepeat, moves ? 1.5 : 0, moves ? 1.1 : 0,
-                 repeated(ours), "plain loop", repeated(plain)});
+                 repeated(ours), loop, repeated(plain)});
   }
 
   Table& m_table;
   Three<T> m_three, m_plain;
   Plane<T> m_pixels{3 * kPartPixels}, m_copy{3 * kPartPixels};
+  uint8_t* const m_planes[3] = {bytes(m_plain.data[0]), bytes(m_plain.data[1]),
+                                bytes(m_plain.data[2])};
 };
 
 void benchByThemselves(Table& table) {
