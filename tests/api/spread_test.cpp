@@ -171,6 +171,13 @@ TEST_F(SpreadTool, DisturbedSamplesAreDroppedAndCounted) {
   EXPECT_TRUE(tool.measurement().samples[0].disturbed);
 }
 
+TEST_F(SpreadTool, ARowThatIsNeverLeftAloneEnds) {
+  tool.setTimeLimit(10);
+  g_plan.rowBudget = 1e-3;
+  loop({disturbedRun(1e6)});
+  EXPECT_LE(script.loops.size(), 8u) << "a few tries, and not ten seconds";
+}
+
 TEST_F(SpreadTool, RowsOutOfTheSecondLevelCacheHaveAStreamBesideThem) {
   tzReferenceStream::m_secondLevel = 1 << 20;
   EXPECT_EQ(tzReferenceStream::sizeFor(1 << 20), 0);

@@ -56,6 +56,7 @@ class tzTool::Spread {
   int m_pass;
   double m_begin;
   int m_calls = 1;
+  int m_tried = 0;              // samples of this pass
   int m_taken = 0;              // undisturbed samples of this pass
   double m_least = 0;           // of them
   double m_leastBefore = 0;     // of earlier passes
@@ -142,6 +143,7 @@ void tzTool::Spread::takeReference() {
 
 bool tzTool::Spread::takeSample() {
   double clocks = 0;
+  ++m_tried;
   m_tool.runTimFunc(m_calls, clocks, false);
   if (tzIsFailure(m_tool.m_result)) return false;
   if (m_tool.m_runDisturbed || !(clocks > 0)) {
@@ -168,8 +170,10 @@ bool tzTool::Spread::goesOn(double share) {
   const double passed = spent();
   const double limit = m_tool.m_timeLimit;
   if (limit > 0 && passed >= limit) return false;
-  if (m_taken < (g_plan.passes > 1 ? 1 : kLeastSamples))
-    return passed < std::max(kPatience * share, limit);
+  if (m_taken < (g_plan.passes > 1 ? 1 : kLeastSamples)) {
+    // Calls that are longer than a time slice of a busy machine will not be left alone.
+    return m_tried < kLeastSamples || passed < kPatience * share;
+  }
   if (isOutOfLine()) return passed < kPatience * share;
   return m_taken < kMostSamples && passed < share;
 }
