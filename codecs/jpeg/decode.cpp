@@ -1,3 +1,4 @@
+// The decoder: headers, choice of the way to the pixels, and what was wrong but could be read.
 #include <algorithm>
 #include <cstring>
 

@@ -1,3 +1,4 @@
+// Samples of 12 bits to pixels.
 #include "deeppixels.h"
 
 #include <algorithm>

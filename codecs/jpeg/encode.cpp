@@ -1,3 +1,4 @@
+// The encoder: settings, tables, and the scans that a mode asks for.
 #include <sys/mman.h>
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The library's Huffman coders as scans use them.
 #include "entropy.h"
 
 #include <algorithm>

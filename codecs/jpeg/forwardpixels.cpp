@@ -1,3 +1,4 @@
+// From pixels to coefficients: rows of MCUs by conversion, sampling and transform.
 #include <algorithm>
 #include <cstring>
 

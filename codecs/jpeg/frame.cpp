@@ -1,3 +1,4 @@
+// Sizes of components, blocks and MCUs from the numbers of a frame header.
 #include "frame.h"
 
 #include <algorithm>

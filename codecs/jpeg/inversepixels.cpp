@@ -1,3 +1,4 @@
+// From coefficients to pixels: rows of MCUs by transform, up-sampling and conversion.
 #include <algorithm>
 #include <cstring>
 

@@ -1,3 +1,4 @@
+// Files as the codec's sources and sinks.
 #include "jpegfiles.h"
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// What the program jpegcodec does between its arguments and its exit code.
 #include "jpegprogram.h"
 
 #include <algorithm>

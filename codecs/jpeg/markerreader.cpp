@@ -1,3 +1,4 @@
+// Marker segments read and checked.
 #include <algorithm>
 #include <cstring>
 #include <string_view>

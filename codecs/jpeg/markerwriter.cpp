@@ -1,3 +1,4 @@
+// Marker segments written.
 #include <algorithm>
 #include <string_view>
 

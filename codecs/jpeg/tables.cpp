@@ -1,3 +1,4 @@
+// Standard quantisers, Huffman tables and scan scripts, and checks of scripts.
 #include "tables.h"
 
 #include <algorithm>

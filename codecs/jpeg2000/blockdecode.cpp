@@ -1,3 +1,4 @@
+// Code blocks from their bytes to wavelet coefficients.
 #include <algorithm>
 #include <cmath>
 #include <limits>

@@ -1,3 +1,4 @@
+// Code blocks from wavelet coefficients to bytes, passes and what each pass is worth.
 #include <algorithm>
 #include <bit>
 #include <cmath>

@@ -1,3 +1,4 @@
+// The boxes of JP2 files, read and written.
 #include "boxes.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Shapes and coding parameters as marker segments tell them.
 #include "codestream.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// How deep blocks are worth coding when the size is limited.
 #include "depth.h"
 
 #include <algorithm>

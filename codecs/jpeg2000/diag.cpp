@@ -1,3 +1,4 @@
+// Diagnostics on their way to whoever listens.
 #include "diag.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Coding parameters from the options and the picture.
 #include "encodeplan.h"
 
 #include <algorithm>

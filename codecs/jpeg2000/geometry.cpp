@@ -1,3 +1,4 @@
+// Rectangles of tiles, resolutions, bands, precincts and code blocks.
 #include "geometry.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The program jpeg2kcodec.
 #include <cstdio>
 #include <exception>
 

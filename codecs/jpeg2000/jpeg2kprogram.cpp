@@ -1,3 +1,4 @@
+// What the program jpeg2kcodec does between its arguments and its exit code.
 #include "jpeg2kprogram.h"
 
 #include <algorithm>

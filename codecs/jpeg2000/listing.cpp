@@ -1,3 +1,4 @@
+// The structure of a stream in readable lines.
 #include "listing.h"
 
 #include <algorithm>

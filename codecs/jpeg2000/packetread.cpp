@@ -1,3 +1,4 @@
+// Packet headers and bodies, read.
 #include <algorithm>
 #include <bit>
 

@@ -1,3 +1,4 @@
+// Through the bytes of a tile's packets, and on behind damage.
 #include "packetwalk.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Packet headers and bodies, written.
 #include <algorithm>
 #include <bit>
 

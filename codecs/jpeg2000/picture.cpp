@@ -1,3 +1,4 @@
+// Components to pixels, and samples of any depth to what a file format holds.
 #include "picture.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The five orders of packets, and their changes.
 #include "progression.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Rate control by slopes of distortion against bytes.
 #include "rate.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Pixels with an ICC profile to sRGB.
 #include "srgb.h"
 
 #if defined(TAZMET_LCMS)

@@ -1,3 +1,4 @@
+// A codestream put together: headers, tile-parts, packets.
 #include "streamwrite.h"
 
 #include <algorithm>

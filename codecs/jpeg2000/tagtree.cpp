@@ -1,3 +1,4 @@
+// Tag trees, coded and decoded.
 #include "tagtree.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// One tile from its tile-parts to samples.
 #include "tiledecode.h"
 
 #include <algorithm>

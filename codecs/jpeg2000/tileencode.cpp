@@ -1,3 +1,4 @@
+// One tile from samples to coded blocks.
 #include "tileencode.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Levels of wavelets and component transforms over planes.
 #include "transform.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Pictures for tests of the JPEG codec, and the codec in one call.
 #include "jpegkit.h"
 
 #include <algorithm>

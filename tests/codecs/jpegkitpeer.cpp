@@ -1,3 +1,4 @@
+// libjpeg as the judge: its pixels, coefficients and files.
 #include <cstddef>
 #include <cstdio>
 
