@@ -40,7 +40,7 @@ class TimjDctQuantLS : public rkTest {
     const rkRange samples = fillRange(is16u ? rkRange{0, 4095} : rkRange{});
     // Quantised coefficients small enough that the block's samples stay near their range: some
     // beyond it, so that a comparison sees the clamp.
-    const double most = (is16u ? 80 : 10) / (choice.table.value() == rkTableOnes ? 1 : 2);
+    const double most = (is16u ? 80.0 : 10.0) / (choice.table.value() == rkTableOnes ? 1 : 2);
     const rkRange coefs = fillRange({-most, most});
     const RkdiSize pixels = {across * side, down * side};
     const int count = across * down;

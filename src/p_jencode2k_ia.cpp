@@ -186,8 +186,8 @@ bool fillFromPicture(const char* name) {
     const int left = i % across * size().width, top = i / across * size().height;
     for (int y = 0; y < size().height; ++y) {
       for (int x = 0; x < size().width; ++x) {
-        *to++ =
-            band[size_t((top + y) % QUARTER.height * QUARTER.width + (left + x) % QUARTER.width)];
+        const int row = (top + y) % QUARTER.height, column = (left + x) % QUARTER.width;
+        *to++ = band[size_t(row) * QUARTER.width + size_t(column)];
       }
     }
   }
