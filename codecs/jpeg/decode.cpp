@@ -119,7 +119,14 @@ struct Decoder::Work {
   ScanReader reader;
   uint64_t blocksRead = 0;
   std::array<bool, kMaxComponents> hasDc{};
+  std::unique_ptr<Workers> workers;
 
+  Workers& makeWorkers() {
+    if (workers == nullptr || workers->wanted() != options.threads) {
+      workers = std::make_unique<Workers>(options.threads);
+    }
+    return *workers;
+  }
   void takeWarnings() {
     for (const Status w : markers.takeWarnings()) warnings.add(w);
   }
@@ -134,7 +141,8 @@ struct Decoder::Work {
   Status readData();
   Status readScans(Coefficients* coefficients);
   Status readScan(Coefficients* coefficients);
-  Status readOnePass(InversePixels& pixels);
+  Status readOnePass(const InverseJob& inverse);
+  Status transformAll(const Coefficients& coefficients, const InverseJob& inverse);
   Status readLosslessScans(const Rect& region);
   bool isOnePass() const;
   Status startScan(ScanJob* job);
@@ -145,7 +153,10 @@ Decoder::Decoder() : work_(std::make_unique<Work>()) {}
 Decoder::~Decoder() = default;
 
 Status Decoder::clean() {
+  // Threads stay for the next file.
+  auto workers = std::move(work_->workers);
   work_ = std::make_unique<Work>();
+  work_->workers = std::move(workers);
   return Status::ok;
 }
 
@@ -355,14 +366,27 @@ Status Decoder::Work::showScan(const Coefficients& coefficients, int scan) {
   return options.onScan(scan) ? Status::ok : Status::stopped;
 }
 
-Status Decoder::Work::readOnePass(InversePixels& pixels) {
+Status Decoder::Work::readOnePass(const InverseJob& inverse) {
   ScanJob job;
   JPEG_RETURN_IF_ERROR(startScan(&job));
-  JPEG_RETURN_IF_ERROR(readBaseline(job, pixels, *sink));
+  if (options.threads > 1) {
+    JPEG_RETURN_IF_ERROR(readBaselineInWaves(job, inverse, *sink, makeWorkers()));
+  } else {
+    InversePixels pixels;
+    JPEG_RETURN_IF_ERROR(pixels.init(*inverse.frame, *inverse.quantisers, inverse.setup));
+    JPEG_RETURN_IF_ERROR(readBaseline(job, pixels, *sink));
+  }
   Found found = Found::end;
   const Status status = afterScan(&found);
   if (isError(status)) warnings.add(Status::scansLeftOut);
   return Status::ok;
+}
+
+Status Decoder::Work::transformAll(const Coefficients& coefficients, const InverseJob& inverse) {
+  if (options.threads > 1) return inverseAllInBands(coefficients, inverse, *sink, makeWorkers());
+  InversePixels pixels;
+  JPEG_RETURN_IF_ERROR(pixels.init(*inverse.frame, *inverse.quantisers, inverse.setup));
+  return inverseAll(coefficients, pixels, *sink);
 }
 
 Status Decoder::Work::readLosslessScans(const Rect& region) {
@@ -412,12 +436,11 @@ Status Decoder::Work::readData() {
   JPEG_RETURN_IF_ERROR(checkWork());
   const InverseSetup setup = inverseSetup();
   if (info.frame.isLossless()) return readLosslessScans(setup.region);
-  InversePixels pixels;
-  std::array<Quantisers, 4> quantisers{};
+  if (options.threads < 1 || options.threads > 64) return Status::badArgument;
   if (isOnePass()) {
+    std::array<Quantisers, 4> quantisers{};
     JPEG_RETURN_IF_ERROR(checkQuantisers(&quantisers));
-    JPEG_RETURN_IF_ERROR(pixels.init(info.frame, quantisers, setup));
-    return readOnePass(pixels);
+    return readOnePass({&info.frame, &quantisers, setup});
   }
   Coefficients coefficients;
   JPEG_RETURN_IF_ERROR(readScans(&coefficients));
@@ -426,8 +449,7 @@ Status Decoder::Work::readData() {
     JPEG_RETURN_IF_ERROR(deep.init(coefficients, setup, options.memoryLimit));
     return deep.put(*sink);
   }
-  JPEG_RETURN_IF_ERROR(pixels.init(info.frame, coefficients.quantisers, setup));
-  return inverseAll(coefficients, pixels, *sink);
+  return transformAll(coefficients, {&info.frame, &coefficients.quantisers, setup});
 }
 
 }  // namespace jpeg

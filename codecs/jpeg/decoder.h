@@ -80,6 +80,34 @@ Status readBaseline(const ScanJob& job, InversePixels& pixels, RowSink& sink);
 /// Transforms a whole picture.
 Status inverseAll(const Coefficients& coefficients, InversePixels& pixels, RowSink& sink);
 
+/// Reads a sequential scan of all components some rows at a time.
+class RowsReader {
+ public:
+  explicit RowsReader(const ScanJob& job);
+  ~RowsReader();
+  RowsReader(const RowsReader&) = delete;
+  RowsReader& operator=(const RowsReader&) = delete;
+  /// @param blocks  receives the rows' units one after the other
+  void read(int firstRow, int rows, CoefficientBlock* blocks);
+
+ private:
+  struct Walk;
+  std::unique_ptr<Walk> walk_;
+};
+
+/// What it takes to turn blocks into pixels.
+struct InverseJob {
+  const Frame* frame = nullptr;
+  const std::array<Quantisers, 4>* quantisers = nullptr;
+  InverseSetup setup;
+};
+
+/// What readBaseline and inverseAll do, by several threads.
+Status readBaselineInWaves(const ScanJob& job, const InverseJob& inverse, RowSink& sink,
+                           Workers& workers);
+Status inverseAllInBands(const Coefficients& coefficients, const InverseJob& inverse, RowSink& sink,
+                         Workers& workers);
+
 /// What to make of lossless samples.
 struct LosslessSetup {
   ImageShape image;

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "pixels.h"
+#include "coder.h"
 #include "rkd/rkdcolor.h"
 #include "rkd/rkdjpeg_sample.h"
 
@@ -144,27 +144,17 @@ void InversePixels::convert(const std::array<const uint8_t*, kMaxComponents>& li
   }
 }
 
-Status InversePixels::finishRow(int mcuRow, RowSink& sink) {
+InversePixels::Lines InversePixels::linesOf(int firstRow, int endRow) const {
   const Rect& region = setup_.region;
-  const bool isLast = mcuRow == frame_.mcusDown - 1;
-  const int first = std::max(mcuRow * linesInMcu_ - lag_, region.y);
+  const bool isLast = endRow == frame_.mcusDown;
+  const int first = std::max(firstRow * linesInMcu_ - lag_, region.y);
   const int end =
-      std::min(isLast ? height_ : (mcuRow + 1) * linesInMcu_ - lag_, region.y + region.height);
-  if (first < end) {
-    uint8_t* dst = nullptr;
-    ptrdiff_t step = 0;
-    JPEG_RETURN_IF_ERROR(sink.room(first - region.y, end - first, &dst, &step));
-    for (int line = first; line < end; ++line, dst += step) {
-      std::array<const uint8_t*, kMaxComponents> lines{};
-      for (int i = 0; i < frame_.componentCount; ++i) {
-        Plane& p = plane_[size_t(i)];
-        if (p.isUsed) lines[size_t(i)] = lineOf(p, line, mcuRow) + region.x;
-      }
-      convert(lines, dst);
-    }
-    JPEG_RETURN_IF_ERROR(sink.done(first - region.y, end - first));
-  }
-  if (lag_ == 0) return Status::ok;
+      std::min(isLast ? height_ : endRow * linesInMcu_ - lag_, region.y + region.height);
+  return {first - region.y, std::max(end - first, 0)};
+}
+
+void InversePixels::keepLastRow() {
+  if (lag_ == 0) return;
   for (int i = 0; i < frame_.componentCount; ++i) {
     Plane& p = plane_[size_t(i)];
     if (p.isUsed) {
@@ -172,6 +162,49 @@ Status InversePixels::finishRow(int mcuRow, RowSink& sink) {
                   size_t(p.step));
     }
   }
+}
+
+void InversePixels::rowOf(const Coefficients& coefficients, int mcuRow) {
+  for (int i = 0; i < frame_.componentCount; ++i) {
+    if (!uses(i)) continue;
+    const Component& c = frame_.component[size_t(i)];
+    for (int row = 0; row < c.v; ++row) {
+      blocks(i, row, 0, coefficients.block(i, mcuRow * c.v + row, 0), c.paddedAcross);
+    }
+  }
+}
+
+void InversePixels::unitsOf(const UnitBlocks& unit, const Scan& scan,
+                            const CoefficientBlock* blocks) {
+  for (int x = 0; x < frame_.mcusAcross; ++x) {
+    for (int b = 0; b < unit.count; ++b, ++blocks) {
+      const UnitBlocks::Place& p = unit.place[size_t(b)];
+      const int component = scan.component[size_t(p.slot)].index;
+      if (!uses(component)) continue;
+      block(component, p.row, x * frame_.component[size_t(component)].h + p.column, blocks->values);
+    }
+  }
+}
+
+Status InversePixels::finishRow(int mcuRow, RowSink& sink) {
+  const Rect& region = setup_.region;
+  const Lines lines = linesOf(mcuRow, mcuRow + 1);
+  if (lines.count > 0) {
+    uint8_t* dst = nullptr;
+    ptrdiff_t step = 0;
+    JPEG_RETURN_IF_ERROR(sink.room(lines.first, lines.count, &dst, &step));
+    for (int i = 0; i < lines.count; ++i, dst += step) {
+      const int line = region.y + lines.first + i;
+      std::array<const uint8_t*, kMaxComponents> rows{};
+      for (int c = 0; c < frame_.componentCount; ++c) {
+        Plane& p = plane_[size_t(c)];
+        if (p.isUsed) rows[size_t(c)] = lineOf(p, line, mcuRow) + region.x;
+      }
+      convert(rows, dst);
+    }
+    JPEG_RETURN_IF_ERROR(sink.done(lines.first, lines.count));
+  }
+  keepLastRow();
   return Status::ok;
 }
 

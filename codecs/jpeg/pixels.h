@@ -89,6 +89,13 @@ class ForwardPixels {
   int fullStep_ = 0;
 };
 
+struct UnitBlocks;
+
+/// 64 coefficients, as transforms take them.
+struct alignas(64) CoefficientBlock {
+  int16_t values[64];
+};
+
 /// What to make of blocks: how large, which part, in which colours.
 struct InverseSetup {
   Color fileColor = Color::unknown;
@@ -120,6 +127,20 @@ class InversePixels {
     p.inverse(block, p.rows() + (size_t(row) * size_t(p.step) + size_t(column)) * size_t(p.samples),
               p.step, p.table);
   }
+  /// All blocks of an MCU row: of coefficients, or units of a scan one after the other.
+  void rowOf(const Coefficients& coefficients, int mcuRow);
+  void unitsOf(const UnitBlocks& unit, const Scan& scan, const CoefficientBlock* blocks);
+
+  /// Whether a row's first line takes samples of the row before.
+  bool needsRowBefore() const { return lag_ > 0; }
+  /// Keeps the samples of an MCU row that the next one takes, as finishRow does at its end.
+  void keepLastRow();
+  /// Lines of the region.
+  struct Lines {
+    int first = 0, count = 0;
+  };
+  /// Those that become whole with these MCU rows.
+  Lines linesOf(int firstRow, int endRow) const;
   /// Rows of pixels that have become whole with an MCU row.
   Status finishRow(int mcuRow, RowSink& sink);
 

@@ -57,8 +57,9 @@ class SequentialWalk {
     }
   }
 
-  Status run() {
-    for (int y = 0; y < geometry_.down; ++y) {
+  Status run() { return runRows(0, geometry_.down); }
+  Status runRows(int first, int end) {
+    for (int y = first; y < end; ++y) {
       job_.reader->rebase();
       for (int x = 0; x < geometry_.across; ++x) {
         if (intervals_.begins() && intervals_.hasData()) previousDC_.fill(0);
@@ -179,18 +180,38 @@ Status readBaseline(const ScanJob& job, InversePixels& pixels, RowSink& sink) {
   return SequentialWalk<ToPixels>(job, target).run();
 }
 
-Status inverseAll(const Coefficients& coefficients, InversePixels& pixels, RowSink& sink) {
-  const Frame& frame = coefficients.frame;
-  for (int y = 0; y < frame.mcusDown; ++y) {
-    if (pixels.needsRow(y)) {
-      for (int i = 0; i < frame.componentCount; ++i) {
-        if (!pixels.uses(i)) continue;
-        const Component& c = frame.component[size_t(i)];
-        for (int row = 0; row < c.v; ++row) {
-          pixels.blocks(i, row, 0, coefficients.block(i, y * c.v + row, 0), c.paddedAcross);
-        }
-      }
+struct RowsReader::Walk {
+  /// Blocks of a wave in the order of their units.
+  struct ToWave {
+    int count = 0, across = 0, firstRow = 0;
+    CoefficientBlock* blocks = nullptr;
+    int16_t* block(const UnitBlocks::Place&, int b, int x, int y) const {
+      const size_t unit = size_t(y - firstRow) * size_t(across) + size_t(x);
+      return blocks[unit * size_t(count) + size_t(b)].values;
     }
+    void unitDone(int, int) {}
+    Status rowDone(int) { return Status::ok; }
+  };
+  explicit Walk(const ScanJob& job) : walk(job, target) {
+    target.count = UnitBlocks::of(*job.frame, *job.scan).count;
+    target.across = job.frame->mcusAcross;
+  }
+  ToWave target;
+  SequentialWalk<ToWave> walk;
+};
+
+RowsReader::RowsReader(const ScanJob& job) : walk_(std::make_unique<Walk>(job)) {}
+RowsReader::~RowsReader() = default;
+
+void RowsReader::read(int firstRow, int rows, CoefficientBlock* blocks) {
+  walk_->target.firstRow = firstRow;
+  walk_->target.blocks = blocks;
+  (void)walk_->walk.runRows(firstRow, firstRow + rows);  // nothing in it can fail
+}
+
+Status inverseAll(const Coefficients& coefficients, InversePixels& pixels, RowSink& sink) {
+  for (int y = 0; y < coefficients.frame.mcusDown; ++y) {
+    if (pixels.needsRow(y)) pixels.rowOf(coefficients, y);
     JPEG_RETURN_IF_ERROR(pixels.finishRow(y, sink));
   }
   return Status::ok;

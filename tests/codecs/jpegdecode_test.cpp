@@ -119,6 +119,34 @@ TEST(JpegDecode, ScaledPicturesLookAsThePeersDo) {
   }
 }
 
+TEST(JpegDecode, EveryNumberOfThreadsGivesTheSamePixels) {
+  for (const Kind& kind : kinds()) {
+    for (const auto& [width, height] : {std::pair{1, 1}, {60, 333}, {600, 70}}) {
+      Bytes file = peerEncode(picture(width, height, kind.pixels), kind.options);
+      for (const bool isCut : {false, true}) {
+        if (isCut) file.erase(file.end() - ptrdiff_t(file.size() / 8), file.end());
+        for (const jpeg::Rect& crop : {jpeg::Rect{}, jpeg::Rect{0, height / 3, 1, height / 2}}) {
+          const auto decoded = [&](int threads) {
+            return decode(file, [&](jpeg::DecodeOptions& o) {
+              o.threads = threads;
+              o.crop = crop;
+            });
+          };
+          const Decoded one = decoded(1);
+          for (const int threads : {2, 5}) {
+            SCOPED_TRACE(std::string(kind.name) + " " + std::to_string(width) + " by " +
+                         std::to_string(threads));
+            const Decoded several = decoded(threads);
+            EXPECT_EQ(one.status, several.status);
+            EXPECT_EQ(one.warnings, several.warnings);
+            ASSERT_TRUE(one.picture.pixels == several.picture.pixels);
+          }
+        }
+      }
+    }
+  }
+}
+
 TEST(JpegDecode, EveryRegionIsTheCropOfTheWhole) {
   for (const bool isSmooth : {true, false}) {
     for (const auto& factors : {Factors{{2, 2}, {1, 1}, {1, 1}}, Factors{{2, 1}, {1, 1}, {1, 1}}}) {
