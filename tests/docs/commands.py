@@ -45,6 +45,13 @@ def run(line, binaries, folder):
                           stdin=subprocess.DEVNULL)
 
 
+def went_well(line, done):
+    # A comparison tells of something slower by its exit code, and on data of no size noise decides.
+    compares = " -c " in line and "slower" in done.stdout
+    # A key that a page misspells is refused with this word, and the run goes on.
+    return done.returncode in ((0, 1) if compares else (0,)) and "ignored: " not in done.stdout
+
+
 def main():
     sources, binaries = map(os.path.abspath, sys.argv[1:3])
     docs = os.path.join(sources, "docs")
@@ -63,8 +70,7 @@ def main():
                 seen.add(line)
                 done = run(line, binaries, folder)
                 count += 1
-                # A key that a page misspells is refused with this word, and the run goes on.
-                if done.returncode != 0 or "ignored: " in done.stdout:
+                if not went_well(line, done):
                     failed += 1
                     print(f"{os.path.basename(page)}: {line}\n  ends with {done.returncode}:",
                           *(done.stdout + done.stderr).split("\n")[-12:], sep="\n    ")

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <fstream>
 #include <iterator>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,8 @@ struct Sample {
   int width, height;
   uint64_t sum;  ///< of all bytes of the file, FNV-1a
 };
+void PrintTo(const Sample& sample, std::ostream* out) { *out << sample.name; }
+
 // Figures of different machines are told of the same pictures only while these stand.
 const Sample kSamples[] = {{"rose.bmp", 1200, 840, 0x976594547F1F7562},
                            {"sbikers2.bmp", 1920, 1080, 0xC7BEDD07F5A54A86}};
