@@ -57,7 +57,7 @@ tazmet_judge_packages=(grokj2k-tools)
 
 # What the side-by-side benchmarks need on top of the build: the peers.
 tazmet_bench_packages=(pkg-config libjpeg62-turbo-dev libopenjp2-7-dev libjxr-dev
-  libstb-dev libsquish-dev mate-backgrounds lomiri-wallpapers-16.04)
+  libstb-dev libsquish-dev libbenchmark-dev mate-backgrounds lomiri-wallpapers-16.04)
 
 # Ubuntu names one of them differently.
 if [[ -r /etc/os-release ]] && grep -q '^ID=ubuntu' /etc/os-release; then

@@ -1,0 +1,115 @@
+// The kernels of tools/trust measured by Google Benchmark: same libraries, same shapes, data random
+// over the whole range, elements as the suites count them. One line a kernel: its name and the
+// clocks of an element, the smallest of nine repetitions.
+#include <benchmark/benchmark.h>
+#include <x86intrin.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "rkd/rkdcolor.h"
+#include "rkd/rkdcore.h"
+#include "rkd/rkdjpeg.h"
+
+namespace {
+
+std::vector<uint8_t> randomBytes(size_t count) {
+  std::vector<uint8_t> bytes(count);
+  std::minstd_rand random(1);
+  for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random() >> 8);
+  return bytes;
+}
+
+// Steps of 64 bytes, as the suites have them.
+int stepOf(int bytes) { return (bytes + 63) & ~63; }
+
+// Buffers begin on 64 bytes.
+template <class T>
+T* aligned(std::vector<uint8_t>& bytes) {
+  return reinterpret_cast<T*>((reinterpret_cast<uintptr_t>(bytes.data()) + 63) & ~uintptr_t{63});
+}
+
+void dct(benchmark::State& state) {
+  const int side = static_cast<int>(state.range(0));
+  const int step = stepOf(side);
+  std::vector<uint8_t> from = randomBytes(static_cast<size_t>(step) * side + 64);
+  std::vector<uint8_t> to(static_cast<size_t>(side) * side * 2 + 64);
+  alignas(64) uint16_t table[RKD_QUANT_TABLE_LENGTH];
+  uint8_t raw[64];
+  rkdiGetQuantisers_JPEG_8u(0, raw);
+  uint8_t scaled[64];
+  rkdiScaleQuantisers_JPEG_8u(raw, 75, scaled);
+  rkdiQuantFwdTableInit_JPEG_8u16u(scaled, table);
+  for (auto _ : state) {
+    int16_t* dst = aligned<int16_t>(to);
+    for (int y = 0; y < side; y += 8) {
+      for (int x = 0; x < side; x += 8, dst += 64) {
+        rkdiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(aligned<uint8_t>(from) + y * step + x, step, dst,
+                                            table);
+      }
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * side * side);
+}
+
+void color(benchmark::State& state) {
+  const int side = static_cast<int>(state.range(0));
+  const int srcStep = stepOf(3 * side);
+  const int dstStep = stepOf(side);
+  std::vector<uint8_t> from = randomBytes(static_cast<size_t>(srcStep) * side + 64);
+  std::vector<uint8_t> to[3];
+  uint8_t* planes[3];
+  for (int i = 0; i < 3; ++i) {
+    to[i].resize(static_cast<size_t>(dstStep) * side + 64);
+    planes[i] = aligned<uint8_t>(to[i]);
+  }
+  for (auto _ : state) {
+    rkdiRGBToYCbCr_JPEG_8u_C3P3R(aligned<uint8_t>(from), srcStep, planes, dstStep, {side, side});
+  }
+  state.SetItemsProcessed(state.iterations() * 3 * side * side);
+}
+
+BENCHMARK(dct)->Name("core")->Arg(80);
+BENCHMARK(color)->Name("cache")->Arg(400);
+BENCHMARK(color)->Name("memory")->Arg(3000);
+
+// The counter's clocks a nanosecond of the benchmark's own clock.
+double counterRate() {
+  using Clock = std::chrono::steady_clock;
+  const auto begin = Clock::now();
+  const unsigned long long first = __rdtsc();
+  while (Clock::now() - begin < std::chrono::milliseconds(50)) {
+  }
+  const std::chrono::duration<double, std::nano> passed = Clock::now() - begin;
+  return static_cast<double>(__rdtsc() - first) / passed.count();
+}
+
+class Smallest : public benchmark::BenchmarkReporter {
+ public:
+  bool ReportContext(const Context&) override { return true; }
+  void ReportRuns(const std::vector<Run>& runs) override {
+    double most = 0;  // pixels a second
+    for (const Run& run : runs) {
+      const auto rate = run.counters.find("items_per_second");
+      if (run.run_type == Run::RT_Iteration && rate != run.counters.end()) {
+        most = std::max(most, static_cast<double>(rate->second));
+      }
+    }
+    const std::string name = runs[0].run_name.function_name;
+    if (most > 0) std::printf("%s %.6f\n", name.c_str(), 1e9 / most * counterRate());
+  }
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  rkdInit();
+  Smallest reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+}
