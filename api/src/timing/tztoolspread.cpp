@@ -241,7 +241,8 @@ void tzTool::Spread::judgePasses() {
   m_row.placementDiffers = passes > 1 && tzIsSteadyInPasses(m_row);
   if (m_row.placementDiffers) m_tool.m_infoText << " placement";
   doubt(tzString(passes > 1 ? "passes differ by " : "halves differ by ") + percent(accuracy) +
-        (m_row.placementDiffers ? ", each steady: the place of the buffers matters" : ""));
+        (m_row.placementDiffers ? ", each steady: another place of the buffers, or a slow spell"
+                                : ""));
 }
 
 void tzTool::Spread::judgeReference() {
