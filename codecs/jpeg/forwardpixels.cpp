@@ -39,9 +39,15 @@ void rgbOfBgr(const uint8_t* pixels, uint8_t* const* planes, int width) {
   apart<3>(pixels, turned, width);
 }
 
-/// One block of grey pixels.
+/// Level shift of one block. The library's takes images, and rows of 8 are its dearest.
+void levelShift(const uint8_t* from, int step, int16_t* block) {
+  for (int y = 0; y < 8; ++y, from += step, block += 8) {
+    for (int x = 0; x < 8; ++x) block[x] = int16_t(from[x] - 128);
+  }
+}
 RkdStatus grayBlock(const uint8_t* pixels, int step, int16_t* const* planes) {
-  return rkdiSub128_JPEG_8u16s_C1R(pixels, step, planes[0], 8 * sizeof(int16_t), {8, 8});
+  levelShift(pixels, step, planes[0]);
+  return rkdStsNoErr;
 }
 
 struct Conversion {
@@ -296,8 +302,7 @@ void ForwardPixels::mcu(int x, McuBlocks* scratch, int16_t* const* blocks) const
         for (int column = 0; column < p.blocksAcross; ++column) {
           const uint8_t* const from = p.samples.data() + size_t(p.step) * size_t(8 * row) +
                                       size_t(8 * (x * p.blocksAcross + column));
-          (void)rkdiSub128_JPEG_8u16s_C1R(from, p.step, scratch->block[b++], 8 * sizeof(int16_t),
-                                          {8, 8});
+          levelShift(from, p.step, scratch->block[b++]);
         }
       }
     }
