@@ -2,6 +2,7 @@
 #include "parallel.h"
 
 #include <system_error>
+#include <utility>
 
 namespace jpeg {
 namespace {
@@ -39,8 +40,15 @@ Workers::~Workers() {
   for (std::thread& t : others_) t.join();
 }
 
-void Workers::takeTasks(int worker) {
-  for (int index; (index = next_++) < count_;) (*task_)(index, worker);
+/// The task of this index, then those that nobody has taken.
+void Workers::takeTasks(int index, int worker) {
+  try {
+    for (; index < count_; index = next_++) (*task_)(index, worker);
+  } catch (...) {
+    const std::lock_guard lock(mutex_);
+    if (error_ == nullptr) error_ = std::current_exception();
+    next_ = count_;
+  }
 }
 
 void Workers::wait(int worker) {
@@ -53,7 +61,7 @@ void Workers::wait(int worker) {
     }
     if (isOver_) return;
     ++seen;
-    takeTasks(worker);
+    takeTasks(next_++, worker);
     if (--working_ == 0) {
       const std::lock_guard lock(mutex_);
       isDone_.notify_one();
@@ -76,12 +84,13 @@ void Workers::run(int count, const Task& task) {
     ++step_;
   }
   hasWork_.notify_all();
-  task(0, 0);
-  takeTasks(0);
+  takeTasks(0, 0);
   const auto isDone = [&] { return working_ == 0; };
-  if (comesSoon(isDone)) return;
-  std::unique_lock lock(mutex_);
-  isDone_.wait(lock, isDone);
+  if (!comesSoon(isDone)) {
+    std::unique_lock lock(mutex_);
+    isDone_.wait(lock, isDone);
+  }
+  if (error_ != nullptr) std::rethrow_exception(std::exchange(error_, nullptr));
 }
 
 }  // namespace jpeg

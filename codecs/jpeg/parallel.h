@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <exception>
 #include <functional>
 #include <mutex>
 #include <thread>
@@ -26,12 +27,13 @@ class Workers {
   /// Task `index` of a step; `worker` is below count() and no two tasks have it at one time.
   using Task = std::function<void(int index, int worker)>;
   /// Has tasks 0 to `count - 1` done, and returns when all are. The caller's thread does task 0:
-  /// what must not be called from others belongs there.
+  /// what must not be called from others belongs there. The first exception of any is thrown again
+  /// here, and tasks that nobody had begun are left out.
   void run(int count, const Task& task);
 
  private:
   void wait(int worker);
-  void takeTasks(int worker);
+  void takeTasks(int index, int worker);
 
   int wanted_;
   std::vector<std::thread> others_;
@@ -39,6 +41,7 @@ class Workers {
   std::condition_variable hasWork_, isDone_;
   const Task* task_ = nullptr;
   int count_ = 0;
+  std::exception_ptr error_;
   std::atomic<int> step_ = 0, working_ = 0, next_ = 0;
   std::atomic<bool> isOver_ = false;
 };
