@@ -63,6 +63,16 @@ inline int tableSetOf(int component, Color color) {
   return isChroma ? 1 : 0;
 }
 
+/// MCU rows between pixels and entropy coder, while others are on the other side: the blocks of
+/// their units one after the other.
+struct Wave {
+  int firstRow = 0, rows = 0;
+  std::vector<CoefficientBlock> blocks;
+};
+/// MCU rows of a wave: as much as stays in a second-level cache, and rows enough for all threads,
+/// below half the limit, because there are two waves at a time.
+int rowsInWave(const Frame& frame, int blocksInMcu, const Workers& workers, size_t memoryLimit);
+
 /// What it takes to turn the pixels of a source into blocks.
 struct ForwardSetup {
   ImageShape shape;
@@ -107,7 +117,7 @@ Status writeBaseline(const EncodeTables& tables, int restartInterval, const Forw
                      RowSource& source, Output& output);
 Status writeBaselineInWaves(const EncodeTables& tables, int restartInterval,
                             const ForwardSetup& setup, RowSource& source, Workers& workers,
-                            Output& output);
+                            size_t memoryLimit, Output& output);
 
 /// How often a sequential scan's symbols occur, by table.
 struct SymbolCounts {

@@ -370,7 +370,8 @@ Status Decoder::Work::readOnePass(const InverseJob& inverse) {
   ScanJob job;
   JPEG_RETURN_IF_ERROR(startScan(&job));
   if (options.threads > 1) {
-    JPEG_RETURN_IF_ERROR(readBaselineInWaves(job, inverse, *sink, makeWorkers()));
+    JPEG_RETURN_IF_ERROR(
+        readBaselineInWaves(job, inverse, *sink, makeWorkers(), options.memoryLimit));
   } else {
     InversePixels pixels;
     JPEG_RETURN_IF_ERROR(pixels.init(*inverse.frame, *inverse.quantisers, inverse.setup));

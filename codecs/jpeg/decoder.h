@@ -104,7 +104,7 @@ struct InverseJob {
 
 /// What readBaseline and inverseAll do, by several threads.
 Status readBaselineInWaves(const ScanJob& job, const InverseJob& inverse, RowSink& sink,
-                           Workers& workers);
+                           Workers& workers, size_t memoryLimit);
 Status inverseAllInBands(const Coefficients& coefficients, const InverseJob& inverse, RowSink& sink,
                          Workers& workers);
 

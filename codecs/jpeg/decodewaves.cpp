@@ -72,7 +72,7 @@ void Bands::make(int task, int worker, const Feed& feed) {
   InversePixels& pixels = pixels_[size_t(worker)];
   const int first = firstRow_ + rows_ * task / tasks();
   const int end = firstRow_ + rows_ * (task + 1) / tasks();
-  if (first > 0 && pixels.needsRowBefore()) {
+  if (first > 0 && pixels.needsRowBefore() && pixels.needsRow(first)) {
     feed(pixels, first - 1);
     pixels.keepLastRow();
   }
@@ -84,25 +84,17 @@ void Bands::make(int task, int worker, const Feed& feed) {
   }
 }
 
-/// The last row of the wave before, then rows of MCUs in the order of their scan.
-struct Wave {
-  int firstRow = 0, rows = 0;
-  std::vector<CoefficientBlock> blocks;
-};
-
 }  // namespace
 
 Status readBaselineInWaves(const ScanJob& job, const InverseJob& inverse, RowSink& sink,
-                           Workers& workers) {
+                           Workers& workers, size_t memoryLimit) {
   const Frame& frame = *job.frame;
   const UnitBlocks unit = UnitBlocks::of(frame, *job.scan);
   Bands bands;
   JPEG_RETURN_IF_ERROR(bands.init(inverse, workers));
-  constexpr size_t kBytes = size_t{1} << 21;
   const size_t rowBlocks = size_t(frame.mcusAcross) * size_t(unit.count);
-  const size_t fitting = kBytes / (rowBlocks * sizeof(CoefficientBlock));
-  const int most = std::max(2 * workers.count(), int(std::min<size_t>(16, fitting)));
-  Wave waves[2];
+  const int most = rowsInWave(frame, unit.count, workers, memoryLimit);
+  Wave waves[2];  // each behind the last row of the one before
   for (Wave& w : waves) w.blocks.resize(rowBlocks * size_t(most + 1));
   RowsReader reader(job);
   int turn = 0;

@@ -83,6 +83,15 @@ Scan wholeScan(const Frame& frame) {
   return scan;
 }
 
+int rowsInWave(const Frame& frame, int blocksInMcu, const Workers& workers, size_t memoryLimit) {
+  constexpr size_t kBytes = size_t{1} << 21;
+  const size_t rowBytes = size_t(frame.mcusAcross) * size_t(blocksInMcu) * sizeof(CoefficientBlock);
+  const size_t wanted =
+      std::max(2 * size_t(workers.count()), std::min<size_t>(16, kBytes / rowBytes));
+  const size_t fitting = std::max<size_t>(1, memoryLimit / 2 / rowBytes);
+  return int(std::min({wanted, fitting, size_t(frame.mcusDown)}));
+}
+
 // ---- sources and sinks in memory ----
 
 namespace {
@@ -401,7 +410,7 @@ Status Encoder::Work::writeTransformed() {
     return options.threads == 1
                ? writeBaseline(tables, options.restartInterval, setup, *source, *output)
                : writeBaselineInWaves(tables, options.restartInterval, setup, *source, team,
-                                      *output);
+                                      options.memoryLimit, *output);
   }
   Coefficients coefficients;
   coefficients.frame = frame;
@@ -435,10 +444,12 @@ Status writeCoefficients(const Coefficients& coefficients, const EncodeOptions& 
   EncodeOptions scans = options;
   // What the standard tables cannot hold, own ones can.
   if (frame.precision > 8) scans.optimize = true;
-  Workers workers(options.threads);
-  JPEG_RETURN_IF_ERROR(options.mode == Mode::progressive
-                           ? writeProgressive(coefficients, scans, workers, output)
-                           : writeSequential(coefficients, scans, nullptr, output));
+  if (options.mode == Mode::progressive) {
+    Workers workers(options.threads);
+    JPEG_RETURN_IF_ERROR(writeProgressive(coefficients, scans, workers, output));
+  } else {
+    JPEG_RETURN_IF_ERROR(writeSequential(coefficients, scans, nullptr, output));
+  }
   return writeEnd(output);
 }
 

@@ -151,16 +151,6 @@ Status transformAll(const ForwardSetup& setup, int restartInterval, RowSource& s
 
 namespace {
 
-struct alignas(64) Block {
-  int16_t values[64];
-};
-
-/// MCU rows on their way from transform to coder.
-struct Wave {
-  int firstRow = 0, rows = 0;
-  std::vector<Block> blocks;
-};
-
 /// Units that one task codes: those of whole restart intervals, but at a wave's ends.
 struct Chunk {
   int64_t first = 0, end = 0;
@@ -178,13 +168,14 @@ struct ChunkCoder {
 class WaveEncoder {
  public:
   WaveEncoder(const EncodeTables& tables, int restartInterval, const ForwardSetup& setup,
-              RowSource& source, Workers& workers, Output& output)
+              RowSource& source, Workers& workers, size_t memoryLimit, Output& output)
       : tables_(tables),
         interval_(restartInterval),
         setup_(setup),
         frame_(setup.frame),
         source_(source),
         workers_(workers),
+        memoryLimit_(memoryLimit),
         output_(output),
         pixels_(size_t(workers.count())),
         scratch_(size_t(workers.count())) {}
@@ -204,6 +195,7 @@ class WaveEncoder {
   const Frame& frame_;
   RowSource& source_;
   Workers& workers_;
+  const size_t memoryLimit_;
   Output& output_;
   std::vector<ForwardPixels> pixels_;
   std::vector<McuBlocks> scratch_;
@@ -216,10 +208,7 @@ class WaveEncoder {
 Status WaveEncoder::start() {
   for (ForwardPixels& p : pixels_) JPEG_RETURN_IF_ERROR(setup_.make(&p));
   blocksInMcu_ = ScanGeometry::of(frame_, wholeScan(frame_)).blocksInUnit;
-  // As much as stays in a second-level cache, and rows enough for all threads.
-  constexpr size_t kBytes = size_t{1} << 21;
-  const size_t rowBytes = size_t(frame_.mcusAcross) * size_t(blocksInMcu_) * sizeof(Block);
-  rowsInWave_ = std::max(2 * workers_.count(), int(std::min<size_t>(16, kBytes / rowBytes)));
+  rowsInWave_ = rowsInWave(frame_, blocksInMcu_, workers_, memoryLimit_);
   const size_t most = interval_ == 0 ? 1 : 2 * size_t(workers_.count());
   for (size_t i = 0; i < most; ++i) {
     coders_.push_back(std::make_unique<ChunkCoder>(tables_, setup_.color, frame_));
@@ -251,7 +240,8 @@ void WaveEncoder::transformRow(int row, int worker, Wave* wave) {
   Status& outcome = outcomes_[size_t(row)];
   outcome = pixels.begin(wave->firstRow + row, band_);
   if (isError(outcome)) return;
-  Block* at = &wave->blocks[size_t(row) * size_t(frame_.mcusAcross) * size_t(blocksInMcu_)];
+  CoefficientBlock* at =
+      &wave->blocks[size_t(row) * size_t(frame_.mcusAcross) * size_t(blocksInMcu_)];
   for (int x = 0; x < frame_.mcusAcross; ++x) {
     std::array<int16_t*, kMaxBlocksInMcu> blocks{};
     for (int b = 0; b < blocksInMcu_; ++b) blocks[size_t(b)] = (at++)->values;
@@ -271,7 +261,7 @@ Status WaveEncoder::code(const Chunk& chunk, bool isFirst, bool isLast, const Wa
     (void)intervals.endsHere();  // done already
   }
   const int64_t origin = int64_t{wave.firstRow} * frame_.mcusAcross;
-  const Block* at = &wave.blocks[size_t(chunk.first - origin) * size_t(blocksInMcu_)];
+  const CoefficientBlock* at = &wave.blocks[size_t(chunk.first - origin) * size_t(blocksInMcu_)];
   for (int64_t unit = chunk.first; unit < chunk.end; ++unit, at += blocksInMcu_) {
     if ((isFirst || unit > chunk.first) && intervals.endsHere()) {
       JPEG_RETURN_IF_ERROR(coder->writer.restart());
@@ -383,7 +373,7 @@ Status RowEncoder::run(RowSource& source, Workers& workers, Output& output) {
   std::vector<ForwardPixels> pixels(size_t(workers.count()));
   for (ForwardPixels& p : pixels) JPEG_RETURN_IF_ERROR(setup_.make(&p));
   const int rowsInTask = std::max(1, interval_ / frame_.mcusAcross);
-  const int tasks = 8 * workers.count();
+  const int tasks = std::min(8 * workers.count(), ceilDiv(frame_.mcusDown, rowsInTask));
   std::vector<MemoryOutput> made(static_cast<size_t>(tasks));
   std::vector<Status> outcomes(size_t(tasks), Status::ok);
   const int rowsInWave = int(std::min(int64_t{rowsInTask} * tasks, int64_t{frame_.mcusDown}));
@@ -408,11 +398,11 @@ Status RowEncoder::run(RowSource& source, Workers& workers, Output& output) {
 
 Status writeBaselineInWaves(const EncodeTables& tables, int restartInterval,
                             const ForwardSetup& setup, RowSource& source, Workers& workers,
-                            Output& output) {
+                            size_t memoryLimit, Output& output) {
   if (RowEncoder::suits(restartInterval, setup.frame)) {
     return RowEncoder(tables, restartInterval, setup).run(source, workers, output);
   }
-  return WaveEncoder(tables, restartInterval, setup, source, workers, output).run();
+  return WaveEncoder(tables, restartInterval, setup, source, workers, memoryLimit, output).run();
 }
 
 }  // namespace jpeg

@@ -119,23 +119,46 @@ TEST(JpegDecode, ScaledPicturesLookAsThePeersDo) {
   }
 }
 
+/// A file whole, cut short, and with a hole in its data.
+std::vector<Bytes> damaged(const Bytes& file) {
+  std::vector<Bytes> files(3, file);
+  files[1].resize(file.size() - file.size() / 8);
+  const auto hole = files[2].begin() + ptrdiff_t(file.size() - file.size() / 4);
+  std::fill_n(hole, std::min<size_t>(20, file.size() / 16), uint8_t{0x55});
+  return files;
+}
+
 TEST(JpegDecode, EveryNumberOfThreadsGivesTheSamePixels) {
+  struct Setting {
+    jpeg::Rect crop;
+    int scale;
+    jpeg::Upsampling upsampling;
+    bool strict;
+  };
+  using enum jpeg::Upsampling;
   for (const Kind& kind : kinds()) {
     for (const auto& [width, height] : {std::pair{1, 1}, {60, 333}, {600, 70}}) {
-      Bytes file = peerEncode(picture(width, height, kind.pixels), kind.options);
-      for (const bool isCut : {false, true}) {
-        if (isCut) file.erase(file.end() - ptrdiff_t(file.size() / 8), file.end());
-        for (const jpeg::Rect& crop : {jpeg::Rect{}, jpeg::Rect{0, height / 3, 1, height / 2}}) {
+      const jpeg::Rect low{0, height / 3, 1, height / 2}, half{width / 4, height / 4, 1, 1};
+      for (const Bytes& file :
+           damaged(peerEncode(picture(width, height, kind.pixels), kind.options))) {
+        for (const Setting& s : {Setting{{}, 1, triangle, false},
+                                 {low, 1, triangle, true},
+                                 {half, 2, triangle, false},
+                                 {{}, 4, plain, false},
+                                 {{}, 8, triangle, true}}) {
           const auto decoded = [&](int threads) {
             return decode(file, [&](jpeg::DecodeOptions& o) {
               o.threads = threads;
-              o.crop = crop;
+              o.crop = s.crop;
+              o.scale = s.scale;
+              o.upsampling = s.upsampling;
+              o.strict = s.strict;
             });
           };
           const Decoded one = decoded(1);
           for (const int threads : {2, 5}) {
-            SCOPED_TRACE(std::string(kind.name) + " " + std::to_string(width) + " by " +
-                         std::to_string(threads));
+            SCOPED_TRACE(std::string(kind.name) + " " + std::to_string(width) + " 1/" +
+                         std::to_string(s.scale) + " by " + std::to_string(threads));
             const Decoded several = decoded(threads);
             EXPECT_EQ(one.status, several.status);
             EXPECT_EQ(one.warnings, several.warnings);

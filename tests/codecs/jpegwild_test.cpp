@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 
 #include <numeric>
+#include <utility>
 
 #include "jpegbytes.h"
 
@@ -344,6 +345,8 @@ class Passing : public jpeg::RowSource, public jpeg::RowSink, public jpeg::ByteS
  public:
   explicit Passing(int width) : step_(3 * size_t(width)), band_(16 * step_) {}
   Status rows(int first, int count, const uint8_t** pixels, ptrdiff_t* step) override {
+    rowsAtOnce = std::max(rowsAtOnce, count);
+    band_.resize(std::max(band_.size(), step_ * size_t(count)));
     for (size_t i = 0; i < step_ * size_t(count); ++i) {
       band_[i] = uint8_t((i * i >> 6) + size_t(first));
     }
@@ -352,7 +355,8 @@ class Passing : public jpeg::RowSource, public jpeg::RowSink, public jpeg::ByteS
     return Status::ok;
   }
   Status room(int, int count, uint8_t** pixels, ptrdiff_t* step) override {
-    EXPECT_LE(count, 17);
+    EXPECT_LE(count, mostRows);
+    rowsAtOnce = std::max(rowsAtOnce, count);
     band_.resize(std::max(band_.size(), step_ * size_t(count)));
     *pixels = band_.data();
     *step = ptrdiff_t(step_);
@@ -366,6 +370,7 @@ class Passing : public jpeg::RowSource, public jpeg::RowSink, public jpeg::ByteS
   }
   Bytes file = Bytes(size_t{1} << 24, 1);
   size_t size = 0;
+  int mostRows = 17, rowsAtOnce = 0;
 
  private:
   size_t step_;
@@ -376,6 +381,30 @@ long peakKibibytes() {
   rusage usage{};
   EXPECT_EQ(0, getrusage(RUSAGE_SELF, &usage));
   return usage.ru_maxrss;
+}
+
+// A wave is at least one MCU row; what there is room for beside shows in the rows that are asked
+// for at a time.
+TEST(JpegWild, WavesKeepToTheMemoryLimit) {
+  for (const size_t limit : {size_t{1}, size_t{1} << 30}) {
+    Passing pass(400);
+    pass.mostRows = 400;
+    jpeg::Encoder encoder;
+    jpeg::Decoder decoder;
+    encoder.options().threads = decoder.options().threads = 4;
+    encoder.options().memoryLimit = decoder.options().memoryLimit = limit;
+    ASSERT_EQ(Status::ok, encoder.setSource({400, 300, 3, 8, Color::rgb}, pass));
+    ASSERT_EQ(Status::ok, encoder.setDestination(pass));
+    ASSERT_EQ(Status::ok, encoder.writeHeader());
+    ASSERT_EQ(Status::ok, encoder.writeData());
+    const int inRows = std::exchange(pass.rowsAtOnce, 0);
+    ASSERT_EQ(Status::ok, decoder.setSource(pass.file.data(), pass.size));
+    ASSERT_EQ(Status::ok, decoder.readHeader());
+    ASSERT_EQ(Status::ok, decoder.setDestination(static_cast<jpeg::RowSink&>(pass)));
+    ASSERT_EQ(Status::ok, decoder.readData());
+    EXPECT_EQ(limit == 1, inRows <= 16) << inRows;
+    EXPECT_EQ(limit == 1, pass.rowsAtOnce <= 17) << pass.rowsAtOnce;
+  }
 }
 
 TEST(JpegWild, MemoryOfBaselineWorkDoesNotGrowWithThePicture) {
