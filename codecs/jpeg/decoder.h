@@ -6,10 +6,9 @@
 
 namespace jpeg {
 
-/// Warnings of a file, each once; in strict mode the first one ends decoding.
+/// Warnings of a file, each once.
 class Warnings {
  public:
-  /// @return ok, or in strict mode the warning as the step's outcome
   void add(Status status);
   const std::vector<Status>& all() const { return all_; }
   void clear() { all_.clear(); }

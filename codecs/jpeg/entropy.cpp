@@ -67,8 +67,8 @@ Status Output::write(std::span<const uint8_t> bytes) {
 
 Status MemoryOutput::moveTo(Output& to) {
   JPEG_RETURN_IF_ERROR(output.drain());
-  JPEG_RETURN_IF_ERROR(to.write(bytes_));
-  bytes_.clear();
+  JPEG_RETURN_IF_ERROR(to.write(made_.bytes));
+  made_.bytes.clear();
   return Status::ok;
 }
 

@@ -76,21 +76,17 @@ class Output {
 };
 
 /// An output in memory, to be moved to where its bytes belong.
-class MemoryOutput : private ByteSink {
+class MemoryOutput {
  public:
   MemoryOutput() = default;
   MemoryOutput(const MemoryOutput&) = delete;
   MemoryOutput& operator=(const MemoryOutput&) = delete;
-  Output output{this};
+  Output output{&made_};
   /// Empties it.
   Status moveTo(Output& to);
 
  private:
-  Status write(const uint8_t* bytes, size_t count) override {
-    bytes_.insert(bytes_.end(), bytes, bytes + count);
-    return Status::ok;
-  }
-  std::vector<uint8_t> bytes_;
+  ByteVector made_;
 };
 
 /// The entropy-coded data of one scan being written.

@@ -28,15 +28,6 @@ void together(const std::array<const uint8_t*, kMaxComponents>& lines, int width
 
 }  // namespace
 
-size_t InversePixels::memory(const Frame& frame) {
-  size_t bytes = 0;
-  for (int i = 0; i < frame.componentCount; ++i) {
-    const Component& c = frame.component[size_t(i)];
-    bytes += size_t(8 * c.paddedAcross + kMargin) * size_t(8 * c.v + 2) + size_t(frame.width);
-  }
-  return bytes;
-}
-
 void InversePixels::setUpPlane(int index, const InverseSetup& setup) {
   const Component& c = frame_.component[size_t(index)];
   const ScaledComponent scaled = scaledComponent(frame_, index, setup.scale);

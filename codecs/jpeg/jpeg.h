@@ -69,6 +69,15 @@ class ByteSink {
   virtual Status write(const uint8_t* bytes, size_t count) = 0;
 };
 
+/// Bytes in memory that grows.
+struct ByteVector : ByteSink {
+  std::vector<uint8_t> bytes;
+  Status write(const uint8_t* more, size_t count) override {
+    bytes.insert(bytes.end(), more, more + count);
+    return Status::ok;
+  }
+};
+
 /// What a file carries beside its picture, as it stands there.
 struct Metadata {
   std::vector<uint8_t> exif;  ///< a TIFF structure, without the "Exif" in front; empty: none

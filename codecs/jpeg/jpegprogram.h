@@ -17,7 +17,7 @@ struct ProgramOptions {
   std::string input, output;
   EncodeOptions encode;
   DecodeOptions decode;
-  bool hasMode = false, hasColor = false, hasSampling = false;
+  bool hasMode = false, hasColor = false;
   bool recodes = false;  ///< asks that a copy's picture is coded anew
   bool help = false;
   std::string exifFile, iccFile, tablesFile, scansFile;

@@ -110,8 +110,6 @@ class InversePixels {
  public:
   Status init(const Frame& frame, const std::array<Quantisers, 4>& quantisers,
               const InverseSetup& setup);
-  /// BYTES that init allocates for such a frame.
-  static size_t memory(const Frame& frame);
 
   /// Whether a component is looked at at all.
   bool uses(int component) const { return plane_[size_t(component)].isUsed; }

@@ -29,9 +29,9 @@ namespace jpeg {
   X(badExif, -18, "Exif data do not begin as a TIFF structure does")                               \
   X(unknownTag, -19, "there is no Exif tag of this name that can be set")                          \
   X(badTagValue, -20, "the value does not suit this Exif tag")                                     \
+  X(cannotTurn, -21, "the picture has no whole MCU that could be turned without loss")             \
   X(wouldTrim, -22,                                                                                \
     "edges that are no whole MCUs would be cut off, and strict work was asked for")                \
-  X(cannotTurn, -21, "the picture has no whole MCU that could be turned without loss")             \
   /* files that this codec refuses, whole as they may be */                                        \
   X(arithmetic, -30, "arithmetic coding is not supported")                                         \
   X(hierarchical, -31, "hierarchical JPEG is not supported")                                       \

@@ -51,32 +51,17 @@ Picture firstChannel(const Picture& picture) {
   return first;
 }
 
-namespace {
-
-class VectorSink : public jpeg::ByteSink {
- public:
-  explicit VectorSink(Bytes* bytes) : bytes_(bytes) {}
-  Status write(const uint8_t* bytes, size_t count) override {
-    bytes_->insert(bytes_->end(), bytes, bytes + count);
-    return Status::ok;
-  }
-
- private:
-  Bytes* bytes_;
-};
-
-}  // namespace
-
 Encoded encode(const Picture& picture, const SetEncode& set) {
   Encoded e;
   jpeg::Encoder encoder;
   encoder.options().color = picture.shape.color;
   if (set) set(encoder.options());
-  VectorSink sink(&e.file);
+  jpeg::ByteVector sink;
   e.status = encoder.setSource(picture.shape, picture.pixels.data());
   if (!isError(e.status)) e.status = encoder.setDestination(sink);
   if (!isError(e.status)) e.status = encoder.writeHeader();
   if (!isError(e.status)) e.status = encoder.writeData();
+  e.file = std::move(sink.bytes);
   return e;
 }
 

@@ -133,13 +133,7 @@ TEST_F(Jpegtran, TurnsAndCutsToTheSameCoefficients) {
         jpeg::Coefficients to;
         bool isTrimmed = false;
         ASSERT_EQ(Status::ok, transform(from, c.turn, c.crop, 1 << 24, &to, &isTrimmed));
-        struct ToBytes : jpeg::ByteSink {
-          Bytes bytes;
-          Status write(const uint8_t* data, size_t count) override {
-            bytes.insert(bytes.end(), data, data + count);
-            return Status::ok;
-          }
-        } sink;
+        jpeg::ByteVector sink;
         ASSERT_EQ(Status::ok, jpeg::writeCoefficients(to, {}, sink));
         EXPECT_EQ(peerCoefficients(theirs), peerCoefficients(sink.bytes));
         EXPECT_EQ(peerDecode(theirs).pixels, peerDecode(sink.bytes).pixels) << "size, quantisers";

@@ -51,16 +51,8 @@ Coefficients coefficientsOf(const Bytes& file) {
   return coefficients;
 }
 
-struct ToBytes : jpeg::ByteSink {
-  Bytes bytes;
-  Status write(const uint8_t* data, size_t count) override {
-    bytes.insert(bytes.end(), data, data + count);
-    return Status::ok;
-  }
-};
-
 Bytes fileOf(const Coefficients& coefficients) {
-  ToBytes sink;
+  jpeg::ByteVector sink;
   EXPECT_EQ(Status::ok, jpeg::writeCoefficients(coefficients, {}, sink));
   return sink.bytes;
 }

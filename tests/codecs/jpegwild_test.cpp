@@ -41,14 +41,6 @@ Bytes cutOut(Bytes* file, int marker) {
   return cut;
 }
 
-struct ToBytes : jpeg::ByteSink {
-  Bytes bytes;
-  Status write(const uint8_t* data, size_t count) override {
-    bytes.insert(bytes.end(), data, data + count);
-    return Status::ok;
-  }
-};
-
 // ---- opens ----
 
 TEST(JpegWild, SeveralPicturesAndALyingExifShowTheFirst) {
@@ -300,7 +292,7 @@ TEST(JpegWild, ExtremeCoefficientsWithTheLongestCodesAreWrittenOrRefused) {
         EncodeOptions options;
         options.optimize = optimize;
         options.mode = mode;
-        ToBytes sink;
+        jpeg::ByteVector sink;
         const Status status = jpeg::writeCoefficients(c, options, sink);
         if (largest > 1023) {
           EXPECT_TRUE(isError(status) || !decode(sink.bytes).picture.pixels.empty());
