@@ -136,10 +136,10 @@ Status setCoordinate(Document* document, const TagInfo& info, std::string_view t
   auto values = parseNumbers(rest, Type::rational);
   if (!values || values->empty() || values->size() > 3) return Status::badTagValue;
   if (values->size() == 1) {
-    const double degrees = values->front().value();
-    const int64_t whole = int64_t(degrees), minutes = int64_t((degrees - double(whole)) * 60);
-    const double seconds = (degrees - double(whole) - double(minutes) / 60) * 3600;
-    values = {{whole, 1}, {minutes, 1}, {std::llround(seconds * 10000), 10000}};
+    // Rounded once, so that there are never sixty seconds.
+    constexpr int64_t kParts = 10000, kMinute = 60 * kParts, kDegree = 60 * kMinute;
+    const int64_t parts = std::llround(values->front().value() * double(kDegree));
+    values = {{parts / kDegree, 1}, {parts % kDegree / kMinute, 1}, {parts % kMinute, kParts}};
   }
   values->resize(3);
   const double degrees =

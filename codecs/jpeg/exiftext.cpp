@@ -159,11 +159,16 @@ std::string Teller::coordinate() const {
 }
 
 std::string Teller::clock() const {
-  char text[64];
-  std::snprintf(text, sizeof text, "%02d:%02d:%02d", int(fraction(0).value()),
-                int(fraction(1).value()), int(fraction(2).value()));
-  const double rest = fraction(2).value() - std::floor(fraction(2).value());
-  return rest > 0 ? text + decimal(rest).substr(1) : text;
+  for (uint32_t i = 0; i < 3; ++i) {
+    if (!(real(i) >= 0 && real(i) < 100)) return numbers();
+  }
+  const int64_t millionths = std::llround(real(2) * 1e6);
+  char digits[64];
+  std::snprintf(digits, sizeof digits, "%02d:%02d:%02d.%06d", int(real(0)), int(real(1)),
+                int(millionths / 1000000), int(millionths % 1000000));
+  const std::string text = digits;
+  const bool isWhole = millionths % 1000000 == 0;
+  return text.substr(0, isWhole ? text.find('.') : text.find_last_not_of('0') + 1);
 }
 
 std::string Teller::altitude() const {

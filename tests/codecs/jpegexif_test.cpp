@@ -101,6 +101,9 @@ TEST(JpegExif, ValuesAreSetFromTextAndReadable) {
            {"GPSLongitude", "16\u00B0 22' 23.4\" W", "16 deg 22' 23.40\" W", G, 4},
            {"GPSAltitude", "120.5", "120.5 m above sea level", G, 6},
            {"GPSTimeStamp", "1:02:03.5", "01:02:03.5", G, 7},
+           {"GPSTimeStamp", "10:00:00", "10:00:00", G, 7},
+           {"GPSTimeStamp", "1:02:03.00001", "01:02:03.00001", G, 7},
+           {"GPSTimeStamp", "4000000000:2:3", "4e+09 2 3", G, 7},
        }) {
     for (const bool isBigEndian : {false, true}) {
       SCOPED_TRACE(std::string(c.name) + " " + c.text);
@@ -116,6 +119,16 @@ TEST(JpegExif, ValuesAreSetFromTextAndReadable) {
       ASSERT_EQ(Status::ok, set(&back, c.name, ""));
       EXPECT_EQ(nullptr, back.find(c.directory, c.tag));
     }
+  }
+}
+
+TEST(JpegExif, DegreesAreCutIntoMinutesAndSecondsBelowSixty) {
+  Document document;
+  ASSERT_EQ(Status::ok, set(&document, "GPSLatitude", "3.0166666666"));
+  const Entry* const entry = document.find(Directory::gps, 2);
+  ASSERT_NE(nullptr, entry);
+  for (const auto& [index, value] : {std::pair{0u, 3.0}, {1u, 1.0}, {2u, 0.0}}) {
+    EXPECT_EQ(value, realAt(*entry, index, false));
   }
 }
 
