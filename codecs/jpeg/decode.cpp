@@ -199,7 +199,8 @@ Status Decoder::readData() {
 }
 
 Status Decoder::readCoefficients(Coefficients* coefficients) {
-  if (!work_->hasHeader || work_->info.frame.isLossless()) return Status::outOfOrder;
+  if (!work_->hasHeader) return Status::outOfOrder;
+  if (work_->info.frame.isLossless()) return Status::noCoefficients;
   work_->hasHeader = false;
   JPEG_RETURN_IF_ERROR(work_->readScans(coefficients));
   return work_->outcome();

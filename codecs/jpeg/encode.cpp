@@ -429,14 +429,28 @@ Status Encoder::Work::writeData() {
   return writeEnd(*output);
 }
 
+namespace {
+
+/// Whether precision and quantisers are those that baseline files may have.
+bool isBaseline(const Coefficients& coefficients) {
+  const Frame& frame = coefficients.frame;
+  for (int i = 0; i < frame.componentCount; ++i) {
+    const Quantisers& q = coefficients.quantisers[frame.component[size_t(i)].quantTable];
+    if (std::ranges::any_of(q, [](int v) { return v > 255; })) return false;
+  }
+  return frame.precision == 8;
+}
+
+}  // namespace
+
 Status writeCoefficients(const Coefficients& coefficients, const EncodeOptions& options,
                          ByteSink& bytes) {
-  if (options.mode == Mode::lossless) return Status::badArgument;
+  if (options.mode == Mode::lossless) return Status::noCoefficients;
   Frame frame = coefficients.frame;
   if (options.mode == Mode::progressive) {
     frame.process = Process::progressive;
   } else if (frame.process == Process::progressive) {
-    frame.process = frame.precision == 8 ? Process::baseline : Process::extended;
+    frame.process = isBaseline(coefficients) ? Process::baseline : Process::extended;
   }
   Output output(&bytes);
   JPEG_RETURN_IF_ERROR(

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "exif.h"
+#include "exiftags.h"
 #include "jpegfiles.h"
 #include "jpegprogram.h"
 #include "rewrite.h"
@@ -69,11 +69,12 @@ class Copy {
   int run() { return options_.recodes ? recode() : rewrite(); }
 
  private:
-  template <class Write>
-  int writeTo(Write write);
+  template <class Make>
+  int writeTo(Make make);
   int rewrite();
   int recode();
-  Status reshape(Coefficients* from, Coefficients* to, EncodeOptions* encode);
+  Turn turnFor(const exif::Document& document, const Metadata& old) const;
+  Status reshape(Coefficients* from, const Metadata& old, Coefficients* to, EncodeOptions* encode);
   void describe(const Frame& frame, const Turn& turn, exif::Document* document, Metadata* metadata);
 
   const ProgramOptions& options_;
@@ -81,20 +82,20 @@ class Copy {
   const Complaints& complaints_;
 };
 
-/// Opens the output and has it written; what was begun and failed does not stay.
-template <class Write>
-int Copy::writeTo(Write write) {
-  FileBytes bytes;
+/// Has a file made, and then written: the output may be the input, which is to stay when the work
+/// fails. What was begun and cannot be written does not stay.
+template <class Make>
+int Copy::writeTo(Make make) {
+  ByteVector made;
+  const Status status = make(made);
+  if (isError(status)) return complaints_.fail(options_.input, status);
+  FileBytes file;
   std::string error;
-  if (!bytes.open(options_.output, &error)) return complaints_.fail(options_.output, error);
-  const Status status = write(bytes);
-  const bool isClosed = bytes.close();
-  if (!isError(status) && isClosed) return 0;
+  if (!file.open(options_.output, &error)) return complaints_.fail(options_.output, error);
+  const bool isWritten = !isError(file.write(made.bytes.data(), made.bytes.size()));
+  if (file.close() && isWritten) return 0;
   std::remove(options_.output.c_str());
-  if (status == Status::destinationFailed || !isError(status)) {
-    return complaints_.fail(options_.output, "cannot be written");
-  }
-  return complaints_.fail(options_.input, status);
+  return complaints_.fail(options_.output, "cannot be written");
 }
 
 int Copy::rewrite() {
@@ -107,7 +108,9 @@ int Copy::rewrite() {
   if (!applySideFiles(options_, &encode, &culprit, &reason)) {
     return complaints_.fail(culprit, reason);
   }
-  return writeTo([&](ByteSink& bytes) { return rewriteMetadata(file_, encode.metadata, bytes); });
+  return writeTo([&](ByteSink& bytes) {
+    return rewriteMetadata(file_, encode.metadata, !options_.strip, bytes);
+  });
 }
 
 /// Makes the Exif data of a turned or cut picture true.
@@ -125,13 +128,25 @@ void Copy::describe(const Frame& frame, const Turn& turn, exif::Document* docume
   metadata->exif = exif::write(*document);
 }
 
+/// Upright by the orientation that the new Exif data tell, or by the old one where these tell none.
+Turn Copy::turnFor(const exif::Document& document, const Metadata& old) const {
+  if (!options_.turnsUpright) return options_.turn;
+  if (document.find(exif::Directory::image, exif::kOrientation) != nullptr) {
+    return turnOfOrientation(exif::orientationOf(document));
+  }
+  exif::Document before;
+  return isError(exif::read(old.exif, &before)) ? Turn()
+                                                : turnOfOrientation(exif::orientationOf(before));
+}
+
 /// Turns and cuts, metadata included.
-Status Copy::reshape(Coefficients* from, Coefficients* to, EncodeOptions* encode) {
+/// @param old  the file's own metadata, whatever becomes of them
+Status Copy::reshape(Coefficients* from, const Metadata& old, Coefficients* to,
+                     EncodeOptions* encode) {
   exif::Document document;
   const bool hasExif =
       !encode->metadata.exif.empty() && !isError(exif::read(encode->metadata.exif, &document));
-  const Turn turn =
-      options_.turnsUpright ? turnOfOrientation(exif::orientationOf(document)) : options_.turn;
+  const Turn turn = turnFor(document, old);
   if (turn.isNone() && options_.decode.crop.isEmpty()) {
     *to = std::move(*from);
     return Status::ok;
@@ -167,7 +182,7 @@ int Copy::recode() {
   if (!applySideFiles(options_, &encode, &culprit, &reason)) {
     return complaints_.fail(culprit, reason);
   }
-  status = reshape(&coefficients, &reshaped, &encode);
+  status = reshape(&coefficients, decoder.metadata(), &reshaped, &encode);
   if (isError(status)) return complaints_.fail(options_.input, status);
   const int code =
       writeTo([&](ByteSink& bytes) { return writeCoefficients(reshaped, encode, bytes); });

@@ -22,6 +22,19 @@ size_t findMarker(std::span<const uint8_t> file, size_t at) {
 
 bool isApp(int marker) { return (marker >= kAPP0 && marker <= kAPP15) || marker == kCOM; }
 
+/// A file from its first scan to EOI, metadata apart.
+Status writeScans(std::span<const uint8_t> file, size_t scan, ByteSink& bytes) {
+  size_t from = scan, end = file.size();
+  for (const MarkerSegment& s : segmentsOf(file, false)) {
+    if (s.offset <= scan) continue;
+    if (s.marker == kEOI) end = s.offset + 2;
+    if (!isApp(s.marker)) continue;
+    JPEG_RETURN_IF_ERROR(bytes.write(file.data() + from, s.offset - from));
+    from = s.offset + 4 + s.payload.size();
+  }
+  return bytes.write(file.data() + from, end - from);
+}
+
 }  // namespace
 
 std::vector<MarkerSegment> segmentsOf(std::span<const uint8_t> file, bool untilScan) {
@@ -59,7 +72,8 @@ Status readMetadata(std::span<const uint8_t> file, Metadata* metadata) {
   return Status::ok;
 }
 
-Status rewriteMetadata(std::span<const uint8_t> file, const Metadata& metadata, ByteSink& bytes) {
+Status rewriteMetadata(std::span<const uint8_t> file, const Metadata& metadata, bool keepsRest,
+                       ByteSink& bytes) {
   MarkerReader reader(file);
   JPEG_RETURN_IF_ERROR(reader.start());
   MarkerWriter front, rest;
@@ -85,7 +99,8 @@ Status rewriteMetadata(std::span<const uint8_t> file, const Metadata& metadata, 
   JPEG_RETURN_IF_ERROR(front.metadata(metadata));
   JPEG_RETURN_IF_ERROR(bytes.write(front.bytes().data(), front.bytes().size()));
   JPEG_RETURN_IF_ERROR(bytes.write(rest.bytes().data(), rest.bytes().size()));
-  return bytes.write(file.data() + scan, file.size() - scan);
+  return keepsRest ? bytes.write(file.data() + scan, file.size() - scan)
+                   : writeScans(file, scan, bytes);
 }
 
 }  // namespace jpeg

@@ -24,8 +24,11 @@ std::vector<MarkerSegment> segmentsOf(std::span<const uint8_t> file, bool untilS
 /// What a file carries in front of its first scan. @return ok, notJpeg
 Status readMetadata(std::span<const uint8_t> file, Metadata* metadata);
 
-/// Writes a file with these metadata in place of its own.
+/// Writes a file with these metadata in place of its own in front of the first scan.
+/// @param keepsRest  with what stands behind that: metadata between scans, and bytes behind EOI,
+///                   where cameras put further pictures
 /// @return ok, notJpeg, noScan, metadataTooLong, and the sink's
-Status rewriteMetadata(std::span<const uint8_t> file, const Metadata& metadata, ByteSink& bytes);
+Status rewriteMetadata(std::span<const uint8_t> file, const Metadata& metadata, bool keepsRest,
+                       ByteSink& bytes);
 
 }  // namespace jpeg

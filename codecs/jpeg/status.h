@@ -32,6 +32,7 @@ namespace jpeg {
   X(cannotTurn, -21, "the picture has no whole MCU that could be turned without loss")             \
   X(wouldTrim, -22,                                                                                \
     "edges that are no whole MCUs would be cut off, and strict work was asked for")                \
+  X(noCoefficients, -23, "lossless files have no coefficients to be kept, turned or coded anew")   \
   /* files that this codec refuses, whole as they may be */                                        \
   X(arithmetic, -30, "arithmetic coding is not supported")                                         \
   X(hierarchical, -31, "hierarchical JPEG is not supported")                                       \

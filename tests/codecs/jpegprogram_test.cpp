@@ -92,6 +92,26 @@ TEST_F(JpegProgram, CopiesKeepCoefficientsAndMetadata) {
   EXPECT_TRUE(decode(read("c.jpg")).metadata.icc.empty());
 }
 
+TEST_F(JpegProgram, CopiesThatCannotBeAreRefusedAndWideQuantisersAreExtended) {
+  write("exact.jpg", encode(picture(40, 40, Color::gray), [](jpeg::EncodeOptions& o) {
+                       o.mode = jpeg::Mode::lossless;
+                     }).file);
+  const Bytes wide = encode(picture(40, 40, Color::gray), [](jpeg::EncodeOptions& o) {
+                       o.mode = jpeg::Mode::progressive;
+                       o.quantisers.resize(1);
+                       o.quantisers[0].fill(300);
+                     }).file;
+  write("wide.jpg", wide);
+  EXPECT_EQ(1, run({"-i", "exact.jpg", "-o", "x.jpg", "-transform", "rot90"}));
+  EXPECT_NE(std::string::npos, said_.find("exact.jpg: lossless files have no coefficients"));
+  EXPECT_EQ(1, run({"-i", "wide.jpg", "-o", "x.jpg", "-mode", "lossless"}));
+  ASSERT_EQ(0, run({"-i", "wide.jpg", "-o", "y.jpg", "-mode", "baseline"})) << said_;
+  const Decoded d = decode(read("y.jpg"));
+  EXPECT_EQ(jpeg::Status::ok, d.status) << statusText(d.status);
+  EXPECT_EQ(jpeg::Process::extended, d.info.frame.process);
+  EXPECT_EQ(decode(wide).picture.pixels, d.picture.pixels);
+}
+
 TEST_F(JpegProgram, OneLineNamesFileAndReason) {
   Bytes cut = encode(picture(40, 40, Color::gray)).file;
   cut.resize(cut.size() - 40);

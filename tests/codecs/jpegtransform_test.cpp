@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "exif.h"
-#include "jpegkit.h"
+#include "jpegbytes.h"
 #include "jpegprogramkit.h"
 #include "transform.h"
 
@@ -192,6 +192,31 @@ TEST_F(JpegTransformProgram, ExifFollowsThePicture) {
   }
 }
 
+TEST_F(JpegTransformProgram, UprightTurnsWhereTheOrientationIsDropped) {
+  write("a.jpg", cameraFile(6));
+  ASSERT_EQ(0, run({"-i", "a.jpg", "-o", "b.jpg", "-transform", "upright", "-strip"})) << said_;
+  ASSERT_EQ(0, run({"-i", "a.jpg", "-o", "c.jpg", "-transform", "upright", "-strip", "-set",
+                    "Artist=Me"}));
+  for (const char* const name : {"b.jpg", "c.jpg"}) {
+    EXPECT_EQ(64, decode(read(name)).picture.shape.width) << name;
+  }
+  // What -set says counts.
+  ASSERT_EQ(0,
+            run({"-i", "a.jpg", "-o", "d.jpg", "-transform", "upright", "-set", "Orientation=3"}));
+  EXPECT_EQ(96, decode(read("d.jpg")).picture.shape.width);
+}
+
+TEST_F(JpegTransformProgram, WorkInPlaceThatFailsLeavesTheFile) {
+  const Bytes file = cameraFile(6);
+  write("a.jpg", file);
+  const std::string artist = "Artist=" + std::string(70000, 'a');
+  EXPECT_EQ(1, run({"-i", "a.jpg", "-o", "a.jpg", "-set", artist}));
+  EXPECT_EQ(1, run({"-i", "a.jpg", "-o", "a.jpg", "-transform", "rot90", "-set", artist}));
+  EXPECT_EQ(file, read("a.jpg"));
+  EXPECT_EQ(0, run({"-i", "a.jpg", "-o", "a.jpg", "-set", "Artist=Me"})) << said_;
+  EXPECT_NE(file, read("a.jpg"));
+}
+
 TEST_F(JpegTransformProgram, EdgesThatGoAreTold) {
   write("a.jpg", peerEncode(picture(50, 50, Color::rgb)));
   ASSERT_EQ(0, run({"-i", "a.jpg", "-o", "b.jpg", "-transform", "rot90"}));
@@ -225,10 +250,18 @@ TEST_F(JpegTransformProgram, EditsOfMetadataLeaveThePictureByteForByte) {
   const Bytes plain = coded(encode(picture(96, 64, Color::rgb), [](jpeg::EncodeOptions& o) {
                               o.color = Color::ycbcr;
                             }).file);
-  Bytes stripped = coded(read("c.jpg"));
-  EXPECT_EQ(plain.size() + 1000, stripped.size());
-  stripped.resize(plain.size());
-  EXPECT_EQ(plain, stripped);
+  const Bytes stripped = coded(read("c.jpg"));
+  EXPECT_EQ(plain, stripped) << "nor is anything left behind the picture";
+  const Bytes edited = read("b.jpg");
+  EXPECT_EQ(Bytes(1000, 0x77), Bytes(edited.end() - 1000, edited.end()));
+  // Metadata between scans are metadata, too.
+  const Bytes scans = encode(picture(40, 40, Color::gray), [](jpeg::EncodeOptions& o) {
+                        o.mode = jpeg::Mode::progressive;
+                      }).file;
+  const size_t second = findMarker(scans, 0xDA, findMarker(scans, 0xDA) + 2);
+  write("scans.jpg", inserted(scans, second, {0xFF, 0xFE, 0, 4, 'm', 'e'}));
+  ASSERT_EQ(0, run({"-i", "scans.jpg", "-o", "bare.jpg", "-strip"})) << said_;
+  EXPECT_EQ(scans, read("bare.jpg"));
   // A file that cannot be decoded here can have its metadata edited, too.
   write("arithmetic.jpg", peerEncode(picture(20, 20, Color::gray), {.isArithmetic = true}));
   ASSERT_EQ(0, run({"-i", "arithmetic.jpg", "-o", "d.jpg", "-set", "Copyright=us"})) << said_;
