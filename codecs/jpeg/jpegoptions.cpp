@@ -62,7 +62,13 @@ struct Option {
   bool hasValue;
   const char* values;  // for the message about a wrong one
   bool (*set)(ProgramOptions& o, const std::string& value);
+  std::array<bool, kRoads> serves = {true, true, true};
 };
+
+// The roads that an option serves, in the order of Road: on others it would do nothing.
+constexpr std::array<bool, kRoads> kEncoding = {true, false, false}, kWriting = {true, false, true},
+                                   kDecoding = {false, true, false}, kReading = {false, true, true},
+                                   kCopying = {false, false, true};
 
 const Option kOptions[] = {
     {"-i", true, "FILE",
@@ -79,62 +85,77 @@ const Option kOptions[] = {
      [](ProgramOptions& o, const std::string& v) {
        o.hasMode = o.recodes = true;
        return named(kModes, v, &o.encode.mode);
-     }},
+     },
+     kWriting},
     {"-quality", true, "1..100",
-     [](ProgramOptions& o, const std::string& v) { return number(v, 1, 100, &o.encode.quality); }},
+     [](ProgramOptions& o, const std::string& v) { return number(v, 1, 100, &o.encode.quality); },
+     kEncoding},
     {"-qtables", true, "FILE",
      [](ProgramOptions& o, const std::string& v) {
        o.tablesFile = v;
        return true;
-     }},
+     },
+     kEncoding},
     {"-color", true, "RGB->YCbCr, RGB->RGB, RGB->Gray, Gray->Gray, CMYK->YCCK, CMYK->CMYK",
      [](ProgramOptions& o, const std::string& v) {
        o.hasColor = true;
        return named(kColors, v, &o.encode.color);
-     }},
+     },
+     kEncoding},
     {"-sampling", true, "444, 440, 422, 420, 411",
      [](ProgramOptions& o, const std::string& v) {
        return named(kSamplings, v, &o.encode.sampling);
-     }},
+     },
+     kEncoding},
     {"-restart", true, "0..65535 (MCUs)",
      [](ProgramOptions& o, const std::string& v) {
        o.recodes = true;
        return number(v, 0, 65535, &o.encode.restartInterval);
-     }},
+     },
+     kWriting},
     {"-optimize", false, "",
-     [](ProgramOptions& o, const std::string&) { return o.recodes = o.encode.optimize = true; }},
+     [](ProgramOptions& o, const std::string&) { return o.recodes = o.encode.optimize = true; },
+     kWriting},
     {"-scans", true, "FILE",
      [](ProgramOptions& o, const std::string& v) {
        o.scansFile = v;
        return o.recodes = true;
-     }},
+     },
+     kWriting},
     {"-predictor", true, "1..7",
-     [](ProgramOptions& o, const std::string& v) { return number(v, 1, 7, &o.encode.predictor); }},
+     [](ProgramOptions& o, const std::string& v) { return number(v, 1, 7, &o.encode.predictor); },
+     kEncoding},
     {"-pt", true, "0..15",
      [](ProgramOptions& o, const std::string& v) {
        return number(v, 0, 15, &o.encode.pointTransform);
-     }},
+     },
+     kEncoding},
     {"-exif", true, "FILE",
      [](ProgramOptions& o, const std::string& v) {
        o.exifFile = v;
        return true;
-     }},
+     },
+     kWriting},
     {"-icc", true, "FILE",
      [](ProgramOptions& o, const std::string& v) {
        o.iccFile = v;
        return true;
-     }},
+     },
+     kWriting},
     {"-scale", true, "1/2, 1/4, 1/8",
-     [](ProgramOptions& o, const std::string& v) { return named(kScales, v, &o.decode.scale); }},
+     [](ProgramOptions& o, const std::string& v) { return named(kScales, v, &o.decode.scale); },
+     kDecoding},
     {"-crop", true, "WxH+X+Y",
      [](ProgramOptions& o, const std::string& v) {
        o.recodes = true;
        return rectangle(v, &o.decode.crop);
-     }},
+     },
+     kReading},
     {"-upsample", true, "triangle, plain",
      [](ProgramOptions& o, const std::string& v) {
        return named(kUpsamplings, v, &o.decode.upsampling);
-     }},
+     },
+     kDecoding},
     {"-strict", false, "",
      [](ProgramOptions& o, const std::string&) { return o.decode.strict = true; }},
     {"-transform", true, "rot90, rot180, rot270, fliph, flipv, transpose, transverse, upright",
@@ -142,7 +163,8 @@ const Option kOptions[] = {
        o.recodes = true;
        o.turnsUpright = v == "upright";
        return o.turnsUpright || named(kTurns, v, &o.turn);
-     }},
+     },
+     kCopying},
     {"-info", false, "", [](ProgramOptions& o, const std::string&) { return o.info = true; }},
     {"-set", true, "NAME=VALUE",
      [](ProgramOptions& o, const std::string& v) {
@@ -150,7 +172,8 @@ const Option kOptions[] = {
        if (equals == std::string::npos || equals == 0) return false;
        o.set.emplace_back(v.substr(0, equals), v.substr(equals + 1));
        return true;
-     }},
+     },
+     kWriting},
     {"-strip", false, "", [](ProgramOptions& o, const std::string&) { return o.strip = true; }},
     {"-memory", true, "1..1048576 (MiB)",
      [](ProgramOptions& o, const std::string& v) {
@@ -194,6 +217,9 @@ bool parseOptions(const std::vector<std::string>& arguments, ProgramOptions* opt
     if (!option->set(*options, value)) {
       *error = name + " " + value + ": must be " + option->values;
       return false;
+    }
+    for (size_t road = 0; road < kRoads; ++road) {
+      if (!option->serves[road] && options->idle[road].empty()) options->idle[road] = name;
     }
   }
   if (options->help) return true;

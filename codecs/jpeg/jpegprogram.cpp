@@ -20,7 +20,8 @@ constexpr const char* kUsage =
     "  -predictor 1..7   -pt N   -exif FILE   -icc FILE\n"
     "Decoding:\n"
     "  -scale 1/2|1/4|1/8   -crop WxH+X+Y   -upsample triangle|plain   -strict\n"
-    "From .jpg to .jpg (the picture stays as it is coded unless an option of encoding is given):\n"
+    "From .jpg to .jpg, where nothing is quantised again, with -mode, -restart, -optimize, "
+    "-scans:\n"
     "  -transform rot90|rot180|rot270|fliph|flipv|transpose|transverse|upright   -crop WxH+X+Y\n"
     "Both:\n"
     "  -info   -strip   -set NAME=VALUE   -memory MIB   -maxscans N   -threads N   -bench N\n";
@@ -34,6 +35,7 @@ class Run {
 
  private:
   EncodeOptions encodeOptions(const ImageShape& shape) const;
+  bool isServed(Road road) const;
   int workOnJpeg();
   int encode(ImageFileRows& rows, const ImageShape& shape);
   int decode(const std::vector<uint8_t>& file);
@@ -196,20 +198,28 @@ int Run::benchDecode(const std::vector<uint8_t>& file) {
   return bench(shape, decode);
 }
 
+/// What was asked for and cannot be done is refused: a picture without it would be a wrong one.
+bool Run::isServed(Road road) const {
+  constexpr const char* kWhere[] = {"when a picture is encoded", "when a picture is decoded",
+                                    "from .jpg to .jpg, where no picture is decoded"};
+  const std::string& idle = options_.idle[size_t(road)];
+  if (idle.empty()) return true;
+  complaints_.fail(idle, std::string("does nothing ") + kWhere[size_t(road)]);
+  return false;
+}
+
 int Run::workOnJpeg() {
   std::vector<uint8_t> file;
   std::string error;
   if (!readFile(options_.input, &file, &error)) return complaints_.fail(options_.input, error);
+  const bool isCopy = options_.bench == 0 && isJpegName(options_.output);
+  if (!isServed(isCopy ? Road::copy : Road::decode)) return 1;
   if (options_.bench > 0) return benchDecode(file);
   if (options_.info) {
     const int code = printInfo(options_, file, out_, complaints_);
     if (code != 0 || options_.output.empty()) return code;
   }
-  if (isJpegName(options_.output)) return copyFile(options_, file, complaints_);
-  if (!options_.turn.isNone() || options_.turnsUpright || !options_.set.empty()) {
-    return complaints_.fail(options_.output, "-transform and -set make a file that ends in .jpg");
-  }
-  return decode(file);
+  return isCopy ? copyFile(options_, file, complaints_) : decode(file);
 }
 
 int Run::work() {
@@ -221,12 +231,10 @@ int Run::work() {
   if (options_.info) {
     return complaints_.fail(options_.input, "is no JPEG file, and -info tells of no other");
   }
+  if (!isServed(Road::encode)) return 1;
   if (options_.bench > 0) return benchEncode(rows, shape);
   if (!isJpegName(options_.output)) {
     return complaints_.fail(options_.output, "a picture is encoded to a file that ends in .jpg");
-  }
-  if (!options_.turn.isNone() || options_.turnsUpright) {
-    return complaints_.fail(options_.input, "is no JPEG file: -transform turns what is coded");
   }
   return encode(rows, shape);
 }

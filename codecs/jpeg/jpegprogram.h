@@ -2,6 +2,7 @@
 /// @file
 /// The program `jpegcodec`: its options, and the work that they ask for.
 
+#include <array>
 #include <cstdio>
 #include <string>
 #include <utility>
@@ -11,6 +12,10 @@
 #include "transform.h"
 
 namespace jpeg {
+
+/// What the program does with its input: pixels to .jpg, .jpg to pixels, .jpg to .jpg.
+enum class Road { encode, decode, copy };
+inline constexpr size_t kRoads = 3;
 
 /// What a command line asks for.
 struct ProgramOptions {
@@ -26,6 +31,8 @@ struct ProgramOptions {
   Turn turn;
   bool turnsUpright = false;  ///< as the Exif orientation says
   int bench = 0;
+  /// By road, the first option given that does nothing there; none if empty.
+  std::array<std::string, kRoads> idle;
 };
 
 /// @param error  receives one line when the result is false

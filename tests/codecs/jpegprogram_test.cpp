@@ -92,6 +92,27 @@ TEST_F(JpegProgram, CopiesKeepCoefficientsAndMetadata) {
   EXPECT_TRUE(decode(read("c.jpg")).metadata.icc.empty());
 }
 
+TEST_F(JpegProgram, WhatAnOptionCannotDoIsRefused) {
+  writePicture("a.ppm", picture(40, 40, Color::rgb));
+  ASSERT_EQ(0, run({"-i", "a.ppm", "-o", "a.jpg"})) << said_;
+  struct Case {
+    const char *from, *to, *option, *value;
+  };
+  for (const Case& c : {Case{"a.jpg", "x.jpg", "-quality", "40"},
+                        {"a.jpg", "x.jpg", "-sampling", "444"},
+                        {"a.jpg", "x.jpg", "-scale", "1/2"},
+                        {"a.ppm", "x.jpg", "-crop", "8x8+0+0"},
+                        {"a.ppm", "x.jpg", "-transform", "rot90"},
+                        {"a.jpg", "x.ppm", "-transform", "upright"},
+                        {"a.jpg", "x.ppm", "-set", "Artist=Me"},
+                        {"a.jpg", "x.ppm", "-quality", "40"}}) {
+    EXPECT_EQ(1, run({"-i", c.from, "-o", c.to, c.option, c.value})) << c.option;
+    EXPECT_EQ(0u, said_.find(std::string("jpegcodec: ") + c.option + ": does nothing ")) << said_;
+    EXPECT_EQ(1, std::ranges::count(said_, '\n'));
+    EXPECT_FALSE(std::filesystem::exists(file(c.to)));
+  }
+}
+
 TEST_F(JpegProgram, CopiesThatCannotBeAreRefusedAndWideQuantisersAreExtended) {
   write("exact.jpg", encode(picture(40, 40, Color::gray), [](jpeg::EncodeOptions& o) {
                        o.mode = jpeg::Mode::lossless;
