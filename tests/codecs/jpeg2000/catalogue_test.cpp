@@ -58,7 +58,7 @@ Options asked(const std::function<void(Options&)>& set) {
 /// A file of boxes with some bytes of a box changed, counted from its type.
 Bytes box(const char* type, size_t offset, const Bytes& bytes) {
   Bytes file = boxed();
-  const size_t at = std::string(file.begin(), file.end()).find(type) + offset;
+  const size_t at = typeAt(file, type) + offset;
   std::copy(bytes.begin(), bytes.end(), file.begin() + std::ptrdiff_t(at));
   return file;
 }
@@ -66,12 +66,7 @@ Bytes box(const char* type, size_t offset, const Bytes& bytes) {
 /// A file with a box at the end of its header super box.
 Bytes headerBox(const Bytes& content, int components = 1) {
   Picture picture = waves(20, 10, components);
-  Bytes file = encoded(picture, {});
-  const std::string text(file.begin(), file.end());
-  const size_t super = text.find("jp2h") - 4;
-  put(file, super, uint32_t(text.find("jp2c") - 4 - super + content.size()), 4);
-  insert(file, text.find("jp2c") - 4, content);
-  return file;
+  return withBoxes(encoded(picture, {}), content);
 }
 
 /// A stream with a segment in the header of its only tile-part, which reaches to the end.
@@ -115,13 +110,7 @@ Bytes endlessChanges() {
 
 /// Packets with SOP markers, of which one header is nothing but ones.
 Bytes damagedPacket() {
-  Picture picture = photograph(200, 160);
-  Options options;
-  options.rawStream = true;
-  options.sop = true;
-  options.precincts = {{0, 0, 32, 32}};
-  options.blockWidth = options.blockHeight = 16;
-  Bytes file = encoded(picture, options);
+  Bytes file = sopStream();
   const size_t sod = find(file, sodMarker);
   const size_t at = find(file, 0xFF91, sod + (file.size() - sod) / 2) + 6;
   for (size_t i = at; i < at + 16; ++i) file[i] = i % 2 == at % 2 ? 0xFF : 0x7F;

@@ -111,10 +111,7 @@ TEST(Damage, PaddingBehindTheEndIsNoFault) {
 
 TEST(Damage, BoxesAreToldByTheirNumbers) {
   const Bytes whole = boxed();
-  const auto at = [&](const char* name) {
-    const std::string text(whole.begin(), whole.end());
-    return text.find(name);
-  };
+  const auto at = [&](const char* name) { return typeAt(whole, name); };
   Bytes unknown = whole, zero = whole, contradicts = whole, noFtyp = whole, noStream = whole,
         longBox = whole, twice = whole;
   insert(unknown, at("jp2c") - 4, {0, 0, 0, 12, 'a', 'b', 'c', 'd', 1, 2, 3, 4});
@@ -139,13 +136,8 @@ TEST(Damage, BoxesAreToldByTheirNumbers) {
 }
 
 TEST(Damage, PacketsResynchroniseAtSopAndKeepTheRest) {
-  Picture picture = photograph(200, 160);
-  Options options;
-  options.rawStream = true;
-  options.sop = true;
-  options.precincts = {{0, 0, 32, 32}};
-  options.blockWidth = options.blockHeight = 16;
-  const Bytes whole = encoded(picture, options);
+  const Picture picture = sopPicture();
+  const Bytes whole = sopStream();
   Bytes file = whole;
   const size_t sod = find(file, 0xFF93);
   // A packet header of nothing but ones in the middle.

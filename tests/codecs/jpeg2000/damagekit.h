@@ -63,4 +63,36 @@ inline Bytes without(int marker, int next) {
   return file;
 }
 
+inline Bytes boxOf(const char* type, const Bytes& content) {
+  Bytes box = {0, 0, 0, uint8_t(content.size() + 8)};
+  box.insert(box.end(), type, type + 4);
+  box.insert(box.end(), content.begin(), content.end());
+  return box;
+}
+
+/// Where a box tells its type, four bytes behind its start.
+inline size_t typeAt(const Bytes& file, const char* type) {
+  return std::string(file.begin(), file.end()).find(type);
+}
+
+/// A file with boxes at the end of its header super box.
+inline Bytes withBoxes(Bytes file, const Bytes& boxes) {
+  const size_t super = typeAt(file, "jp2h") - 4, stream = typeAt(file, "jp2c") - 4;
+  put(file, super, uint32_t(stream - super + boxes.size()), 4);
+  insert(file, stream, boxes);
+  return file;
+}
+
+/// A picture of many packets with SOP markers.
+inline Picture sopPicture() { return photograph(200, 160); }
+inline Bytes sopStream() {
+  Picture picture = sopPicture();
+  j2k::Options options;
+  options.rawStream = true;
+  options.sop = true;
+  options.precincts = {{0, 0, 32, 32}};
+  options.blockWidth = options.blockHeight = 16;
+  return encoded(picture, options);
+}
+
 }  // namespace j2kkit

@@ -78,6 +78,18 @@ inline Picture photograph(int width, int height) {
   return picture;
 }
 
+/// The picture's part, which is what the decoder must give of a region.
+inline std::vector<std::vector<int32_t>> part(const Picture& whole, const j2k::Window& w) {
+  std::vector<std::vector<int32_t>> planes(whole.planes.size());
+  for (size_t c = 0; c < planes.size(); ++c) {
+    for (int y = w.y; y < w.y + w.height; ++y) {
+      const auto row = whole.planes[c].begin() + y * whole.info.width + w.x;
+      planes[c].insert(planes[c].end(), row, row + w.width);
+    }
+  }
+  return planes;
+}
+
 inline Bytes encoded(Picture& picture, const j2k::Options& options) {
   Bytes file;
   Messages messages;

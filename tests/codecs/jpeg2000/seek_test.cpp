@@ -73,18 +73,6 @@ Reading readingOf(const Bytes& file, const Options& options) {
   return reading;
 }
 
-/// The picture's part, which is what the decoder must give of a reversible stream.
-std::vector<std::vector<int32_t>> part(const Picture& whole, const j2k::Window& w) {
-  std::vector<std::vector<int32_t>> planes(whole.planes.size());
-  for (size_t c = 0; c < planes.size(); ++c) {
-    for (int y = w.y; y < w.y + w.height; ++y) {
-      const auto row = whole.planes[c].begin() + y * whole.info.width + w.x;
-      planes[c].insert(planes[c].end(), row, row + w.width);
-    }
-  }
-  return planes;
-}
-
 constexpr int tlmMarker = 0xFF55, pltMarker = 0xFF58;
 
 Options tiled() {

@@ -251,25 +251,6 @@ TEST(Hostile, WarningsDoNotFlood) {
 
 // ---- boxes ----
 
-Bytes boxOf(const char* type, const Bytes& content) {
-  Bytes box = {0, 0, 0, uint8_t(content.size() + 8)};
-  box.insert(box.end(), type, type + 4);
-  box.insert(box.end(), content.begin(), content.end());
-  return box;
-}
-
-size_t typeAt(const Bytes& file, const char* type) {
-  return std::string(file.begin(), file.end()).find(type);
-}
-
-/// A file with boxes at the end of its header super box.
-Bytes withBoxes(Bytes file, const Bytes& boxes) {
-  const size_t super = typeAt(file, "jp2h") - 4, stream = typeAt(file, "jp2c") - 4;
-  put(file, super, uint32_t(stream - super + boxes.size()), 4);
-  insert(file, stream, boxes);
-  return file;
-}
-
 j2k::Pixels pixelsOf(const Bytes& file, Messages& messages) {
   j2k::Pixels pixels;
   j2k::PictureInfo info;
