@@ -137,6 +137,8 @@ bool TilePartFinder::follow() {
     ++m_number;
     position += told.length;
   }
+  // Tile-parts that it does not tell of may be of any tile.
+  if (position + sotBytes <= m_bytes.size() && marker(position) == markerSot) return false;
   if (int64_t(seen.size()) < m_tiles.width() * m_tiles.height()) return false;
   for (auto& [part, end] : parts) readHeader(part, end);
   return true;

@@ -133,6 +133,22 @@ TEST(Seek, TlmThatLiesIsToldAndLeftAside) {
   }
 }
 
+TEST(Seek, TlmThatEndsBeforeTheTilePartsIsToldAndLeftAside) {
+  Picture picture = photograph(300, 200);
+  Options coding = tiled();
+  coding.tileParts = 'R';
+  coding.progress = j2k::Progress::rlcp;
+  Bytes file = encoded(picture, coding);
+  const size_t tlm = find(file, tlmMarker), sot = find(file, sotMarker, tlm);
+  file.erase(file.begin() + std::ptrdiff_t(sot - 6), file.begin() + std::ptrdiff_t(sot));
+  put(file, tlm + 2, uint32_t(sot - 6 - tlm - 2), 2);
+  Options region;
+  region.crop = {210, 110, 80, 60};  // within the last tile, whose last part it leaves out
+  Messages messages;
+  EXPECT_EQ(part(picture, region.crop), decoded(file, region, messages).planes);
+  EXPECT_TRUE(messages.has(503)) << messages.text;
+}
+
 TEST(Seek, ARegionReadsOnlyThePacketsThatPltTellsOf) {
   Picture picture = photograph(900, 800);
   for (const int order : {0, 2, 4}) {
