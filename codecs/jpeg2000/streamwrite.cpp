@@ -129,7 +129,8 @@ constexpr size_t segmentRoomBytes = 65000;
 /// @param number  of the first one; moved on
 void writeNumbered(std::vector<uint8_t>& out, int marker, const std::vector<uint8_t>& bytes,
                    int& number) {
-  for (size_t at = 0; at < bytes.size() && number < 256; at += segmentRoomBytes, ++number) {
+  for (size_t at = 0; at < bytes.size(); at += segmentRoomBytes, ++number) {
+    if (number > 255) fail(Diag::badOptions, "more than 256 segments of " + markerName(marker));
     const size_t count = std::min(segmentRoomBytes, bytes.size() - at);
     put16(out, uint32_t(marker));
     put16(out, uint32_t(count + 3));

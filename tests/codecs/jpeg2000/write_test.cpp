@@ -7,27 +7,50 @@ using namespace j2kkit;
 using j2k::Options;
 using j2k::Progress;
 
+/// Changes of progression of three layers, four resolutions and three components.
+Options changing() {
+  Options options;
+  options.rawStream = true;
+  options.layers = options.levels = 3;
+  options.changes = {{0, 0, 1, 2, 3, Progress::rlcp},
+                     {0, 0, 2, 4, 2, Progress::cprl},
+                     {2, 1, 3, 4, 3, Progress::pcrl},
+                     {0, 0, 3, 4, 3, Progress::lrcp}};
+  return options;
+}
+
+/// A region is the part of the whole that it should be, also of fewer resolutions and layers.
+void expectParts(const Bytes& file, const std::string& what) {
+  for (const int reduce : {0, 1}) {
+    for (const int layers : {1, 3}) {
+      Options whole, region;
+      whole.reduce = region.reduce = reduce;
+      whole.maxLayers = region.maxLayers = layers;
+      region.crop = {50, 40, 20, 18};
+      const j2k::Window wanted = {50 >> reduce, 40 >> reduce, 20 >> reduce, 18 >> reduce};
+      EXPECT_EQ(part(decodedWell(file, whole), wanted), decodedWell(file, region).planes)
+          << what << ", reduced by " << reduce << ", layers " << layers;
+    }
+  }
+}
+
 TEST(Poc, EveryPacketIsWrittenOnceInTheOrderAskedFor) {
+  Picture picture = photograph(90, 70);
   for (const int tile : {0, 33}) {
-    for (const char parts : {char(0), 'R', 'L'}) {
-      Options options;
-      options.rawStream = true;
-      options.layers = 3;
-      options.levels = 3;
-      options.tileWidth = tile;
-      options.tileParts = parts;
-      options.tlm = options.plt = true;
-      options.changes = {{0, 0, 1, 2, 3, Progress::rlcp},
-                         {0, 0, 2, 4, 2, Progress::cprl},
-                         {2, 1, 3, 4, 3, Progress::pcrl},
-                         {0, 0, 3, 4, 3, Progress::lrcp}};
-      Picture picture = photograph(90, 70);
-      const Bytes file = encoded(picture, options);
-      EXPECT_EQ(picture.planes, decodedWell(file).planes) << tile << parts;
-      find(file, 0xFF5F);
-      Options region;
-      region.crop = {50, 40, 20, 20};
-      EXPECT_EQ(20 * 20, int(decodedWell(file, region).planes[0].size()));
+    for (const char parts : {char(0), 'R', 'L', 'C'}) {
+      for (const char packed : {char(0), 'M', 'T'}) {
+        Options options = changing();
+        options.tileWidth = tile;
+        options.tileParts = parts;
+        options.packedHeaders = packed;
+        options.tlm = options.plt = true;
+        options.sop = options.eph = parts == 'R';
+        const Bytes file = encoded(picture, options);
+        const std::string what = std::to_string(tile) + "," + parts + "," + packed;
+        EXPECT_EQ(picture.planes, decodedWell(file).planes) << what;
+        find(file, 0xFF5F);
+        expectParts(file, what);
+      }
     }
   }
 }
@@ -53,6 +76,29 @@ TEST(Poc, ThatLeavesPacketsOutIsRefused) {
     EXPECT_NE(j2k::Status::ok,
               j2k::encodePicture(options, messages, picture.info, picture.views(), file));
     EXPECT_TRUE(messages.has(109)) << messages.text;
+  }
+}
+
+/// Of a tile's 255 parts the last has the headers of all layers that are left.
+TEST(PackedHeaders, BeyondTheSegmentsThatThereMayBeAreRefused) {
+  Options options;
+  options.rawStream = true;
+  options.levels = 1;
+  options.precincts = {{0, 0, 8, 8}};
+  options.blockWidth = options.blockHeight = 4;
+  options.tileParts = 'L';
+  options.packedHeaders = 'T';
+  Picture picture = waves(128, 128, 1);
+  for (const int layers : {400, 1000}) {
+    options.layers = layers;
+    Messages messages;
+    Bytes file;
+    const j2k::Status status =
+        j2k::encodePicture(options, messages, picture.info, picture.views(), file);
+    EXPECT_EQ(layers == 1000, messages.has(109)) << messages.text;
+    if (status == j2k::Status::ok) {
+      EXPECT_EQ(picture.planes, decodedWell(file).planes);
+    }
   }
 }
 
