@@ -57,7 +57,7 @@ TEST(MeasurementBytes, ComeBackWholeOrNotAtAll) {
   row.figure = 1.5;
   row.dropped = 4;
   row.disturbances.steal = 0.125;
-  row.placementDiffers = true;
+  row.referenceRatio = 1.25;
   row.reason = "passes differ by 7.1%";
   row.summarise();
   std::string bytes("ab");
@@ -74,7 +74,7 @@ TEST(MeasurementBytes, ComeBackWholeOrNotAtAll) {
   EXPECT_EQ(back.statistics.median, 2);
   EXPECT_EQ(back.dropped, 4);
   EXPECT_EQ(back.disturbances.steal, 0.125);
-  EXPECT_TRUE(back.placementDiffers);
+  EXPECT_EQ(back.referenceRatio, 1.25);
   EXPECT_EQ(back.reason, row.reason);
   EXPECT_THAT(back.passMinima, ElementsAre(1.5, 2.5));
   ASSERT_TRUE(tzUnpack(bytes, at, back));

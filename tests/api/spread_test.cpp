@@ -11,6 +11,7 @@ namespace {
 
 using testing::Each;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 using namespace toolscript;
@@ -129,18 +130,8 @@ TEST_F(SpreadTool, PassesAddUpAndMustAgree) {
   pass(2, 2, {run(1.1e5)});
   EXPECT_EQ(tool.result(), TZ_ACCURWRN);
   EXPECT_EQ(tool.funcClocks(), 1e5);
-  EXPECT_THAT(tool.resultText().str(), HasSubstr("passes differ by 10.0%, each steady"));
-  EXPECT_THAT(tool.infoText().str(), HasSubstr("acc=10.0% placement"));
-  EXPECT_TRUE(tool.measurement().placementDiffers);
-}
-
-TEST_F(SpreadTool, ASlowSpellIsNotTakenForThePlaceOfTheBuffers) {
-  std::vector<Shot> spell(20, run(1.0e5));
-  spell.resize(500, run(1.3e5));
-  pass(1, 2, spell);
-  pass(2, 2, {run(1.2e5)});
-  EXPECT_EQ(tool.result(), TZ_ACCURWRN);
-  EXPECT_FALSE(tool.measurement().placementDiffers);
+  EXPECT_EQ(tool.resultText(), "passes differ by 10.0%") << "why, samples cannot tell";
+  EXPECT_THAT(tool.infoText().str(), EndsWith("acc=10.0%"));
 }
 
 TEST_F(SpreadTool, APassOutOfLineGetsMoreTime) {

@@ -52,7 +52,6 @@ void put(tzJson& row, const tzMeasurement& measured) {
   if (measured.seconds > 0) row.put("sampling_seconds", measured.seconds);
   if (measured.emptyCall > 0) row.put("empty_call", measured.emptyCall);
   if (measured.referenceRatio > 0) row.put("reference_ratio", measured.referenceRatio);
-  row.put("placement_differs", measured.placementDiffers);
   row.put("samples", json(measured.samples));
 }
 

@@ -33,7 +33,6 @@ void visitNumbers(Measurement& m, Visit visit) {
   visit(m.referenceBytes);
   visit(m.referenceClocks);
   visit(m.referenceRatio);
-  visit(m.placementDiffers);
 }
 
 class Writer {
@@ -119,24 +118,6 @@ tzStatistics tzSampleStatistics(const std::vector<double>& values) {
       std::count_if(values.begin(), values.end(), [limit](double value) { return value > limit; });
   told.tail = static_cast<double>(above) / told.count;
   return told;
-}
-
-bool tzIsSteadyInPasses(const tzMeasurement& measurement) {
-  const std::vector<tzSample>& samples = measurement.samples;
-  const auto less = [](const tzSample& a, const tzSample& b) { return a.clocks < b.clocks; };
-  for (auto begin = samples.begin(); begin != samples.end();) {
-    const auto end = std::find_if(begin, samples.end(),
-                                  [begin](const tzSample& s) { return s.pass != begin->pass; });
-    if (end - begin < 4) return false;
-    const auto middle = begin + (end - begin) / 2;
-    const double first = std::min_element(begin, middle, less)->clocks;
-    const double second = std::min_element(middle, end, less)->clocks;
-    if (std::fabs(first - second) > measurement.passDifference / 4 * std::min(first, second)) {
-      return false;
-    }
-    begin = end;
-  }
-  return !samples.empty();
 }
 
 void tzMeasurement::summarise() {

@@ -53,7 +53,6 @@ struct tzMeasurement {
   double referenceClocks = 0;      ///< least time of that stream
   double referenceRatio = 0;       ///< least time of the stream beside the row, over the run's own
                                    ///< best; 0: the row has none
-  bool placementDiffers = false;   ///< where the buffers lie decides about the figure
   std::string reason;              ///< why it is not OK, in words; empty: it is, or a code tells
 
   /// Puts the statistics and what the passes say into force for the samples there are.
@@ -62,9 +61,6 @@ struct tzMeasurement {
 
 /// The median of values in any order; 0 without any.
 double tzMedian(std::vector<double> values);
-/// Whether each pass reached its minimum in both halves of its samples, to a quarter of what the
-/// passes differ by: then it was no slow spell that made them differ.
-bool tzIsSteadyInPasses(const tzMeasurement& measurement);
 /// What samples say; of none, zeros.
 tzStatistics tzSampleStatistics(const std::vector<double>& values);
 

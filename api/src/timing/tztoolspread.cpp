@@ -69,7 +69,6 @@ void tzTool::Spread::run() {
   m_row = m_tool.m_earlier;
   m_tool.m_earlier = {};
   m_row.reason.clear();
-  m_row.placementDiffers = false;
   if (!m_tool.m_funcStat && !m_tool.m_funcCall) m_tool.m_statMode = false;
   if (!m_tool.m_funcLoop && !m_tool.m_funcCall) m_tool.m_statMode = true;
   m_row.summarise();
@@ -225,8 +224,8 @@ void tzTool::Spread::judgeDisturbed() {
   doubt("every sample was disturbed");
 }
 
-// Where each pass is steady in itself and they differ all the same, it is not the time that makes
-// the difference but what else changes between passes: the pages that the buffers got.
+// Each pass has other pages for its buffers and another time: when passes differ, samples cannot tell
+// which of the two is the reason.
 void tzTool::Spread::judgePasses() {
   const int passes = static_cast<int>(m_row.passMinima.size());
   if (passes < g_plan.passes && passes > 0 && g_plan.passes > 1) {
@@ -238,11 +237,7 @@ void tzTool::Spread::judgePasses() {
   const double accuracy = m_tool.m_accuracy;
   if (accuracy <= m_tool.m_accuracyLimit) return;
   m_tool.m_infoText << " acc=" << percent(accuracy);
-  m_row.placementDiffers = passes > 1 && tzIsSteadyInPasses(m_row);
-  if (m_row.placementDiffers) m_tool.m_infoText << " placement";
-  doubt(tzString(passes > 1 ? "passes differ by " : "halves differ by ") + percent(accuracy) +
-        (m_row.placementDiffers ? ", each steady: another place of the buffers, or a slow spell"
-                                : ""));
+  doubt(tzString(passes > 1 ? "passes differ by " : "halves differ by ") + percent(accuracy));
 }
 
 void tzTool::Spread::judgeReference() {
