@@ -22,7 +22,8 @@ class tzPlan {
   int pass = 1;
   /// Nothing is measured any more: rows are written with what there is.
   bool writesOnly = false;
-  bool isLast() const { return pass >= passes; }
+  /// Rows are judged and written: no pass comes after this one.
+  bool isLast() const { return writesOnly || pass >= passes; }
   /// @}
 
   /// @name The clock of the run, in seconds from whatever moment
