@@ -4,8 +4,10 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 #include "harnesskit.h"
 #include "tzplan.h"
@@ -42,6 +44,17 @@ tzResult counted(int n, long long* clocks) {
 void registerCounted() {
   tzRegTest(new StubTest("stubCounted", counted));
   tzRegTest(new StubTest("stubSecond", counted));
+}
+
+// Tells in the second pass whether a row gets all of its budget or what the run has left for it.
+tzResult tellingShare(int n, long long* clocks) {
+  static bool told = false;
+  if (g_plan.pass == 2 && !std::exchange(told, true)) {
+    const bool whole = g_plan.share(tzTool::seconds()) > 1;
+    std::puts(whole ? "share: whole" : "share: part");
+    std::fflush(stdout);
+  }
+  return counted(n, clocks);
 }
 
 // "stubCounted:3 3;" for samples of all passes in each of two rows.
@@ -159,6 +172,19 @@ TEST(Passes, SamplesComeBackFromChildren) {
   EXPECT_EQ("stubCounted:3 3 ;stubSecond:3 3 ;", outcome.notes);
   EXPECT_EQ(4u, outcome.lines("clocks/px").size()) << outcome.console;
   EXPECT_EQ(0u, outcome.lines("ACCURWRN").size()) << outcome.console;
+}
+
+// A row that a child tells is one row: the last of a pass has no more time than the first.
+TEST(Passes, ChildrenShareTheTimeOfTheRun) {
+  const TempFolder folder;
+  const Outcome outcome = Session(folder)
+                              .setup([] {
+                                for (const char* name : {"stubFirst", "stubSecond", "stubThird"}) {
+                                  tzRegTest(new StubTest(name, tellingShare, "StubSuite", "8"));
+                                }
+                              })
+                              .run("-B -dMethod=Spread -X2 -b100,0.02 -f-__tz -k");
+  EXPECT_EQ(3u, outcome.lines("share: part").size()) << outcome.console;
 }
 
 TEST(Passes, AProcessThatDiesInOneIsAFailureOfItsRow) {

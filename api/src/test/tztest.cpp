@@ -223,6 +223,7 @@ bool tzTest::beginRun() {
   m_endTime = 0;
   m_bad87 = m_badSSX = m_toldUnverified = false;
   m_numMeasured = 0;
+  m_rowFresh = false;  // this process may be a copy of one that took over a row
   if (g_plan.passes > 1) tzShufflePages();
   bool selected = true;
   step("setIniSection", [&] {
