@@ -143,6 +143,24 @@ TEST(Passes, ASignalInTheFirstLeavesTheRowsThatWereReached) {
   }
 }
 
+// As when the frequency is estimated, which takes seconds.
+TEST(Passes, ASignalBeforeTheFirstEndsTheRun) {
+  class EndingSession : public tzSession {
+    bool startSession() override { return std::raise(SIGINT) == 0; }
+  };
+  static EndingSession own;
+  const TempFolder folder;
+  const Outcome outcome = Session(folder)
+                              .setup([] {
+                                registerCounted();
+                                tzRegSession(&own);
+                              })
+                              .run(kKeys);
+  EXPECT_EQ(-SIGINT, outcome.exitCode) << outcome.console;
+  EXPECT_FALSE(outcome.shows("Empty call"));
+  EXPECT_NE(std::string::npos, folder.read("stub.csv").find("END_DATA"));
+}
+
 TEST(Passes, AFailureInOnePassIsAFailure) {
   for (const int pass : {1, 2, 3}) {
     const TempFolder folder;

@@ -143,7 +143,8 @@ void tzSession::settlePlan() const {
   tzSettlePasses(m_comparison.isOn());
   if (m_comparison.isOn()) return;
   if (g_tool.getMethod() != tzTool::SPREAD || tzTest::m_verifyMode == VERIFY_ONLY) return;
-  g_ostrm << L_PERF << " Empty call: " << tzEmptyCall() << " clocks\n" << L_ENDFLUSH;
+  const double clocks = tzEmptyCall();
+  if (clocks > 0) g_ostrm << L_PERF << " Empty call: " << clocks << " clocks\n" << L_ENDFLUSH;
 }
 
 bool tzSession::isAnySelected() {
