@@ -264,6 +264,11 @@ const Row ROWS[] = {
     {"-wSTRICT -fAlpha", {"-wSTRICT%ANY%runs are watched strictly", ALPHA}, {}, {}},
     {"-wX", {"-wX%ANY%ignored: only ON, OFF or STRICT may follow"}, {}, {}},
     {"-M", {"-M%ANY%facts about the machine", " counter_step%ANY%%NUM%"}, {"stubAlpha"}, {}},
+    {"-W -cSSE2,SSE41 -fAlpha -k -X2",
+     {"ignored in a comparison: -k -X2", "not started"},
+     {},
+     {},
+     2},
     {"-W -x", {"incorrect option key", "The run is not started"}, {"clocks/px"}, {}, 2},
 };
 

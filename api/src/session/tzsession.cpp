@@ -115,7 +115,6 @@ int tzSession::runTests() {
   if (m_insist && !isAllUsed()) return EXIT_MISTAKE;
   int result = 0;
   if (tzServe::isOn()) {
-    tzSettlePasses(true);
     tzServe::sayHello();
     tzGetTestList().runTests(m_conditions);
   } else if (m_iniWrite.given) {
@@ -140,8 +139,8 @@ void tzSession::settlePlan() const {
     const tzString warning = tzFrequencyWarning(tzCpuTicker::getFreq(), tzCounter().mhz);
     if (!warning.empty()) g_ostrm << L_WARN << warning << L_END;
   }
-  tzSettlePasses(m_comparison.isOn());
   if (m_comparison.isOn()) return;
+  tzSettlePasses();
   if (g_tool.getMethod() != tzTool::SPREAD || tzTest::m_verifyMode == VERIFY_ONLY) return;
   const double clocks = tzEmptyCall();
   if (clocks > 0) g_ostrm << L_PERF << " Empty call: " << clocks << " clocks\n" << L_ENDFLUSH;

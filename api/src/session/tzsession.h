@@ -195,6 +195,7 @@ class tzSession {
   void findExecutable(const char* argv0);
   void collectWords(int argc, char** argv);
   void fixExitLevel();
+  void tellNotCompared() const;
   void fillRequest() const;
   void applyDirectories();
   void applyKeys();

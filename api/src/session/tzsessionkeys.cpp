@@ -230,8 +230,22 @@ void tzSession::fillRequest() const {
   }
 }
 
+// Keys of measuring alone, which were echoed as if they did something.
+void tzSession::tellNotCompared() const {
+  tzString words;
+  for (const tzCommandKey& key : m_commands) {
+    if (tzString("kVCXbw").find(key.key) >= 0) words += " " + key.word();
+  }
+  if (words.empty()) return;
+  g_ostrm << L_WARN << "-- ignored in a comparison:" + words + "\n" << L_END;
+  tzMistakes::add();
+}
+
 bool tzSession::updateOptions() {
-  if (m_comparison.isOn()) m_comparison.setCall(m_exePath, m_commands);
+  if (m_comparison.isOn()) {
+    m_comparison.setCall(m_exePath, m_commands);
+    tellNotCompared();
+  }
   fillRequest();
   g_ostrm.setOutLevel(m_levelMode != 0 ? m_levelMode : kDefaultMask);
   if (m_insist && tzMistakes::count() != 0) {

@@ -71,14 +71,13 @@ void tellPass(double seconds) {
 
 }  // namespace
 
-void tzSettlePasses(bool compares) {
+void tzSettlePasses() {
   const auto one = [](const char* why) {
     g_ostrm << L_WARN << "-- One pass is made: " << why << "\n" << L_END;
     g_plan.passes = 1;
   };
   if (g_plan.passes > 1 && tzTest::m_verifyMode == VERIFY_ONLY) one("nothing is measured");
   if (g_plan.passes > 1 && g_tool.getMethod() != tzTool::SPREAD) one("passes need Method=Spread");
-  if (g_plan.passes > 1 && compares) one("a comparison measures in rounds");
   if (g_plan.passes > 1 && g_request.asksTests) one("each test asks for its parameters (-AAll)");
   g_plan.pass = 1;
 }

@@ -9,8 +9,7 @@ class tzTest;
 
 /// Settles what the plan asks for against what this run can do: passes are for the method Spread,
 /// and for runs that ask nothing before each test.
-/// @param compares  the run compares builds or code paths, or serves a comparison
-void tzSettlePasses(bool compares);
+void tzSettlePasses();
 
 /// Makes all passes of g_plan but the last over these tests; ends early when a signal came. Tests
 /// that print facts are left out.
