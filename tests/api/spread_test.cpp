@@ -162,6 +162,18 @@ TEST_F(SpreadTool, DisturbedSamplesAreDroppedAndCounted) {
   EXPECT_TRUE(tool.measurement().samples[0].disturbed);
 }
 
+TEST_F(SpreadTool, WhatDisturbsTheSearchForACountDisturbsNoSample) {
+  EXPECT_EQ(loop({disturbedRun(100), disturbedRun(100), disturbedRun(100), run(100)}), TZ_OK);
+  EXPECT_EQ(tool.measurement().disturbances.switches, 0);
+  EXPECT_EQ(tool.measurement().dropped, 0);
+
+  tool.setMethodAuto();
+  tool.setStartSteps(1000);
+  EXPECT_EQ(loop({disturbedRun(200), run(200)}), TZ_OK);
+  EXPECT_EQ(tool.measurement().disturbances.switches, 0);
+  EXPECT_EQ(tool.measurement().dropped, 0);
+}
+
 TEST_F(SpreadTool, ARowThatIsNeverLeftAloneEnds) {
   tool.setTimeLimit(10);
   g_plan.rowBudget = 1e-3;

@@ -16,7 +16,8 @@ struct tzSample {
   bool disturbed = false;  ///< and kept all the same, for want of a better one
 };
 
-/// What happened to the process around timed stretches; sums over the samples of a row.
+/// What happened to the process around timed stretches; sums over the samples of a row, those left
+/// out included.
 struct tzDisturbances {
   double processorShare = 1;  ///< least share of a processor in a stretch above 100 us, 0 to 1
   long long switches = 0;     ///< times the processor was taken away for somebody else
@@ -44,7 +45,7 @@ struct tzMeasurement {
   tzStatistics statistics;         ///< of these samples
   double figure = 0;               ///< what the row tells: clocks of one call
   long long dropped = 0;           ///< samples left out because they were disturbed
-  tzDisturbances disturbances;     ///< of all stretches, dropped ones included
+  tzDisturbances disturbances;     ///< of all samples, dropped ones included
   std::vector<double> passMinima;  ///< least sample of each pass that has one, in their order
   double passDifference = 0;       ///< largest over smallest of these, less 1
   double emptyCall = 0;            ///< clocks of a call that does nothing, measured alike; 0: not

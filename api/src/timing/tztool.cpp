@@ -319,7 +319,7 @@ int tzTool::countLasting(int from, int to) {
     // A short run says little about a long one: no more than ten times as many at once.
     count = static_cast<int>(std::min({needed, 10.0 * count, static_cast<double>(most)}));
   }
-  m_measurement.samples.clear();
+  m_measurement = {};
   m_metBySample.clear();
   return count;
 }

@@ -99,6 +99,7 @@ bool tzTool::Spread::settleCalls() {
     m_calls = static_cast<int>(m_row.samples.back().calls);
     return true;
   }
+  const tzDisturbances before = m_row.disturbances;
   const tzCounterFacts& counter = tzCounter();
   const double sample = std::max(kLeastSteps * static_cast<double>(counter.resolution()),
                                  kSampleMicroseconds * counter.mhz);
@@ -112,6 +113,7 @@ bool tzTool::Spread::settleCalls() {
     if (m_calls >= most || m_calls >= 0.9 * wanted) break;
     m_calls = static_cast<int>(std::min({wanted, 30.0 * m_calls, static_cast<double>(most)}));
   }
+  m_row.disturbances = before;  // what met these runs says nothing about samples
   if (leastOfCall < INFINITY) return true;
   m_tool.updateResult(TZ_ACCURFAIL);
   return false;
