@@ -248,6 +248,21 @@ TEST_F(WatchedTool, AFigureThatRestsOnADisturbedRunIsNotOk) {
   }
 }
 
+double stolen = 0;
+
+TEST_F(WatchedTool, TimeThatTheHostTookCountsWhereItIsAskedFor) {
+  tzWatch::m_pSteal = [] { return stolen += 0.5; };
+  for (const bool spread : {false, true}) {
+    if (spread) tool.setMethodSpread();
+    EXPECT_EQ(loop({run(100)}), TZ_OK);
+    EXPECT_EQ(tool.measurement().disturbances.steal, 0.5);
+    tzWatch::m_mode = tzWatch::STRICT;
+    EXPECT_EQ(loop({run(100)}), TZ_ACCURWRN);
+    EXPECT_EQ(tool.measurement().reason, "disturbed: 0.5 s taken by the host");
+    tzWatch::m_mode = tzWatch::ON;
+  }
+}
+
 TEST_F(WatchedTool, RepeatsEndWithTheTimeOfTheRow) {
   const auto slow = [] {
     watched.wall += 3;

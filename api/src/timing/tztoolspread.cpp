@@ -226,8 +226,8 @@ void tzTool::Spread::judgeDisturbed() {
   doubt("every sample was disturbed");
 }
 
-// Each pass has other pages for its buffers and another time: when passes differ, samples cannot tell
-// which of the two is the reason.
+// Each pass has other pages for its buffers and another time: when passes differ, samples cannot
+// tell which of the two is the reason.
 void tzTool::Spread::judgePasses() {
   const int passes = static_cast<int>(m_row.passMinima.size());
   if (passes < g_plan.passes && passes > 0 && g_plan.passes > 1) {
