@@ -1,0 +1,17 @@
+// The table of subcommands.
+#include "report/command.h"
+
+#include <array>
+
+namespace report {
+
+std::unique_ptr<Command> makeInfo();
+
+std::span<const CommandEntry> commands() {
+  static constexpr std::array kCommands{
+      CommandEntry{"info", "Tell what files hold: machine, settings, counts of results", makeInfo},
+  };
+  return kCommands;
+}
+
+}  // namespace report
