@@ -12,7 +12,8 @@ namespace report {
 
 namespace {
 
-using nlohmann::json;
+// Members stay in the order of the file.
+using json = nlohmann::ordered_json;
 
 constexpr std::size_t kMaxText = 65536;
 constexpr int kMaxDepth = 8;

@@ -100,6 +100,32 @@ std::string shortened(const std::string& text, int width) {
   return width > 0 ? kept + "\u2026" : kept;
 }
 
+std::vector<std::string> wrapped(const std::string& text, int width) {
+  const auto room = static_cast<std::size_t>(std::max(width, 1));
+  std::vector<std::string> glyphs;
+  for (std::string_view rest = text; !rest.empty(); rest.remove_prefix(glyphs.back().size())) {
+    glyphs.emplace_back(rest.substr(0, std::max<std::size_t>(1, decode(rest).bytes)));
+  }
+  std::vector<std::string> lines;
+  std::size_t at = 0;
+  do {
+    std::size_t end = std::min(glyphs.size(), at + room);
+    if (end < glyphs.size()) {
+      // A blank behind the last column ends a line that fits.
+      std::size_t blank = end + 1;
+      while (blank > at && glyphs[blank - 1] != " ") --blank;
+      std::size_t bar = end;
+      while (bar > at && glyphs[bar - 1] != "_") --bar;
+      if (blank > at || bar > at) end = blank > at ? blank : bar;
+    }
+    std::string line;
+    for (; at < end; ++at) line += glyphs[at];
+    while (line.ends_with(' ')) line.pop_back();
+    lines.push_back(line);
+  } while (at < glyphs.size());
+  return lines;
+}
+
 std::string formatted(const char* format, double value) {
   std::array<char, 400> text{};
   std::snprintf(text.data(), text.size(), format, value);

@@ -19,6 +19,9 @@ std::string padRight(std::string text, int width);
 std::string padLeft(std::string text, int width);
 /// The text, or its beginning and an ellipsis, in at most `width` columns.
 std::string shortened(const std::string& text, int width);
+/// The text in lines of at most `width` columns: broken at blanks where there are any, else behind
+/// a "_", else where the line ends. At least one line.
+std::vector<std::string> wrapped(const std::string& text, int width);
 
 /// Three digits and more, as the harness writes figures: 150, 15.0, 1.50, 0.150.
 std::string figureText(double value);

@@ -1,0 +1,99 @@
+// Rows put together for the eye.
+#include "report/grouping.h"
+
+#include <algorithm>
+#include <map>
+
+#include "report/text.h"
+
+namespace report {
+
+namespace {
+
+// A line on its way: its rows with their sizes.
+struct Draft {
+  std::string parameter;
+  SizeLine line;
+  std::vector<std::string> sizes;
+};
+
+std::string valueOf(const Row& row, const std::string& parameter) {
+  for (const Named& named : row.parameters) {
+    if (named.name == parameter) return named.value;
+  }
+  return {};
+}
+
+std::vector<Draft> draftLines(const std::vector<const Row*>& rows) {
+  std::vector<Draft> drafts;
+  std::map<std::string, std::size_t> places;
+  for (const Row* row : rows) {
+    const std::string parameter = sizeParameter(*row);
+    const std::string size = valueOf(*row, parameter);
+    std::vector<Named> others;
+    std::copy_if(row->parameters.begin(), row->parameters.end(), std::back_inserter(others),
+                 [&](const Named& named) { return named.name != parameter; });
+    const std::string key =
+        row->function + '\n' + row->unit + '\n' + parameter + '\n' + parametersText(others);
+    const auto [place, isNew] = places.try_emplace(key, drafts.size());
+    const bool taken =
+        !isNew && std::find(drafts[place->second].sizes.begin(), drafts[place->second].sizes.end(),
+                            size) != drafts[place->second].sizes.end();
+    // A size that is there already begins a line of its own: nothing is hidden.
+    if (taken) place->second = drafts.size();
+    if (isNew || taken) drafts.push_back({parameter, {row->function, others, row->unit, {}}, {}});
+    drafts[place->second].line.rows.push_back(row);
+    drafts[place->second].sizes.push_back(size);
+  }
+  return drafts;
+}
+
+void sortBySize(Draft& draft) {
+  std::vector<std::size_t> order(draft.sizes.size());
+  for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
+  const auto size = [&](std::size_t i) { return sizeOf(draft.sizes[i]).value_or(0); };
+  std::stable_sort(order.begin(), order.end(),
+                   [&](std::size_t a, std::size_t b) { return size(a) < size(b); });
+  Draft sorted = draft;
+  for (std::size_t i = 0; i < order.size(); ++i) {
+    sorted.sizes[i] = draft.sizes[order[i]];
+    sorted.line.rows[i] = draft.line.rows[order[i]];
+  }
+  draft = std::move(sorted);
+}
+
+}  // namespace
+
+std::vector<SizeSection> groupBySize(const std::vector<const Row*>& rows) {
+  std::vector<SizeSection> sections;
+  std::map<std::string, std::size_t> places;
+  for (Draft& draft : draftLines(rows)) {
+    sortBySize(draft);
+    std::string key = draft.parameter;
+    for (const std::string& size : draft.sizes) key += '\n' + size;
+    const auto [place, isNew] = places.try_emplace(key, sections.size());
+    if (isNew) sections.push_back({draft.parameter, draft.sizes, {}});
+    sections[place->second].lines.push_back(std::move(draft.line));
+  }
+  return sections;
+}
+
+bool passes(const Row& row, const std::string& filter) {
+  if (filter.empty()) return true;
+  const std::string text = row.function + ' ' + parametersText(row.parameters) + ' ' + row.unit +
+                           ' ' + resultName(row.result);
+  for (const std::string& word : split(filter, ' ')) {
+    if (!containsWord(text, word)) return false;
+  }
+  return true;
+}
+
+std::vector<const Row*> filtered(const std::vector<Row>& rows, const std::string& filter) {
+  std::vector<const Row*> kept;
+  for (const Row& row : rows) {
+    if (passes(row, filter)) kept.push_back(&row);
+  }
+  return kept;
+}
+
+}  // namespace report

@@ -1,0 +1,31 @@
+/// @file
+/// Figures in the units that users ask for.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "report/model.h"
+
+namespace report {
+
+enum class Unit { clocks, nanoseconds, gigabytes, megapixels };
+
+/// The words of an option, in the order of the enumeration.
+const std::vector<std::string>& unitWords();
+Unit unitOf(const std::string& word);
+
+/// How fast the counter runs, in MHz: against the system's clock where that is told, else the
+/// estimate of the title; 0 where neither is.
+double counterMhz(const Context& context);
+
+/// A number of clocks an element of the row in a unit; none where the run does not tell what it
+/// takes.
+std::optional<double> inUnit(Unit unit, double clocksPerElement, const Row& row, double mhz);
+/// The row's figure in a unit.
+std::optional<double> figureIn(Unit unit, const Row& row, double mhz);
+/// "clocks/px", "ns/px", "GB/s", "Mpx/s".
+std::string unitText(Unit unit, const std::string& element);
+
+}  // namespace report
