@@ -5,12 +5,14 @@
 
 namespace report {
 
+std::unique_ptr<Command> makeCompare();
 std::unique_ptr<Command> makeInfo();
 std::unique_ptr<Command> makeShow();
 
 std::span<const CommandEntry> commands() {
   static constexpr std::array kCommands{
       CommandEntry{"show", "Show the rows of a run, those that are not OK first", makeShow},
+      CommandEntry{"compare", "Tell what became slower or faster between two sides", makeCompare},
       CommandEntry{"info", "Tell what files hold: machine, settings, counts of results", makeInfo},
   };
   return kCommands;

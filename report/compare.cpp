@@ -1,0 +1,212 @@
+// Runs of one side against runs of another, row by row.
+#include "report/compare.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <set>
+
+#include "report/error.h"
+#include "report/grouping.h"
+#include "report/text.h"
+
+namespace report {
+
+namespace {
+
+// A row in all runs of a side.
+struct Observed {
+  const Row* best = nullptr;  // with the smallest figure, or any when none has one
+  std::vector<double> logs;   // of the observations
+};
+
+struct Side {
+  std::vector<std::string> order;
+  std::map<std::string, Observed> rows;
+};
+
+void observe(const Row& row, Observed& observed) {
+  const bool better =
+      observed.best == nullptr || !observed.best->clocksPerElement ||
+      (row.clocksPerElement && *row.clocksPerElement < *observed.best->clocksPerElement);
+  if (better) observed.best = &row;
+  if (!row.clocksPerElement || *row.clocksPerElement <= 0) return;
+  const std::size_t before = observed.logs.size();
+  if (row.elements.value_or(0) > 0) {
+    for (const double clocks : row.passMinima) {
+      if (clocks > 0) observed.logs.push_back(std::log(clocks / *row.elements));
+    }
+  }
+  if (observed.logs.size() == before) observed.logs.push_back(std::log(*row.clocksPerElement));
+}
+
+Side sideOf(const std::vector<Run>& runs, const std::string& filter) {
+  Side side;
+  for (const Run& run : runs) {
+    for (const Row& row : run.rows) {
+      if (!passes(row, filter)) continue;
+      const std::string key = rowKey(row);
+      const auto [place, isNew] = side.rows.try_emplace(key);
+      if (isNew) side.order.push_back(key);
+      observe(row, place->second);
+    }
+  }
+  return side;
+}
+
+void refuseUnlike(const std::vector<Run>& before, const std::vector<Run>& after, Compared& result,
+                  bool anyway) {
+  std::set<std::string> names;
+  for (const auto* runs : {&before, &after}) {
+    for (const Run& run : *runs) {
+      for (const Row& row : run.rows) {
+        for (const Named& parameter : row.parameters) names.insert(parameter.name);
+      }
+    }
+  }
+  const std::vector<std::string> parameters(names.begin(), names.end());
+  const Run& model = before.at(0);
+  for (const auto* runs : {&before, &after}) {
+    for (const Run& run : *runs) {
+      const std::string difference = unlike(model, run, parameters);
+      if (difference.empty()) continue;
+      if (!anyway) {
+        throw Error(run.file, "is from " + difference + " than " + model.file +
+                                  "; --anyway compares them all the same");
+      }
+      result.notes.push_back(run.file + " is from " + difference + " than " + model.file);
+    }
+  }
+}
+
+LoneRow lone(const Observed& here, const Side& other, const std::string& key) {
+  LoneRow row{here.best, false, {}};
+  const auto found = other.rows.find(key);
+  if (found == other.rows.end()) return row;
+  const Row& there = *found->second.best;
+  row.failed = there.result > Result::warning;
+  row.reason =
+      std::string(resultName(there.result)) + (there.reason.empty() ? "" : ": ") + there.reason;
+  return row;
+}
+
+// Rows of both sides, with the logarithms of their ratios in place of ratios.
+void join(const Side& before, const Side& after, Compared& result) {
+  for (const std::string& key : before.order) {
+    const Observed& a = before.rows.at(key);
+    if (a.logs.empty()) continue;
+    const auto found = after.rows.find(key);
+    if (found == after.rows.end() || found->second.logs.empty()) {
+      result.gone.push_back(lone(a, after, key));
+      continue;
+    }
+    const Observed& b = found->second;
+    ComparedRow row{.before = a.best, .after = b.best};
+    row.beforeCount = a.logs.size();
+    row.afterCount = b.logs.size();
+    result.rows.push_back(row);
+  }
+  for (const std::string& key : after.order) {
+    const Observed& b = after.rows.at(key);
+    if (b.logs.empty()) continue;
+    const auto found = before.rows.find(key);
+    if (found == before.rows.end() || found->second.logs.empty()) {
+      result.added.push_back(lone(b, before, key));
+    }
+  }
+}
+
+std::optional<Interval> shiftOf(const std::vector<Interval>& rows, double alpha) {
+  if (rows.size() < kShiftRows) return std::nullopt;
+  std::vector<double> middles;
+  for (const Interval& row : rows) middles.push_back(row.middle);
+  return medianInterval(middles, alpha);
+}
+
+void settle(const std::vector<Interval>& intervals, const Interval& shift, double gate,
+            Compared& result) {
+  for (std::size_t i = 0; i < intervals.size(); ++i) {
+    ComparedRow& row = result.rows[i];
+    row.ratio = std::exp(intervals[i].middle - shift.middle);
+    row.low = std::exp(intervals[i].low - shift.high);
+    row.high = std::exp(intervals[i].high - shift.low);
+    row.bounded = intervals[i].bounded;
+    row.verdict = verdictOf(row.ratio, row.low, row.high, row.bounded, gate);
+  }
+}
+
+// How the cores ran on both sides may explain what all rows have in common.
+void explainShift(const std::vector<Run>& before, const std::vector<Run>& after, Compared& result) {
+  const auto speed = [](const std::vector<Run>& runs) {
+    return runs[0].context.number("core_clocks_a_counter_clock", 0);
+  };
+  const double a = speed(before);
+  const double b = speed(after);
+  if (a > 0 && b > 0 && std::abs(a / b - 1) > 0.002) {
+    result.notes.push_back("the core made " + figureText(a) +
+                           " clocks a clock of the counter on the old side, " + figureText(b) +
+                           " on the new one: that alone is a ratio of " + formatted("%.3f", a / b));
+  }
+}
+
+}  // namespace
+
+const char* verdictName(Verdict verdict) {
+  static constexpr const char* kNames[] = {"slower", "faster", "unresolved", "same"};
+  return kNames[static_cast<int>(verdict)];
+}
+
+Verdict verdictOf(double ratio, double low, double high, bool bounded, double gate) {
+  if (!bounded) return Verdict::unresolved;
+  if (low > 1 && ratio >= 1 + gate) return Verdict::slower;
+  if (high < 1 && ratio <= 1 / (1 + gate)) return Verdict::faster;
+  if (low >= 1 / (1 + gate) && high <= 1 + gate) return Verdict::same;
+  return Verdict::unresolved;
+}
+
+std::size_t Compared::count(Verdict verdict) const {
+  return static_cast<std::size_t>(std::count_if(
+      rows.begin(), rows.end(), [&](const ComparedRow& row) { return row.verdict == verdict; }));
+}
+
+bool Compared::isSlower(bool countShift) const {
+  const bool fails =
+      std::any_of(gone.begin(), gone.end(), [](const LoneRow& row) { return row.failed; });
+  const bool shifted = countShift && shift && shift->verdict == Verdict::slower;
+  return count(Verdict::slower) > 0 || fails || shifted;
+}
+
+Compared compareRuns(const std::vector<Run>& before, const std::vector<Run>& after,
+                     const CompareOptions& options) {
+  Compared result;
+  refuseUnlike(before, after, result, options.anyway);
+  const Side old = sideOf(before, options.filter);
+  const Side now = sideOf(after, options.filter);
+  join(old, now, result);
+  const double alpha = 1 - options.confidence;
+  const double rows =
+      options.eachRow ? 1 : static_cast<double>(std::max<std::size_t>(1, result.rows.size()));
+  result.valuesNeeded = valuesNeeded(alpha / rows);
+  std::vector<Interval> intervals;
+  for (ComparedRow& row : result.rows) {
+    const std::string key = rowKey(*row.before);
+    const Observed& a = old.rows.at(key);
+    const Observed& b = now.rows.at(key);
+    intervals.push_back(shiftInterval(a.logs, b.logs, alpha / rows));
+    const auto [leastOld, mostOld] = std::minmax_element(a.logs.begin(), a.logs.end());
+    const auto [leastNew, mostNew] = std::minmax_element(b.logs.begin(), b.logs.end());
+    row.apart = *mostOld < *leastNew || *mostNew < *leastOld;
+  }
+  Interval shift;
+  if (const auto found = shiftOf(intervals, alpha)) {
+    result.shift = Shift{std::exp(found->middle), std::exp(found->low), std::exp(found->high)};
+    Shift& told = *result.shift;
+    told.verdict = verdictOf(told.ratio, told.low, told.high, found->bounded, options.gate);
+    if (!options.keepShift) shift = *found;
+    explainShift(before, after, result);
+  }
+  settle(intervals, shift, options.gate, result);
+  return result;
+}
+
+}  // namespace report
