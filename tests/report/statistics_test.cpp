@@ -82,7 +82,7 @@ TEST(Statistics, AlarmsAreRareAndChangesAreFound) {
     }
     alarms += alarm ? 1 : 0;
     const auto more =
-        report::shiftInterval(noisy(random, 9, 1), noisy(random, 9, 1.03), 0.05 / kRows);
+        report::shiftInterval(noisy(random, 15, 1), noisy(random, 15, 1.03), 0.05 / kRows);
     missed += verdictOn(more) == Verdict::slower ? 0 : 1;
   }
   EXPECT_LE(alarms, kFamilies * 5 / 100);
