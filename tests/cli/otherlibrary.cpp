@@ -13,7 +13,7 @@ namespace {
 
 // Plain code is many times slower as it is; repeated, no disturbance of a run can hide it.
 #if defined(TAZMET_MORE_WORK)
-constexpr int kRepeats = 26;
+constexpr int kRepeats = 38;
 #else
 constexpr int kRepeats = 25;
 #endif

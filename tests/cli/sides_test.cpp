@@ -1,5 +1,5 @@
 // Two builds, or code paths of one, side by side (-D, -c): the whole program with substitute
-// libraries, one of which does 26 times what the other does 25 times.
+// libraries, one of which does 38 times what the other does 25 times.
 
 #include <gtest/gtest.h>
 
@@ -81,7 +81,8 @@ TEST(Sides, APlantedSlowdownIsFoundAndEndsWithOne) {
     const Words row = rowOf(folder, name);
     ASSERT_EQ(13u, row.size()) << folder.read("tazmet.csv");
     EXPECT_EQ("slower", row[kVerdict]) << outcome.console;
-    EXPECT_NEAR(26.0 / 25, number(row[kRatio]), 0.01) << outcome.console;
+    // How exactly is a matter of the trust tools: a test has neighbours.
+    EXPECT_NEAR(38.0 / 25, number(row[kRatio]), 0.15) << outcome.console;
     EXPECT_EQ(SLOWER, row[7]);
   }
   EXPECT_EQ(1u, outcome.lines(" Compared   : 2, slower 2, faster 0, same 0, unresolved 0").size())
@@ -91,7 +92,7 @@ TEST(Sides, APlantedSlowdownIsFoundAndEndsWithOne) {
   // The other way round, and above the gate.
   EXPECT_EQ(0, compare(folder, SLOWER, {"-D" + OTHER, "-f=" + GREY}).exitCode);
   EXPECT_EQ("faster", rowOf(folder, "rkdiRGBToY_JPEG")[kVerdict]);
-  const Outcome gated = compare(folder, OTHER, {"-D" + SLOWER, "-f=" + GREY, "-dGate=8"});
+  const Outcome gated = compare(folder, OTHER, {"-D" + SLOWER, "-f=" + GREY, "-dGate=90"});
   EXPECT_EQ(0, gated.exitCode) << gated.console;
   EXPECT_EQ("same", rowOf(folder, "rkdiRGBToY_JPEG")[kVerdict]) << gated.console;
 }

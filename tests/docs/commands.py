@@ -1,8 +1,8 @@
 """commands.py SOURCES BINARIES: runs every command of our programs that a page shows.
 
 Those are lines of indented blocks that begin with a program's name, and the examples of man pages. Each
-page's commands run in their order in a folder of their own, beside the sample pictures. Measurements are
-made short; what is measured is the business of others.
+page's commands run in their order in a folder of their own, beside the sample pictures and a note.
+Measurements are made short; what is measured is the business of others.
 """
 import os
 import re
@@ -63,6 +63,8 @@ def main():
         with tempfile.TemporaryDirectory() as folder:
             for name in ("rose.bmp", "sbikers2.bmp"):
                 shutil.copy(os.path.join(binaries, name), folder)
+            with open(os.path.join(folder, "note.xml"), "w", encoding="utf-8") as file:
+                file.write("<note>of a user</note>\n")
             shown = list(commands_of(page))
             for line in shown:
                 if line.startswith("tazmet") and line in seen:
