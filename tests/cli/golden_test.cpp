@@ -269,6 +269,13 @@ const Row ROWS[] = {
      {},
      {},
      2},
+    {"-K2/2 -f-__tz", {"-K2/2%ANY%part 2 of 2 of the selected tests", BETA}, {"stubAlpha"}, {}},
+    {"-K3/2 -fAlpha", {"-K3/2%ANY%ignored: no part of parts, as 2/4", ALPHA}, {}, {}},
+    {"-J -fAlpha",
+     {"-J%ANY%rows that %ANY%/stub.jsonl lacks are measured and added", ALPHA},
+     {"Resumed"},
+     {"stub.jsonl"}},
+    {"-G -fAlpha", {"-G%ANY%progress on the terminal, with times of", ALPHA}, {" gone"}, {}},
     {"-W -x", {"incorrect option key", "The run is not started"}, {"clocks/px"}, {}, 2},
 };
 

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Checks a file of JSON Lines against docs/results.schema.json: every whole line, every member (one
-that the schema does not name is an error here), and the order of the lines.
+that the schema does not name is an error here), and the order of the lines. A run may follow another
+that it goes on with.
 
   validate_lines.py SCHEMA FILE
 
@@ -94,7 +95,9 @@ def main():
         found = validator.breach(value, validator.root, "")
         if found:
             sys.exit("line %d: %s" % (number, found))
-        if (number == 1) != (value["type"] == "context") or counts["end"]:
+        begins = number == 1 or "resumed" in value
+        ended = counts["end"] and counts["end"] >= counts["context"]
+        if begins != (value["type"] == "context") or (ended and not begins):
             sys.exit("line %d: %s in the wrong place" % (number, value["type"]))
         samples = value.get("samples")
         if samples and len({len(column) for column in samples.values()}) != 1:

@@ -13,6 +13,8 @@
 #include <tuple>
 #include <utility>
 
+#include "tzstatusline.h"
+
 // Static initialisers of other units may write already, so these come before them. The csv streams,
 // which report their failures here, are made later and destroyed earlier.
 [[gnu::init_priority(200)]] o_stream c_out;
@@ -158,6 +160,7 @@ o_stream::~o_stream() {
 
 void o_stream::write(const char* text, std::size_t length) {
   if (!m_open || m_failed) return;
+  if (m_file == nullptr) tzStatusLine::hide();
   errno = 0;
   check(std::fwrite(text, 1, length, file()) == length);
 }

@@ -12,6 +12,7 @@
 #include "tzreport.h"
 #include "tzrequest.h"
 #include "tzsettings.h"
+#include "tzshard.h"
 #include "tztool.h"
 
 namespace {
@@ -64,6 +65,11 @@ tzJson tzContextLine(const tzCommandList& keys, const tzTestList& tests) {
   line.putArray("keys", words).put("settings", settings()).put("seed", g_dataSeed);
   line.putArray("libraries", tzLibInfo());
   line.put("code_path", rkd_GetLevelName != nullptr ? rkd_GetLevelName() : "");
+  if (g_shard.isOn()) {
+    tzJson part;
+    part.put("index", g_shard.index).put("count", g_shard.count);
+    line.put("part", part.put("tests", g_shard.tests).put("selected", g_shard.selected));
+  }
   return line.put("build", build());
 }
 

@@ -24,5 +24,5 @@ extern const tzKeyAction batch, ask, preset, iniRead, iniWrite, iniFunctions, te
     level, results, resultsAppend, names, namesOnly, summary, summaryAppend, signalFile,
     defaultName, inDir, outDir, functions, tests, startFunction, priority, hot, cpu, threads,
     dataUse, cache, sorting, enumerate, version, help, hiddenHelp, memory, verify, insist, children,
-    lines, builds, paths, passes, budget, pin, watch, machine;
+    lines, builds, paths, passes, budget, pin, watch, machine, shard, resume, progress;
 }  // namespace tzkeyaction

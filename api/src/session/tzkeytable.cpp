@@ -335,6 +335,28 @@ constexpr KeyRow kTable[] = {
      "STRICT counts a change of processor, a page fault and time that the host took as well; OFF\n"
      "does not look.\n"
      "Example: tazmet -B -wSTRICT -fDCT\n"},
+    {'K', "K", SHOWN, ALWAYS, HELP_OR_VERSION, &act::shard, LAST, ARG_ANY,
+     "-K<part>/<parts> = run one part of the selected tests\n",
+     "Every <parts>-th of the tests in the order of their names, beginning with number <part>: "
+     "the\n"
+     "parts share no test and leave none out, so that several processes, processors or machines\n"
+     "can do one run. \"tazreport merge\" puts their files together.\n"
+     "Example: tazmet -B -K2/4 -r part2.csv -j part2.jsonl\n"},
+    {'J', "J", SHOWN, ALWAYS, ANY_EXIT, &act::resume, LAST, ARG_ANY,
+     "-J[<file-name>]  = add TZ results with every sample to JSON Lines file, and resume its run\n",
+     "Rows that the file has from this machine with these settings are not measured again: tables\n"
+     "and console show them as they were measured, and the file gets the others. After whatever\n"
+     "end of a run, the same command goes on with it; a line that was cut off is taken off the\n"
+     "file, and \"resumed\" in the new context marks the gap. A file that is none of this program\n"
+     "ends the run. Without a name: <default-dir>/<default-name>.jsonl.\n"
+     "Example: tazmet -B -r -J -fDCT\n"},
+    {'G', "G", SHOWN, ALWAYS, ANY_EXIT, &act::progress, LAST, ARG_ANY,
+     "-G[<file-name>]  = show progress on the terminal\n",
+     "The test under way, the time gone and the time left in a line on standard error, where that\n"
+     "is a terminal, and nowhere else; nothing is written while a function is timed. The file of\n"
+     "JSON Lines of an earlier run makes the time left true from the beginning; without a name\n"
+     "it is <default-dir>/<default-name>.jsonl, which this run may write anew.\n"
+     "Example: tazmet -B -j -G -fDCT\n"},
     {'M', "M", SHOWN, ALWAYS, HELP_OR_VERSION, &act::machine, EACH, ARG_NONE,
      "-M               = type the facts about the machine and exit\n",
      "Processor and caches, step, cost and rate of the time-stamp counter, the rate of the core\n"

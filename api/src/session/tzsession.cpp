@@ -21,6 +21,7 @@
 #include "tzreport.h"
 #include "tzrunsummary.h"
 #include "tzrequest.h"
+#include "tzresume.h"
 #include "tzserve.h"
 #include "tzsettings.h"
 #include "tztrace.h"
@@ -123,7 +124,11 @@ int tzSession::runTests() {
     result = writeNames();
   } else {
     if (m_comparison.isOn()) m_comparison.tellSides();
-    if (g_jstrm.hasTargets()) g_jstrm << tzContextLine(m_commands, tzGetTestList());
+    if (g_jstrm.hasTargets()) {
+      tzJson context = tzContextLine(m_commands, tzGetTestList());
+      tzResume::begin(context);
+      g_jstrm << context;
+    }
     settlePlan();
     putTableTitle();
     result = m_comparison.isOn() ? m_comparison.run(m_conditions)

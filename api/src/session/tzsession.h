@@ -206,6 +206,7 @@ class tzSession {
   bool openIni();
   bool openIniToWrite();
   bool openOutFiles();
+  static bool openLines(const tzString& path, bool resume);
   static bool openOutFile(tzOutFile kind, const tzString& path, bool append);
   static bool isDirectoryKey(char key);
   const tzOption* echoOption(char key, const tzString& arg);

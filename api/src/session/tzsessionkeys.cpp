@@ -12,8 +12,10 @@
 #include "tzjson.h"
 #include "tzregistry.h"
 #include "tzrequest.h"
+#include "tzresume.h"
 #include "tzserve.h"
 #include "tzsession.h"
+#include "tzshard.h"
 
 namespace {
 
@@ -224,7 +226,7 @@ void tzSession::fillRequest() const {
   g_request.compares = m_comparison.isOn();
   g_request.selection = "";
   for (const tzCommandKey& key : m_commands) {
-    if (tzString("ftFPHCV").find(key.key) < 0) continue;
+    if (tzString("ftFPHCVK").find(key.key) < 0) continue;
     if (!g_request.selection.empty()) g_request.selection += " ";
     g_request.selection += key.word();
   }
@@ -253,7 +255,12 @@ bool tzSession::updateOptions() {
             << L_ENDFLUSH;
     return false;
   }
-  if (openFiles()) return true;
+  if (openFiles()) {
+    // Last of all, because -P wants the ini file.
+    if (g_shard.isOn())
+      addCondition(new RunCondition_shard(tzGetTestList(), m_conditions, g_shard));
+    return true;
+  }
   g_istrm.abandonIniFile();
   m_files.undo();
   return false;
@@ -317,6 +324,17 @@ bool tzSession::openOutFiles() {
   return true;
 }
 
+bool tzSession::openLines(const tzString& path, bool resume) {
+  if (resume) {
+    const tzString reason = tzResume::open(path);
+    if (!reason.empty()) {
+      g_ostrm << L_ERR << "-- Can't go on with file " + path + ": " + reason + "\n" << L_END;
+      return false;
+    }
+  }
+  return g_jstrm.addStream(path, resume);
+}
+
 bool tzSession::openOutFile(tzOutFile kind, const tzString& path, bool append) {
   switch (kind) {
     case OUT_TEXT:
@@ -328,7 +346,7 @@ bool tzSession::openOutFile(tzOutFile kind, const tzString& path, bool append) {
     case OUT_SUMMARY:
       return g_ustrm.addStream(path, append);
     case OUT_LINES:
-      return g_jstrm.addStream(path, append);
+      return openLines(path, append);
     default:
       return g_mstrm.addStream(path, append);
   }

@@ -9,6 +9,7 @@
 #include "tzistream.h"
 #include "tzostream.h"
 #include "tzplan.h"
+#include "tzquiet.h"
 #include "tzrequest.h"
 #include "tztest.h"
 
@@ -16,28 +17,8 @@ namespace {
 
 bool isInformation(const tzTest& test) { return test.kind() == tzString("Information"); }
 
-/// While it lives, nothing that a test does shows: neither on the console nor in a table.
-class Quiet {
- public:
-  Quiet() : m_level(g_ostrm.outLevel()), m_mistakes(tzMistakes::count()) {
-    g_ostrm.setOutLevel(0);
-    tzTest::m_quiet = true;
-  }
-  ~Quiet() {
-    tzTest::m_quiet = false;
-    tzMistakes::reset(m_mistakes);
-    g_ostrm.setOutLevel(m_level);
-  }
-  Quiet(const Quiet&) = delete;
-  Quiet& operator=(const Quiet&) = delete;
-
- private:
-  int m_level;
-  int m_mistakes;
-};
-
 long long countRows(const std::vector<tzTest*>& tests) {
-  const Quiet quiet;
+  const tzQuiet quiet;
   long long rows = 0;
   for (tzTest* test : tests) {
     if (!isInformation(*test)) rows += test->countRows();
@@ -46,7 +27,7 @@ long long countRows(const std::vector<tzTest*>& tests) {
 }
 
 void runQuietly(const std::vector<tzTest*>& tests, void (*runOne)(tzTest&)) {
-  const Quiet quiet;
+  const tzQuiet quiet;
   for (tzTest* test : tests) {
     if (tzInterrupt::signal() != 0) return;
     if (!isInformation(*test)) runOne(*test);

@@ -8,6 +8,7 @@
 #include "tzinterrupt.h"
 #include "tzpasses.h"
 #include "tzplan.h"
+#include "tzprogress.h"
 #include "tztest.h"
 
 tzTestList* g_testList = nullptr;
@@ -84,6 +85,7 @@ int tzTestList::runTests(tzConditions& conditions) {
   for (tzTest* test : *this) {
     if (test->tobeRun(conditions) && passesStart(*test)) selected.push_back(test);
   }
+  tzProgress::begin(selected);
   tzRunEarlierPasses(selected, runAlone);
   for (tzTest* test : selected) {
     if (tzInterrupt::signal() == 0) {
@@ -94,6 +96,7 @@ int tzTestList::runTests(tzConditions& conditions) {
       break;
     }
   }
+  tzProgress::end();
   return counts[TZ_FAIL] != 0 ? 1 : 0;
 }
 
@@ -109,6 +112,7 @@ bool tzTestList::passesStart(const tzTest& test) {
 // A run that nobody counts.
 void tzTestList::runAlone(tzTest& test) {
   tzTest::setCurrent(&test);
+  tzProgress::beginTest(test);
   run(test);
   tzTest::setCurrent(nullptr);
 }
@@ -116,6 +120,7 @@ void tzTestList::runAlone(tzTest& test) {
 void tzTestList::runTest(tzTest& test) {
   tzTest::setCurrent(&test);
   beforeTest();
+  tzProgress::beginTest(test);
   const tzResult result = run(test);
   afterTest(&test);
   // A test that returns 0 after having ended OK chose not to be counted.

@@ -17,6 +17,8 @@
 #include "tzpasses.h"
 #include "tzplacement.h"
 #include "tzplan.h"
+#include "tzprogress.h"
+#include "tzresume.h"
 #include "tzrequest.h"
 #include "tzserve.h"
 #include "tztestreport.h"
@@ -224,6 +226,7 @@ bool tzTest::beginRun() {
   m_bad87 = m_badSSX = m_toldUnverified = false;
   m_numMeasured = 0;
   m_rowFresh = false;  // this process may be a copy of one that took over a row
+  tzResume::beginTest();
   if (g_plan.passes > 1) tzShufflePages();
   bool selected = true;
   step("setIniSection", [&] {
@@ -405,17 +408,27 @@ void tzTest::closeTable() {
   raiseResult(escalated(TZ_DATAWRN));
 }
 
-int tzTest::countRows() {
+std::vector<std::string> tzTest::rowsToMeasure() {
   const tzString sectionBefore = g_istrm.setIniSection(m_name);
-  int rows = 0;
+  std::vector<std::string> rows;
+  tzResume::beginTest();
   if (prepareParms()) {
     m_first = true;
     guarded([&] {
-      while (canContinue()) rows += refusal().empty() ? 1 : 0;
+      while (canContinue()) {
+        rows.push_back(rowIdentity());
+        if (!refusal().empty() || tzResume::take(rows.back()) != nullptr) rows.back().clear();
+      }
     });
   }
   g_istrm.setIniSection(sectionBefore);
   return rows;
+}
+
+int tzTest::countRows() {
+  const std::vector<std::string> rows = rowsToMeasure();
+  return static_cast<int>(rows.size()) -
+         static_cast<int>(std::count(rows.begin(), rows.end(), std::string()));
 }
 
 void tzTest::loopData() {
@@ -436,6 +449,9 @@ void tzTest::loopData() {
     if (!first) ++m_row;
     if (skipRefused()) continue;
     if (!tzServe::wants(*this)) continue;
+    if (m_cacheIterator == nullptr && takeEarlier()) continue;
+    tzProgress::beginRow();
+    m_rowBegin = tzTool::seconds();
     const tzChild::Row row(*this);
     if (!buildData()) break;
     measureCombination();
@@ -482,7 +498,7 @@ void tzTest::dropData() {
 
 void tzTest::measureCombination() {
   m_stateRefused = m_cacheIterator != nullptr && !m_cacheIterator->validateSize();
-  if (m_stateRefused) return;
+  if (m_stateRefused || (m_cacheIterator != nullptr && takeEarlier())) return;
   // Only timing through the call function resets the vectors, between calls.
   if (m_tool.callMode()) reserveAllVectors();
   if (m_hot == 2 && !isHotLine()) {

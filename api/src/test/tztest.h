@@ -19,6 +19,7 @@ class tzJson;
 class tzObject;
 class tzPacket;
 class tzParameter;
+struct tzKnownRow;
 struct tzLostRun;
 struct tzRowFacts;
 template <typename T>
@@ -150,8 +151,13 @@ class tzTest {
   tzResult takeOver(tzResult result, tzResult lastResult);
   /// In the parent: writes the row and the summary of a run that its process did not end.
   tzResult endLost(const tzLostRun& lost);
-  /// How many rows the test has, told without building their data.
+  /// The identity of each row that would be measured, told without building its data; empty for
+  /// those that would not: the function refuses them, or an earlier run has them.
+  std::vector<std::string> rowsToMeasure();
+  /// How many there are.
   int countRows();
+  /// What tells the current row from all others of a run, as JSON Lines write it.
+  std::string rowIdentity() const;
   /// @}
 
   /// @name Parameters
@@ -285,6 +291,7 @@ class tzTest {
   bool buildData();
   void dropData();
   bool skipRefused();
+  bool takeEarlier();
   void heedSignal();
   tzRow earlierRow() const;
   bool resumeRow(const tzRow& earlier);
@@ -303,6 +310,7 @@ class tzTest {
   void nameRow();
   void putRow(tzResult result);
   void putNotMeasured();
+  tzJson parmsJson() const;
   tzJson jsonHead();
   void putJsonRow(tzResult result);
   void putLostJsonRow(const tzLostRun& lost);
@@ -338,10 +346,12 @@ class tzTest {
   const char* m_step = "";  // of run, for the message of an exception
   tzList<tzParameter*> m_parms;
   std::vector<tzRow> m_rows;
-  size_t m_row = 0;           // the current combination among them
-  std::string m_rowText;      // its parameters, in a process that does not measure it
-  bool m_rowFresh = false;    // it was kept and not yet sent
-  std::vector<int> m_widths;  // of the parameters' columns in a result line
+  size_t m_row = 0;                       // the current combination among them
+  std::string m_rowText;                  // its parameters, in a process that does not measure it
+  bool m_rowFresh = false;                // it was kept and not yet sent
+  double m_rowBegin = 0;                  // tzTool::seconds
+  const tzKnownRow* m_earlier = nullptr;  // the current row, as an earlier run has it
+  std::vector<int> m_widths;              // of the parameters' columns in a result line
   tzCacheIterator* m_cacheIterator = nullptr;
   std::unique_ptr<tzParameter> m_cacheState;
 };

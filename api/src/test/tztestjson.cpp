@@ -6,6 +6,7 @@
 #include "tzcstream.h"
 #include "tzjson.h"
 #include "tzparm.h"
+#include "tzresume.h"
 #include "tztest.h"
 
 namespace {
@@ -57,6 +58,19 @@ void put(tzJson& row, const tzMeasurement& measured) {
 
 }  // namespace
 
+tzJson tzTest::parmsJson() const {
+  tzJson parameters;
+  for (const tzParameter* parm : m_parms) {
+    const tzString& name = parm == m_cacheIterator ? m_cacheIterator->parm().name() : parm->name();
+    if (!name.empty()) parameters.put(name.c_str(), parm->valueString());
+  }
+  return parameters;
+}
+
+std::string tzTest::rowIdentity() const {
+  return tzJson::literal(m_name) + tzJson::literal(regInfo()) + parmsJson().text();
+}
+
 // The parts of the function's name are what the table has for them.
 tzJson tzTest::jsonHead() {
   tzJson row;
@@ -71,17 +85,14 @@ tzJson tzTest::jsonHead() {
   }
   g_cstrm.tableFlush();
   row.putArray("name", parts).put("test", regInfo()).put("source", m_source);
-  tzJson parameters;
-  for (const tzParameter* parm : m_parms) {
-    const tzString& name = parm == m_cacheIterator ? m_cacheIterator->parm().name() : parm->name();
-    if (!name.empty()) parameters.put(name.c_str(), parm->valueString());
-  }
-  row.put("parameters", parameters);
+  row.put("parameters", parmsJson());
   return row.put("unit", getUnit());
 }
 
 void tzTest::putJsonRow(tzResult result) {
-  if (!g_jstrm.hasTargets()) return;
+  if (!g_jstrm.hasTargets() || m_earlier != nullptr) return;
+  // A row without a measurement, which an earlier run has told as well.
+  if (result == TZ_UNDEFINED && tzResume::take(rowIdentity()) != nullptr) return;
   const double elements = getDivisor();
   const double perElement = tzIsFailure(result) ? 0 : clocksPerElement();
   tzJson row;
@@ -94,6 +105,7 @@ void tzTest::putJsonRow(tzResult result) {
   row.put("working_set", tzCacheIterator::getTotalSize());
   if (perElement > 0) row.put("clocks_per_element", perElement);
   if (perElement > 0) row.put("clocks_per_call", m_tool.funcClocks());
+  if (perElement > 0) row.put("seconds", tzTool::seconds() - m_rowBegin);
   row.put("note", measureNote());
   tzString reason = m_tool.measurement().reason;
   if (reason.empty() && result != TZ_OK) reason = m_tool.resultText();

@@ -6,6 +6,7 @@
 
 #include "tzcache.h"
 #include "tzcstream.h"
+#include "tzknown.h"
 #include "tzostream.h"
 #include "tzparm.h"
 #include "tzrequest.h"
@@ -60,6 +61,7 @@ tzString tzTest::formatClocks(double clocks) const {
 }
 
 double tzTest::clocksPerElement() const {
+  if (m_earlier != nullptr) return m_earlier->clocksPerElement;
   const double divisor = getDivisor();
   const double clocks = m_tool.funcClocks();
   return divisor > 0 && std::isfinite(clocks) ? clocks / divisor : 0;

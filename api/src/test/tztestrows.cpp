@@ -8,7 +8,9 @@
 #include "tzparm.h"
 #include "tzpasses.h"
 #include "tzplan.h"
+#include "tzprogress.h"
 #include "tzreference.h"
+#include "tzresume.h"
 #include "tztest.h"
 
 namespace {
@@ -110,7 +112,28 @@ void tzTest::keepRow(size_t number, const tzRow& row) {
   const tzMeasurement& measured = row.measurement;
   tzReferenceStream::note(measured.referenceBytes, measured.referenceClocks);
   g_plan.rowDone(tzTool::seconds(), measured.seconds - before);
+  tzProgress::rowDone(number);
   m_rowFresh = true;
+}
+
+// A row that the file of this run has already (tzResume) is told and tabled as it was measured.
+// @return false when there is none
+bool tzTest::takeEarlier() {
+  if (!tzResume::isOn()) return false;
+  const tzKnownRow* const earlier = tzResume::take(rowIdentity());
+  if (earlier == nullptr) return false;
+  if (m_quiet) return true;
+  // A test without a cache iterator has not announced the row yet.
+  std::unique_ptr<tzChild::Row> row;
+  if (m_cacheIterator == nullptr) row = std::make_unique<tzChild::Row>(*this);
+  m_earlier = earlier;
+  m_tool.reset();
+  m_verified = false;
+  m_timingNote = tzString(earlier->note);
+  if (earlier->result > TZ_OK) m_tool.setVerdict(earlier->result, tzString(earlier->reason));
+  judge(earlier->result);
+  m_earlier = nullptr;
+  return true;
 }
 
 // The current row ended with its process: samples of earlier passes stay with it.
