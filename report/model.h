@@ -28,6 +28,13 @@ struct Fact {
   std::optional<double> number;
 };
 
+/// Which part of the selected tests a run is (key -K).
+struct Part {
+  int index = 1;  ///< from 1
+  int count = 1;
+  int selected = 0;  ///< tests of all parts
+};
+
 /// What a run says of itself before its first row.
 struct Context {
   std::string program;
@@ -43,6 +50,8 @@ struct Context {
   std::string codePath;
   std::string compiler;
   std::string buildType;
+  std::optional<Part> part;
+  bool resumed = false;  ///< it goes on with the run before it (key -J)
 
   const Fact* fact(const std::string& name) const;
   /// A fact as a number; `otherwise` where it is not told.

@@ -22,7 +22,8 @@ inline constexpr std::size_t kMaxRows = 500'000;
 inline constexpr std::size_t kMaxSamples = 20'000'000;
 
 /// All runs of a file of JSON Lines or of a csv table; which of them it is is told by its content.
-/// Each context begins a run, so a merged file has several.
+/// Each context begins a run, so a merged file has several; one that goes on with the run before it
+/// does not.
 /// @throws Error, which names file, line and reason
 std::vector<Run> readRuns(const std::string& path, const ReadOptions& options = {});
 /// The same from bytes in memory.
@@ -40,6 +41,11 @@ using Record = std::variant<std::monostate, Context, Row, Comparison, End>;
 /// @throws Error
 bool forEachRecord(LineReader& reader, const ReadOptions& options,
                    const std::function<void(Record&& record, const std::string& line)>& use);
+
+/// A line of JSON without some of its members; all others stay as they are.
+std::string withoutMember(const std::string& line, const std::vector<std::string>& names);
+/// The line that tells how a run ended.
+std::string endLine(const End& end);
 
 /// @name The readers of each kind
 /// @{

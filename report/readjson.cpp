@@ -1,11 +1,13 @@
 // JSON Lines, one line parsed at a time, every member checked before it is used.
 #include "report/read.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <nlohmann/json.hpp>
 
 #include "report/error.h"
+#include "report/identity.h"
 #include "report/text.h"
 
 namespace report {
@@ -127,6 +129,18 @@ std::vector<Fact> machineOf(const json& object) {
   return facts;
 }
 
+Part partOf(const json& object) {
+  constexpr int kMostParts = 10000;
+  Part part;
+  part.index = wholeOf<uint16_t>(needed(object, "index"), "index");
+  part.count = wholeOf<uint16_t>(needed(object, "count"), "count");
+  part.selected = wholeOf<uint16_t>(needed(object, "selected"), "selected");
+  if (part.index < 1 || part.index > part.count || part.count > kMostParts) {
+    refuse("there is no part " + std::to_string(part.index) + " of " + std::to_string(part.count));
+  }
+  return part;
+}
+
 Context contextOf(const json& line) {
   const int schema = wholeOf<uint16_t>(needed(line, "schema"), "schema");
   if (schema != 1) {
@@ -159,6 +173,8 @@ Context contextOf(const json& line) {
     context.compiler = textAt(*build, "compiler");
     context.buildType = textAt(*build, "type");
   }
+  if (const json* part = objectAt(line, "part")) context.part = partOf(*part);
+  context.resumed = objectAt(line, "resumed") != nullptr;
   return context;
 }
 
@@ -283,6 +299,13 @@ struct Collector {
   }
   void operator()(std::monostate) { ++unknown; }
   void operator()(Context&& context) {
+    const bool goesOn = context.resumed && !runs.empty() &&
+                        runIdentity(runs.back().context) == runIdentity(context);
+    if (goesOn) {
+      runs.back().end.reset();
+      runs.back().notes.push_back("gone on with at " + context.started);
+      return;
+    }
     runs.emplace_back().file = reader.path();
     runs.back().context = std::move(context);
   }
@@ -302,6 +325,22 @@ struct Collector {
 };
 
 }  // namespace
+
+std::string withoutMember(const std::string& line, const std::vector<std::string>& names) {
+  json object = json::parse(line);
+  for (const std::string& name : names) object.erase(name);
+  return object.dump();
+}
+
+std::string endLine(const End& end) {
+  json object = {{"type", "end"}, {"ended", end.ended}};
+  for (const auto& [name, count] :
+       {std::pair{"tests", end.tests}, {"failures", end.failures}, {"warnings", end.warnings}}) {
+    object[name] = static_cast<uint64_t>(std::min(count, 1e15));
+  }
+  if (!end.signal.empty()) object["signal"] = end.signal;
+  return object.dump();
+}
 
 bool forEachRecord(LineReader& reader, const ReadOptions& options,
                    const std::function<void(Record&& record, const std::string& line)>& use) {
