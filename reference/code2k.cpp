@@ -185,13 +185,8 @@ struct Segment {
   bool raw = false;
 };
 
-std::vector<uint8_t> encode(const Segment& segment, int style, MqContextSet* contexts) {
-  const bool predictably = (style & rkdCodeBlockPredTerm) != 0;
-  if (segment.raw) {
-    std::vector<int> bits;
-    for (const Decision& d : segment.decisions) bits.push_back(d.bit);
-    return rawBytes(bits, predictably);
-  }
+/// An encoder that has coded the decisions and is not ended yet.
+Encoder encoderBehind(const Segment& segment, int style, MqContextSet* contexts) {
   Encoder encoder;
   size_t at = 0;
   for (const size_t end : segment.passEnd) {
@@ -201,6 +196,35 @@ std::vector<uint8_t> encode(const Segment& segment, int style, MqContextSet* con
     }
     if ((style & rkdCodeBlockReset) != 0) *contexts = freshContexts();
   }
+  return encoder;
+}
+
+/// Bytes that are out before the segment is ended.
+int bytesOut(const Segment& segment, int style) {
+  if (!segment.raw) {
+    MqContextSet contexts = segment.contexts;
+    return int(encoderBehind(segment, style, &contexts).bytes().size());
+  }
+  int bytes = 0, left = 8;
+  unsigned byte = 0;
+  for (const Decision& d : segment.decisions) {
+    byte = 2 * byte + unsigned(d.bit);
+    if (--left > 0) continue;
+    ++bytes;
+    left = byte == 0xFF ? 7 : 8;
+    byte = 0;
+  }
+  return bytes;
+}
+
+std::vector<uint8_t> encode(const Segment& segment, int style, MqContextSet* contexts) {
+  const bool predictably = (style & rkdCodeBlockPredTerm) != 0;
+  if (segment.raw) {
+    std::vector<int> bits;
+    for (const Decision& d : segment.decisions) bits.push_back(d.bit);
+    return rawBytes(bits, predictably);
+  }
+  Encoder encoder = encoderBehind(segment, style, contexts);
   if (predictably) {
     encoder.flushPredictably();
   } else {
@@ -276,6 +300,7 @@ void encodePasses(RkdiEncodeCodeBlockState* state, int passes) {
   CodeBlockModel& model = state->model;
   MqContextSet contexts = freshContexts();
   Segment segment;
+  std::vector<int> out;
   double error = 0;
   for (const uint32_t m : model.magnitude) error += double(m) * double(m);
   for (int k = 0; k < passes; ++k) {
@@ -296,6 +321,15 @@ void encodePasses(RkdiEncodeCodeBlockState* state, int passes) {
     const double left = squaredError(model, kind, plane);
     state->passes.push_back({0, 0, error - left});
     error = left;
+    if (state->leastGain > 0) {
+      out.push_back(int(state->bytes.size()) + bytesOut(segment, model.style));
+      double gain = 0;
+      for (int i = std::max(0, k - 2); i <= k; ++i) gain += state->passes[size_t(i)].distortion;
+      const int bytes = out.back() - (k > 2 ? out[size_t(k) - 3] : 0);
+      if (k >= 2 && k + 1 >= state->fewestPasses && gain <= state->leastGain * bytes) {
+        passes = k + 1;
+      }
+    }
     if (k == passes - 1 || endsSegment(k, model.style)) {
       finish(segment, model.style, &contexts, state);
       segment = {};
@@ -320,6 +354,12 @@ RkdStatus rkdiGetCodeBlockSegment_JPEG2K(int pass, int style, int* passes) {
   for (*passes = 1; pass < rkdCodeBlockMaxPasses - 1 && !endsSegment(pass, style); ++pass) {
     ++*passes;
   }
+  return rkdStsNoErr;
+}
+
+RkdStatus rkdiEncodeSetLeastGain_JPEG2K(double gain, int fewest, RkdiEncodeCodeBlockState* state) {
+  state->leastGain = gain;
+  state->fewestPasses = fewest;
   return rkdStsNoErr;
 }
 

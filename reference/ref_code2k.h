@@ -33,6 +33,8 @@ using MqContextSet = std::array<MqContext, 19>;
 struct RkdiEncodeCodeBlockState {
   CodeBlockModel model;
   int bitPlanes = 0;
+  double leastGain = 0;
+  int fewestPasses = 0;
   std::vector<RkdiCodeBlockPass> passes;
   int decisions = 0;  ///< coded in all passes: what the work is
   std::vector<uint8_t> bytes;
@@ -68,6 +70,7 @@ REF_CODE_BLOCK_STATE(RkdiDecodeCodeBlockState, Decode)
 
 RkdStatus rkdiGetCodeBlockSegment_JPEG2K(int pass, int style, int* passes);
 
+RkdStatus rkdiEncodeSetLeastGain_JPEG2K(double gain, int fewest, RkdiEncodeCodeBlockState* state);
 RkdStatus rkdiEncodeLoadCodeBlock_JPEG2K_32s_C1R(const int32_t* src, int srcStep, RkdiSize size,
                                                  int band, int style, int maxPasses,
                                                  RkdiEncodeCodeBlockState* state);

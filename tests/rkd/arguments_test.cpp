@@ -387,6 +387,7 @@ FAMILY(CodeBlocks) {
   REFUSES(rkdiEncodeCodeBlockStateInit_JPEG2K, "oN");
   REFUSES(rkdiDecodeCodeBlockStateInit_JPEG2K, "oM");
   REFUSES(rkdiGetCodeBlockSegment_JPEG2K, "=0 =0 p");
+  REFUSES(rkdiEncodeSetLeastGain_JPEG2K, "=1 =0 oN");
   REFUSES(rkdiEncodeLoadCodeBlock_JPEG2K_32s_C1R, "p s1 z =0 =0 =91 oN");
   REFUSES(rkdiEncodeGetCodeBlockInfo_JPEG2K, "p p oB");
   REFUSES(rkdiEncodeGetPassInfo_JPEG2K, "=0 p oB");

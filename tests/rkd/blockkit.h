@@ -31,6 +31,7 @@ using Coefficients = std::vector<int32_t>;
   static constexpr auto encodeFree = Scope::rkdiEncodeCodeBlockStateFree_JPEG2K;       \
   static constexpr auto decodeAlloc = Scope::rkdiDecodeCodeBlockStateInitAlloc_JPEG2K; \
   static constexpr auto decodeFree = Scope::rkdiDecodeCodeBlockStateFree_JPEG2K;       \
+  static constexpr auto setLeastGain = Scope::rkdiEncodeSetLeastGain_JPEG2K;           \
   static constexpr auto load = Scope::rkdiEncodeLoadCodeBlock_JPEG2K_32s_C1R;          \
   static constexpr auto info = Scope::rkdiEncodeGetCodeBlockInfo_JPEG2K;               \
   static constexpr auto passInfo = Scope::rkdiEncodeGetPassInfo_JPEG2K;                \

@@ -77,7 +77,10 @@ double squaredError(const Coefficients& data, const Coefficients& got) {
 /// One block, from all sides.
 class Trial {
  public:
-  void run(const Coefficients& data, const Shape& shape, int maxPasses) {
+  void run(const Coefficients& data, const Shape& shape, int maxPasses, double leastGain = 0,
+           int fewest = 0) {
+    ASSERT_EQ(rkdStsNoErr, Library::setLeastGain(leastGain, fewest, encoder_.state));
+    ASSERT_EQ(rkdStsNoErr, Reference::setLeastGain(leastGain, fewest, judge_.state));
     const Coded coded = encoder_.encode(data, shape, maxPasses);
     const Coded want = judge_.encode(data, shape, maxPasses);
     ASSERT_EQ(want.bitPlanes, coded.bitPlanes);
@@ -186,6 +189,30 @@ TEST(CodeBlockStyles, LargeBlocksEqualThePlainVersionAtEveryLevel) {
   rkdkit::forEachLevel([&] { ++levels; });
   // Levels share the styles.
   rkdkit::forEachLevel([&] { everyStyle(largeSizes, first++, exhaustive() ? levels : 19); });
+}
+
+TEST(CodeBlockStyles, EndBehindPassesThatGainTooLittle) {
+  Random random;
+  rkdkit::forEachLevel([&] {
+    Trial trial;
+    Encoder<Library> encoder;
+    int shorter = 0;
+    for (int style = 0; style < 64; ++style) {
+      const Shape shape = {smallSizes[size_t(style) % smallSizes.size()], style % 4, style};
+      const auto fill = Fill(style / 4 % int(Fill::kinds));
+      const Coefficients data = filled(fill, shape.size, random);
+      const double gain = std::exp2(random.between(-2, fill < Fill::wide ? 20 : 60));
+      const int fewest = random.between(0, 1) * random.between(0, 40);
+      SCOPED_TRACE(testing::Message() << shape << " data " << int(fill) << " gain " << gain
+                                      << ", at least " << fewest);
+      ASSERT_NO_FATAL_FAILURE(trial.run(data, shape, rkdCodeBlockMaxPasses, gain, fewest));
+      const Coded whole = encoder.encode(data, shape);
+      ASSERT_EQ(rkdStsNoErr, Library::setLeastGain(gain, fewest, encoder.state));
+      shorter += encoder.encode(data, shape).passes < whole.passes ? 1 : 0;
+      ASSERT_EQ(rkdStsNoErr, Library::setLeastGain(0, 0, encoder.state));
+    }
+    EXPECT_GT(shorter, 16);
+  });
 }
 
 TEST(CodeBlockStyles, LengthsLeaveOutOnesThatADecoderSupposes) {
@@ -323,6 +350,10 @@ TEST(CodeBlockRefuses, WhatCannotBeEncoded) {
   EXPECT_EQ(rkdStsNullPtrErr, Library::load(data.data(), 16, sz(4, 4), 0, 0, 1, nullptr));
   const int32_t lowest = std::numeric_limits<int32_t>::min();
   EXPECT_EQ(rkdStsCoefRangeErr, Library::load(&lowest, 4, sz(1, 1), 0, 0, 1, encoder.state));
+
+  EXPECT_EQ(rkdStsBadArgErr, Library::setLeastGain(-1, 0, encoder.state));
+  EXPECT_EQ(rkdStsBadArgErr, Library::setLeastGain(std::nan(""), 0, encoder.state));
+  EXPECT_EQ(rkdStsBadArgErr, Library::setLeastGain(1, -1, encoder.state));
 
   int planes = 0, passes = 0, position = 0;
   EXPECT_EQ(rkdStsContextErr, Library::info(&planes, &passes, encoder.state));

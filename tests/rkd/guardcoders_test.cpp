@@ -262,6 +262,7 @@ blockkit::Coded encodeBlock(Side side, const blockkit::Coefficients& data, block
   auto* const state = object<RkdiEncodeCodeBlockState>(
       rkdiEncodeCodeBlockStateGetBufSize_JPEG2K,
       [](auto* s) { return GUARDED_CALL(rkdiEncodeCodeBlockStateInit_JPEG2K, s); });
+  EXPECT_EQ(rkdStsNoErr, GUARDED_CALL(rkdiEncodeSetLeastGain_JPEG2K, 0.0, 0, state));
   blockkit::Coded coded;
   const int32_t* const src = memory.source(data);
   EXPECT_EQ(rkdStsNoErr,

@@ -91,10 +91,17 @@ RKD_API RkdStatus rkdiGetCodeBlockSegment_JPEG2K(int pass, int style, int* passe
 /// @name Encoding
 /// Load codes a block once: its passes from the first one on stay in the state. Info and StoreBits
 /// may then be called as often as wanted, for any number of passes.
+///
+/// SetLeastGain tells what passes are worth, until it is called again: from the third pass on, Load
+/// stops behind one when it and the two before it together lower the squared error by no more than
+/// that a byte. Bytes are those that the coder has put out between the ends of passes; what it
+/// still holds is not counted.
 /// @param src        first row of coefficients, -2147483647..2147483647
 /// @param srcStep    BYTES between row starts
 /// @param maxPasses  passes after which to stop, > 0: those that rate control will not send need no
 ///                   coding; rkdCodeBlockMaxPasses for all
+/// @param gain       0 or more; 0, as after Init, never stops
+/// @param fewest     passes to code whatever they gain, 0 or more
 /// @param bitPlanes  receives how many planes the block has, 0 when it is all zero
 /// @param passes     CodeBlockInfo: receives how many passes were coded; StoreBits: how many to
 ///                   store, 0..coded
@@ -104,6 +111,8 @@ RKD_API RkdStatus rkdiGetCodeBlockSegment_JPEG2K(int pass, int style, int* passe
 /// @param position   place in the stream, 0..length; moved behind the stored bytes
 /// @return rkdStsCoefRangeErr (-2147483648); rkdStsDstFullErr (StoreBits: with nothing written)
 /// @{
+RKD_API RkdStatus rkdiEncodeSetLeastGain_JPEG2K(double gain, int fewest,
+                                                RkdiEncodeCodeBlockState* state);
 RKD_API RkdStatus rkdiEncodeLoadCodeBlock_JPEG2K_32s_C1R(const int32_t* src, int srcStep,
                                                          RkdiSize size, int band, int style,
                                                          int maxPasses,

@@ -113,8 +113,19 @@ class BlockEncoder {
       marks_[k - firstPass_] = mq_.mark();
     }
     if ((style_ & rkdCodeBlockReset) != 0) contexts_.reset();
+    if (areWorthless(k, raw ? raw_.end() : mq_.end())) state_->passes = k + 1;
     state_->pass[k].terminated = k == state_->passes - 1 || endsSegment(k, style_);
     if (state_->pass[k].terminated) endSegment(k, raw);
+  }
+
+  /// Whether pass k and the two before it, one of each kind, gain less than asked for.
+  bool areWorthless(int k, const uint8_t* end) {
+    out_[k] = end;
+    if (state_->leastGain <= 0 || k < 2 || k + 1 < state_->fewestPasses) return false;
+    double gain = 0;
+    for (int i = k - 2; i <= k; ++i) gain += state_->pass[i].distortion;
+    const uint8_t* const start = k == 2 ? state_->bytes : out_[k - 3];
+    return gain <= state_->leastGain * double(end - start);
   }
 
   void record(PassKind kind, int plane, bool raw, Pass* pass) {
@@ -171,6 +182,7 @@ class BlockEncoder {
   const uint8_t* symbolEnd_ = nullptr;
   uint8_t* first_ = nullptr;
   int firstPass_ = 0;
+  const uint8_t* out_[rkdCodeBlockMaxPasses];  ///< behind what was out at the end of a pass
   MqMark marks_[rkdCodeBlockMaxPasses];
   const uint8_t* rawNeeded_[rkdCodeBlockMaxPasses];
 };
@@ -209,10 +221,12 @@ RkdStatus rkdiEncodeCodeBlockStateGetBufSize_JPEG2K(int* size) {
   return tellSize<EncodeState>(size);
 }
 RkdStatus rkdiEncodeCodeBlockStateInit_JPEG2K(RkdiEncodeCodeBlockState* state) {
-  return initObject<EncodeState>(state);
+  if (const RkdStatus status = initObject<EncodeState>(state)) return status;
+  return rkdiEncodeSetLeastGain_JPEG2K(0, 0, state);
 }
 RkdStatus rkdiEncodeCodeBlockStateInitAlloc_JPEG2K(RkdiEncodeCodeBlockState** state) {
-  return initAllocObject<EncodeState>(state);
+  if (const RkdStatus status = initAllocObject<EncodeState>(state)) return status;
+  return rkdiEncodeSetLeastGain_JPEG2K(0, 0, *state);
 }
 RkdStatus rkdiEncodeCodeBlockStateFree_JPEG2K(RkdiEncodeCodeBlockState* state) {
   return freeObject(state);
@@ -226,6 +240,15 @@ RkdStatus rkdiGetCodeBlockSegment_JPEG2K(int pass, int style, int* passes) {
   int last = pass;
   while (last < rkdCodeBlockMaxPasses - 1 && !endsSegment(last, style)) ++last;
   *passes = last - pass + 1;
+  return rkdStsNoErr;
+}
+
+RkdStatus rkdiEncodeSetLeastGain_JPEG2K(double gain, int fewest, RkdiEncodeCodeBlockState* state) {
+  if (const RkdStatus status = checkObject<EncodeState>(state)) return status;
+  if (!(gain >= 0) || fewest < 0) return rkdStsBadArgErr;
+  EncodeState* const inside = insideOf<EncodeState>(state);
+  inside->leastGain = gain;
+  inside->fewestPasses = fewest;
   return rkdStsNoErr;
 }
 

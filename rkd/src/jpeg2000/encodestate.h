@@ -34,6 +34,8 @@ struct EncodeState {
   uint32_t kind;
   bool loaded;
   int bitPlanes, passes;
+  double leastGain;  ///< of three passes, a byte; 0: any
+  int fewestPasses;  ///< whatever they gain
   Pass pass[rkdCodeBlockMaxPasses];
   alignas(lineSize) Coefficients coefficients;
   uint32_t sample[maxSamples + 64];  ///< magnitude, with the sign in the high bit, four to a column

@@ -121,6 +121,9 @@ class MqEncoder {
     count_ = count;
   }
 
+  /// Behind the last byte that is out.
+  const uint8_t* end() const { return last_ + 1; }
+
   MqMark mark() const {
     return {uint32_t(code_), uint32_t(interval_ >> mqTop), count_, last_, *last_};
   }
@@ -426,6 +429,8 @@ class RawWriter {
     if (bit == 0) needed_ = at_ + 1;
     if (left_ == 0) send();
   }
+  /// Behind the last byte that is out.
+  const uint8_t* end() const { return at_; }
   /// The place behind the last byte with a zero: what is missing reads as ones.
   const uint8_t* needed() const { return needed_; }
 
