@@ -68,27 +68,30 @@ class Arena {
   uint8_t* m_next = nullptr;
 };
 
+/// Where to stop coding a block.
+struct Depth {
+  int mostPasses, fewestPasses;
+  double leastGain;  ///< of three passes, in squares of the step a byte; 0: any
+};
+
 /// One for each thread.
 class BlockEncoder {
  public:
   BlockEncoder();
 
-  /// Quantises a block and counts how many of its magnitudes need n bits, n = 0..31.
+  /// Quantises a block.
   /// @param roi  part of the block, in its own coordinates, that is shifted above the rest
   void load(const PlaneView& block, const BandCoding& coding, const Rect& roi);
   int planes() const { return m_planes; }
-  std::array<uint32_t, 32> histogram() const;
-  /// Sum of squared errors that quantisation makes, in units of the step.
-  double quantisationError(const PlaneView& block, const BandCoding& coding) const;
   /// Codes what was loaded. @param weight  of a squared error of one step
-  /// @param mostPasses  after which to stop
-  CodedBlock encode(const BandCoding& coding, double weight, int mostPasses, Arena& arena);
+  CodedBlock encode(const BandCoding& coding, double weight, const Depth& depth, Arena& arena);
 
  private:
   std::unique_ptr<RkdiEncodeCodeBlockState, StateFree> m_state;
   std::vector<int32_t> m_coefficients;
   RkdiSize m_size{};
   int m_planes = 0;
+  bool m_inHalves = false;  ///< the lowest plane of the coefficients is not coded
 };
 
 }  // namespace j2k

@@ -37,13 +37,11 @@ class PictureEncoder {
   void codeAsNeeded(const std::vector<JobIndex>& all, double bytes);
   const EncodeJob& jobAt(JobIndex at) const { return m_encoders[at.tile]->jobs()[at.job]; }
   const CodedBlock& blockAt(JobIndex at) const { return m_tiles[at.tile].blocks[at.job]; }
-  double codeSample(const std::vector<JobIndex>& sample, double bytes);
-  double placeOfCuts(const std::vector<JobIndex>& sample, double threshold) const;
-  void codeTo(const std::vector<JobIndex>& jobs, double threshold, double place);
-  void codeFurther(const std::vector<JobIndex>& all, double bytes);
-  /// Most passes of a block, by its planes.
-  using Depth = std::function<int(JobIndex, const EncodeJob&, int)>;
-  void code(const std::vector<JobIndex>& jobs, const Depth& depth);
+  void codeTo(const std::vector<JobIndex>& all, const std::vector<size_t>& which,
+              const ThresholdModel& model, double threshold);
+  /// How deep to code a job of those that are given, of so many planes.
+  using DepthOf = std::function<Depth(size_t, int)>;
+  void code(const std::vector<JobIndex>& jobs, const DepthOf& depth);
   void countCoded();
   void addGuardBits();
   int64_t chooseLayers(int64_t boxes);
@@ -59,15 +57,14 @@ class PictureEncoder {
   std::vector<std::unique_ptr<TileEncoder>> m_encoders;
 };
 
-/// Codes these blocks, each at most so many passes.
-void PictureEncoder::code(const std::vector<JobIndex>& jobs, const Depth& depth) {
+/// Codes these blocks, each so deep.
+void PictureEncoder::code(const std::vector<JobIndex>& jobs, const DepthOf& depth) {
   forEachInParallel(m_plan.threads, jobs.size(), [&](size_t i, int worker) {
     const EncodeJob& job = jobAt(jobs[i]);
     BlockEncoder& encoder = *m_workers.blocks[size_t(worker)];
     encoder.load(job.plane, *job.coding, job.roi);
-    m_tiles[jobs[i].tile].blocks[jobs[i].job] =
-        encoder.encode(*job.coding, job.weight, depth(jobs[i], job, encoder.planes()),
-                       m_workers.arenas[size_t(worker)]);
+    m_tiles[jobs[i].tile].blocks[jobs[i].job] = encoder.encode(
+        *job.coding, job.weight, depth(i, encoder.planes()), m_workers.arenas[size_t(worker)]);
   });
   countCoded();
 }
@@ -97,7 +94,7 @@ void PictureEncoder::transformAndCode() {
     for (size_t j = 0; j < encoder.jobs().size(); ++j) all.push_back({uint32_t(t), uint32_t(j)});
     encoder.transform(m_samples, m_workers);
     if (cut) continue;
-    code(all, [](JobIndex, const EncodeJob&, int) { return int(rkdCodeBlockMaxPasses); });
+    code(all, [](size_t, int) { return Depth{rkdCodeBlockMaxPasses, 0, 0}; });
     encoder.release(m_budget);
   }
   if (!cut) return;
@@ -107,74 +104,46 @@ void PictureEncoder::transformAndCode() {
 
 /// Codes blocks about as far as they are going to be cut: a few of them first, to know where.
 void PictureEncoder::codeAsNeeded(const std::vector<JobIndex>& all, double bytes) {
+  std::vector<BlockStatistics> statistics(all.size());
+  forEachInParallel(m_plan.threads, all.size(), [&](size_t i, int) {
+    const EncodeJob& job = jobAt(all[i]);
+    statistics[i] = statisticsOf(job.plane, *job.coding, job.weight);
+  });
+  const ThresholdModel model(statistics);
   constexpr size_t every = 9;
-  std::vector<JobIndex> sample, others;
-  for (size_t i = 0; i < all.size(); ++i) (i % every == 4 ? sample : others).push_back(all[i]);
-  // Packet headers take a little.
-  const double body = bytes * 0.98;
-  const double own = body * double(sample.size()) / double(all.size());
-  const double threshold = codeSample(sample, own);
-  codeTo(others, threshold, placeOfCuts(sample, threshold));
-  codeFurther(all, body);
-}
-
-/// @return the threshold at which the sample takes so many bytes
-double PictureEncoder::codeSample(const std::vector<JobIndex>& sample, double bytes) {
-  std::vector<BlockStatistics> statistics(sample.size());
-  forEachInParallel(m_plan.threads, sample.size(), [&](size_t i, int worker) {
-    const EncodeJob& job = jobAt(sample[i]);
-    BlockEncoder& encoder = *m_workers.blocks[size_t(worker)];
-    encoder.load(job.plane, *job.coding, job.roi);
-    statistics[i] = {encoder.histogram(), job.weight};
-  });
-  constexpr double surelyBelow = -4;
-  codeTo(sample, guessThreshold(statistics, bytes), surelyBelow);
+  std::vector<size_t> sample, others;
+  for (size_t i = 0; i < all.size(); ++i) (i % every == 4 ? sample : others).push_back(i);
+  constexpr double surelyBelow = 0.3, below = 0.9;
+  const double guess = surelyBelow * model.guess(bytes);
+  codeTo(all, sample, model, guess);
   std::vector<const CodedBlock*> blocks;
-  for (const JobIndex at : sample) blocks.push_back(&blockAt(at));
-  return measuredThreshold(blocks, bytes);
-}
+  for (const size_t i : sample) blocks.push_back(&blockAt(all[i]));
+  const double threshold = below * model.corrected(bytes, sample, blocks);
+  codeTo(all, others, model, threshold);
 
-/// By how many passes nearly all blocks of the sample are cut above the place of the threshold.
-double PictureEncoder::placeOfCuts(const std::vector<JobIndex>& sample, double threshold) const {
-  std::vector<double> places;
-  for (const JobIndex at : sample) {
-    const CodedBlock& block = blockAt(at);
-    const int cut = cutAt(block, threshold);
-    if (cut == 0) continue;
-    places.push_back(3.0 * block.planes - (cut - 1) - thresholdPlace(threshold, jobAt(at).weight));
-  }
-  if (places.empty()) return 0;
-  const auto few = places.begin() + std::ptrdiff_t(places.size() / 50);
-  std::nth_element(places.begin(), few, places.end());
-  return *few;
-}
-
-void PictureEncoder::codeTo(const std::vector<JobIndex>& jobs, double threshold, double place) {
-  code(jobs, [=](JobIndex, const EncodeJob& job, int planes) {
-    return passesAbove(planes, thresholdPlace(threshold, job.weight) + place);
-  });
-}
-
-/// Blocks that would be cut where their code ends may be worth more.
-void PictureEncoder::codeFurther(const std::vector<JobIndex>& all, double bytes) {
-  constexpr int more = 5, turns = 3;
-  std::vector<const CodedBlock*> blocks;
+  // Either may turn out to be too high.
+  blocks.clear();
   for (const JobIndex at : all) blocks.push_back(&blockAt(at));
+  constexpr int turns = 3;
+  double reached = std::max(guess, threshold);
   for (int turn = 0; turn < turns; ++turn) {
-    const double threshold = measuredThreshold(blocks, bytes);
-    std::vector<JobIndex> again;
-    for (const JobIndex at : all) {
-      const CodedBlock& block = blockAt(at);
-      if (block.complete) continue;
-      const bool atEnd = block.count > 0 && cutAt(block, threshold) == block.count;
-      // Blocks of which nothing was coded, although their first pass may be steep enough.
-      const bool unseen =
-          block.count == 0 && 3.0 * block.planes >= thresholdPlace(threshold, jobAt(at).weight);
-      if (atEnd || unseen) again.push_back(at);
+    const double now = measuredThreshold(blocks, bytes);
+    if (now >= reached) return;
+    std::vector<size_t> again;
+    for (size_t i = 0; i < all.size(); ++i) {
+      if (endsTooEarly(*blocks[i], statistics[i].weight, now)) again.push_back(i);
     }
-    if (again.empty()) return;
-    code(again, [this](JobIndex at, const EncodeJob&, int) { return blockAt(at).count + more; });
+    reached = below * now;
+    codeTo(all, again, model, reached);
   }
+}
+
+/// Codes some of the blocks to a threshold.
+void PictureEncoder::codeTo(const std::vector<JobIndex>& all, const std::vector<size_t>& which,
+                            const ThresholdModel& model, double threshold) {
+  std::vector<JobIndex> jobs;
+  for (const size_t i : which) jobs.push_back(all[i]);
+  code(jobs, [&](size_t i, int planes) { return model.depth(which[i], planes, threshold); });
 }
 
 /// The largest coefficients may need more bits than the usual guard.

@@ -95,27 +95,29 @@ RateControl::RateControl(std::span<TilePackets> tiles, const LayerCosts& costs)
       for (int i = 0; i < block.count; ++i) {
         const PassRecord& pass = block.passes[i];
         if (pass.slope <= 0) continue;
-        m_steps.push_back({pass.slope, float(pass.length - last.length),
-                           float(pass.distortion - last.distortion)});
+        m_steps.push_back(
+            {pass.slope, double(pass.length - last.length), pass.distortion - last.distortion});
         last = pass;
       }
       if (block.count > 0) m_total += block.passes[block.count - 1].distortion;
     }
   }
+  std::sort(m_steps.begin(), m_steps.end(),
+            [](const Step& a, const Step& b) { return a.slope > b.slope; });
+  Step all{};
+  for (Step& step : m_steps) {
+    all.bytes += step.bytes;
+    all.gain += step.gain;
+    step = {step.slope, all.bytes, all.gain};
+  }
 }
 
-double RateControl::bodyBytes(double threshold) const {
-  double sum = 0;
-  const float limit = float(threshold);
-  for (const Step& step : m_steps) sum += step.slope >= limit ? step.bytes : 0;
-  return sum;
-}
-
-double RateControl::gain(double threshold) const {
-  double sum = 0;
-  const float limit = float(threshold);
-  for (const Step& step : m_steps) sum += step.slope >= limit ? step.gain : 0;
-  return sum;
+/// All steps down to a threshold.
+RateControl::Step RateControl::stepsTo(double threshold) const {
+  const auto end = std::partition_point(
+      m_steps.begin(), m_steps.end(),
+      [limit = float(threshold)](const Step& step) { return step.slope >= limit; });
+  return end == m_steps.begin() ? Step{} : *std::prev(end);
 }
 
 namespace {
@@ -135,12 +137,12 @@ double lowestThreshold(const Holds& holds) {
 }  // namespace
 
 double RateControl::thresholdForBytes(double limit) const {
-  return lowestThreshold([&](double t) { return bodyBytes(t) <= limit; });
+  return lowestThreshold([&](double t) { return stepsTo(t).bytes <= limit; });
 }
 
 double RateControl::thresholdForGain(double wanted) const {
   // The highest that reaches it is the lowest that does not, a step down.
-  return lowestThreshold([&](double t) { return gain(t) < wanted; }) * (1 - 1e-6);
+  return lowestThreshold([&](double t) { return stepsTo(t).gain < wanted; }) * (1 - 1e-6);
 }
 
 void RateControl::cut(int layer, double threshold) {
@@ -218,17 +220,19 @@ bool RateControl::choose(int layer, const LayerGoal& goal) {
   }
   // Headers depend on what is cut: bodies are chosen for the room that the last try left to them.
   double fits = none, tooLow = 0;
-  for (int turn = 0; turn < 12; ++turn) {
-    double threshold =
-        thresholdForBytes(limit - headers + (layer > 0 ? bodyBytes(m_threshold) : 0));
+  const double before = layer > 0 ? stepsTo(m_threshold).bytes : 0;
+  constexpr int turns = 20;
+  constexpr double full = 0.9998;
+  for (int turn = 0; turn < turns; ++turn) {
+    double threshold = thresholdForBytes(limit - headers + before);
     if (threshold >= fits || threshold <= tooLow) {
       if (tooLow <= 0 || fits >= none) break;
       threshold = std::sqrt(fits * tooLow);
     }
     const double size = double(sizeWith(layer, threshold));
-    headers = size - bodyBytes(threshold) + (layer > 0 ? bodyBytes(m_threshold) : 0);
+    headers = size - stepsTo(threshold).bytes + before;
     (size <= limit ? fits : tooLow) = threshold;
-    if (size <= limit && size > limit * 0.998) break;
+    if (size <= limit && size > limit * full) break;
   }
   cut(layer, fits);
   fill(layer, int64_t(limit));
@@ -237,32 +241,58 @@ bool RateControl::choose(int layer, const LayerGoal& goal) {
   return true;
 }
 
-/// Small pictures have steps so large that a threshold leaves room: takes single blocks further,
-/// the steepest first, as far as they fit.
-void RateControl::fill(int layer, int64_t limit) {
-  size_t blocks = 0;
-  for (const TilePackets& tile : m_tiles) blocks += tile.blocks.size();
-  constexpr size_t small = 400;
-  if (blocks > small) return;
-  struct Candidate {
-    float slope;
-    size_t tile, block;
-    uint8_t cut;
-  };
-  std::vector<Candidate> candidates;
+/// Of blocks that may be cut further down, the steepest first.
+std::vector<RateControl::Candidate> RateControl::candidates(int layer, bool all) const {
+  std::vector<Candidate> list;
   for (size_t t = 0; t < m_tiles.size(); ++t) {
     const TilePackets& tile = m_tiles[t];
     for (size_t b = 0; b < tile.blocks.size(); ++b) {
       const CodedBlock& block = tile.blocks[b];
       for (int i = tile.cuts[size_t(layer)][b]; i < block.count; ++i) {
-        candidates.push_back({block.passes[i].slope, t, b, uint8_t(i + 1)});
+        const float slope = block.passes[i].slope;
+        if (!all && slope <= 0) continue;
+        list.push_back({slope, t, b, uint8_t(i + 1)});
+        if (!all) break;
       }
     }
   }
-  std::stable_sort(candidates.begin(), candidates.end(),
+  std::stable_sort(list.begin(), list.end(),
                    [](const Candidate& a, const Candidate& b) { return a.slope > b.slope; });
+  return list;
+}
+
+/// A threshold leaves room where the next pass is a large one: takes single blocks further, as far
+/// as they fit.
+void RateControl::fill(int layer, int64_t limit) {
+  size_t blocks = 0;
+  for (const TilePackets& tile : m_tiles) blocks += tile.blocks.size();
+  // Steps of small pictures are a part of them that is seen: each is tried.
+  constexpr size_t small = 400;
+  if (blocks <= small) return fillByTrial(layer, limit);
+  constexpr int64_t header = 4;
+  constexpr size_t most = 300;
+  std::vector<Candidate> list = candidates(layer, false), taken;
+  list.resize(std::min(list.size(), most));
+  int64_t room = limit - size(layer);
+  for (const Candidate& c : list) {
+    const CodedBlock& block = m_tiles[c.tile].blocks[c.block];
+    uint8_t& now = m_tiles[c.tile].cuts[size_t(layer)][c.block];
+    const int64_t bytes = int64_t(block.passes[c.cut - 1].length) -
+                          (now > 0 ? block.passes[now - 1].length : 0) + header;
+    if (bytes > room) continue;
+    room -= bytes;
+    taken.push_back({c.slope, c.tile, c.block, now});
+    now = c.cut;
+  }
+  for (; !taken.empty() && size(layer) > limit; taken.pop_back()) {
+    const Candidate& last = taken.back();
+    m_tiles[last.tile].cuts[size_t(layer)][last.block] = last.cut;
+  }
+}
+
+void RateControl::fillByTrial(int layer, int64_t limit) {
   int tries = 0;
-  for (const Candidate& c : candidates) {
+  for (const Candidate& c : candidates(layer, true)) {
     uint8_t& now = m_tiles[c.tile].cuts[size_t(layer)][c.block];
     if (c.cut <= now) continue;
     const uint8_t before = now;

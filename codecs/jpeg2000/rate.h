@@ -64,28 +64,35 @@ class RateControl {
   double threshold() const { return m_threshold; }
 
  private:
+  /// What passes of at least this slope take and gain.
   struct Step {
-    float slope;
-    float bytes;
-    float gain;
+    float slope = 0;
+    double bytes = 0, gain = 0;
   };
-  double bodyBytes(double threshold) const;
-  double gain(double threshold) const;
+  Step stepsTo(double threshold) const;
   double thresholdForBytes(double limit) const;
   double thresholdForGain(double wanted) const;
   void cut(int layer, double threshold);
   int64_t sizeWith(int layer, double threshold);
   int64_t sizeOf(int layer, size_t tile, TilePackets::Lanes& state);
   int64_t size(int layer);
+  /// A place to cut a block at.
+  struct Candidate {
+    float slope;
+    size_t tile, block;
+    uint8_t cut;
+  };
+  std::vector<Candidate> candidates(int layer, bool all) const;
   void fill(int layer, int64_t limit);
+  void fillByTrial(int layer, int64_t limit);
   void keep(int layer);
 
   std::span<TilePackets> m_tiles;
   std::vector<TilePackets::Lanes> m_states;  ///< of tiles, behind the layers that are chosen
   TilePackets::Lanes m_trial;
   LayerCosts m_costs;
-  std::vector<Step> m_steps;
-  int64_t m_before = 0;  ///< bytes of earlier layers
+  std::vector<Step> m_steps;  ///< from the steepest on, each with all before it
+  int64_t m_before = 0;       ///< bytes of earlier layers
   double m_threshold = 0;
   double m_total = 0;  ///< distortion that all passes take away
   std::vector<uint8_t> m_scratch;

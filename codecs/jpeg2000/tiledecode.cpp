@@ -329,7 +329,7 @@ void TileDecoder::storeRows(std::span<const SampleView> outputs, int first, int6
   for (size_t i = 0; i < outputs.size(); ++i) {
     const Component& component = m_components[size_t(m_plan.components[size_t(first) + i])];
     const int64_t top = component.output.y0 - component.planes->window(component.top).y0;
-    component.planes->drop(top + y0, top + y1);
+    component.planes->finish(top + y0, top + y1);
   }
 }
 

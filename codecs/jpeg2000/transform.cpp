@@ -5,8 +5,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include "parallel.h"
 #include "rkd/rkdcolor.h"
@@ -73,6 +73,47 @@ void lift(const Level& l, std::vector<uint8_t>& work) {
 
 }  // namespace
 
+namespace {
+constexpr size_t largePage = size_t(1) << 21;
+}
+
+void PlaneMemory::Release::operator()(uint8_t* memory) const {
+  if (mapped > 0) {
+    munmap(memory, mapped);
+  } else {
+    std::free(memory);
+  }
+}
+
+PlaneMemory::PlaneMemory(size_t bytes) : m_memory(nullptr, Release{0}) {
+  constexpr size_t line = 64;
+  const bool large = bytes >= 2 * largePage;
+  const size_t unit = large ? largePage : line;
+  void* const memory = large ? mmap(nullptr, bytes + unit, PROT_READ | PROT_WRITE,
+                                    MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)
+                             : std::calloc(1, bytes + unit);
+  if (memory == nullptr || memory == MAP_FAILED) throw std::bad_alloc();
+  auto* const start = static_cast<uint8_t*>(memory);
+  m_memory = {start, Release{large ? bytes + unit : 0}};
+  m_first = start + (unit - reinterpret_cast<uintptr_t>(start) % unit) % unit;
+  if (!large) return;
+  (void)madvise(m_first, bytes, MADV_HUGEPAGE);  // a hint
+  m_finished = std::make_unique<std::atomic<size_t>[]>(bytes / largePage + 1);
+}
+
+void PlaneMemory::finish(const uint8_t* from, const uint8_t* to) const {
+  if (!m_finished) return;
+  const auto end = size_t(to - m_first);
+  for (auto at = size_t(from - m_first); at < end;) {
+    const size_t page = at / largePage, next = std::min(end, (page + 1) * largePage);
+    // Bands of rows come in any order, and several share a page.
+    if ((m_finished[page] += next - at) == largePage) {
+      madvise(m_first + page * largePage, largePage, MADV_DONTNEED);
+    }
+    at = next;
+  }
+}
+
 int64_t CoefficientPlanes::bytes(Arithmetic arithmetic, const std::vector<Rect>& windows) {
   int64_t sum = 0;
   const bool shared = nested(windows);
@@ -93,22 +134,14 @@ CoefficientPlanes::CoefficientPlanes(Arithmetic arithmetic, std::vector<Rect> wi
       continue;
     }
     const size_t step = stepFor(arithmetic, window.width());
-    m_memory.emplace_back(step * size_t(window.height()) + 64);
-    uint8_t* const start = m_memory.back().data();
-    view = {arithmetic, start + (64 - reinterpret_cast<uintptr_t>(start) % 64), step,
-            int(window.width()), int(window.height())};
+    m_memory.emplace_back(step * size_t(window.height()));
+    view = {arithmetic, m_memory.back().data(), step, int(window.width()), int(window.height())};
   }
 }
 
-void CoefficientPlanes::drop(int64_t y0, int64_t y1) const {
+void CoefficientPlanes::finish(int64_t y0, int64_t y1) const {
   const PlaneView& view = m_views.back();
-  constexpr size_t worthIt = size_t(1) << 22;
-  if (view.step * size_t(view.height) < worthIt) return;
-  const uintptr_t page = uintptr_t(sysconf(_SC_PAGESIZE));
-  const uintptr_t from = reinterpret_cast<uintptr_t>(view.row<uint8_t>(y0));
-  const uintptr_t to = reinterpret_cast<uintptr_t>(view.row<uint8_t>(y1));
-  const uintptr_t first = (from + page - 1) / page * page, end = to / page * page;
-  if (first < end) madvise(reinterpret_cast<void*>(first), end - first, MADV_DONTNEED);
+  m_memory.front().finish(view.row<uint8_t>(y0), view.row<uint8_t>(y1));
 }
 
 PlaneView CoefficientPlanes::band(int resolution, int orientation) const {

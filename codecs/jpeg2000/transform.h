@@ -2,7 +2,9 @@
 /// @file
 /// Adapter of the library's wavelets and component transforms.
 
+#include <atomic>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -17,6 +19,26 @@ constexpr int waveletReach = 4;
 
 /// The arithmetic that takes a component of this many bits without overflow.
 Arithmetic arithmeticFor(bool reversible, int precision, bool transformed);
+
+/// Zeros. A large piece comes from the system in large pages: taking thousands of small ones costs
+/// as much as transforming what is in them.
+class PlaneMemory {
+ public:
+  explicit PlaneMemory(size_t bytes);
+
+  uint8_t* data() const { return m_first; }
+  /// Bytes that nobody reads any more: large pages that are done with are given back.
+  void finish(const uint8_t* from, const uint8_t* to) const;
+
+ private:
+  struct Release {
+    size_t mapped;  ///< BYTES; 0: of the heap
+    void operator()(uint8_t* memory) const;
+  };
+  std::unique_ptr<uint8_t, Release> m_memory;
+  uint8_t* m_first;
+  std::unique_ptr<std::atomic<size_t>[]> m_finished;  ///< BYTES of a large page
+};
 
 /// Coefficients of one tile-component from the lowest resolution to the top one, laid out as the
 /// transform wants them: lows of both directions at the upper left, nested.
@@ -36,8 +58,8 @@ class CoefficientPlanes {
   PlaneView samples() const { return m_views.back(); }
   Arithmetic arithmetic() const { return m_views.back().arithmetic; }
 
-  /// Gives the memory of rows of samples back to the system: nobody reads them any more.
-  void drop(int64_t y0, int64_t y1) const;
+  /// Rows of samples that nobody reads any more.
+  void finish(int64_t y0, int64_t y1) const;
 
   void forward(std::vector<uint8_t>& work) const;
   void inverse(std::vector<uint8_t>& work) const;
@@ -45,7 +67,7 @@ class CoefficientPlanes {
  private:
   std::vector<Rect> m_windows;
   std::vector<PlaneView> m_views;
-  std::vector<std::vector<uint8_t>> m_memory;
+  std::vector<PlaneMemory> m_memory;  ///< the samples' first
 };
 
 /// Colour transform of three planes of equal shape and arithmetic, in place, in bands of rows.
