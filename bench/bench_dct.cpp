@@ -141,6 +141,12 @@ void benchForward(Table& table, Picture& p) {
                rkdiDCTQuantFwd8x8_JPEG_16s_C1I(p.block(p.out16, b), p.forward);
              }),
              kPeer, peerFrom16s});
+  table.run({"DCTQuantFwd8x8_Eighths_16s_C1", "block", kBlocks, 0.75, 0.45,
+             [&p] {
+               rkdiDCTQuantFwd8x8_Eighths_JPEG_16s_C1(p.shifted.data(), p.out16.data(), kBlocks,
+                                                      p.forward);
+             },
+             kPeer, peerFrom16s});
   static uint16_t ones[RKD_QUANT_TABLE_LENGTH];
   std::fill(std::begin(ones), std::end(ones), uint16_t{1});
   table.run({"DCTQuantFwd8x8_16s_C1, table of ones", "block", kBlocks, 0.75, 0.45,

@@ -177,6 +177,22 @@ RkdStatus rkdiDCTQuantFwd8x8_JPEG_16s_C1(const int16_t* src, int16_t* dst, const
 RkdStatus rkdiDCTQuantFwd8x8_JPEG_16s_C1I(int16_t* srcDst, const uint16_t* table) {
   return forward(srcDst, kRow16, 0, srcDst, table);
 }
+RkdStatus rkdiDCTQuantFwd8x8_Eighths_JPEG_16s_C1(const int16_t* src, int16_t* dst, int count,
+                                                 const uint16_t* table) {
+  const Samples from(src);
+  const Samples to(dst);
+  const Table quantisers(table);
+  for (int b = 0; b < count; ++b) {
+    double block[64];
+    for (int i = 0; i < 64; ++i) block[i] = from[64 * b + i];
+    dctForward(block, block);
+    for (int i = 0; i < 64; ++i) {
+      const double quotient = nearest(8 * block[i], INT16_MIN, INT16_MAX) / double(quantisers[i]);
+      to[64 * b + i] = static_cast<int16_t>(nearest(quotient, INT16_MIN, INT16_MAX));
+    }
+  }
+  return rkdStsNoErr;
+}
 RkdStatus rkdiDCTQuantInv8x8_JPEG_16s_C1(const int16_t* src, int16_t* dst, const uint16_t* table) {
   return inverse<8>(src, 8, dst, kRow16, 0, INT16_MIN, INT16_MAX, table);
 }

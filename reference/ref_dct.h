@@ -45,6 +45,8 @@ RkdStatus rkdiDCT8x8Inv_JPEG_16s_C1(const int16_t* src, int16_t* dst);
 RkdStatus rkdiDCT8x8Inv_JPEG_16s_C1I(int16_t* srcDst);
 RkdStatus rkdiDCTQuantFwd8x8_JPEG_16s_C1(const int16_t* src, int16_t* dst, const uint16_t* table);
 RkdStatus rkdiDCTQuantFwd8x8_JPEG_16s_C1I(int16_t* srcDst, const uint16_t* table);
+RkdStatus rkdiDCTQuantFwd8x8_Eighths_JPEG_16s_C1(const int16_t* src, int16_t* dst, int count,
+                                                 const uint16_t* table);
 RkdStatus rkdiDCTQuantInv8x8_JPEG_16s_C1(const int16_t* src, int16_t* dst, const uint16_t* table);
 RkdStatus rkdiDCTQuantInv8x8_JPEG_16s_C1I(int16_t* srcDst, const uint16_t* table);
 RkdStatus rkdiDCT8x8FwdLS_JPEG_8u16s_C1R(const uint8_t* src, int srcStep, int16_t* dst);

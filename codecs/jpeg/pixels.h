@@ -12,10 +12,8 @@
 
 namespace jpeg {
 
-/// Forward transforms work on samples with these bits more, and quantisers as much larger.
-inline constexpr int kFinerBits = 2;
 /// Largest quantiser of a file being written.
-inline constexpr int kMaxQuantiser = 32767 >> kFinerBits;
+inline constexpr int kMaxQuantiser = 65535;
 
 /// A table as the library's transforms take it.
 struct QuantTable {
@@ -68,7 +66,8 @@ class ForwardPixels {
   Status takeBand(int mcuRow, RowSource& source);
   void fillPlanes();
   void halve(Plane& plane, const std::vector<uint8_t>& full) const;
-  void transform(McuBlocks* scratch, int16_t* const* blocks) const;
+  void prefetch(int x) const;
+  void transform(const McuBlocks& scratch, int16_t* const* blocks) const;
   void dropDummies(int x, int16_t* const* blocks) const;
 
   ImageShape shape_;

@@ -298,6 +298,7 @@ FAMILY(Transforms) {
   REFUSES(rkdiDCT8x8Inv_JPEG_16s_C1I, "p");
   REFUSES(rkdiDCTQuantFwd8x8_JPEG_16s_C1, "p p p");
   REFUSES(rkdiDCTQuantFwd8x8_JPEG_16s_C1I, "p p");
+  REFUSES(rkdiDCTQuantFwd8x8_Eighths_JPEG_16s_C1, "p p n2 p");
   REFUSES(rkdiDCTQuantInv8x8_JPEG_16s_C1, "p p p");
   REFUSES(rkdiDCTQuantInv8x8_JPEG_16s_C1I, "p p");
   REFUSES(rkdiDCT8x8FwdLS_JPEG_8u16s_C1R, "p r8 p");

@@ -380,6 +380,54 @@ TEST(Dct, OneCoefficientBesideTheFirstIsNeverOverlooked) {
   });
 }
 
+// Coefficients in eighths, from a table of ones, and quantised: what one step makes is what
+// quantising the eighths makes, with derived values and without.
+TEST(Dct, EighthsAreThoseOfTheExactTransform) {
+  const Table plain = quantisers(12);
+  const Table marked = built(plain);
+  Table ones;
+  std::fill(std::begin(ones.entry), std::end(ones.entry), uint16_t{1});
+  forEachLevel([&] {
+    BlockSource source(-128, 127);
+    double sum = 0;
+    int64_t values = 0;
+    for (const int offset : alignments()) {
+      for (int count = 1; count <= 9; ++count) {
+        const RkdiSize size = {64 * count, 1};
+        Coefficients src(size, 1, {offset, 0}), eighths(size, 1, {63 - offset, 0}), want(size);
+        for (int b = 0; b < count; ++b) {
+          int16_t block[64];
+          source.next(block);
+          for (int i = 0; i < 64; ++i) src.set(64 * b + i, 0, block[i]);
+        }
+        const auto run = [&](Coefficients& to, const Table& table) {
+          return rkdiDCTQuantFwd8x8_Eighths_JPEG_16s_C1(src.data(), to.data(), count, table.entry);
+        };
+        ASSERT_EQ(run(eighths, ones), rkdStsNoErr);
+        ASSERT_TRUE(eighths.marginIntact());
+        for (int b = 0; b < count; ++b) {
+          double exact[64];
+          for (int i = 0; i < 64; ++i) exact[i] = src.at(64 * b + i, 0);
+          ref::dctForward(exact, exact);
+          for (int i = 0; i < 64; ++i, ++values) {
+            const double error = eighths.at(64 * b + i, 0) - 8 * exact[i];
+            ASSERT_LE(std::abs(error), 1.25) << "coefficient " << i;
+            sum += error;
+          }
+          rkdiQuantFwd8x8_JPEG_16s_C1I(eighths.data() + 64 * b, plain.entry);
+        }
+        ref::rkdiDCTQuantFwd8x8_Eighths_JPEG_16s_C1(src.data(), want.data(), count, plain.entry);
+        ASSERT_TRUE(want.sameAs(eighths, 1));
+        ASSERT_EQ(run(want, plain), rkdStsNoErr);
+        ASSERT_TRUE(want.sameAs(eighths)) << "by division";
+        ASSERT_EQ(run(src, marked), rkdStsNoErr);
+        ASSERT_TRUE(src.sameAs(eighths) && src.marginIntact()) << "in place, by derived values";
+      }
+    }
+    EXPECT_LT(std::abs(sum / double(values)), 0.02);
+  });
+}
+
 // A digest of everything that the functions make of data of any kind, beyond their ranges too.
 std::vector<int16_t> resultsOnWildData() {
   Random random(11);
@@ -399,6 +447,8 @@ std::vector<int16_t> resultsOnWildData() {
     };
     for (const uint16_t* table : std::array<const uint16_t*, 2>{wild.entry, marked.entry}) {
       keep([&](int16_t* out) { rkdiDCTQuantFwd8x8_JPEG_16s_C1(src.data(), out, table); });
+      keep(
+          [&](int16_t* out) { rkdiDCTQuantFwd8x8_Eighths_JPEG_16s_C1(src.data(), out, 1, table); });
       keep([&](int16_t* out) { rkdiDCTQuantInv8x8_JPEG_16s_C1(src.data(), out, table); });
       keep([&](int16_t* out) {
         std::copy(src.data(), src.data() + 64, out);

@@ -285,6 +285,7 @@ GUARDED_FAMILY(Transforms) {
   GUARDED(rkdiDCT8x8Inv_JPEG_16s_C1I, "p64");
   GUARDED(rkdiDCTQuantFwd8x8_JPEG_16s_C1, "p64 p64 q");
   GUARDED(rkdiDCTQuantFwd8x8_JPEG_16s_C1I, "p64 q");
+  GUARDED(rkdiDCTQuantFwd8x8_Eighths_JPEG_16s_C1, "p64w p64w n q");
   GUARDED(rkdiDCTQuantInv8x8_JPEG_16s_C1, "p64 p64 p64");
   GUARDED(rkdiDCTQuantInv8x8_JPEG_16s_C1I, "p64 p64");
   GUARDED(rkdiDCT8x8FwdLS_JPEG_8u16s_C1R, "p8x8 s p64");

@@ -105,6 +105,24 @@ RKD_API RkdStatus rkdiDCTQuantInv8x8_JPEG_16s_C1(const int16_t* src, int16_t* ds
 RKD_API RkdStatus rkdiDCTQuantInv8x8_JPEG_16s_C1I(int16_t* srcDst, const uint16_t* table);
 /// @}
 
+/// @name Transform with quantisation of coefficients in eighths
+/// As rkdiDCTQuantFwd8x8 with coefficients that keep three bits of fraction: each is rounded to an
+/// eighth, and its eighths are divided by the quantiser, so that a table has eight times what a
+/// file tells. What is rounded to whole numbers first leaves more coefficients that are not zero,
+/// and a file that is a per cent longer.
+/// Range: samples -128..127.
+/// @param src    `count` blocks of 64 samples, one after the other
+/// @param dst    as many blocks of 64 quantised coefficients; may be src, must not overlap it
+///               otherwise
+/// @param count  BLOCKS, > 0
+/// @param table  see quantisation tables; quantisers in eighths
+/// @return rkdStsNoErr; rkdStsNullPtrErr, rkdStsSizeErr with dst untouched
+/// @see ITU-T T.81, A.3.3 and A.3.4
+/// @{
+RKD_API RkdStatus rkdiDCTQuantFwd8x8_Eighths_JPEG_16s_C1(const int16_t* src, int16_t* dst,
+                                                         int count, const uint16_t* table);
+/// @}
+
 /// @name Transform with level shift
 /// Fwd: 8x8 samples less 128 (8u; every value in range) or 2048 (16u; range 0..4095), transformed.
 /// Inv: transformed, plus 128 or 2048, clamped to 0..255 or 0..4095. With a table also quantised or

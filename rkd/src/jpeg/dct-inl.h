@@ -120,18 +120,21 @@ RKD_BLOCK V16 narrow(const RowSums& s) {
 
 // ---- forward ----
 
-// Precision of the forward transform: bits of fraction between the passes, and what is taken from
-// each sample (which changes the sums of frequency 0 only). Samples of up to 10 bits leave room for
-// sums of two results of the first pass in 16 bits; those of 12 bits do not.
-template <int kFractionBits, int kLevelShift, bool kWide>
+// Precision of the forward transform: bits of fraction between the passes, what is taken from each
+// sample (which changes the sums of frequency 0 only), and bits of fraction of the coefficients.
+// Samples of up to 10 bits leave room for sums of two results of the first pass in 16 bits; those
+// of 12 bits do not.
+template <int kFractionBits, int kLevelShift, bool kWide, int kResultBits = 0>
 struct ForwardPrecision {
   static constexpr int kFraction = kFractionBits;
   static constexpr int kLevel = kLevelShift;
   static constexpr bool kTwelveBits = kWide;
+  static constexpr int kResult = kResultBits;
 };
 using Forward10 = ForwardPrecision<3, 0, false>;
 using Forward8u = ForwardPrecision<3, 128, false>;
 using Forward16u = ForwardPrecision<2, 2048, true>;
+using Forward8Eighths = ForwardPrecision<5, 0, false, 3>;
 
 // Sums of rows that mirror each other, for even frequencies, and differences, for odd ones. Blocks
 // of even number hold the sums, the others the differences; vectors of one block hold either.
@@ -197,7 +200,7 @@ RKD_BLOCK V32 forwardDirect(V16 rows, const DctFactors::Lanes (&f)[4]) {
 // Along the rows of one vector, to twice the coefficients: one bit more than wanted, cut below.
 template <class P>
 RKD_BLOCK V16 forwardRows(V16 rows) {
-  constexpr int kShift = kFactorBits + P::kFraction - 1;
+  constexpr int kShift = kFactorBits + P::kFraction - P::kResult - 1;
   if constexpr (P::kTwelveBits) {
     return narrow<kShift>(
         {forwardDirect(rows, kDct.forwardDirect[0]), forwardDirect(rows, kDct.forwardDirect[1])});

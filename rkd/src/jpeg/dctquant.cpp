@@ -22,6 +22,12 @@ void quantFwd8x8(const int16_t* src, int16_t* dst, const uint16_t* table) {
   storeQuantised(forwardTransform<Forward10>(loadSamples(src)), table, dst);
 }
 
+void quantFwd8x8Eighths(const int16_t* src, int16_t* dst, int count, const uint16_t* table) {
+  for (const int16_t* const end = src + ptrdiff_t{64} * count; src != end; src += 64, dst += 64) {
+    storeQuantised(forwardTransform<Forward8Eighths>(loadSamples(src)), table, dst);
+  }
+}
+
 template <class Table>
 RKD_BLOCK void inverse(const int16_t* src, int16_t* dst, Table table) {
   if (isFlat(src)) {
@@ -74,6 +80,7 @@ namespace {
 
 HWY_EXPORT(fwd8x8);
 HWY_EXPORT(quantFwd8x8);
+HWY_EXPORT(quantFwd8x8Eighths);
 HWY_EXPORT(inv8x8);
 HWY_EXPORT(quantInv8x8);
 HWY_EXPORT(quantise8x8);
@@ -160,6 +167,13 @@ RkdStatus rkdiDCTQuantFwd8x8_JPEG_16s_C1(const int16_t* src, int16_t* dst, const
 }
 RkdStatus rkdiDCTQuantFwd8x8_JPEG_16s_C1I(int16_t* srcDst, const uint16_t* table) {
   return runBlock(RKD_AT_LEVEL(quantFwd8x8), srcDst, srcDst, table);
+}
+RkdStatus rkdiDCTQuantFwd8x8_Eighths_JPEG_16s_C1(const int16_t* src, int16_t* dst, int count,
+                                                 const uint16_t* table) {
+  if (const RkdStatus status = checkPointers(src, dst, table)) return status;
+  if (count < 1) return rkdStsSizeErr;
+  RKD_AT_LEVEL(quantFwd8x8Eighths)(src, dst, count, table);
+  return rkdStsNoErr;
 }
 RkdStatus rkdiDCTQuantInv8x8_JPEG_16s_C1(const int16_t* src, int16_t* dst, const uint16_t* table) {
   return runBlock(RKD_AT_LEVEL(quantInv8x8), src, dst, table);
