@@ -53,8 +53,8 @@ struct EncodeTables {
   std::array<EncodeSpec, 2> dcSpec, acSpec;
 
   void setStandard();
-  Status initSpecs();
-  void write(MarkerWriter& markers, bool hasSecond) const;
+  /// Makes the specifications, and writes tables and header of the scan of a whole frame.
+  Status begin(const Frame& frame, Color color, Output& output);
 };
 /// Whether a component uses the first or second tables.
 inline int tableSetOf(int component, Color color) {
@@ -72,6 +72,25 @@ struct Wave {
 /// MCU rows of a wave: as much as stays in a second-level cache, and rows enough for all threads,
 /// below half the limit, because there are two waves at a time.
 int rowsInWave(const Frame& frame, int blocksInMcu, const Workers& workers, size_t memoryLimit);
+
+/// Rows of pixels that have been asked for, for threads to take parts of.
+class RowBand : public RowSource {
+ public:
+  Status take(RowSource& source, const Frame& frame, int firstMcuRow, int mcuRows);
+  Status rows(int first, int, const uint8_t** pixels, ptrdiff_t* step) override {
+    *pixels = pixels_ + step_ * (first - first_);
+    *step = step_;
+    return Status::ok;
+  }
+
+ private:
+  int first_ = 0;
+  const uint8_t* pixels_ = nullptr;
+  ptrdiff_t step_ = 0;
+};
+
+/// The first error among a step's outcomes.
+Status firstError(std::span<const Status> outcomes);
 
 /// What it takes to turn the pixels of a source into blocks.
 struct ForwardSetup {
@@ -92,6 +111,15 @@ class UnitCoder {
   void resetPredictions() { previousDC_.fill(0); }
   const std::array<int, kMaxComponents>& predictions() const { return previousDC_; }
   void setPredictions(const std::array<int, kMaxComponents>& dc) { previousDC_ = dc; }
+  /// The same of records from `*at` on, which moves.
+  RkdStatus codeRecords(ScanWriter& writer, const uint16_t* records, int length, int* at) {
+    RkdStatus status = rkdStsNoErr;
+    for (int b = 0; b < count_; ++b) {
+      const Coded& c = coded_[size_t(b)];
+      status |= writer.record(records, length, at, *c.dc, *c.ac);
+    }
+    return status;
+  }
   RkdStatus code(ScanWriter& writer, const int16_t* blocks) {
     RkdStatus status = rkdStsNoErr;
     for (int b = 0; b < count_; ++b) {
@@ -122,17 +150,20 @@ Status writeBaselineInWaves(const EncodeTables& tables, int restartInterval,
 /// How often a sequential scan's symbols occur, by table.
 struct SymbolCounts {
   std::array<Statistics, 2> dc{}, ac{};
+  SymbolCounts& operator+=(const SymbolCounts& more);
 };
 
+/// The same with tables made for the picture, whose blocks are kept as their symbols meanwhile.
+Status writeOptimized(const ForwardSetup& setup, const EncodeOptions& options, RowSource& source,
+                      Workers& workers, Output& output);
+
 /// Transforms a whole picture.
-/// @param counts  if not null, receives the symbols of a sequential scan with that restart interval
-Status transformAll(const ForwardSetup& setup, int restartInterval, RowSource& source,
-                    Workers& workers, Coefficients* coefficients, SymbolCounts* counts);
+Status transformAll(const ForwardSetup& setup, RowSource& source, Workers& workers,
+                    Coefficients* coefficients);
 
 /// Writes a sequential scan, or the scans of a script, of coefficients, with tables in front.
-/// @param counts  the symbols, where they are known already
 Status writeSequential(const Coefficients& coefficients, const EncodeOptions& options,
-                       const SymbolCounts* counts, Output& output);
+                       Output& output);
 Status writeProgressive(const Coefficients& coefficients, const EncodeOptions& options,
                         Workers& workers, Output& output);
 

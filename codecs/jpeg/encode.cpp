@@ -2,6 +2,7 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 #include "coder.h"
@@ -35,22 +36,21 @@ int channelsOf(Color color) {
   }
 }
 
-void UnmapMemory::operator()(void* memory) const { munmap(memory, bytes); }
-
-Status Coefficients::allocate(size_t memoryLimit) {
+Status Coefficients::allocate(size_t memoryLimit, bool isZero) {
   if (frame.blocks() > memoryLimit / (64 * sizeof(int16_t))) return Status::overMemoryLimit;
-  // Pages of the system's are zero already, and where they are large, a picture has few of them:
-  // taking thousands of small ones costs more time than counting its symbols.
-  constexpr size_t kLargePage = size_t{1} << 21;
-  const size_t bytes = frame.blocks() * 64 * sizeof(int16_t) + kLargePage;
-  void* const memory =
-      mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (memory == MAP_FAILED) return Status::noMemory;
-  memory_ = {memory, UnmapMemory{bytes}};
-  const size_t skip = kLargePage - reinterpret_cast<uintptr_t>(memory) % kLargePage;
-  auto* const first = static_cast<uint8_t*>(memory) + skip;
-  if (bytes > 2 * kLargePage) (void)madvise(first, bytes - skip, MADV_HUGEPAGE);  // a hint
-  auto* at = reinterpret_cast<int16_t*>(first);
+  // Not pages of the system's: it would clear them anew for every picture of a program that works
+  // on many.
+  constexpr size_t kLine = 64, kLargePage = size_t{1} << 21;
+  const size_t bytes = frame.blocks() * 64 * sizeof(int16_t) + kLine;
+  memory_.reset(isZero ? std::calloc(1, bytes) : std::malloc(bytes));
+  if (memory_ == nullptr) return Status::noMemory;
+  const auto from = reinterpret_cast<uintptr_t>(memory_.get());
+  const auto upTo = [&](size_t unit) { return unit - from % unit; };
+  auto* const first = static_cast<uint8_t*>(memory_.get());
+  if (bytes > 2 * kLargePage) {
+    (void)madvise(first + upTo(kLargePage), bytes - upTo(kLargePage), MADV_HUGEPAGE);  // a hint
+  }
+  auto* at = reinterpret_cast<int16_t*>(first + upTo(kLine));
   for (int i = 0; i < frame.componentCount; ++i) {
     const size_t blocks = frame.component[size_t(i)].blocks();
     component[size_t(i)] = {at, blocks};
@@ -140,19 +140,47 @@ void EncodeTables::setStandard() {
   }
 }
 
-Status EncodeTables::initSpecs() {
-  for (size_t i = 0; i < 2; ++i) {
-    JPEG_RETURN_IF_ERROR(dcSpec[i].init(dc[i]));
-    JPEG_RETURN_IF_ERROR(acSpec[i].init(ac[i]));
+Status EncodeTables::begin(const Frame& frame, Color color, Output& output) {
+  MarkerWriter markers;
+  Scan scan = wholeScan(frame);
+  int sets = 1;
+  for (int i = 0; i < scan.componentCount; ++i) {
+    ScanComponent& c = scan.component[size_t(i)];
+    c.dcTable = c.acTable = tableSetOf(i, color);
+    sets = std::max(sets, c.dcTable + 1);
   }
-  return Status::ok;
+  for (int i = 0; i < sets; ++i) {
+    const size_t set = size_t(i);
+    JPEG_RETURN_IF_ERROR(dcSpec[set].init(dc[set]));
+    JPEG_RETURN_IF_ERROR(acSpec[set].init(ac[set]));
+    markers.huffman(false, i, dc[set]);
+    markers.huffman(true, i, ac[set]);
+  }
+  markers.scan(frame, scan);
+  return output.write(markers.bytes());
 }
 
-void EncodeTables::write(MarkerWriter& markers, bool hasSecond) const {
-  for (int i = 0; i < (hasSecond ? 2 : 1); ++i) {
-    markers.huffman(false, i, dc[size_t(i)]);
-    markers.huffman(true, i, ac[size_t(i)]);
+SymbolCounts& SymbolCounts::operator+=(const SymbolCounts& more) {
+  for (size_t set = 0; set < 2; ++set) {
+    for (size_t i = 0; i < 256; ++i) {
+      dc[set][i] += more.dc[set][i];
+      ac[set][i] += more.ac[set][i];
+    }
   }
+  return *this;
+}
+
+// ---- rows ----
+
+Status RowBand::take(RowSource& source, const Frame& frame, int firstMcuRow, int mcuRows) {
+  first_ = firstMcuRow * frame.mcuHeight();
+  const int count = std::min(mcuRows * frame.mcuHeight(), frame.height - first_);
+  return source.rows(first_, count, &pixels_, &step_);
+}
+
+Status firstError(std::span<const Status> outcomes) {
+  const auto found = std::ranges::find_if(outcomes, [](Status s) { return isError(s); });
+  return found == outcomes.end() ? Status::ok : *found;
 }
 
 // ---- one pass ----
@@ -394,19 +422,11 @@ Status Encoder::Work::writeTransformed() {
   }
   const ForwardSetup setup{shape, frame, options.color, quantisers};
   Workers& team = makeWorkers();
-  if (options.mode == Mode::baseline && !options.optimize) {
+  if (options.mode == Mode::baseline) {
+    if (options.optimize) return writeOptimized(setup, options, *source, team, *output);
     EncodeTables tables;
     tables.setStandard();
-    JPEG_RETURN_IF_ERROR(tables.initSpecs());
-    MarkerWriter markers;
-    tables.write(markers, options.color == Color::ycbcr || options.color == Color::ycck);
-    Scan scan = wholeScan(frame);
-    for (int i = 0; i < scan.componentCount; ++i) {
-      scan.component[size_t(i)].dcTable = scan.component[size_t(i)].acTable =
-          tableSetOf(i, options.color);
-    }
-    markers.scan(frame, scan);
-    JPEG_RETURN_IF_ERROR(output->write(markers.bytes()));
+    JPEG_RETURN_IF_ERROR(tables.begin(frame, options.color, *output));
     return options.threads == 1
                ? writeBaseline(tables, options.restartInterval, setup, *source, *output)
                : writeBaselineInWaves(tables, options.restartInterval, setup, *source, team,
@@ -415,13 +435,9 @@ Status Encoder::Work::writeTransformed() {
   Coefficients coefficients;
   coefficients.frame = frame;
   coefficients.color = options.color;
-  JPEG_RETURN_IF_ERROR(coefficients.allocate(options.memoryLimit));
-  SymbolCounts counts;
-  const bool isBaseline = options.mode == Mode::baseline;
-  JPEG_RETURN_IF_ERROR(transformAll(setup, options.restartInterval, *source, team, &coefficients,
-                                    isBaseline ? &counts : nullptr));
-  return isBaseline ? writeSequential(coefficients, options, &counts, *output)
-                    : writeProgressive(coefficients, options, team, *output);
+  JPEG_RETURN_IF_ERROR(coefficients.allocate(options.memoryLimit, false));
+  JPEG_RETURN_IF_ERROR(transformAll(setup, *source, team, &coefficients));
+  return writeProgressive(coefficients, options, team, *output);
 }
 
 Status Encoder::Work::writeData() {
@@ -462,7 +478,7 @@ Status writeCoefficients(const Coefficients& coefficients, const EncodeOptions& 
     Workers workers(options.threads);
     JPEG_RETURN_IF_ERROR(writeProgressive(coefficients, scans, workers, output));
   } else {
-    JPEG_RETURN_IF_ERROR(writeSequential(coefficients, scans, nullptr, output));
+    JPEG_RETURN_IF_ERROR(writeSequential(coefficients, scans, output));
   }
   return writeEnd(output);
 }

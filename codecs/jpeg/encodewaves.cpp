@@ -2,148 +2,55 @@
 // and while one wave is transformed the one before is coded, by restart intervals where there are
 // such.
 #include <algorithm>
-#include <bit>
-#include <cstdlib>
 
 #include "coder.h"
 
 namespace jpeg {
 namespace {
 
-/// Rows of pixels that have been asked for, for threads to take parts of.
-class Band : public RowSource {
- public:
-  Status take(RowSource& source, const Frame& frame, int firstMcuRow, int mcuRows) {
-    first_ = firstMcuRow * frame.mcuHeight();
-    const int count = std::min(mcuRows * frame.mcuHeight(), frame.height - first_);
-    return source.rows(first_, count, &pixels_, &step_);
-  }
-  Status rows(int first, int, const uint8_t** pixels, ptrdiff_t* step) override {
-    *pixels = pixels_ + step_ * (first - first_);
-    *step = step_;
-    return Status::ok;
-  }
-
- private:
-  int first_ = 0;
-  const uint8_t* pixels_ = nullptr;
-  ptrdiff_t step_ = 0;
-};
-
-/// The first error among a step's outcomes.
-Status firstError(const std::vector<Status>& outcomes) {
-  const auto found = std::ranges::find_if(outcomes, [](Status s) { return isError(s); });
-  return found == outcomes.end() ? Status::ok : *found;
-}
-
 // ---- whole pictures ----
 
-/// One thread's work on rows that are kept.
-class RowTransformer {
- public:
-  Status init(const ForwardSetup& setup, int restartInterval) {
-    interval_ = restartInterval;
-    color_ = setup.color;
-    unit_ = UnitBlocks::of(setup.frame, wholeScan(setup.frame));
-    return setup.make(&pixels_);
-  }
-  Status row(int y, RowSource& source, Coefficients* coefficients, bool isCounting);
-  const SymbolCounts& counts() const { return counts_; }
-
- private:
-  ForwardPixels pixels_;
-  McuBlocks scratch_;
-  UnitBlocks unit_;
-  Color color_ = Color::unknown;
-  int interval_ = 0;
-  SymbolCounts counts_;
-};
-
-/// Counted as if every row began an interval: see correctPredictions.
-Status RowTransformer::row(int y, RowSource& source, Coefficients* coefficients, bool isCounting) {
+/// A row of a picture that is kept.
+Status transformRow(int y, ForwardPixels& pixels, const UnitBlocks& unit, McuBlocks* scratch,
+                    RowSource& source, Coefficients* coefficients) {
   const Frame& frame = coefficients->frame;
   std::array<int16_t*, kMaxBlocksInMcu> blocks{};
   std::array<ptrdiff_t, kMaxBlocksInMcu> steps{};
-  std::array<size_t, kMaxBlocksInMcu> sets{};
-  for (int b = 0; b < unit_.count; ++b) {
-    const UnitBlocks::Place& p = unit_.place[size_t(b)];
+  for (int b = 0; b < unit.count; ++b) {
+    const UnitBlocks::Place& p = unit.place[size_t(b)];
     const Component& c = frame.component[size_t(p.slot)];
     blocks[size_t(b)] = coefficients->block(p.slot, y * c.v + p.row, p.column);
     steps[size_t(b)] = 64 * ptrdiff_t{c.h};
-    sets[size_t(b)] = size_t(tableSetOf(p.slot, color_));
   }
-  JPEG_RETURN_IF_ERROR(pixels_.begin(y, source));
-  std::array<int, kMaxComponents> previousDC{};
-  Intervals intervals(interval_, int64_t{y} * frame.mcusAcross);
-  RkdStatus failure = rkdStsNoErr;
+  JPEG_RETURN_IF_ERROR(pixels.begin(y, source));
   for (int x = 0; x < frame.mcusAcross; ++x) {
-    pixels_.mcu(x, &scratch_, blocks.data());
-    if (intervals.endsHere()) previousDC.fill(0);
-    for (int b = 0; b < unit_.count; ++b) {
-      const size_t at = size_t(b);
-      if (isCounting) {
-        failure |= rkdiGetHuffmanStatistics8x8_JPEG_16s_C1(
-            blocks[at], counts_.dc[sets[at]].data(), counts_.ac[sets[at]].data(),
-            &previousDC[size_t(unit_.place[at].slot)]);
-      }
-      blocks[at] += steps[at];
-    }
+    pixels.mcu(x, scratch, blocks.data());
+    for (size_t b = 0; b < size_t(unit.count); ++b) blocks[b] += steps[b];
   }
-  return failure == rkdStsNoErr ? Status::ok : Status::libraryFailed;
-}
-
-/// The first differences of rows, which were counted without the row above.
-void correctPredictions(const Coefficients& coefficients, int restartInterval,
-                        SymbolCounts* counts) {
-  const Frame& frame = coefficients.frame;
-  const auto category = [](int difference) {
-    return size_t(std::bit_width(unsigned(std::abs(difference))));
-  };
-  for (int y = 1; y < frame.mcusDown; ++y) {
-    const int64_t unit = int64_t{y} * frame.mcusAcross;
-    if (restartInterval > 0 && unit % restartInterval == 0) continue;
-    for (int i = 0; i < frame.componentCount; ++i) {
-      const Component& c = frame.component[size_t(i)];
-      const int dc = *coefficients.block(i, y * c.v, 0);
-      const int before = *coefficients.block(i, y * c.v - 1, c.paddedAcross - 1);
-      Statistics& statistics = counts->dc[size_t(tableSetOf(i, coefficients.color))];
-      --statistics[category(dc)];
-      ++statistics[category(dc - before)];
-    }
-  }
+  return Status::ok;
 }
 
 }  // namespace
 
-Status transformAll(const ForwardSetup& setup, int restartInterval, RowSource& source,
-                    Workers& workers, Coefficients* coefficients, SymbolCounts* counts) {
+Status transformAll(const ForwardSetup& setup, RowSource& source, Workers& workers,
+                    Coefficients* coefficients) {
   const Frame& frame = setup.frame;
-  std::vector<RowTransformer> transformers(size_t(workers.count()));
-  for (RowTransformer& t : transformers) {
-    JPEG_RETURN_IF_ERROR(t.init(setup, restartInterval));
-  }
+  const UnitBlocks unit = UnitBlocks::of(frame, wholeScan(frame));
+  std::vector<ForwardPixels> pixels(size_t(workers.count()));
+  for (ForwardPixels& p : pixels) JPEG_RETURN_IF_ERROR(setup.make(&p));
+  std::vector<McuBlocks> scratch(size_t(workers.count()));
   const int most = workers.count() == 1 ? 1 : 4 * workers.count();
   std::vector<Status> outcomes(size_t(most), Status::ok);
-  Band band;
+  RowBand band;
   for (int first = 0; first < frame.mcusDown; first += most) {
     const int rows = std::min(most, frame.mcusDown - first);
     JPEG_RETURN_IF_ERROR(band.take(source, frame, first, rows));
     workers.run(rows, [&](int row, int worker) {
-      outcomes[size_t(row)] =
-          transformers[size_t(worker)].row(first + row, band, coefficients, counts != nullptr);
+      outcomes[size_t(row)] = transformRow(first + row, pixels[size_t(worker)], unit,
+                                           &scratch[size_t(worker)], band, coefficients);
     });
     JPEG_RETURN_IF_ERROR(firstError(outcomes));
   }
-  if (counts == nullptr) return Status::ok;
-  for (const RowTransformer& t : transformers) {
-    for (size_t set = 0; set < 2; ++set) {
-      for (size_t i = 0; i < 256; ++i) {
-        counts->dc[set][i] += t.counts().dc[set][i];
-        counts->ac[set][i] += t.counts().ac[set][i];
-      }
-    }
-  }
-  correctPredictions(*coefficients, restartInterval, counts);
   return Status::ok;
 }
 
@@ -201,7 +108,7 @@ class WaveEncoder {
   std::vector<McuBlocks> scratch_;
   std::vector<std::unique_ptr<ChunkCoder>> coders_;
   std::vector<Status> outcomes_;
-  Band band_;
+  RowBand band_;
   int blocksInMcu_ = 0, rowsInWave_ = 1;
 };
 
@@ -340,7 +247,7 @@ class RowEncoder {
   const int interval_;
   const ForwardSetup& setup_;
   const Frame& frame_;
-  Band band_;
+  RowBand band_;
 };
 
 /// Rows, and what ends the interval before them or begins the scan.

@@ -102,6 +102,13 @@ class ScanWriter {
                                               &output_->position, previousDC, dc.get(), ac.get(),
                                               state_, 0);
   }
+  /// What a record tells of a block.
+  RkdStatus record(const uint16_t* records, int length, int* at, const EncodeSpec& dc,
+                   const EncodeSpec& ac) {
+    return rkdiEncodeHuffmanRecord_JPEG_16u1u_C1(records, length, at, output_->buffer(),
+                                                 Output::kBuffer, &output_->position, dc.get(),
+                                                 ac.get(), state_);
+  }
   RkdiEncodeHuffmanState* state() { return state_; }
   Output& output() { return *output_; }
   /// Fills the last byte; AC scans of progressive files go through their own flush first.

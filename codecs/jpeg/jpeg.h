@@ -12,6 +12,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -200,22 +201,23 @@ class CoefficientPlane {
   size_t blocks_ = 0;
 };
 
-/// Gives back what was taken as pages.
-struct UnmapMemory {
-  size_t bytes = 0;
-  void operator()(void* memory) const;
+/// Gives back what malloc has given.
+struct FreeMemory {
+  void operator()(void* memory) const { std::free(memory); }
 };
 
 /// Coefficients of a whole picture, and what it takes to write them again.
 struct Coefficients {
+  static constexpr int kBlock = 64;
   Frame frame;
   Color color = Color::unknown;
   std::array<Quantisers, 4> quantisers{};
   /// paddedAcross x paddedDown blocks in rows, 64 quantised values each in natural order.
   std::array<CoefficientPlane, kMaxComponents> component;
 
-  /// Zeros for the frame's blocks. @return ok, overMemoryLimit, noMemory
-  Status allocate(size_t memoryLimit);
+  /// @param isZero  whether the frame's blocks are to be zero, or will be set by the caller
+  /// @return ok, overMemoryLimit, noMemory
+  Status allocate(size_t memoryLimit, bool isZero = true);
   int16_t* block(int index, int row, int column) {
     const Component& c = frame.component[size_t(index)];
     return component[size_t(index)].block(size_t(row) * size_t(c.paddedAcross) + size_t(column));
@@ -225,7 +227,7 @@ struct Coefficients {
   }
 
  private:
-  std::unique_ptr<void, UnmapMemory> memory_;
+  std::unique_ptr<void, FreeMemory> memory_;
 };
 
 class Decoder {

@@ -6,6 +6,7 @@
 
 namespace jpeg {
 
+/// Of coefficients, or of what holds `kBlock` values a block at `block(index, row, column)`.
 /// Calls `block(slot, pointer)` for every block of a scan in its order, `unit()` before each unit
 /// and `interval()` before each unit that begins a restart interval but the first. `unit` and
 /// `interval` return a Status, and an error ends the walk.
@@ -28,7 +29,7 @@ Status walkScan(Plane& coefficients, const Scan& scan, int restartInterval, OnIn
   if (!scan.isInterleaved()) {
     for (int y = 0; y < geometry.down; ++y) {
       auto* at = coefficients.block(factors[0].index, y, 0);
-      for (int x = 0; x < geometry.across; ++x, at += 64) {
+      for (int x = 0; x < geometry.across; ++x, at += Plane::kBlock) {
         if (intervals.endsHere()) JPEG_RETURN_IF_ERROR(interval());
         JPEG_RETURN_IF_ERROR(unit());
         block(0, at);

@@ -20,11 +20,35 @@ Scan scanOf(const ScriptScan& s, Color color) {
   return scan;
 }
 
+/// The first coefficients of all blocks, side by side: scans of nothing else leave the rest of a
+/// large picture's coefficients alone.
+struct DcPlanes {
+  static constexpr int kBlock = 1;
+  Frame frame;
+  std::array<std::vector<int16_t>, kMaxComponents> component;
+
+  DcPlanes() = default;
+  explicit DcPlanes(const Coefficients& coefficients) : frame(coefficients.frame) {
+    for (size_t i = 0; i < size_t(frame.componentCount); ++i) {
+      const size_t blocks = frame.component[i].blocks();
+      component[i].resize(blocks);
+      const int16_t* from = coefficients.block(int(i), 0, 0);
+      for (size_t b = 0; b < blocks; ++b, from += 64) component[i][b] = *from;
+    }
+  }
+  const int16_t* block(int index, int row, int column) const {
+    const size_t i = size_t(index);
+    return &component[i][size_t(row) * size_t(frame.component[i].paddedAcross) + size_t(column)];
+  }
+};
+
 /// What all scans of a file need.
 class ScansWriter {
  public:
-  ScansWriter(const Coefficients& coefficients, const EncodeOptions& options, Output& output)
+  ScansWriter(const Coefficients& coefficients, const DcPlanes& dc, const EncodeOptions& options,
+              Output& output)
       : coefficients_(coefficients),
+        dc_(dc),
         interval_(options.restartInterval),
         output_(output),
         writer_(&output) {}
@@ -46,6 +70,7 @@ class ScansWriter {
   Status codeAc(const Scan& scan, Code code);
 
   const Coefficients& coefficients_;
+  const DcPlanes& dc_;
   const int interval_;
   Output& output_;
   ScanWriter writer_;
@@ -121,7 +146,7 @@ Status ScansWriter::dcFirst(const Scan& scan) {
   std::array<int, kMaxComponents> previousDC{};
   RkdStatus failure = rkdStsNoErr;
   JPEG_RETURN_IF_ERROR(walkScan(
-      coefficients_, scan, interval_,
+      dc_, scan, interval_,
       [&] {
         previousDC.fill(0);
         return Status::ok;
@@ -135,7 +160,7 @@ Status ScansWriter::dcFirst(const Scan& scan) {
   JPEG_RETURN_IF_ERROR(header(scan, true, false));
   previousDC.fill(0);
   JPEG_RETURN_IF_ERROR(walkScan(
-      coefficients_, scan, interval_,
+      dc_, scan, interval_,
       [&] {
         previousDC.fill(0);
         return writer_.restart();
@@ -153,8 +178,7 @@ Status ScansWriter::dcRefine(const Scan& scan) {
   JPEG_RETURN_IF_ERROR(header(scan, false, false));
   RkdStatus failure = rkdStsNoErr;
   JPEG_RETURN_IF_ERROR(walkScan(
-      coefficients_, scan, interval_, [&] { return writer_.restart(); },
-      [&] { return output_.makeRoom(); },
+      dc_, scan, interval_, [&] { return writer_.restart(); }, [&] { return output_.makeRoom(); },
       [&](int, const int16_t* block) {
         failure |= rkdiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(block, output_.buffer(),
                                                                Output::kBuffer, &output_.position,
@@ -224,26 +248,25 @@ Status ScansWriter::progressive(const Scan& scan) {
 }  // namespace
 
 Status writeSequential(const Coefficients& coefficients, const EncodeOptions& options,
-                       const SymbolCounts* counts, Output& output) {
+                       Output& output) {
   const Frame& frame = coefficients.frame;
-  ScansWriter writer(coefficients, options, output);
-  const auto write = [&](const ScriptScan& s, const SymbolCounts* known) -> Status {
+  const DcPlanes none;
+  ScansWriter writer(coefficients, none, options, output);
+  const auto write = [&](const ScriptScan& s) -> Status {
     const Scan scan = scanOf(s, coefficients.color);
-    SymbolCounts counted;
-    if (options.optimize && known == nullptr) {
-      JPEG_RETURN_IF_ERROR(writer.countSequential(scan, &counted));
-      known = &counted;
-    }
-    return writer.sequential(scan, options.optimize ? known : nullptr);
+    if (!options.optimize) return writer.sequential(scan, nullptr);
+    SymbolCounts counts;
+    JPEG_RETURN_IF_ERROR(writer.countSequential(scan, &counts));
+    return writer.sequential(scan, &counts);
   };
   ScriptScan all;
   all.componentCount = frame.componentCount;
   for (int i = 0; i < frame.componentCount; ++i) all.component[size_t(i)] = i;
   if (ScanGeometry::of(frame, wholeScan(frame)).blocksInUnit <= kMaxBlocksInMcu) {
-    return write(all, counts);
+    return write(all);
   }
   for (int i = 0; i < frame.componentCount; ++i) {
-    JPEG_RETURN_IF_ERROR(write({1, {i}, 0, 63, 0, 0}, nullptr));
+    JPEG_RETURN_IF_ERROR(write({1, {i}, 0, 63, 0, 0}));
   }
   return Status::ok;
 }
@@ -255,8 +278,9 @@ Status writeProgressive(const Coefficients& coefficients, const EncodeOptions& o
   const Script script =
       options.script.empty() ? defaultScript(frame.componentCount, hasChroma) : options.script;
   JPEG_RETURN_IF_ERROR(checkScript(script, frame.componentCount));
+  const DcPlanes dc(coefficients);
   if (workers.count() == 1) {
-    ScansWriter writer(coefficients, options, output);
+    ScansWriter writer(coefficients, dc, options, output);
     for (const ScriptScan& s : script) {
       JPEG_RETURN_IF_ERROR(writer.progressive(scanOf(s, coefficients.color)));
     }
@@ -266,7 +290,7 @@ Status writeProgressive(const Coefficients& coefficients, const EncodeOptions& o
   std::vector<MemoryOutput> made(script.size());
   std::vector<Status> status(script.size(), Status::ok);
   workers.run(int(script.size()), [&](int i, int) {
-    ScansWriter writer(coefficients, options, made[size_t(i)].output);
+    ScansWriter writer(coefficients, dc, options, made[size_t(i)].output);
     status[size_t(i)] = writer.progressive(scanOf(script[size_t(i)], coefficients.color));
   });
   for (size_t i = 0; i < script.size(); ++i) {

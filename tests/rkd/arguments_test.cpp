@@ -366,6 +366,8 @@ FAMILY(HuffmanSequential) {
   REFUSES(rkdiDecodeHuffmanRow_JPEG_1u16s_C1P4, "@ n99 @ P1 q n P1oD oR");
   REFUSES(rkdiGetHuffmanStatistics8x8_JPEG_16s_C1, "p p p @");
   REFUSES(rkdiGetHuffmanStatisticsRow_JPEG_16s_P4, "P1 n P1");
+  REFUSES(rkdiRecordHuffman8x8_JPEG_16s16u_C1, "p p n999 @ @ p p");
+  REFUSES(rkdiEncodeHuffmanRecord_JPEG_16u1u_C1, "p n999 @ p n2000 @ oE oE oW");
 }
 
 FAMILY(HuffmanProgressive) {

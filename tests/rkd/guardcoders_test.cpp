@@ -123,12 +123,12 @@ const Coder kCoders[] = {
        return GUARDED_CALL(rkdiDecodeHuffmanRow_JPEG_1u16s_C1P4, TO_STREAM, planes, &r.marker,
                            kWidth, specs, r.decodeState);
      }},
-    {"DC scan", 64, 8,
+    {"DC scan", 1, 8,
      ENCODES(rkdiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1, &r.previousDC, kAl, r.encodeSpec,
              r.encodeState, flush),
      DECODES(rkdiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1, &r.previousDC, &r.marker, kAl,
              r.decodeSpec, r.decodeState)},
-    {"DC refinement", 64, 8,
+    {"DC refinement", 1, 8,
      ENCODES(rkdiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1, kAl, r.encodeState, flush),
      DECODES(rkdiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1, &r.marker, kAl, r.decodeState)},
     {"AC scan", 64, 8,
@@ -249,6 +249,29 @@ GUARDED_FAMILY(HuffmanStatistics) {
         EXPECT_EQ(status, rkdStsNoErr);
       }
       EXPECT_TRUE(sharedMemory().areCanariesIntact());
+    }
+  }
+}
+
+GUARDED_FAMILY(HuffmanRecords) {
+  for (const Side side : kSides) {
+    auto blocks = someBlocks();
+    blocks.push_back(huffkit::sparse({{0, 9}, {1, -2}, {63, 1}}));
+    blocks.emplace_back().fill(1);
+    for (const huffkit::Block& block : blocks) {
+      Run run(side, 512, {block}, nullptr);
+      Memory& memory = sharedMemory();
+      auto* const records = memory.destination<uint16_t>(RKD_HUFFMAN_RECORD_LENGTH);
+      int counts[2][256] = {}, end = 0, at = 0;
+      EXPECT_EQ(rkdStsNoErr, GUARDED_CALL(rkdiRecordHuffman8x8_JPEG_16s16u_C1, run.source[0],
+                                          records, RKD_HUFFMAN_RECORD_LENGTH, &end, &run.previousDC,
+                                          counts[0], counts[1]));
+      const uint16_t* const sent = memory.source(records, static_cast<size_t>(end));
+      EXPECT_EQ(rkdStsNoErr,
+                GUARDED_CALL(rkdiEncodeHuffmanRecord_JPEG_16u1u_C1, sent, end, &at, run.stream, 512,
+                             &run.position, run.encodeSpec, run.encodeSpec, run.encodeState));
+      EXPECT_EQ(at, end);
+      EXPECT_TRUE(memory.areCanariesIntact());
     }
   }
 }

@@ -202,32 +202,6 @@ void compareCoders(const std::vector<Block>& blocks, const Table& dc, const Tabl
   EXPECT_EQ(gotIn.length() - 3, gotIn.position);
 }
 
-/// Blocks on both sides of what an encoder may handle together: numbers of coefficients, values,
-/// runs of zeros, differences of the DC.
-std::vector<Block> blocksAtLimits() {
-  std::vector<Block> blocks;
-  const auto add = [&](Block block) {
-    block[0] = int16_t(std::array{0, 127, -1, 127, 0, -128, 1}[blocks.size() % 7]);
-    blocks.push_back(block);
-  };
-  for (const int value : {1, -1, 126, -126, 127, -127, 128, -128, 255, -255}) {
-    for (const int count : {1, 2, 15, 16, 29, 30, 31, 32, 33, 62, 63}) {
-      Block first{}, last{};
-      for (int k = 1; k <= count; ++k) {
-        first[zigzag[size_t(k)]] = int16_t(value);
-        last[zigzag[size_t(64 - k)]] = int16_t(k == count ? value : 1);
-      }
-      add(first);
-      add(last);
-    }
-    for (const int run : {14, 15, 16, 17, 31, 32, 47, 48, 61}) {
-      add(sparse({{run + 1, value}}));
-      add(sparse({{1, 1}, {run + 2, value}}));
-    }
-  }
-  return blocks;
-}
-
 TEST(Huffman, EveryLevelEqualsThePlainVersion) {
   forEachLevel([] {
     Random random;

@@ -240,6 +240,38 @@ RKD_API RkdStatus rkdiGetHuffmanStatisticsRow_JPEG_16s_P4(const int16_t* const s
                                                           int* const statistics[4]);
 /// @}
 
+/// Values of a record at most.
+#define RKD_HUFFMAN_RECORD_LENGTH 72
+
+/// @name Records of sequential blocks
+/// For tables that are made from the picture itself: Record counts the symbols of a block as
+/// rkdiGetHuffmanStatistics8x8 does and appends a record of what the block sends; Encode sends a
+/// record as rkdiEncodeHuffman8x8 would send the block. Records of photographs take a fifth to a
+/// third of their blocks. What they hold is the library's own, the same at every level, but for the
+/// first value, the DC difference as a signed number: who learns a block's prediction later may
+/// change it, and the statistics with it.
+/// @param src              the block
+/// @param records          Encode takes nothing but what Record made
+/// @param recordsLength    values that may be written or read
+/// @param recordsPosition  index of the next record, 0..recordsLength; moves past it. Record needs
+///                         RKD_HUFFMAN_RECORD_LENGTH values there, whose rest it may change
+/// @param previousDC, dcStatistics, acStatistics  see statistics
+/// @param stream, length, position, dcSpec, acSpec  see sequential blocks
+/// @return rkdStsNoErr; rkdStsNullPtrErr; rkdStsSizeErr; rkdStsContextErr; rkdStsDstFullErr (the
+///         records' room or the stream's); rkdStsCoefRangeErr
+/// @{
+RKD_API RkdStatus rkdiRecordHuffman8x8_JPEG_16s16u_C1(const int16_t* src, uint16_t* records,
+                                                      int recordsLength, int* recordsPosition,
+                                                      int* previousDC, int* dcStatistics,
+                                                      int* acStatistics);
+RKD_API RkdStatus rkdiEncodeHuffmanRecord_JPEG_16u1u_C1(const uint16_t* records, int recordsLength,
+                                                        int* recordsPosition, uint8_t* stream,
+                                                        int length, int* position,
+                                                        const RkdiEncodeHuffmanSpec* dcSpec,
+                                                        const RkdiEncodeHuffmanSpec* acSpec,
+                                                        RkdiEncodeHuffmanState* state);
+/// @}
+
 /// @name Progressive blocks
 /// One block of a progressive scan. DC scans code the bits of the DC from `al` upwards (First, with
 /// a floor) or bit `al` alone (Refine, raw); AC scans the magnitudes >> al of coefficients ss..se
@@ -251,7 +283,7 @@ RKD_API RkdStatus rkdiGetHuffmanStatisticsRow_JPEG_16s_P4(const int16_t* const s
 ///
 /// Decoders build the block up over the scans: it has to be zero before the first one, and each
 /// sets only what its scan codes.
-/// @param src,dst  the block at full precision
+/// @param src,dst  the block at full precision; of DC scans, its DC alone
 /// Previous DCs are those of the scan: after the shift by `al`.
 /// @param ss,se    first and last index of the band in zigzag order, 1 <= ss <= se <= 63
 /// @param al       lowest bit coded, 0..13; Refine's scan before had al + 1

@@ -66,6 +66,16 @@ struct MagnitudeMaps {
   uint64_t negative;  ///< the coefficient is below zero
 };
 
+/// A list of a block's AC coefficients: its room, for those, the end of the block and one more, how
+/// many they may be, and their largest magnitude.
+inline constexpr int kListRoom = 32, kMostListed = kListRoom - 2, kMostSmall = 126;
+
+/// How many coefficients are listed.
+struct ListedCount {
+  int count;
+  bool isFull;  ///< whether the last position is taken
+};
+
 #if HWY_TARGET <= HWY_AVX3
 
 /// Lane n of the two vectors holds the coefficient of map bit n; lane of each natural coefficient.
@@ -132,15 +142,6 @@ HWY_INLINE void growMagnitudes(int16_t* block, uint64_t map, int al) {
 #if HWY_TARGET <= HWY_AVX3_DL
 #define RKD_HAS_COEFFICIENT_LIST 1
 
-/// The AC coefficients of a block as places in a table of small ones, in order: in the high byte by
-/// how many positions behind the one before, in the low byte the value + 128.
-struct CoefficientList {
-  static constexpr int room = 32;
-  alignas(16) uint16_t place[room];  ///< behind the last one like a value of 0 in its position
-  int count;
-  bool isFull;  ///< whether the last position is taken
-};
-
 struct ListLanes {
   alignas(64) uint8_t coefficient[64];  ///< zigzag order of two vectors packed to bytes
   alignas(64) uint8_t position[64];
@@ -164,9 +165,12 @@ HWY_INLINE __m256i lowerHalf(__m512i v) {
   return (__m256i)__builtin_shufflevector(v, v, 0, 1, 2, 3);
 }
 
-/// False if there are too many coefficients, more than 15 zeros in front of one, or a value that
-/// takes more than 7 bits.
-HWY_INLINE bool listCoefficients(const int16_t* block, CoefficientList* list) {
+/// Lists the AC coefficients of a block as places in a table of small ones, in order: in the high
+/// byte by how many positions behind the one before, in the low byte the value + 128.
+/// @param place  of kListRoom values; behind the last one like a value of 0 in its position
+/// @return false if there are more than kMostListed, more than 15 zeros in front of one, or a value
+///         beyond kMostSmall
+HWY_INLINE bool listCoefficients(const int16_t* block, uint16_t* place, ListedCount* listed) {
   const auto isAC = ~__mmask64{1};
   const __m512i packed =
       _mm512_packs_epi16(_mm512_loadu_si512(block), _mm512_loadu_si512(block + 32));
@@ -174,7 +178,7 @@ HWY_INLINE bool listCoefficients(const int16_t* block, CoefficientList* list) {
                                                   _mm512_load_si512(listLanes.coefficient), packed);
   const __mmask64 map = _mm512_mask_test_epi8_mask(isAC, z, z);
   const __mmask64 wide =
-      _mm512_mask_cmpge_epu8_mask(isAC, _mm512_abs_epi8(z), _mm512_set1_epi8(127));
+      _mm512_mask_cmpge_epu8_mask(isAC, _mm512_abs_epi8(z), _mm512_set1_epi8(kMostSmall + 1));
   const __m256i position =
       lowerHalf(_mm512_maskz_compress_epi8(map, _mm512_load_si512(listLanes.position)));
   const __m256i value = _mm256_xor_si256(lowerHalf(_mm512_maskz_compress_epi8(map, z)),
@@ -187,14 +191,14 @@ HWY_INLINE bool listCoefficients(const int16_t* block, CoefficientList* list) {
   const __mmask32 far = _mm256_cmpgt_epu8_mask(distance, _mm256_set1_epi8(16));
   const __m256i low = _mm256_unpacklo_epi8(value, distance);
   const __m256i high = _mm256_unpackhi_epi8(value, distance);
-  auto* const to = reinterpret_cast<__m128i*>(list->place);
+  auto* const to = reinterpret_cast<__m128i*>(place);
   _mm_storeu_si128(to, _mm256_castsi256_si128(low));
   _mm_storeu_si128(to + 1, _mm256_castsi256_si128(high));
   _mm_storeu_si128(to + 2, _mm256_extracti128_si256(low, 1));
   _mm_storeu_si128(to + 3, _mm256_extracti128_si256(high, 1));
-  list->count = countBits(map);
-  list->isFull = (map >> 63) != 0;
-  return list->count <= CoefficientList::room - 2 && (wide | far) == 0;
+  listed->count = countBits(map);
+  listed->isFull = (map >> 63) != 0;
+  return listed->count <= kMostListed && (wide | far) == 0;
 }
 
 #endif

@@ -5,78 +5,12 @@
 #include "hwy/highway.h"
 
 #include "common/levels.h"
-#include "jpeg/huffbits-inl.h"
+#include "jpeg/huffput-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 RKD_PUSH_LZCNT
 namespace rkd::HWY_NAMESPACE {
 namespace {
-
-/// Writes the coefficients of a map, which lacks the DC; false if something has no code.
-template <class Writer>
-HWY_INLINE bool putCoefficients(const int16_t* src, uint64_t map, EncodeTable ac, Writer& writer) {
-  // Without what has been coded: the next run of zeros is in front.
-  map <<= 1;
-  uint64_t used = 0;
-  uint32_t usedSmall = 0;
-  for (unsigned k = 0; map != 0;) {
-    unsigned run = unsigned(mapFirst(map));
-    map = map << run << 1;
-    k += run + 1;
-    for (; HWY_UNLIKELY(run > 15); run -= 16) {
-      const EncodeEntry zeros = ac[entryIndex(15, 0)];
-      used |= zeros.word;
-      writer.put(zeros.code(), zeros.length());
-    }
-    const int value = src[zigzag[k]];
-    if (HWY_LIKELY(isSmall(value))) {
-      const uint32_t entry = ac.smallEntry(smallPlace(run, value));
-      usedSmall |= entry;
-      writer.put(entry >> 6, entry);
-    } else {
-      const NonZeroMagnitude magnitude(value);
-      const EncodeEntry entry = ac[entryIndex(run, magnitude.size)];
-      used |= entry.word;
-      writer.put(entry.code() | magnitude.bits, entry.length());
-    }
-  }
-  return (used & EncodeEntry::missing) == 0 && (usedSmall & EncodeSpecLayout::missingSmall) == 0;
-}
-
-/// Writes a DC difference; false if it has no code.
-template <class Writer>
-HWY_INLINE bool putDCDifference(int difference, EncodeTable dc, Writer& writer) {
-  if (HWY_LIKELY(isSmall(difference))) {
-    const uint32_t entry = dc.smallEntry(smallPlace(0, difference));
-    writer.put(entry >> 6, entry);
-    return (entry & EncodeSpecLayout::missingSmall) == 0;
-  }
-  const NonZeroMagnitude magnitude(difference);
-  const EncodeEntry entry = dc[entryIndex(0, magnitude.size)];
-  writer.put(entry.code() | magnitude.bits, entry.length());
-  return (entry.word & EncodeEntry::missing) == 0;
-}
-
-#if RKD_HAS_COEFFICIENT_LIST
-/// Writes a block whose values are all small, two at a time: the sum of two lengths stays within
-/// the six bits that are looked at.
-template <class Writer>
-HWY_INLINE bool putListed(int difference, CoefficientList& list, EncodeTable dc, EncodeTable ac,
-                          Writer& writer) {
-  const int places = list.count + 1 - int(list.isFull);  // with the end of the block
-  list.place[places] = EncodeSpecLayout::nonePlace;
-  uint32_t used = 0;
-  const auto putTwo = [&](uint32_t first, uint32_t second) HWY_ATTR {
-    used |= first | second;
-    writer.put(uint64_t{first >> 6} << (second & 63) | second >> 6, first + second);
-  };
-  putTwo(dc.smallEntry(smallPlace(0, difference)), ac.smallEntry(list.place[0]));
-  for (int at = 1; at < places; at += 2) {
-    putTwo(ac.smallEntry(list.place[at]), ac.smallEntry(list.place[at + 1]));
-  }
-  return (used & EncodeSpecLayout::missingSmall) == 0;
-}
-#endif
 
 /// Writes one block; false if something has no code.
 template <class Writer>
@@ -84,14 +18,17 @@ HWY_INLINE bool putBlock(const int16_t* src, int previousDC, EncodeTable dc, Enc
                          Writer& writer) {
   const int difference = src[0] - int16_t(previousDC);
 #if RKD_HAS_COEFFICIENT_LIST
-  CoefficientList list;
-  if (HWY_LIKELY(listCoefficients(src, &list) && isSmall(difference))) {
-    return putListed(difference, list, dc, ac, writer);
+  alignas(16) uint16_t place[kListRoom];
+  ListedCount listed;
+  if (HWY_LIKELY(listCoefficients(src, place, &listed) && isSmall(difference))) {
+    const int places = endList(place, listed);
+    return putListed(smallPlace(0, difference), place, places, dc, ac, writer);
   }
 #endif
   const uint64_t map = nonZeroMap(src) & mapBehind(0);
   if (HWY_UNLIKELY(!putDCDifference(difference, dc, writer))) return false;
-  if (map != 0 && HWY_UNLIKELY(!putCoefficients(src, map, ac, writer))) return false;
+  const auto valueAt = [src](unsigned k) HWY_ATTR { return src[zigzag[k]]; };
+  if (map != 0 && HWY_UNLIKELY(!putCoefficients(valueAt, map, ac, writer))) return false;
   if ((map & mapBit(63)) != 0) return true;
   const uint32_t end = ac.smallEntry(EncodeSpecLayout::endPlace);
   writer.put(end >> 6, end);
