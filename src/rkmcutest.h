@@ -32,8 +32,11 @@ class rkMcuData {
   template <class Mcu>
   int each(Mcu mcu) const {
     int status = 0;
-    for (int i = 0; i < numMcus() && status >= 0; ++i) {
-      status = mcu(i, i % m_across * m_width, i / m_across * m_height);
+    int i = 0;
+    for (int y = 0; y < m_down && status >= 0; ++y) {
+      for (int x = 0; x < m_across && status >= 0; ++x) {
+        status = mcu(i++, x * m_width, y * m_height);
+      }
     }
     return status;
   }
