@@ -205,6 +205,31 @@ TEST(Passes, ChildrenShareTheTimeOfTheRun) {
   EXPECT_EQ(3u, outcome.lines("share: part").size()) << outcome.console;
 }
 
+// Its first runs take longer than all rows together should.
+int costlyRuns[6] = {};
+tzResult costly(int n, long long* clocks) {
+  if (g_plan.pass == 1) usleep(20000);
+  ++costlyRuns[g_plan.pass];
+  *clocks = 100000LL * n;
+  return TZ_OK;
+}
+
+TEST(Passes, ARowThatCostsTooMuchTakesPartInThree) {
+  const TempFolder folder;
+  const Outcome outcome =
+      Session(folder)
+          .setup([] { tzRegTest(new StubTest("stubCostly", costly, "StubSuite", "8")); })
+          .after([] {
+            std::string text;
+            for (int pass = 1; pass <= 5; ++pass) text += costlyRuns[pass] > 0 ? "x" : "-";
+            return text;
+          })
+          .run("-B -dMethod=Spread -X5 -b0.01,0.02 -f-__tz");
+  EXPECT_EQ("x-x-x", outcome.notes);
+  EXPECT_EQ(1u, outcome.lines("nSmp=").size()) << outcome.console;
+  EXPECT_EQ(0u, outcome.lines("passes=").size()) << outcome.console;
+}
+
 TEST(Passes, AProcessThatDiesInOneIsAFailureOfItsRow) {
   for (const int pass : {1, 3}) {
     const TempFolder folder;

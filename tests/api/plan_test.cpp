@@ -9,6 +9,7 @@
 #include "apikit.h"
 #include "tzcounter.h"
 #include "tzmachine.h"
+#include "tzpace.h"
 #include "tzplan.h"
 
 namespace {
@@ -38,6 +39,29 @@ TEST(Plan, ARunThatHasNotSoMuchTimeGivesLess) {
   EXPECT_TRUE(plan.isLast());
 }
 
+TEST(Plan, ARowThatCostsTooMuchTakesPartInThreePasses) {
+  tzPlan plan;
+  plan.passes = 8;
+  plan.runBudget = 80;
+  plan.beginRun(100, 10);
+  EXPECT_FALSE(plan.isCostly(105)) << "five times the second that a row has";
+  EXPECT_TRUE(plan.isCostly(105.1));
+  std::vector<int> with;
+  for (int pass = 1; pass <= 8; ++pass) {
+    plan.beginPass(pass, 200);
+    EXPECT_TRUE(plan.takesPart(false));
+    if (plan.takesPart(true)) with.push_back(pass);
+  }
+  EXPECT_THAT(with, testing::ElementsAre(1, 4, 8));
+  EXPECT_EQ(plan.passesOf(true), 3);
+  EXPECT_EQ(plan.passesOf(false), 8);
+  plan.pass = 6;
+  plan.writesOnly = true;
+  EXPECT_TRUE(plan.takesPart(true)) << "to be written";
+  plan.runBudget = 0;
+  EXPECT_FALSE(plan.isCostly(1e9));
+}
+
 TEST(Plan, PassesBeginApart) {
   tzPlan plan;
   plan.apart = 30;
@@ -61,6 +85,28 @@ TEST(Counter, IsMeasuredOnThisMachine) {
   EXPECT_GT(counter.mhz, 1);
   EXPECT_GT(counter.coreClocks, 0);
   EXPECT_EQ(&counter, &tzCounter());
+}
+
+TEST(Pace, OneInterruptedLookIsNoSlowCore) {
+  tzPace::m_pLook = nullptr;
+  const tzPace now = tzPace::look();
+  EXPECT_GT(now.rate, 0);
+  EXPECT_GT(now.width, 0);
+  const tzPace both = tzPace::between({1.2, 5}, {0.3, 2.5});
+  EXPECT_EQ(both.rate, 1.2);
+  EXPECT_EQ(both.width, 2.5);
+}
+
+TEST(Pace, ACoreThatOneHasAloneIsTheWidest) {
+  tzPace::m_best = 0;
+  EXPECT_EQ(tzPace::sharedBelow(), 0);
+  EXPECT_EQ(tzPace::typicalWidth({}), 0);
+  // A look that something came between may find any width.
+  EXPECT_EQ(tzPace::typicalWidth({2.5, 5, 2.5, 5.1, 5, 2.5, 2.5, 19}), 5.1);
+  tzPace::note(5);
+  tzPace::note(2.5);
+  EXPECT_DOUBLE_EQ(tzPace::sharedBelow(), 4.25);
+  tzPace::m_best = 0;
 }
 
 TEST(Counter, AFrequencyThatIsNotTheCountersIsTold) {

@@ -5,6 +5,7 @@
 #include "toolscript.h"
 #include "tzcounter.h"
 #include "tzmemory.h"
+#include "tzpace.h"
 #include "tzreference.h"
 
 namespace {
@@ -19,6 +20,7 @@ using namespace toolscript;
 double now = 0;           // seconds, as the tool sees them
 tzMoment watched;         // what the watch sees
 double streamClocks = 0;  // of the reference
+tzPace pace;              // of the core
 
 // Each run takes a millisecond.
 void passTime() { now += 1e-3; }
@@ -38,6 +40,9 @@ class SpreadTool : public Tool {
     const tzCounterFacts counter{26, 26, 2600, 1.4};
     tzSetCounter(&counter);
     tzReferenceStream::m_pMeasure = [](int) { return streamClocks; };
+    pace = {1, 5};
+    tzPace::m_pLook = [] { return pace; };
+    tzPace::m_best = 0;
     tool.setMethodSpread();
     g_plan.rowBudget = 0.1;
   }
@@ -46,6 +51,8 @@ class SpreadTool : public Tool {
     tzTool::m_pSeconds = nullptr;
     tzWatch::m_pLook = nullptr;
     tzReferenceStream::m_pMeasure = nullptr;
+    tzPace::m_pLook = nullptr;
+    tzPace::m_best = 0;
     tzReferenceStream::m_secondLevel = 0;
     g_plan = {};
   }
@@ -132,6 +139,86 @@ TEST_F(SpreadTool, PassesAddUpAndMustAgree) {
   EXPECT_EQ(tool.funcClocks(), 1e5);
   EXPECT_EQ(tool.resultText(), "passes differ by 10.0%") << "why, samples cannot tell";
   EXPECT_THAT(tool.infoText().str(), EndsWith("acc=10.0%"));
+}
+
+TEST_F(SpreadTool, HalfOfThePassesConfirmTheSmallest) {
+  const auto passes = [&](std::vector<double> minima) {
+    tool.reset();
+    const int count = static_cast<int>(minima.size());
+    for (int i = 0; i < count; ++i) pass(i + 1, count, {run(minima[static_cast<size_t>(i)])});
+    return tool.result();
+  };
+  EXPECT_EQ(passes({1.00e5, 1.30e5, 1.01e5}), TZ_OK) << "a slow spell is no doubt";
+  EXPECT_EQ(tool.funcClocks(), 1e5);
+  EXPECT_NEAR(tool.accuracy(), 0.01, 1e-9);
+  EXPECT_NEAR(tool.measurement().passDifference, 0.3, 1e-9);
+  EXPECT_EQ(passes({1.2e5, 1.0e5, 1.3e5}), TZ_ACCURWRN) << "nothing confirms a single pass";
+  EXPECT_EQ(tool.measurement().reason, "passes differ by 20.0%");
+  EXPECT_EQ(passes({1.0e5, 1.0e5, 1.2e5, 1.2e5, 1.2e5}), TZ_ACCURWRN) << "nor two of five";
+  EXPECT_EQ(passes({1.0e5, 1.0e5, 1.2e5, 1.2e5}), TZ_OK);
+}
+
+TEST_F(SpreadTool, APassThatHadToShareTheCoreHasNoSay) {
+  const auto sharedPass = [&](int number, int passes) {
+    pace.width = 2.5;
+    pass(number, passes, {run(1.5e5)});
+    pace.width = 5;
+  };
+  pass(1, 3, {run(1.00e5)});
+  sharedPass(2, 3);
+  EXPECT_EQ(tool.measurement().passesShared, 1);
+  pass(3, 3, {run(1.01e5)});
+  EXPECT_EQ(tool.result(), TZ_OK);
+  EXPECT_THAT(tool.infoText().str(), EndsWith("shared=1/3"));
+  EXPECT_THAT(tool.measurement().passMinima, ElementsAre(1.00e5, 1.01e5));
+
+  tool.reset();
+  pass(1, 3, {run(1e5)});
+  sharedPass(2, 3);
+  EXPECT_NEAR(static_cast<double>(script.loops.size()), 133, 5) << "waits for the end of the spell";
+  sharedPass(3, 3);
+  EXPECT_EQ(tool.result(), TZ_ACCURWRN);
+  EXPECT_EQ(tool.measurement().reason, "the core was shared in 2 of 3 passes");
+
+  // A spell inside a pass: what was sampled in it cannot be the figure, fast as it looks.
+  g_plan.pass = g_plan.passes = 1;
+  const auto shares = [] {
+    passTime();
+    pace.width = script.loops.size() < 20 ? 2.5 : 5;
+  };
+  std::vector<Shot> shots(20, Shot(0.5e5, TZ_OK, shares));
+  shots.resize(60, Shot(1e5, TZ_OK, shares));
+  EXPECT_EQ(loop(shots), TZ_OK);
+  EXPECT_EQ(tool.funcClocks(), 1e5);
+}
+
+TEST_F(SpreadTool, ClocksOfTheCoreAreTheSameAtEachOfItsRates) {
+  const auto atRates = [&] {
+    tool.reset();
+    pace.rate = 1.25;
+    pass(1, 2, {run(1.00e5)});
+    pace.rate = 1;
+    pass(2, 2, {run(1.25e5)});
+  };
+  atRates();
+  EXPECT_EQ(tool.result(), TZ_ACCURWRN) << "of the counter";
+  tool.setCoreClock(true);
+  atRates();
+  EXPECT_EQ(tool.result(), TZ_OK);
+  EXPECT_EQ(tool.funcClocks(), 1.25e5);
+  EXPECT_EQ(tool.measurement().samples[0].counted, 1e5);
+
+  // Memory does not follow the core: of 100,000 clocks half is the stream.
+  tzReferenceStream::m_secondLevel = 1 << 20;
+  void* const data = tzMalloc(8 << 20, 0, 0, MEM_OBJECT_IS_BUFFER);
+  streamClocks = 0.5e5;
+  tool.reset();
+  g_plan = {};
+  pace.rate = 1.25;
+  EXPECT_EQ(loop({run(1e5)}), TZ_OK);
+  EXPECT_DOUBLE_EQ(tool.measurement().memoryShare, 0.5);
+  EXPECT_DOUBLE_EQ(tool.funcClocks(), 1.125e5);
+  tzFree(data);
 }
 
 TEST_F(SpreadTool, APassOutOfLineGetsMoreTime) {

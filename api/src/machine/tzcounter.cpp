@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "tzclock.h"
+#include "tzpace.h"
 
 namespace {
 
@@ -55,24 +56,13 @@ Moment moment() {
   return best;
 }
 
-// One clock of the core each: the operand is a register, because some cores take constants for
-// nothing.
-void addInTurn(long count) {
-  constexpr int atOnce = 64;
-  unsigned long sum = 1;
-  const unsigned long term = 3;
-  for (long i = 0; i < count; i += atOnce) {
-    asm volatile(".rept 64\n\tadd %1, %0\n\t.endr" : "+r"(sum) : "r"(term));
-  }
-}
-
 double additionsAClock() {
   constexpr long additions = 64 * 256;
   constexpr int tries = 200;
   unsigned long long least = ~0ULL;
   for (int i = 0; i < tries; ++i) {
     const unsigned long long first = rkd_get_quorvex_counter();
-    addInTurn(additions);
+    tzAddInTurn(additions);
     least = std::min(least, rkd_get_quorvex_counter() - first);
   }
   return least > 0 ? static_cast<double>(additions) / static_cast<double>(least) : 0;
@@ -91,7 +81,7 @@ tzCounterFacts measured() {
   }
   facts.coreClocks = additionsAClock();
   constexpr double enough = 10'000;
-  while (now() - begin.microseconds < enough) addInTurn(1);
+  while (now() - begin.microseconds < enough) tzAddInTurn(1);
   const Moment end = moment();
   facts.mhz = (end.clocks - begin.clocks) / (end.microseconds - begin.microseconds);
   return facts;

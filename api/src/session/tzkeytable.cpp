@@ -313,7 +313,8 @@ constexpr KeyRow kTable[] = {
      "-X<num>[,<sec>]  = make <num> passes over all tests, their starts <sec> seconds apart\n",
      "For -dMethod=Spread: each pass takes samples of every row, on data built anew, and the last\n"
      "one writes the rows. What slows a machine down for a while meets one pass and not the next;\n"
-     "passes that differ by more than the accuracy make a row ACCURWRN. A signal ends the\n"
+     "a row is ACCURWRN when less than half of the passes confirm its smallest figure within the\n"
+     "accuracy. Rows that cost a run too much take part in three passes. A signal ends the\n"
      "measuring, and rows are written with what there is.\n"
      "Example: tazmet -B -dMethod=Spread -X4,30 -b0.2 -a -r\n"},
     {'b', "b", SHOWN, ALWAYS, ANY_EXIT, &act::budget, LAST, ARG_ANY,

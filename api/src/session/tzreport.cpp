@@ -53,7 +53,8 @@ tzString methodText(const tzTool& tool) {
       tool.getMethodBest(from, to, clocks);
       return text << "iterative, " << from << " to " << to << " loops";
     case tzTool::SPREAD:
-      return text << "spread, passes: " << g_plan.passes << ", " << g_plan.rowBudget << " s a row";
+      text << "spread, passes: " << g_plan.passes << ", " << g_plan.rowBudget << " s a row";
+      return tool.coreClock() ? text + ", clocks of the core" : text;
     default:
       return "automatic";
   }

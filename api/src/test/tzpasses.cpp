@@ -10,6 +10,7 @@
 #include "tzostream.h"
 #include "tzplan.h"
 #include "tzquiet.h"
+#include "tzreference.h"
 #include "tzrequest.h"
 #include "tztest.h"
 
@@ -64,6 +65,7 @@ void tzSettlePasses() {
 }
 
 void tzRunEarlierPasses(const std::vector<tzTest*>& tests, void (*runOne)(tzTest&)) {
+  if (g_plan.passes > 1) tzReferenceStream::prepare();
   const bool shared = g_plan.runBudget > 0;
   g_plan.beginRun(tzTool::seconds(), shared ? countRows(tests) : 0);
   g_plan.beginPass(1, tzTool::seconds());

@@ -447,7 +447,7 @@ void tzTest::loopData() {
       break;
     }
     if (!first) ++m_row;
-    if (skipRefused()) continue;
+    if (skipRefused() || !g_plan.takesPart(earlierRow().measurement.costly)) continue;
     if (!tzServe::wants(*this)) continue;
     if (m_cacheIterator == nullptr && takeEarlier()) continue;
     tzProgress::beginRow();

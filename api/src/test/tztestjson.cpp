@@ -1,4 +1,6 @@
 // The rows of a test as JSON Lines: with every sample.
+#include <algorithm>
+#include <cmath>
 #include <ctime>
 
 #include "tzcache.h"
@@ -25,21 +27,31 @@ tzJson json(const tzDisturbances& met) {
   return object.put("minor_faults", met.minorFaults).put("steal_seconds", met.steal);
 }
 
+// To what looks at the core are good for.
+double rounded(double value) { return std::round(value * 1e4) / 1e4; }
+
 // By column: that is half as long as by sample, and what a reader wants.
 tzJson json(const std::vector<tzSample>& samples) {
   std::vector<double> clocks;
   std::vector<long long> calls;
   std::vector<int> passes;
   std::vector<bool> disturbed;
+  std::vector<double> rates;
+  std::vector<double> widths;
   for (const tzSample& sample : samples) {
     clocks.push_back(sample.clocks);
     calls.push_back(sample.calls);
     passes.push_back(sample.pass);
     disturbed.push_back(sample.disturbed);
+    rates.push_back(rounded(sample.rate));
+    widths.push_back(rounded(sample.width));
   }
   tzJson object;
   object.putArray("clocks", clocks).putArray("calls", calls);
-  return object.putArray("pass", passes).putArray("disturbed", disturbed);
+  object.putArray("pass", passes).putArray("disturbed", disturbed);
+  const auto known = [](const tzSample& sample) { return sample.rate > 0; };
+  if (std::none_of(samples.begin(), samples.end(), known)) return object;
+  return object.putArray("rate", rates).putArray("width", widths);
 }
 
 void put(tzJson& row, const tzMeasurement& measured) {
@@ -49,10 +61,12 @@ void put(tzJson& row, const tzMeasurement& measured) {
   if (!measured.passMinima.empty()) {
     row.putArray("pass_minima", measured.passMinima);
     row.put("pass_difference", measured.passDifference);
+    row.put("shared_passes", measured.passesShared);
   }
   if (measured.seconds > 0) row.put("sampling_seconds", measured.seconds);
   if (measured.emptyCall > 0) row.put("empty_call", measured.emptyCall);
   if (measured.referenceRatio > 0) row.put("reference_ratio", measured.referenceRatio);
+  if (measured.coreClock) row.put("memory_share", rounded(measured.memoryShare));
   row.put("samples", json(measured.samples));
 }
 

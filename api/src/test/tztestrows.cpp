@@ -4,6 +4,7 @@
 #include "tzchild.h"
 #include "tzinterrupt.h"
 #include "tzostream.h"
+#include "tzpace.h"
 #include "tzpacket.h"
 #include "tzparm.h"
 #include "tzpasses.h"
@@ -108,9 +109,13 @@ void tzTest::tellRow(tzResult result) {
 void tzTest::keepRow(size_t number, const tzRow& row) {
   if (number >= m_rows.size()) m_rows.resize(number + 1);
   const double before = m_rows[number].measurement.seconds;
+  const bool costly =
+      g_plan.pass == 1 ? g_plan.isCostly(tzTool::seconds()) : m_rows[number].measurement.costly;
   m_rows[number] = row;
+  m_rows[number].measurement.costly = costly;
   const tzMeasurement& measured = row.measurement;
   tzReferenceStream::note(measured.referenceBytes, measured.referenceClocks);
+  tzPace::note(measured.width);
   g_plan.rowDone(tzTool::seconds(), measured.seconds - before);
   tzProgress::rowDone(number);
   m_rowFresh = true;

@@ -28,6 +28,7 @@ tzResult loop(int n, long long* clocks) {
 double tzEmptyCall() {
   tzTool tool;
   tool.setMethodSpread();
+  tool.setCoreClock(g_tool.coreClock());
   try {
     tool.timing(loop, nullptr, nullptr, nullptr);
   } catch (const tzInterrupted&) {

@@ -5,6 +5,9 @@
 #include <cmath>
 #include <cstring>
 #include <type_traits>
+#include <utility>
+
+#include "tzpace.h"
 
 namespace {
 
@@ -33,6 +36,11 @@ void visitNumbers(Measurement& m, Visit visit) {
   visit(m.referenceBytes);
   visit(m.referenceClocks);
   visit(m.referenceRatio);
+  visit(m.width);
+  visit(m.sharedBelow);
+  visit(m.coreClock);
+  visit(m.memoryShare);
+  visit(m.costly);
 }
 
 class Writer {
@@ -120,20 +128,64 @@ tzStatistics tzSampleStatistics(const std::vector<double>& values) {
   return told;
 }
 
+// Streams through memory keep their time whatever the core's clock does; the rest follows it.
+double tzMeasurement::clocksAt(double counted, double rate) const {
+  if (!coreClock || rate <= 0) return counted;
+  return counted * (memoryShare + (1 - memoryShare) * rate);
+}
+
 void tzMeasurement::summarise() {
-  std::vector<double> values;
-  passMinima.clear();
-  int pass = 0;
-  for (const tzSample& sample : samples) {
-    values.push_back(sample.clocks);
-    if (passMinima.empty() || sample.pass != pass) passMinima.push_back(sample.clocks);
-    passMinima.back() = std::min(passMinima.back(), sample.clocks);
-    pass = sample.pass;
+  for (tzSample& sample : samples) {
+    if (sample.counted > 0) sample.clocks = clocksAt(sample.counted, sample.rate);
   }
+  std::vector<double> values;
+  std::vector<double> sharedMinima;
+  std::vector<double> widths;
+  passMinima.clear();
+  passesSampled = passesShared = 0;
+  for (auto begin = samples.cbegin(); begin != samples.cend();) {
+    double alone = INFINITY;
+    double shared = INFINITY;
+    const int pass = begin->pass;
+    for (; begin != samples.cend() && begin->pass == pass; ++begin) {
+      double& least = isShared(*begin) ? shared : alone;
+      least = std::min(least, begin->clocks);
+      values.push_back(begin->clocks);
+      if (begin->width > 0) widths.push_back(begin->width);
+    }
+    ++passesSampled;
+    const bool isAlone = alone < INFINITY;
+    if (!isAlone) ++passesShared;
+    (isAlone ? passMinima : sharedMinima).push_back(isAlone ? alone : shared);
+  }
+  if (passMinima.empty()) passMinima = std::move(sharedMinima);
+  width = tzPace::typicalWidth(std::move(widths));
   statistics = tzSampleStatistics(values);
   passDifference = 0;
+  if (passMinima.empty()) return;
+  statistics.minimum = *std::min_element(passMinima.begin(), passMinima.end());
   if (statistics.minimum <= 0) return;
   passDifference = *std::max_element(passMinima.begin(), passMinima.end()) / statistics.minimum - 1;
+}
+
+int tzMeasurement::passesNeeded() const {
+  return std::max(2, (static_cast<int>(passMinima.size()) + 1) / 2);
+}
+
+double tzMeasurement::reach() const {
+  std::vector<double> minima = passMinima;
+  if (minima.size() < 2) {
+    std::vector<double> values;
+    for (const tzSample& sample : samples) {
+      if (passesShared == passesSampled || !isShared(sample)) values.push_back(sample.clocks);
+    }
+    if (values.size() < 2) return 1;
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    minima = {*std::min_element(values.begin(), middle), *std::min_element(middle, values.end())};
+  }
+  std::sort(minima.begin(), minima.end());
+  if (minima.front() <= 0) return 1;
+  return minima[static_cast<size_t>(passesNeeded() - 1)] / minima.front() - 1;
 }
 
 void tzPack(const tzMeasurement& measurement, std::string& bytes) {

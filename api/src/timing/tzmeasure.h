@@ -14,6 +14,9 @@ struct tzSample {
   long long calls = 0;     ///< calls in the stretch
   int pass = 1;            ///< the pass over the list of tests that took it, from 1
   bool disturbed = false;  ///< and kept all the same, for want of a better one
+  double counted = 0;      ///< `clocks` as the counter has them; 0: there is nothing else
+  double rate = 0;         ///< core clocks in one of the counter, beside the stretch; 0: not known
+  double width = 0;        ///< tzPace::width beside the stretch; 0: not known
 };
 
 /// What happened to the process around timed stretches; sums over the samples of a row, those left
@@ -46,18 +49,37 @@ struct tzMeasurement {
   double figure = 0;               ///< what the row tells: clocks of one call
   long long dropped = 0;           ///< samples left out because they were disturbed
   tzDisturbances disturbances;     ///< of all samples, dropped ones included
-  std::vector<double> passMinima;  ///< least sample of each pass that has one, in their order
+  std::vector<double> passMinima;  ///< least sample of each pass that had the core for itself once,
+                                   ///< in their order; of each pass when none had
   double passDifference = 0;       ///< largest over smallest of these, less 1
+  int passesSampled = 0;           ///< passes with samples
+  int passesShared = 0;            ///< of these, passes that never had the core for themselves
   double emptyCall = 0;            ///< clocks of a call that does nothing, measured alike; 0: not
   double seconds = 0;              ///< spent on taking samples
   int referenceBytes = 0;          ///< size of the stream beside the row; 0: it has none
   double referenceClocks = 0;      ///< least time of that stream
   double referenceRatio = 0;       ///< least time of the stream beside the row, over the run's own
                                    ///< best; 0: the row has none
+  double width = 0;                ///< tzPace::typicalWidth of the samples
+  double sharedBelow = 0;          ///< samples of less width had to share the core; 0: none had
+  bool coreClock = false;          ///< clocks are those of the core, not of the counter
+  double memoryShare = 0;          ///< of its time, what streaming its data takes: that does not
+                                   ///< follow the core's clock. 0 to 1
+  bool costly = false;             ///< it takes part in few passes, because each costs too much
   std::string reason;              ///< why it is not OK, in words; empty: it is, or a code tells
 
   /// Puts the statistics and what the passes say into force for the samples there are.
   void summarise();
+  /// Clocks of a call in which the counter counted so many while the core had this rate.
+  double clocksAt(double counted, double rate) const;
+  bool isShared(const tzSample& sample) const {
+    return sample.width > 0 && sample.width < sharedBelow;
+  }
+  /// The passes that must confirm the smallest figure: half of those that can, and two at least.
+  int passesNeeded() const;
+  /// How far above the smallest the minimum of the last of these passes is, as a part of it; of a
+  /// single pass, that of its other half.
+  double reach() const;
 };
 
 /// The median of values in any order; 0 without any.

@@ -30,6 +30,19 @@ double tzPlan::share(double now) const {
   return std::clamp(each - overhead, std::min(least, whole), whole);
 }
 
+// Three are enough to confirm a figure.
+int tzPlan::passesOf(bool costly) const { return costly ? std::min(passes, 3) : passes; }
+
+bool tzPlan::takesPart(bool costly) const {
+  return !costly || passes <= 3 || pass == 1 || pass == (passes + 1) / 2 || isLast();
+}
+
+bool tzPlan::isCostly(double now) const {
+  constexpr double most = 5;  // times what a row has on average
+  if (runBudget <= 0 || m_rows <= 0 || passes < 1) return false;
+  return now - m_lastDone > most * runBudget / passes / static_cast<double>(m_rows);
+}
+
 void tzPlan::rowDone(double now, double sampled) {
   m_overhead += std::max(0.0, now - m_lastDone - sampled);
   m_lastDone = now;

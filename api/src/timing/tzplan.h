@@ -22,6 +22,10 @@ class tzPlan {
   int pass = 1;
   /// Nothing is measured any more: rows are written with what there is.
   bool writesOnly = false;
+  /// The passes that a row takes part in: all, but for one that costs more than its time each.
+  int passesOf(bool costly) const;
+  /// Whether the present pass is one of them.
+  bool takesPart(bool costly) const;
   /// Rows are judged and written: no pass comes after this one.
   bool isLast() const { return writesOnly || pass >= passes; }
   /// @}
@@ -37,6 +41,9 @@ class tzPlan {
   /// A row is done.
   /// @param sampled  seconds of sampling among those since the row before
   void rowDone(double now, double sampled);
+  /// Whether what passed since the row before is so much that the run cannot afford it in each
+  /// pass.
+  bool isCostly(double now) const;
   /// Seconds until the next pass may begin.
   double untilNext(double now) const;
   /// @}

@@ -65,6 +65,8 @@ int tzReferenceStream::sizeFor(long long bytes) {
   return size;
 }
 
+void tzReferenceStream::prepare() { stream(kLargest / sizeof(uint64_t)); }
+
 double tzReferenceStream::measure(int size) {
   if (m_pMeasure != nullptr) return m_pMeasure(size);
   const size_t count = static_cast<size_t>(size) / sizeof(uint64_t);

@@ -8,6 +8,8 @@ class tzReferenceStream {
   /// The size of the stream for data of so many bytes: the next power of two up to 64 MiB; 0 for
   /// data that the second-level cache holds, which need none.
   static int sizeFor(long long bytes);
+  /// Takes the memory of all streams: before the process has children, which then share it.
+  static void prepare();
   /// Reads a stream of this size once.
   /// @return clocks; 0 when there is no memory for it
   static double measure(int size);

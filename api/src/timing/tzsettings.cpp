@@ -176,6 +176,9 @@ void readTimingMethod() {
       break;
     case tzTool::SPREAD:
       g_tool.setMethodSpread();
+      if (isGiven("Clock")) {
+        g_tool.setCoreClock(settleChoice("Clock", "counter", "core", g_tool.coreClock()) != 0);
+      }
       break;
     default:
       g_tool.setMethodAuto();

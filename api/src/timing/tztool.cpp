@@ -64,6 +64,7 @@ tzTool::tzTool()
       m_checkCtrlNow(false),
       m_autoMinLoops(0),
       m_autoMaxLoops(0),
+      m_coreClock(false),
       m_startSteps(0) {
   reset();
 }
@@ -412,7 +413,7 @@ void tzTool::watched(Run&& run) {
 void tzTool::keepSample(double clocksPerCall, int calls) {
   // Spread decides itself which samples it keeps.
   if (m_method == SPREAD || tzIsFailure(m_result) || !(clocksPerCall > 0)) return;
-  m_measurement.samples.push_back({clocksPerCall, calls, 1, m_runDisturbed});
+  m_measurement.samples.push_back({clocksPerCall, calls, 1, m_runDisturbed, 0, 0, 0});
   m_metBySample.push_back(m_met);
 }
 

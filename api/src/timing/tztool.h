@@ -86,6 +86,9 @@ class tzTool {
   /// counter (tzCounterFacts::resolution); 0: with their own.
   int startSteps() const { return m_startSteps; }
   void setStartSteps(int steps) { m_startSteps = steps; }
+  /// Spread counts clocks of the core, not of the counter.
+  bool coreClock() const { return m_coreClock; }
+  void setCoreClock(bool on) { m_coreClock = on; }
   /// What earlier passes measured of the row that is measured next: spread goes on from there.
   void setEarlier(const tzMeasurement& earlier) { m_earlier = earlier; }
   bool statMode() const { return m_statMode; }  ///< best-of runs time call by call
@@ -219,6 +222,7 @@ class tzTool {
   double m_accuracy;       ///< of the last measurement; 1 before it
   int m_autoMinLoops;      ///< setting: replaces the automatic lower bound unless 0
   int m_autoMaxLoops;      ///< setting: replaces the automatic upper bound unless 0
+  bool m_coreClock;        ///< setting, spread: clocks are those of the core
   int m_startSteps;        ///< setting, automatic and best-of: counter steps of a run; 0: as told
   tzMeasurement m_measurement;
   tzMeasurement m_earlier;                    ///< of the row that is measured next

@@ -8,6 +8,7 @@
 #include "tzcache.h"
 #include "tzcounter.h"
 #include "tzinterrupt.h"
+#include "tzpace.h"
 #include "tzplan.h"
 #include "tzreference.h"
 #include "tztool.h"
@@ -20,8 +21,10 @@ constexpr double kSampleMicroseconds = 50;  // of a sample of short calls
 constexpr int kMostCalls = 100'000'000;
 constexpr int kLeastSamples = 3;   // of the only pass; of several, one will do
 constexpr int kMostSamples = 256;  // of a pass
+constexpr int kMostOfRow = 768;    // of all passes, about
 constexpr double kPatience = 4;    // times its share that a row out of line may take
-constexpr int kReferences = 3;     // looks at the reference stream in a pass
+constexpr int kReferences = 3;     // looks at the reference stream in a pass, of few passes
+constexpr int kFewPasses = 4;
 
 tzString percent(double share) { return tzTool::getAccuracyStr(share); }
 
@@ -42,8 +45,8 @@ class tzTool::Spread {
   void takeReference();
   bool goesOn(double share);
   bool isOutOfLine() const;
+  void weigh();
   void judge();
-  double difference() const;
   void doubt(const tzString& reason);
   void judgeDisturbed();
   void judgePasses();
@@ -58,9 +61,11 @@ class tzTool::Spread {
   int m_calls = 1;
   int m_tried = 0;              // samples of this pass
   int m_taken = 0;              // undisturbed samples of this pass
+  int m_alone = 0;              // of these, with the core for themselves
   double m_least = 0;           // of them
   double m_leastBefore = 0;     // of earlier passes
   double m_leastDisturbed = 0;  // for want of a better one
+  tzPace m_pace;                // at the end of the last sample
 };
 
 void tzTool::spreadTiming() { Spread(*this).run(); }
@@ -71,7 +76,8 @@ void tzTool::Spread::run() {
   m_row.reason.clear();
   if (!m_tool.m_funcStat && !m_tool.m_funcCall) m_tool.m_statMode = false;
   if (!m_tool.m_funcLoop && !m_tool.m_funcCall) m_tool.m_statMode = true;
-  m_row.summarise();
+  m_row.coreClock = m_tool.m_coreClock;
+  weigh();
   m_leastBefore = m_row.statistics.minimum;
   m_log << "    Spread method: pass " << m_pass << "\n";
   try {
@@ -121,13 +127,14 @@ bool tzTool::Spread::settleCalls() {
 
 void tzTool::Spread::takeSamples() {
   m_row.referenceBytes = tzReferenceStream::sizeFor(tzCacheIterator::getTotalSize());
-  if (m_row.referenceBytes != 0) tzReferenceStream::measure(m_row.referenceBytes);  // warms up
   const double share = g_plan.share(m_begin);
+  const int most = g_plan.passes < kFewPasses ? kReferences : 1;
   int references = 0;
   do {
-    if (spent() >= references * share / kReferences && references < kReferences) {
+    if (spent() >= references * share / most && references < most) {
       takeReference();
       ++references;
+      m_pace = tzPace::look();
     }
     if (!takeSample()) return;
   } while (goesOn(share));
@@ -147,6 +154,8 @@ bool tzTool::Spread::takeSample() {
   ++m_tried;
   m_tool.runTimFunc(m_calls, clocks, false);
   if (tzIsFailure(m_tool.m_result)) return false;
+  const tzPace before = m_pace;
+  m_pace = tzPace::look();
   if (m_tool.m_runDisturbed || !(clocks > 0)) {
     ++m_row.dropped;
     if (clocks > 0 && (m_leastDisturbed <= 0 || clocks < m_leastDisturbed)) {
@@ -154,16 +163,20 @@ bool tzTool::Spread::takeSample() {
     }
     return true;
   }
-  m_row.samples.push_back({clocks, m_calls, m_pass, false});
-  m_least = m_taken == 0 ? clocks : std::min(m_least, clocks);
+  const tzPace pace = tzPace::between(before, m_pace);
+  m_row.samples.push_back({clocks, m_calls, m_pass, false, clocks, pace.rate, pace.width});
   ++m_taken;
+  if (m_row.isShared(m_row.samples.back())) return true;
+  const double figure = m_row.clocksAt(clocks, pace.rate);
+  m_least = m_alone == 0 ? figure : std::min(m_least, figure);
+  ++m_alone;
   return true;
 }
 
 // A slow spell may end: whoever does not reach what an earlier pass reached gets some more time.
 bool tzTool::Spread::isOutOfLine() const {
-  return m_leastBefore > 0 &&
-         (m_taken == 0 || m_least > m_leastBefore * (1 + m_tool.m_accuracyLimit));
+  return m_alone == 0 ||
+         (m_leastBefore > 0 && m_least > m_leastBefore * (1 + m_tool.m_accuracyLimit));
 }
 
 bool tzTool::Spread::goesOn(double share) {
@@ -175,30 +188,35 @@ bool tzTool::Spread::goesOn(double share) {
     // Calls that are longer than a time slice of a busy machine will not be left alone.
     return m_tried < kLeastSamples || passed < kPatience * share;
   }
-  if (isOutOfLine()) return passed < kPatience * share;
-  return m_taken < kMostSamples && passed < share;
+  if (isOutOfLine()) return m_taken < kMostSamples && passed < kPatience * share;
+  return m_taken < std::min(kMostSamples, kMostOfRow / g_plan.passes) && passed < share;
 }
 
-// Between passes, or between the halves of the only one.
-double tzTool::Spread::difference() const {
-  if (m_row.passMinima.size() > 1) return m_row.passDifference;
-  const size_t count = m_row.samples.size();
-  if (count < 2) return 1;
-  const auto less = [](const tzSample& a, const tzSample& b) { return a.clocks < b.clocks; };
-  const auto middle = m_row.samples.begin() + static_cast<std::ptrdiff_t>(count / 2);
-  const double first = std::min_element(m_row.samples.begin(), middle, less)->clocks;
-  const double second = std::min_element(middle, m_row.samples.end(), less)->clocks;
-  return std::max(first, second) / std::min(first, second) - 1;
+// What the run knows by now about the core and the memory decides what the samples say.
+void tzTool::Spread::weigh() {
+  m_row.sharedBelow = tzPace::sharedBelow();
+  m_row.memoryShare = 0;
+  const double stream = tzReferenceStream::best(m_row.referenceBytes);
+  double least = 0;
+  for (const tzSample& sample : m_row.samples) {
+    if (least <= 0 || sample.counted < least) least = sample.counted;
+  }
+  if (stream > 0 && least > 0) {
+    const double part = tzCacheIterator::getTotalSize() / m_row.referenceBytes;
+    m_row.memoryShare = std::min(1.0, stream * part / least);
+  }
+  m_row.summarise();
 }
 
 void tzTool::Spread::judge() {
   if (m_row.samples.empty() && m_leastDisturbed > 0 && g_plan.isLast()) {
-    m_row.samples.push_back({m_leastDisturbed, m_calls, m_pass, true});
+    m_row.samples.push_back({m_leastDisturbed, m_calls, m_pass, true, 0, 0, 0});
   }
-  m_row.summarise();
+  weigh();
+  tzPace::note(m_row.width);
   m_tool.m_funcClocks = m_row.statistics.minimum;
   m_tool.m_numLoops = m_row.samples.empty() ? m_calls : static_cast<int>(m_row.samples[0].calls);
-  m_tool.m_accuracy = difference();
+  m_tool.m_accuracy = m_row.reach();
   if (!g_plan.isLast() || m_row.samples.empty()) return;
   char note[96];
   std::snprintf(note, sizeof note, "nSmp=%d med=+%.1f%% mad=%.1f%% slow=%.0f%%",
@@ -226,20 +244,30 @@ void tzTool::Spread::judgeDisturbed() {
   doubt("every sample was disturbed");
 }
 
-// Each pass has other pages for its buffers and another time: when passes differ, samples cannot
-// tell which of the two is the reason.
+// Delays only add, so the smallest figure is what counts, if others confirm it: passes at other
+// times and with other places of the buffers. Passes without the core for themselves have no say.
 void tzTool::Spread::judgePasses() {
-  const int passes = static_cast<int>(m_row.passMinima.size());
-  if (passes < g_plan.passes && passes > 0 && g_plan.passes > 1) {
+  const int sampled = m_row.passesSampled;
+  const int alone = sampled - m_row.passesShared;
+  const int due = g_plan.passesOf(m_row.costly);
+  if (due > 1 && sampled < (g_plan.writesOnly ? due : 2)) {
     tzString reason;
-    reason << "samples of " << passes << " of " << g_plan.passes << " passes";
-    m_tool.m_infoText << " passes=" << passes << "/" << g_plan.passes;
+    reason << "samples of " << sampled << " of " << due << " passes";
+    m_tool.m_infoText << " passes=" << sampled << "/" << due;
     doubt(reason);
+  }
+  if (m_row.passesShared > 0) {
+    m_tool.m_infoText << " shared=" << m_row.passesShared << "/" << sampled;
+  }
+  if (m_row.passesShared > 0 && alone < std::min(sampled, 2)) {
+    tzString reason("the core was shared in ");
+    doubt(reason << m_row.passesShared << " of " << sampled << (sampled > 1 ? " passes" : " pass"));
   }
   const double accuracy = m_tool.m_accuracy;
   if (accuracy <= m_tool.m_accuracyLimit) return;
   m_tool.m_infoText << " acc=" << percent(accuracy);
-  doubt(tzString(passes > 1 ? "passes differ by " : "halves differ by ") + percent(accuracy));
+  doubt(tzString(m_row.passMinima.size() > 1 ? "passes differ by " : "halves differ by ") +
+        percent(accuracy));
 }
 
 void tzTool::Spread::judgeReference() {
