@@ -10,13 +10,6 @@ namespace report {
 
 namespace {
 
-// A line on its way: its rows with their sizes.
-struct Draft {
-  std::string parameter;
-  SizeLine line;
-  std::vector<std::string> sizes;
-};
-
 std::string valueOf(const Row& row, const std::string& parameter) {
   for (const Named& named : row.parameters) {
     if (named.name == parameter) return named.value;
@@ -24,8 +17,8 @@ std::string valueOf(const Row& row, const std::string& parameter) {
   return {};
 }
 
-std::vector<Draft> draftLines(const std::vector<const Row*>& rows) {
-  std::vector<Draft> drafts;
+std::vector<SizedLine> draftLines(const std::vector<const Row*>& rows) {
+  std::vector<SizedLine> drafts;
   std::map<std::string, std::size_t> places;
   for (const Row* row : rows) {
     const std::string parameter = sizeParameter(*row);
@@ -48,13 +41,13 @@ std::vector<Draft> draftLines(const std::vector<const Row*>& rows) {
   return drafts;
 }
 
-void sortBySize(Draft& draft) {
+void sortBySize(SizedLine& draft) {
   std::vector<std::size_t> order(draft.sizes.size());
   for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
   const auto size = [&](std::size_t i) { return sizeOf(draft.sizes[i]).value_or(0); };
   std::stable_sort(order.begin(), order.end(),
                    [&](std::size_t a, std::size_t b) { return size(a) < size(b); });
-  Draft sorted = draft;
+  SizedLine sorted = draft;
   for (std::size_t i = 0; i < order.size(); ++i) {
     sorted.sizes[i] = draft.sizes[order[i]];
     sorted.line.rows[i] = draft.line.rows[order[i]];
@@ -64,11 +57,16 @@ void sortBySize(Draft& draft) {
 
 }  // namespace
 
+std::vector<SizedLine> sizedLines(const std::vector<const Row*>& rows) {
+  std::vector<SizedLine> lines = draftLines(rows);
+  for (SizedLine& line : lines) sortBySize(line);
+  return lines;
+}
+
 std::vector<SizeSection> groupBySize(const std::vector<const Row*>& rows) {
   std::vector<SizeSection> sections;
   std::map<std::string, std::size_t> places;
-  for (Draft& draft : draftLines(rows)) {
-    sortBySize(draft);
+  for (SizedLine& draft : sizedLines(rows)) {
     std::string key = draft.parameter;
     for (const std::string& size : draft.sizes) key += '\n' + size;
     const auto [place, isNew] = places.try_emplace(key, sections.size());

@@ -24,6 +24,16 @@ struct SizeSection {
   std::vector<SizeLine> lines;     ///< in the order of their first rows
 };
 
+/// A line with the sizes that it has.
+struct SizedLine {
+  std::string parameter;
+  SizeLine line;
+  std::vector<std::string> sizes;  ///< one a row, from small to large
+};
+
+/// Rows into lines, in the order of their first rows. The rows must outlive them.
+std::vector<SizedLine> sizedLines(const std::vector<const Row*>& rows);
+
 /// The rows must outlive the sections.
 std::vector<SizeSection> groupBySize(const std::vector<const Row*>& rows);
 

@@ -43,6 +43,7 @@ struct Context {
   std::vector<Fact> machine;
   std::vector<std::string> keys;
   std::string timing;  ///< the method in words
+  std::string clock;   ///< whose clocks are counted: "core", or empty for the counter's
   std::optional<double> accuracy;
   std::optional<double> timeLimit;  ///< seconds a row
   std::vector<Named> settings;      ///< the others: alignment, presets of key -d, seed of the data
@@ -119,9 +120,10 @@ struct Row {
   std::optional<Statistics> statistics;
   std::vector<double> passMinima;
   std::optional<double> passDifference;
-  std::optional<double> emptyCall;  ///< clocks
-  Samples samples;                  ///< empty when the reader was not asked for them
-  std::size_t line = 0;             ///< of the file, from 1
+  std::optional<double> emptyCall;    ///< clocks
+  std::optional<double> memoryShare;  ///< of the time of a call, what streaming its data takes
+  Samples samples;                    ///< empty when the reader was not asked for them
+  std::size_t line = 0;               ///< of the file, from 1
 };
 
 /// What rows of two runs are joined by: function and parameter values. No two rows of a run share

@@ -155,6 +155,8 @@ Context contextOf(const json& line) {
   context.keys = listAt(line, "keys", textOf);
   if (const json* settings = objectAt(line, "settings")) {
     context.timing = textAt(*settings, "timing");
+    context.clock = textAt(*settings, "clock");
+    if (context.clock == "counter") context.clock.clear();
     context.accuracy = numberAt(*settings, "accuracy");
     context.timeLimit = numberAt(*settings, "time_limit");
     for (const auto& [name, value] : settings->items()) {
@@ -237,6 +239,7 @@ Row rowOf(const json& line, const ReadOptions& options) {
   row.passMinima = listAt(line, "pass_minima", numberOf);
   row.passDifference = numberAt(line, "pass_difference");
   row.emptyCall = numberAt(line, "empty_call");
+  row.memoryShare = numberAt(line, "memory_share");
   if (const json* found = objectAt(line, "statistics")) row.statistics = statisticsOf(*found);
   const json* samples = options.samples ? objectAt(line, "samples") : nullptr;
   if (samples != nullptr) readSamples(*samples, row.samples);

@@ -20,6 +20,14 @@ double counterMhz(const Context& context) {
   return counter > 0 ? counter : std::max(0.0, context.number("mhz", 0));
 }
 
+double clockMhz(const Context& context, const Row& row) {
+  const double counter = counterMhz(context);
+  const double core = context.number("core_clocks_a_counter_clock", 0);
+  if (context.clock != "core" || core <= 0) return counter;
+  const double memory = std::min(1.0, row.memoryShare.value_or(0));
+  return counter * (memory + (1 - memory) * core);
+}
+
 std::optional<double> inUnit(Unit unit, double clocks, const Row& row, double mhz) {
   if (unit == Unit::clocks) return clocks;
   if (mhz <= 0 || clocks <= 0) return std::nullopt;

@@ -20,6 +20,10 @@ Unit unitOf(const std::string& word);
 /// estimate of the title; 0 where neither is.
 double counterMhz(const Context& context);
 
+/// Clocks of the row in a microsecond. Where a run counts clocks of the core, that is how fast the
+/// core ran by the run's context, but for the part of the time that memory takes.
+double clockMhz(const Context& context, const Row& row);
+
 /// A number of clocks an element of the row in a unit; none where the run does not tell what it
 /// takes.
 std::optional<double> inUnit(Unit unit, double clocksPerElement, const Row& row, double mhz);

@@ -56,6 +56,9 @@ tazmet_check_packages=(git libgtest-dev libgmock-dev clang-format libjpeg-turbo-
 # Judges that not every release has; without them their tests are skipped.
 tazmet_judge_packages=(grokj2k-tools)
 
+# What the tests of the results page need: a browser. Without it they are skipped.
+tazmet_page_packages=(chromium chromium-driver)
+
 # What the side-by-side benchmarks need on top of the build: the peers.
 tazmet_bench_packages=(pkg-config libjpeg62-turbo-dev libopenjp2-7-dev libjxr-dev
   libstb-dev libsquish-dev libbenchmark-dev mate-backgrounds lomiri-wallpapers-16.04)
@@ -66,7 +69,7 @@ if [[ -r /etc/os-release ]] && grep -q '^ID=ubuntu' /etc/os-release; then
   tazmet_bench_packages=("${tazmet_bench_packages[@]/#libjpeg62-turbo-dev/libjpeg-turbo8-dev}")
 fi
 
-# Run instead of sourced: installs what the named tasks need, of build, check and bench.
+# Run instead of sourced: installs what the named tasks need, of build, check, bench and page.
 if [[ ${BASH_SOURCE[0]} == "$0" ]]; then
   set -euo pipefail
   for task in "$@"; do
@@ -77,7 +80,8 @@ if [[ ${BASH_SOURCE[0]} == "$0" ]]; then
         tazmet_setup_known "${tazmet_judge_packages[@]}"
         ;;
       bench) tazmet_setup "${tazmet_bench_packages[@]}" ;;
-      *) echo "setup.sh: no task $task; there are build, check and bench" >&2 && exit 2 ;;
+      page) tazmet_setup "${tazmet_page_packages[@]}" ;;
+      *) echo "setup.sh: no task $task; there are build, check, bench and page" >&2 && exit 2 ;;
     esac
   done
 fi

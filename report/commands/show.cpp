@@ -54,7 +54,7 @@ class Show : public Command {
   std::string m_formatWord = "text";
   Unit m_unit = Unit::clocks;
   Format m_format = Format::text;
-  mutable double m_mhz = 0;
+  mutable const Context* m_context = nullptr;  // of the run that is being shown
 };
 
 int Show::run(const Console& console) {
@@ -75,7 +75,7 @@ int Show::run(const Console& console) {
 }
 
 void Show::showRun(const Run& run, const Console& console) const {
-  m_mhz = counterMhz(run.context);
+  m_context = &run.context;
   showTitle(run, console);
   const std::vector<const Row*> rows = filtered(run.rows, m_filter);
   if (rows.empty() && run.comparisons.empty()) {
@@ -139,7 +139,7 @@ void Show::showDoubtful(const std::vector<const Row*>& rows, const Console& cons
 }
 
 std::string Show::figure(const Row& row) const {
-  const std::optional<double> value = figureIn(m_unit, row, m_mhz);
+  const std::optional<double> value = figureIn(m_unit, row, clockMhz(*m_context, row));
   return value ? figureText(*value) : "-";
 }
 
@@ -214,9 +214,8 @@ void Show::showCsv(const std::vector<Run>& runs, const Console& console) const {
   Table table(
       {{"file"}, {"function"}, {"parameters"}, {"figure"}, {"unit"}, {"result"}, {"reason"}});
   for (const Run& run : runs) {
-    const double mhz = counterMhz(run.context);
     for (const Row* row : filtered(run.rows, m_filter)) {
-      const std::optional<double> value = figureIn(m_unit, *row, mhz);
+      const std::optional<double> value = figureIn(m_unit, *row, clockMhz(run.context, *row));
       table.add({run.file, row->function, parametersText(row->parameters),
                  value ? exactText(*value) : "", unitText(m_unit, row->unit),
                  resultName(row->result), row->reason});

@@ -2,13 +2,34 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <regex>
+
 #include "reportkit.h"
+#include "testpaths.h"
 
 using reportkit::kContext;
 using reportkit::kEnd;
 using reportkit::row;
 using reportkit::run;
 using reportkit::TempFolder;
+
+namespace {
+
+// What bash offers for the last word, a line each.
+std::string bashOffers(const std::string& script, const std::vector<std::string>& words) {
+  std::string line = "bash -c 'source \"$0\"; COMP_WORDS=(tazreport";
+  for (const std::string& word : words) line += " " + word;
+  line += "); COMP_CWORD=" + std::to_string(words.size()) + "; _tazreport; ";
+  line += "((${#COMPREPLY[@]})) && printf \"%s\\n\" \"${COMPREPLY[@]}\"' \"" + script + "\"";
+  std::FILE* pipe = popen(line.c_str(), "r");
+  std::string offers;
+  for (int c; (c = std::fgetc(pipe)) != EOF;) offers += static_cast<char>(c);
+  pclose(pipe);
+  return offers;
+}
+
+}  // namespace
 
 TEST(ReportProgram, HelpsAndRefusesInOneLine) {
   const auto help = run({"--help"});
@@ -27,6 +48,29 @@ TEST(ReportProgram, HelpsAndRefusesInOneLine) {
     EXPECT_EQ(0u, refused.err.find("tazreport: ")) << refused.err;
     EXPECT_EQ(refused.err.size() - 1, refused.err.find_first_of("\n\x1b")) << refused.err;
   }
+}
+
+// The manual has every subcommand and every option of the help, and bash offers them.
+TEST(ReportProgram, IsToldInTheManualAndCompleted) {
+  const TempFolder folder;
+  std::ifstream stream(std::string(TAZMET_TEST_DATA) + "/../../docs/tazreport.1");
+  std::string manual{std::istreambuf_iterator<char>(stream), {}};
+  std::erase(manual, '\\');
+  const std::string script = folder.write("completion", run({"completion"}).out);
+  for (const report::CommandEntry& entry : report::commands()) {
+    EXPECT_NE(std::string::npos, manual.find(std::string("tazreport ") + entry.name)) << entry.name;
+    const std::string help = run({entry.name, "--help"}).out;
+    const std::string offered = bashOffers(script, {entry.name, "--"});
+    const std::regex option("--[a-z]+(-[a-z]+)*");
+    for (std::sregex_iterator found(help.begin(), help.end(), option), end; found != end; ++found) {
+      if (found->str() == "--help") continue;
+      EXPECT_NE(std::string::npos, manual.find(found->str())) << entry.name << ' ' << found->str();
+      EXPECT_NE(std::string::npos, offered.find(found->str() + '\n')) << offered;
+    }
+  }
+  EXPECT_EQ("show\n", bashOffers(script, {"sh"}));
+  EXPECT_EQ("GB/s\n", bashOffers(script, {"show", "--unit", "G"}));
+  EXPECT_EQ("", bashOffers(script, {"show", "results"}));
 }
 
 TEST(ReportProgram, TellsWhatAFileHolds) {

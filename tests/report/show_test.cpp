@@ -110,6 +110,26 @@ TEST(Show, TellsTheFiguresOfTheFileInEveryUnit) {
   at(text.out, "alpha_8u_C1R  0.200   0.250*     0.300  ns/px");
 }
 
+// Clocks of the core take as long as the core ran fast, but for the time that memory takes.
+TEST(Show, TellsTimeOfClocksOfTheCore) {
+  const TempFolder folder;
+  std::string text =
+      kContext + row("f", "8x8", 4) + row("g", "8x8", 4, "OK", ",\"memory_share\":0.25") + kEnd;
+  const std::string machine = "\"counter_mhz\":2500,";
+  text.insert(text.find(machine) + machine.size(), "\"core_clocks_a_counter_clock\":1.5,");
+  const std::string counter = folder.write("a.jsonl", text);
+  text.insert(text.find("\"accuracy\""), "\"clock\":\"core\",");
+  const std::string core = folder.write("b.jsonl", text);
+  const auto nanoseconds = [](const std::string& path, std::size_t line) {
+    const Outcome csv = run({"show", path, "--format", "csv", "--unit", "ns"});
+    return std::stod(report::split(report::split(csv.out, '\n').at(line), ',').at(3));
+  };
+  EXPECT_DOUBLE_EQ(1.6, nanoseconds(counter, 1));
+  EXPECT_DOUBLE_EQ(1.6 / 1.5, nanoseconds(core, 1));
+  EXPECT_DOUBLE_EQ(1.6 / (0.25 + 0.75 * 1.5), nanoseconds(core, 2));
+  EXPECT_EQ(2, run({"compare", counter, core}).code);
+}
+
 TEST(Show, PutsWhatIsNotOkFirstWithReasonAndCure) {
   const TempFolder folder;
   const Outcome shown = run({"show", folder.write("a.jsonl", sample())}, 100);

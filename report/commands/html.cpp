@@ -1,0 +1,77 @@
+// tazreport html: a page of runs, and of what changed since older ones.
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <ostream>
+
+#include "report/command.h"
+#include "report/error.h"
+#include "report/page.h"
+#include "report/read.h"
+#include "report/text.h"
+
+namespace report {
+
+namespace {
+
+class Html : public Command {
+ public:
+  void declare(Options& options) override {
+    options.list("FILE", m_files, 1,
+                 "JSON Lines (key -j) or csv tables (key -r): runs to show side by side");
+    options.text("-o,--output", m_output, "The page; \"-\" is standard output");
+    options.require();
+    options.list("--old", m_old, 0, "Files of an old side to compare all of them with");
+    options.text("--title", m_title, "The page's heading");
+    options.flag("--anyway", m_options.anyway, "Compare other machines, code paths or settings");
+  }
+  int run(const Console& console) override;
+
+ private:
+  void write(const PageContent& content, const Console& console) const;
+  std::vector<std::string> m_files;
+  std::vector<std::string> m_old;
+  std::string m_output;
+  std::string m_title = "Clocks an element";
+  CompareOptions m_options;
+};
+
+int Html::run(const Console& console) {
+  if (kChartLibrary.empty()) {
+    throw Error("this build makes no pages: libjs-chart.js was not there when it was built");
+  }
+  const std::vector<Run> runs = readAll(m_files);
+  PageContent content{cleanText(m_title), runs};
+  std::vector<Run> older;
+  Compared compared;
+  if (!m_old.empty()) {
+    older = readAll(m_old, {.samples = false});
+    compared = compareRuns(older, runs, m_options);
+    content.compared = &compared;
+    content.older = &older;
+  }
+  write(content, console);
+  return kDone;
+}
+
+// A page that is being looked at is exchanged as a whole.
+void Html::write(const PageContent& content, const Console& console) const {
+  if (m_output == "-") return writePage(console.out, content);
+  const std::string draft = m_output + ".part";
+  errno = 0;
+  std::ofstream file(draft, std::ios::binary);
+  if (file) writePage(file, content);
+  file.close();
+  if (!file || std::rename(draft.c_str(), m_output.c_str()) != 0) {
+    const Error error(m_output, errno != 0 ? std::strerror(errno) : "cannot be written");
+    std::remove(draft.c_str());
+    throw error;
+  }
+}
+
+}  // namespace
+
+std::unique_ptr<Command> makeHtml() { return std::make_unique<Html>(); }
+
+}  // namespace report

@@ -1,0 +1,137 @@
+// The page: every figure of the files, nothing from elsewhere, and no text of a file becomes
+// markup.
+
+#include <gtest/gtest.h>
+
+#include <regex>
+
+#include "report/page.h"
+#include "report/text.h"
+#include "reportkit.h"
+
+using reportkit::kContext;
+using reportkit::kEnd;
+using reportkit::Outcome;
+using reportkit::row;
+using reportkit::run;
+using reportkit::TempFolder;
+
+namespace {
+
+bool makesPages() { return !report::kChartLibrary.empty(); }
+
+std::size_t countOf(const std::string& text, const std::string& part) {
+  std::size_t count = 0;
+  for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; ++at) ++count;
+  return count;
+}
+
+// The part of a page that is made from files: what comes before the scripts, and the data.
+std::string body(const std::string& page) {
+  const std::size_t from = page.find("<body>");
+  return page.substr(from, page.find("</script>", from) - from);
+}
+
+const char* const kSamples =
+    ",\"elements\":64,\"working_set\":4096,\"statistics\":{\"count\":3,\"minimum\":100,\"median\":"
+    "110,"
+    "\"spread\":0.05,\"tail\":0.3},\"samples\":{\"clocks\":[100,110,125],\"calls\":[1,1,1],"
+    "\"pass\":[1,1,2],\"disturbed\":[false,false,false]}";
+
+}  // namespace
+
+TEST(Page, HoldsEveryFigureOfTheFiles) {
+  if (!makesPages()) GTEST_SKIP() << "built without libjs-chart.js";
+  const TempFolder folder;
+  std::string text = kContext;
+  for (int i = 0; i < 40; ++i) {
+    text +=
+        row("f" + std::to_string(i / 2), i % 2 ? "64x64" : "8x8", 0.1 + i / 7.0, "OK", kSamples);
+  }
+  const std::string path = folder.write("a.jsonl", text + kEnd);
+  const Outcome made = run({"html", path, "-o", folder.file("p.html")});
+  ASSERT_EQ(0, made.code) << made.err;
+  const std::string page = body(folder.read("p.html"));
+  for (const report::Row& each : report::readRuns(path)[0].rows) {
+    const std::string exact = report::exactText(*each.clocksPerElement);
+    const std::string shown = report::figureText(*each.clocksPerElement);
+    EXPECT_EQ(1u,
+              countOf(page, "data-c=\"" + exact + "\" data-b=\"0\" data-m=\"2500\"><span>" + shown))
+        << exact;
+    EXPECT_EQ(1u, countOf(page, "\"c\":" + exact + ","));
+  }
+  // Samples above the smallest in hundredths of a percent, with their passes.
+  EXPECT_EQ(40u, countOf(page, "\"q\":[[1,0],[1,1000],[2,2500]]"));
+  // Once as the name of the drawing, once in its place.
+  EXPECT_EQ(40u, countOf(page, "64x64: 3 samples, median +10.0 %, spread 5.0 %"));
+  EXPECT_NE(std::string::npos, page.find("\"caches\":[[\"L1\",32768],[\"L2\",1048576]]"));
+}
+
+TEST(Page, ComparesWithOlderRuns) {
+  if (!makesPages()) GTEST_SKIP() << "built without libjs-chart.js";
+  const TempFolder folder;
+  const std::string before =
+      folder.write("a.jsonl", kContext + row("f", "8x8", 2) + row("g", "8x8", 1));
+  const std::string after = folder.write("b.jsonl", kContext + row("f", "8x8", 3));
+  const Outcome made = run({"html", after, "-o", "-", "--old", before});
+  ASSERT_EQ(0, made.code) << made.err;
+  const std::string page = body(made.out);
+  EXPECT_NE(std::string::npos, page.find(">1.5000</td>")) << page;
+  EXPECT_NE(std::string::npos, page.find("<tr data-verdict=\"unresolved\">"));
+  EXPECT_NE(std::string::npos, page.find("<li>g ImageSize=8x8: not there</li>"));
+}
+
+// A file may come from anywhere, and a page is opened with a click.
+TEST(Page, TakesNoTextForMarkup) {
+  if (!makesPages()) GTEST_SKIP() << "built without libjs-chart.js";
+  const TempFolder folder;
+  const std::string evil =
+      "</script><script>alert(1)</script>'\\\"><img src=x onerror=alert(2)>&amp;<!--";
+  std::string context = kContext;
+  for (const char* text :
+       {"Test CPU", "AVX2", "spread", "2026-11-22T08:00:00Z", "librkdi.so.1, 1.0.0"}) {
+    context.replace(context.find(text), std::string(text).size(), evil);
+  }
+  std::string doubtful = row(evil, evil, 1, "ACCURWRN", kSamples);
+  doubtful.replace(doubtful.find("because"), 7, evil);
+  doubtful.replace(doubtful.find("\"px\""), 4, "\"" + evil + "\"");
+  const std::string path = folder.write("<b>.jsonl", context + doubtful + kEnd);
+  const std::string clean =
+      folder.write("a.jsonl", kContext + row("f", "8x8", 1, "OK", kSamples) + kEnd);
+  const Outcome made =
+      run({"html", path, "-o", "-", "--old", clean, "--anyway", "--title", "</title><b>"});
+  ASSERT_EQ(0, made.code) << made.err;
+  const Outcome plain = run({"html", clean, "-o", "-", "--old", clean});
+  EXPECT_EQ(std::string::npos, made.out.find("<img"));
+  EXPECT_EQ(std::string::npos, made.out.find("<b>."));
+  for (const char* tag : {"<script", "</script", "<!--", "<title", "<style"}) {
+    EXPECT_EQ(countOf(plain.out, tag), countOf(made.out, tag)) << tag;
+  }
+  EXPECT_EQ("\"\\u0022\\u005c\\u003c\\u003e\\u0026'\"", report::jsonText("\"\\<>&'"));
+  EXPECT_EQ("&lt;a b=&#39;&quot;&amp;", report::htmlText("<a b='\"&"));
+}
+
+TEST(Page, FetchesNothing) {
+  if (!makesPages()) GTEST_SKIP() << "built without libjs-chart.js";
+  const TempFolder folder;
+  const std::string path = folder.write("a.jsonl", kContext + row("f", "8x8", 1) + kEnd);
+  const Outcome made = run({"html", path, "-o", "-"});
+  EXPECT_NE(std::string::npos, made.out.find("default-src 'none'"));
+  const std::regex outside(R"((src|href|action)\s*=\s*["'](?!#|data:,))");
+  EXPECT_FALSE(std::regex_search(body(made.out), outside));
+  EXPECT_EQ(std::string::npos, std::string(report::kPageStyle).find("url("));
+}
+
+TEST(Page, IsWrittenAsAWholeOrNotAtAll) {
+  if (!makesPages()) GTEST_SKIP() << "built without libjs-chart.js";
+  const TempFolder folder;
+  const std::string path = folder.write("a.jsonl", kContext + row("f", "8x8", 1) + kEnd);
+  const std::string page = folder.write("p.html", "before");
+  EXPECT_EQ(2, run({"html", folder.file("none"), "-o", page}).code);
+  EXPECT_EQ("before", folder.read("p.html"));
+  const Outcome refused = run({"html", path, "-o", folder.file("no/p.html")});
+  EXPECT_EQ(2, refused.code);
+  EXPECT_NE(std::string::npos, refused.err.find("no/p.html: No such file or directory"))
+      << refused.err;
+  EXPECT_EQ(2, run({"html", path}).code);
+}
