@@ -324,7 +324,7 @@ void encodeAlpha5(const Block& b, uint8_t* out) {
   if (low == high) best.bits = 0;
   out[0] = static_cast<uint8_t>(high);
   out[1] = static_cast<uint8_t>(low);
-  if (const Alphas six(b, innerLow, innerHigh, 5); six.error < best.error) {
+  if (const Alphas six(b, innerLow, innerHigh, 5); high - low > 56 && six.error < best.error) {
     best = six;
     out[0] = static_cast<uint8_t>(innerLow);
     out[1] = static_cast<uint8_t>(innerHigh);

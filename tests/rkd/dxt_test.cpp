@@ -318,7 +318,8 @@ int leastError(const uint8_t* pixels, int first, int second) {
   return sum;
 }
 
-// What both kinds of blocks leave between the ends that the alphas themselves give.
+// What both kinds of blocks leave between the ends that the alphas themselves give; one of them
+// where eight levels are at most 8 apart.
 int leastError(const uint8_t* pixels) {
   int low = 255, high = 0, innerLow = 255, innerHigh = 0;
   for (int i = 3; i < 64; i += 4) {
@@ -329,7 +330,9 @@ int leastError(const uint8_t* pixels) {
     if (a != 255) innerHigh = std::max(innerHigh, a);
   }
   const int eight = leastError(pixels, high, low);
-  return innerLow > innerHigh ? eight : std::min(eight, leastError(pixels, innerLow, innerHigh));
+  return innerLow > innerHigh || high - low <= 56
+             ? eight
+             : std::min(eight, leastError(pixels, innerLow, innerHigh));
 }
 
 void expectLeastAlphaError(const std::array<int, 16>& alphas) {

@@ -27,8 +27,9 @@
 ///    level that is nearest along the line between the widened ends, scaled like the axis, halves
 ///    towards c1. Equal ends take index 0.
 /// 7. DXT3 rounds alpha to multiples of 17. DXT5 takes the largest and the smallest alpha as ends,
-///    and the nearest of the 8 levels; or, if the squared error is smaller, 0, 255 and the nearest
-///    of 6 levels between the smallest alpha but 0 and the largest but 255.
+///    and the nearest of the 8 levels; or, if these are more than 8 apart (ends more than 56) and
+///    the squared error is smaller, 0, 255 and the nearest of 6 levels between the smallest alpha
+///    but 0 and the largest but 255.
 #pragma once
 
 #include "rkd/rkdbase.h"
