@@ -23,6 +23,7 @@
 // Every processor of the AVX2 level counts leading zeros in one step; Highway does not ask g++ for
 // it. (clang has no pragma that adds to a target; it gets by without.)
 #undef RKD_HAS_COEFFICIENT_LIST
+#undef RKD_HAS_SMALL_VALUES
 #undef RKD_PUSH_LZCNT
 #undef RKD_POP_LZCNT
 #if HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
@@ -329,6 +330,61 @@ HWY_INLINE MagnitudeMaps magnitudeMaps(const int16_t* block, int al) {
 }
 
 #endif
+#endif
+
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+#define RKD_HAS_SMALL_VALUES 1
+
+/// The AC values of a block in zigzag order, and which of them are not zero. Unlike other maps this
+/// one has the first position in the LOW bit: there a step to the next bit is one operation, not a
+/// chain of three.
+struct SmallValues {
+  int8_t value[64];
+  uint64_t map;
+};
+
+/// Byte shuffles of 16 natural coefficients each, in both halves, to half of the zigzag order; the
+/// DC is left out.
+struct SmallValueShuffles {
+  alignas(32) uint8_t from[2][4][32];
+};
+inline constexpr SmallValueShuffles smallValueShuffles = [] {
+  SmallValueShuffles shuffles{};
+  for (int n = 0; n < 64; ++n) {
+    const int natural = huff::zigzag[size_t(n)];
+    for (int input = 0; input < 4; ++input) {
+      const bool here = natural / 16 == input && n > 0;
+      shuffles.from[n / 32][input][n % 32] = here ? uint8_t(natural % 16) : 0x80;
+    }
+  }
+  return shuffles;
+}();
+
+/// False if a value takes more than 7 bits.
+HWY_INLINE bool listSmallValues(const int16_t* block, SmallValues* list) {
+  __m256i natural[4], half[2];
+  const auto inBothHalves = [](const int16_t* from) HWY_ATTR {
+    return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
+  };
+  for (int i = 0; i < 4; ++i) {
+    natural[i] = _mm256_packs_epi16(inBothHalves(block + 16 * i), inBothHalves(block + 16 * i + 8));
+  }
+  uint32_t isZero[2];
+  for (int i = 0; i < 2; ++i) {
+    const auto part = [&](int k) HWY_ATTR {
+      const auto* from = reinterpret_cast<const __m256i*>(smallValueShuffles.from[i][k]);
+      return _mm256_shuffle_epi8(natural[k], _mm256_load_si256(from));
+    };
+    half[i] = _mm256_or_si256(_mm256_or_si256(part(0), part(1)), _mm256_or_si256(part(2), part(3)));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(list->value) + i, half[i]);
+    const __m256i zeros = _mm256_cmpeq_epi8(half[i], _mm256_setzero_si256());
+    isZero[i] = uint32_t(_mm256_movemask_epi8(zeros));
+  }
+  list->map = ~(uint64_t{isZero[1]} << 32 | isZero[0]);
+  const __m256i largest = _mm256_max_epu8(_mm256_abs_epi8(half[0]), _mm256_abs_epi8(half[1]));
+  const __m256i beyond = _mm256_subs_epu8(largest, _mm256_set1_epi8(126));
+  return _mm256_testz_si256(beyond, beyond) != 0;
+}
 #endif
 
 }  // namespace rkd::HWY_NAMESPACE

@@ -34,16 +34,21 @@ class BitWriter {
 
   /// Appends a number of bits, 0..63, that has no more. Their count is in the low six bits of
   /// `length`: shifts look at no more.
-  HWY_INLINE void put(uint64_t bits, unsigned length) {
-    free_ -= int(length & 63);
+  HWY_INLINE void put(uint64_t bits, unsigned length) { putExactly(bits, length & 63); }
+  /// The same where `length` has nothing else. (Of what takes 64 bits and more something is sent.)
+  HWY_INLINE void putExactly(uint64_t bits, unsigned length) {
+    free_ -= int(length);
     if (HWY_LIKELY(free_ >= 0)) {
       bits_ = bits_ << (length & 63) | bits;
       return;
     }
-    const unsigned over = unsigned(-free_);
-    send(bits_ << ((length - over) & 63) | bits >> over);
+    int free = free_;
+    // Computed from the result, so that what was free before need not be kept for it.
+    asm("" : "+r"(free));
+    const unsigned over = unsigned(-free);
+    send(bits_ << ((length - over) & 63) | bits >> (over & 63));
     bits_ = bits;  // what has been sent stays above the waiting bits
-    free_ += 64;
+    free_ = free + 64;
   }
   /// The same for 0..63 bits.
   HWY_INLINE void putMany(uint64_t bits, unsigned length) {

@@ -12,6 +12,34 @@ RKD_PUSH_LZCNT
 namespace rkd::HWY_NAMESPACE {
 namespace {
 
+#if RKD_HAS_SMALL_VALUES
+/// Writes a block whose values are all small, one at a time; false if something has no code.
+template <class Writer>
+HWY_INLINE bool putSmallValues(int difference, const SmallValues& list, EncodeTable dc,
+                               EncodeTable ac, Writer& writer) {
+  uint32_t used = 0;
+  const auto put = [&](uint32_t entry) HWY_ATTR {
+    used |= entry;
+    writer.putExactly(entry >> 8, entry & 255);
+  };
+  put(dc.smallEntry(smallPlace(0, difference)));
+  unsigned last = 0;
+  for (uint64_t map = list.map; map != 0; map &= map - 1) {
+    const auto k = unsigned(std::countr_zero(map));
+    unsigned step = k - last;
+    last = k;
+    for (; HWY_UNLIKELY(step > 16); step -= 16) {
+      const EncodeEntry zeros = ac[entryIndex(15, 0)];
+      if (HWY_UNLIKELY((zeros.word & EncodeEntry::missing) != 0)) return false;
+      writer.put(zeros.code(), zeros.length());
+    }
+    put(ac.smallEntry(smallPlaceAt(step, list.value[k])));
+  }
+  if (last != 63) put(ac.smallEntry(EncodeSpecLayout::endPlace));
+  return (used & EncodeSpecLayout::missingSmall) == 0;
+}
+#endif
+
 /// Writes one block; false if something has no code.
 template <class Writer>
 HWY_INLINE bool putBlock(const int16_t* src, int previousDC, EncodeTable dc, EncodeTable ac,
@@ -24,6 +52,11 @@ HWY_INLINE bool putBlock(const int16_t* src, int previousDC, EncodeTable dc, Enc
     const int places = endList(place, listed);
     return putListed(smallPlace(0, difference), place, places, dc, ac, writer);
   }
+#elif RKD_HAS_SMALL_VALUES
+  SmallValues list;
+  if (HWY_LIKELY(listSmallValues(src, &list) && isSmall(difference))) {
+    return putSmallValues(difference, list, dc, ac, writer);
+  }
 #endif
   const uint64_t map = nonZeroMap(src) & mapBehind(0);
   if (HWY_UNLIKELY(!putDCDifference(difference, dc, writer))) return false;
@@ -31,7 +64,7 @@ HWY_INLINE bool putBlock(const int16_t* src, int previousDC, EncodeTable dc, Enc
   if (map != 0 && HWY_UNLIKELY(!putCoefficients(valueAt, map, ac, writer))) return false;
   if ((map & mapBit(63)) != 0) return true;
   const uint32_t end = ac.smallEntry(EncodeSpecLayout::endPlace);
-  writer.put(end >> 6, end);
+  writer.putExactly(end >> 8, end & 255);
   return (end & EncodeSpecLayout::missingSmall) == 0;
 }
 

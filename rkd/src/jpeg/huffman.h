@@ -6,6 +6,7 @@
 
 #include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -71,13 +72,13 @@ struct EncodeSpecLayout {
   static constexpr int category16 = 17 * 16;
   static constexpr int entries = 18 * 16;
   /// Values of -128 to 127 behind up to 15 zeros have their symbol and value bits together: code in
-  /// the high bits, length in the low six, `missingSmall` where there is no code. Their place is
+  /// the high bits, length in the low byte, `missingSmall` where there is no code. Their place is
   /// (zeros + 1) * 256 + value + 128. A value of zero without zeros in front is the symbol 0: a DC
   /// that does not change. The end of a block is a zero in the row before, and what follows is
   /// nothing.
   static constexpr int endPlace = 128;
   static constexpr int nonePlace = 129;
-  static constexpr uint32_t missingSmall = uint32_t{1} << 31;
+  static constexpr uint32_t missingSmall = 128;
   Kind kind;
   uint32_t reserved;
   uint64_t entry[entries];
@@ -89,6 +90,11 @@ inline bool isSmall(int value) { return unsigned(value + 128) < 256; }
 /// Place of a small value behind a run of zeros.
 inline size_t smallPlace(unsigned run, int value) {
   return size_t{run << 8 | unsigned(value + 128)} + 256;
+}
+
+/// The same `step` places behind the one before.
+inline size_t smallPlaceAt(size_t step, ptrdiff_t value) {
+  return (step << 8) + size_t(value + 128);
 }
 
 /// Index of the entry for a run of zeros and the size of the value behind it.

@@ -33,7 +33,7 @@ HWY_INLINE bool putCoefficients(ValueAt valueAt, uint64_t map, EncodeTable ac, W
     if (HWY_LIKELY(isSmall(value))) {
       const uint32_t entry = ac.smallEntry(smallPlace(run, value));
       usedSmall |= entry;
-      writer.put(entry >> 6, entry);
+      writer.putExactly(entry >> 8, entry & 255);
     } else {
       const NonZeroMagnitude magnitude(value);
       const EncodeEntry entry = ac[entryIndex(run, magnitude.size)];
@@ -49,7 +49,7 @@ template <class Writer>
 HWY_INLINE bool putDCDifference(int difference, EncodeTable dc, Writer& writer) {
   if (HWY_LIKELY(isSmall(difference))) {
     const uint32_t entry = dc.smallEntry(smallPlace(0, difference));
-    writer.put(entry >> 6, entry);
+    writer.putExactly(entry >> 8, entry & 255);
     return (entry & EncodeSpecLayout::missingSmall) == 0;
   }
   const NonZeroMagnitude magnitude(difference);
@@ -75,7 +75,7 @@ HWY_INLINE bool putListed(size_t dcPlace, const uint16_t* place, int places, Enc
   uint32_t used = 0;
   const auto putTwo = [&](uint32_t first, uint32_t second) HWY_ATTR {
     used |= first | second;
-    writer.put(uint64_t{first >> 6} << (second & 63) | second >> 6, first + second);
+    writer.put(uint64_t{first >> 8} << (second & 63) | second >> 8, first + second);
   };
   putTwo(dc.smallEntry(dcPlace), ac.smallEntry(place[0]));
   for (int at = 1; at < places; at += 2) {

@@ -110,7 +110,7 @@ HWY_INLINE bool putMapped(int difference, const uint16_t* values, EncodeTable dc
   if (!putCoefficients(next, map, ac, writer)) return false;
   if ((map & mapBit(63)) != 0) return true;
   const uint32_t end = ac.smallEntry(EncodeSpecLayout::endPlace);
-  writer.put(end >> 6, end);
+  writer.putExactly(end >> 8, end & 255);
   return (end & EncodeSpecLayout::missingSmall) == 0;
 }
 

@@ -46,8 +46,8 @@ void buildSmall(const Code& c, EncodeSpecLayout* spec) {
   const uint32_t first = 1u << (size - 1);
   const uint32_t length = c.length + size;
   for (uint32_t magnitude = first; magnitude < 2 * first && magnitude <= 128; ++magnitude) {
-    if (magnitude < 128) zero[magnitude] = (c.code << size | magnitude) << 6 | length;
-    zero[-int(magnitude)] = (c.code << size | (2 * first - 1 - magnitude)) << 6 | length;
+    if (magnitude < 128) zero[magnitude] = (c.code << size | magnitude) << 8 | length;
+    zero[-int(magnitude)] = (c.code << size | (2 * first - 1 - magnitude)) << 8 | length;
   }
 }
 
@@ -67,8 +67,8 @@ void build(const CodeList& list, EncodeSpecLayout* spec) {
       spec->entry[EncodeSpecLayout::category16] = uint64_t(c.length) << 32 | c.code;
     }
     if (c.symbol == 0) {
-      spec->smallEntry[EncodeSpecLayout::endPlace] = c.code << 6 | c.length;
-      spec->smallEntry[smallPlace(0, 0)] = c.code << 6 | c.length;
+      spec->smallEntry[EncodeSpecLayout::endPlace] = c.code << 8 | c.length;
+      spec->smallEntry[smallPlace(0, 0)] = c.code << 8 | c.length;
     }
     buildSmall(c, spec);
   }
