@@ -390,6 +390,27 @@ HWY_INLINE V oneOn(V previous, V v) {
 #endif
 }
 
+// The lanes of v one back, before the first lane of `next`.
+template <class V>
+HWY_INLINE V oneBack(V v, V next) {
+  const hn::DFromV<V> d;
+  constexpr size_t kBytes = sizeof(hn::TFromD<decltype(d)>);
+#if HWY_TARGET <= HWY_AVX3
+  const hn::Repartition<int32_t, decltype(d)> d32;
+  using V32 = hn::Vec<decltype(d32)>;
+  const auto a = hn::BitCast(d32, v).raw, b = hn::BitCast(d32, next).raw;
+  if constexpr (kBytes == 4) {
+    return hn::BitCast(d, V32{_mm512_alignr_epi32(b, a, 1)});
+  } else {
+    return hn::BitCast(d, V32{_mm512_alignr_epi8(_mm512_alignr_epi32(b, a, 4), a, 2)});
+  }
+#elif HWY_TARGET == HWY_AVX2
+  return hn::CombineShiftRightBytes<kBytes>(d, hn::ConcatLowerUpper(d, next, v), v);
+#else
+  return hn::CombineShiftRightBytes<kBytes>(d, next, v);
+#endif
+}
+
 // For every lane of 32 bits, the one of its block that the lower two bits of v >> shift tell.
 #if HWY_TARGET <= HWY_AVX2
 template <class V>

@@ -12,53 +12,12 @@
 
 #include "hwy/highway.h"
 #include "jpeg2000/wavelet-inl.h"
+#include "jpeg2000/waveletnarrow-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace rkd::HWY_NAMESPACE {
 
 // ---- lifting along a line, a place a lane ----
-
-template <class T>
-using LineLanes = hn::ScalableTag<T>;
-template <class T>
-using LineVector = hn::Vec<LineLanes<T>>;
-
-#if HWY_TARGET <= HWY_AVX3
-// The lanes 0, n, 1, n + 1 ... of two vectors of n lanes, and the second half of them.
-template <class Index>
-struct InterleavedIndex {
-  static constexpr size_t n = 64 / sizeof(Index);
-  alignas(64) Index first[n] = {}, second[n] = {};
-  constexpr InterleavedIndex() {
-    for (size_t i = 0; i < n; ++i) {
-      first[i] = static_cast<Index>(i / 2 + i % 2 * n);
-      second[i] = static_cast<Index>(n / 2 + i / 2 + i % 2 * n);
-    }
-  }
-};
-#endif
-
-// The lanes of a and b in turns.
-template <class T>
-HWY_INLINE void interleave(LineVector<T> a, LineVector<T> b, LineVector<T>* first,
-                           LineVector<T>* second) {
-  const LineLanes<T> d;
-#if HWY_TARGET <= HWY_AVX3
-  using Index = std::conditional_t<sizeof(T) == 2, int16_t, int32_t>;
-  static constexpr InterleavedIndex<Index> kIndex;
-  *first = fromTwo(a, b, kIndex.first);
-  *second = fromTwo(a, b, kIndex.second);
-#else
-  const auto lower = hn::InterleaveLower(d, a, b), upper = hn::InterleaveUpper(d, a, b);
-#if HWY_TARGET == HWY_AVX2
-  *first = hn::ConcatLowerLower(d, upper, lower);
-  *second = hn::ConcatUpperUpper(d, upper, lower);
-#else
-  *first = lower;
-  *second = upper;
-#endif
-#endif
-}
 
 // Lifts along a line, one vector of places after the other.
 template <class Kernel, bool inverse, class T>
@@ -86,32 +45,12 @@ HWY_INLINE void copySample(const T* from, T* to) {
   std::memcpy(static_cast<void*>(to), static_cast<const void*>(from), sizeof(T));
 }
 template <class T>
-HWY_INLINE void copySamples(const T* from, T* to, ptrdiff_t n) {
-  if (n > 0) std::memcpy(static_cast<void*>(to), static_cast<const void*>(from), n * sizeof(T));
-}
-template <class T>
 HWY_INLINE void storeLast(LineVector<T> v, T* to) {
   const LineLanes<T> d;
   HWY_ALIGN T lanes[hn::MaxLanes(d)];
   hn::Store(v, d, lanes);
   copySample(lanes + hn::Lanes(d) - 1, to);
 }
-template <class T>
-HWY_INLINE void storeUpTo(LineVector<T> v, T* to, ptrdiff_t count) {
-  const LineLanes<T> d;
-  if (count >= static_cast<ptrdiff_t>(hn::Lanes(d))) {
-    hn::StoreU(v, d, to);
-  } else if (count > 0) {
-    store(v, d, to, Part{static_cast<size_t>(count)});
-  }
-}
-
-// Where sample i of a line of n, at least two, is found: lines are mirrored about their ends.
-inline ptrdiff_t mirrored(ptrdiff_t i, ptrdiff_t n) {
-  while (i < 0 || i >= n) i = i < 0 ? -i : 2 * (n - 1) - i;
-  return i;
-}
-
 // A line begins with mirrored samples. They are made in registers, from 16 bytes at the beginning
 // of the line or the bands: a vector load would wait for samples that were just stored one by one.
 //
@@ -173,7 +112,7 @@ HWY_INLINE LineVector<T> endingWith(hn::Vec<BlockLanes<T>> before, hn::Vec<Block
 #endif
 }
 
-// ---- whole lines ----
+// ---- whole lines, longer than narrow ones ----
 
 template <class Kernel, class T>
 class ForwardLine {
@@ -188,13 +127,12 @@ class ForwardLine {
         m_highs(highCount(length, phase) - phase),
         m_phase(phase) {}
 
-  // The length must be at least 2.
+  // The length must be at least 2 * kLanes.
   void run() {
     Along along;  // not a member: pointers into this object would keep it out of registers
-    const bool isLong = m_length >= 2 * kLanes;
-    const ptrdiff_t middle = std::max<ptrdiff_t>(m_length - m_start, 0) / (2 * kLanes) * kLanes;
-    const T* const tail = isLong ? tailOfLong(middle) : tailOfShort(middle);
-    begin(along, isLong);
+    const ptrdiff_t middle = (m_length - m_start) / (2 * kLanes) * kLanes;
+    const T* const tail = tailBehind(middle);
+    begin(along);
     for (ptrdiff_t k = 0; k < middle; k += kLanes) {
       const auto bands = take(along, m_line + m_start + 2 * k);
       hn::StoreU(scaled<Kernel, false, kLow>(bands.last), LineLanes<T>(), m_low + k);
@@ -223,7 +161,7 @@ class ForwardLine {
   }
 
   // The samples from the place `middle` on with mirrored ones behind them, in good time.
-  const T* tailOfLong(ptrdiff_t middle) {
+  const T* tailBehind(ptrdiff_t middle) {
     const LineLanes<T> d;
     const T* const last = m_line + m_length - 1;
     hn::Store(hn::LoadU(d, last + 1 - 2 * kLanes), d, m_tail);
@@ -232,33 +170,15 @@ class ForwardLine {
     for (int i = 0; i < kSteps; ++i) copySample(last - 1 - i, m_tail + 2 * kLanes + i);
     return m_tail + m_start + 2 * middle - (m_length - 2 * kLanes);
   }
-  const T* tailOfShort(ptrdiff_t middle) {
-    std::fill_n(m_tail, 5 * kLanes, T{});
-    const ptrdiff_t first = m_start + 2 * middle;
-    for (ptrdiff_t i = first; i < m_length + kSteps; ++i) {
-      copySample(m_line + mirrored(i, m_length), m_tail + i - first);
-    }
-    return m_tail;
-  }
 
   // The places before the first low.
-  HWY_INLINE void begin(Along& along, bool isLong) {
+  HWY_INLINE void begin(Along& along) {
     const LineLanes<T> d;
-    LineVector<T> a = hn::Zero(d), b;
-    if (isLong) {
-      const auto last = pickBytes(m_line, kHeadBytes<Kernel, T>.samples[m_phase]);
-      const BlockLanes<T> block;
-      const auto before = hn::Reverse(block, hn::LoadU(block, m_line + 2 - m_phase));
-      b = endingWith<T>(before, last);
-      if (kLanes == 4) a = endingWith<T>(before, before);
-    } else {
-      HWY_ALIGN T head[2 * kLanes] = {};
-      for (ptrdiff_t i = 1; i < 2 * kSteps; ++i) {
-        copySample(m_line + mirrored(m_start - i, m_length), head + 2 * kLanes - i);
-      }
-      a = hn::Load(d, head);
-      b = hn::Load(d, head + kLanes);
-    }
+    const BlockLanes<T> block;
+    const auto last = pickBytes(m_line, kHeadBytes<Kernel, T>.samples[m_phase]);
+    const auto before = hn::Reverse(block, hn::LoadU(block, m_line + 2 - m_phase));
+    const auto a = kLanes == 4 ? endingWith<T>(before, before) : hn::Zero(d);
+    const auto b = endingWith<T>(before, last);
     const auto bands = take(along, a, b);
     if (m_phase != rkdWTFirstLow) {
       storeLast(scaled<Kernel, false, kHigh>(bands.other), m_high - 1);
@@ -275,7 +195,9 @@ class ForwardLine {
 
 template <class Kernel, class T>
 void forwardLine(const T* line, T* low, T* high, int length, int phase) {
-  if (length > 1) {
+  if (length > 1 && length <= NarrowLine<Kernel, T>::kLongest) {
+    NarrowLine<Kernel, T>(length, phase).forward(line, low, high);
+  } else if (length > 1) {
     ForwardLine<Kernel, T>(line, low, high, length, phase).run();
   } else if (phase == rkdWTFirstLow) {
     copySample(line, low);
@@ -297,14 +219,12 @@ class InverseLine {
         m_highs(highCount(length, phase)),
         m_phase(phase) {}
 
-  // The length must be at least 2.
+  // Both bands must have at least kLanes samples.
   void run() {
     Along along;
-    const bool isLong = std::min(m_lows, m_highs) >= kLanes;
-    const ptrdiff_t places = std::min(m_lows + m_phase, m_highs) - kAhead;
-    const ptrdiff_t middle = std::max<ptrdiff_t>(places, 0) / kLanes * kLanes;
-    prepareTail(isLong, middle);
-    begin(along, isLong);
+    const ptrdiff_t middle = (std::min(m_lows + m_phase, m_highs) - kAhead) / kLanes * kLanes;
+    prepareTail(middle);
+    begin(along);
     for (ptrdiff_t k = 0; k < middle; k += kLanes) {
       LineVector<T> a, b;
       take(along, m_low - m_phase + kAhead + k, m_high + kAhead + k, &a, &b);
@@ -337,12 +257,13 @@ class InverseLine {
   }
 
   void copyCoordinate(ptrdiff_t coordinate, T* to) const {
-    const ptrdiff_t found = mirrored(coordinate - m_phase, m_length) + m_phase;
+    const ptrdiff_t end = m_length - 1 + m_phase;  // about which the line is mirrored
+    const ptrdiff_t found = coordinate <= end ? coordinate : 2 * end - coordinate;
     copySample(found % 2 == 0 ? m_low + found / 2 - m_phase : m_high + found / 2, to);
   }
 
   // The bands from the place `middle` on with mirrored ones behind them, in good time.
-  HWY_INLINE void prepareTail(bool isLong, ptrdiff_t middle) {
+  HWY_INLINE void prepareTail(ptrdiff_t middle) {
     const LineLanes<T> d;
     const T* const samples[2] = {m_low, m_high};
     const ptrdiff_t count[2] = {m_lows, m_highs};
@@ -350,40 +271,22 @@ class InverseLine {
       T* const tail = m_tail[band];
       for (int i = 0; i < 4; ++i) hn::Store(hn::Zero(d), d, tail + i * kLanes);
       const ptrdiff_t first = middle + kAhead - (band == kLow ? m_phase : 0);
-      const ptrdiff_t from = isLong ? count[band] - kLanes : std::min(first, count[band]);
-      const ptrdiff_t own = count[band] - from;
-      if (isLong) {
-        hn::Store(hn::LoadU(d, samples[band] + from), d, tail);
-      } else {
-        copySamples(samples[band] + from, tail, own);
-      }
+      const ptrdiff_t from = count[band] - kLanes;
+      hn::Store(hn::LoadU(d, samples[band] + from), d, tail);
       for (ptrdiff_t i = 0; i <= kAhead; ++i) {
         const ptrdiff_t k = count[band] + i;
-        copyCoordinate(band == kLow ? 2 * (k + m_phase) : 2 * k + 1, tail + own + i);
+        copyCoordinate(band == kLow ? 2 * (k + m_phase) : 2 * k + 1, tail + kLanes + i);
       }
       m_tailOf[band] = tail + first - from;
     }
   }
 
   // The places before the first sample that is stored whole vectors at a time.
-  HWY_INLINE void begin(Along& along, bool isLong) {
-    const LineLanes<T> d;
-    LineVector<T> low, high;
-    if (isLong) {
-      const auto& bytes = kHeadBytes<Kernel, T>;
-      const auto lows = pickBytes(m_low, bytes.low[m_phase]);
-      const auto highs = pickBytes(m_high, bytes.high[m_phase]);
-      low = endingWith<T>(lows, lows);
-      high = endingWith<T>(highs, highs);
-    } else {
-      HWY_ALIGN T head[2][kLanes] = {};
-      for (ptrdiff_t i = 1; i <= kSteps; ++i) {
-        copyCoordinate(2 * (kAhead - i), head[kLow] + kLanes - i);
-        copyCoordinate(2 * (kAhead - i) + 1, head[kHigh] + kLanes - i);
-      }
-      low = hn::Load(d, head[kLow]);
-      high = hn::Load(d, head[kHigh]);
-    }
+  HWY_INLINE void begin(Along& along) {
+    const auto& bytes = kHeadBytes<Kernel, T>;
+    const auto lows = pickBytes(m_low, bytes.low[m_phase]);
+    const auto highs = pickBytes(m_high, bytes.high[m_phase]);
+    const auto low = endingWith<T>(lows, lows), high = endingWith<T>(highs, highs);
     const auto samples = lift(along, low, high);
     if (m_phase == rkdWTFirstLow) storeLast(samples.other, m_line - 1);
   }
@@ -398,7 +301,9 @@ class InverseLine {
 
 template <class Kernel, class T>
 void inverseLine(const T* low, const T* high, T* line, int length, int phase) {
-  if (length > 1) {
+  if (length > 1 && length <= NarrowLine<Kernel, T>::kLongest) {
+    NarrowLine<Kernel, T>(length, phase).inverse(low, high, line);
+  } else if (length > 1) {
     InverseLine<Kernel, T>(low, high, line, length, phase).run();
   } else if (phase == rkdWTFirstLow) {
     copySample(low, line);
