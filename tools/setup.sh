@@ -47,7 +47,7 @@ tazmet_setup_known() {
 }
 
 # What it takes to build and run the program.
-tazmet_build_packages=(g++ cmake ninja-build libhwy-dev liblcms2-dev nlohmann-json3-dev libcli11-dev
+tazmet_build_packages=(g++ cmake ninja-build libhwy-dev liblcms2-dev nlohmann-json3-dev libcli11-dev libsoci-dev
   libjs-chart.js)
 # What the tests need on top: their framework, the formatter, and the open programs that judge us.
 tazmet_check_packages=(git libgtest-dev libgmock-dev clang-format libjpeg-turbo-progs
