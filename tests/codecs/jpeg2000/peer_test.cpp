@@ -222,10 +222,12 @@ TEST_F(Decompress, OurFilesDecodeExactly) {
 TEST_F(GrokDecompress, OurFilesDecodeExactly) {
   for (int i = 0; i < 24; ++i) {
     Picture picture = photograph(131, 117);
-    // Tile-parts of many tiles, packed headers among tile-parts, and small tiles of many levels are
-    // beyond release 10.0.5, whoever wrote them.
+    // Release 10.0.5 makes another picture of PPM over several parts of a tile, which OpenJPEG
+    // reads, of packed headers with PLT, whose lengths then are those of bodies (A.7.3), and of
+    // small tiles of many levels, also of OpenJPEG's.
     Options o = ourOptions(i);
-    o.tileParts = o.packedHeaders = 0;
+    if (o.packedHeaders == 'M') o.tileParts = 0;
+    if (o.packedHeaders != 0) o.plt = false;
     if (o.tileWidth > 0) o.levels = std::min(o.levels, 2);
     write("x.jp2", encoded(picture, o));
     const Picture got =

@@ -268,6 +268,19 @@ TEST(Rate, IsNeverAboveWhatIsAskedAndCloseBelow) {
   }
 }
 
+TEST(Rate, WhatAThresholdLeavesIsFilledWithSmallerPasses) {
+  // Passes of a whole block have some hundred bytes, which is a percent of these files.
+  Picture picture = photograph(1024, 640);
+  for (const double ratio : {60.0, 100.0, 150.0}) {
+    Options options;
+    options.wavelet = j2k::Wavelet::irreversible97;
+    options.ratios = {ratio};
+    const double limit = 1024.0 * 640 * 3 / ratio, size = double(encoded(picture, options).size());
+    EXPECT_LE(size, limit);
+    EXPECT_GE(size, limit * 0.998) << ratio;
+  }
+}
+
 TEST(Rate, AQualityInDecibelsIsReachedAndNotMuchExceeded) {
   Picture picture = photograph(240, 200);
   for (const bool reversible : {true, false}) {
