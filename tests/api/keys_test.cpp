@@ -347,7 +347,7 @@ TEST(Help, EveryKeyIsDocumented) {
   tzRegRkdEnvironment([] {});
   tzSession session;
   session.initSession();
-  EXPECT_EQ(45, session.options().count());
+  EXPECT_EQ(48, session.options().count());
   for (const tzOption& option : session.options()) {
     const std::string help = option.helpLines().str();
     const std::string details = option.details().str();
