@@ -42,7 +42,10 @@ void Reporter::finish() {
 
 void Reporter::failed(const Failure& failure) {
   finish();
-  m_out.message(textOf(failure.number), failure.detail);
+  // A warning that ends the work, as it does when they are refused, is one no longer.
+  DiagnosticText told = textOf(failure.number);
+  told.severity = exception;
+  m_out.message(told, failure.detail);
 }
 
 }  // namespace j2k

@@ -86,6 +86,12 @@ bool isStream(const Bytes& file) {
          (file.size() >= sizeof box && std::equal(std::begin(box), std::end(box), file.begin()));
 }
 
+bool isStreamName(std::string_view name) {
+  static constexpr std::string_view endings[] = {".jp2", ".j2k", ".j2c", ".jpc", ".jpx", ".jpf"};
+  return std::any_of(std::begin(endings), std::end(endings),
+                     [name](std::string_view ending) { return endsWith(name, ending); });
+}
+
 int listDiagnostics(int number) {
   bool found = number == 0;
   for (const DiagnosticText& d : diagnosticTexts()) {
@@ -315,7 +321,12 @@ int runProgram(int argc, const char* const* argv) {
     Decoder decoder(options, console);
     return decoder.open(file) == Status::ok ? 0 : 1;
   }
-  if (!isStream(file)) return encodeFile(options, console, file);
+  if (!isStream(file)) {
+    if (isStreamName(options.input)) {
+      return complain(options.input, "is neither a JP2 file nor a codestream");
+    }
+    return encodeFile(options, console, file);
+  }
   Options decoding = options;
   if (decoding.output.empty()) decoding.output = ".pam";
   return decodeFile(decoding, console, file);

@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <string>
+#include <tuple>
 
 #include "base/imagefile.h"
 #include "j2kkit.h"
@@ -68,6 +70,27 @@ TEST_F(Program, KeepsPicturesThroughEveryFormat) {
   ASSERT_EQ(0, run("-i " + file("c_1.pgx") + " -o " + file("z.j2k")).first);
   ASSERT_EQ(0, run("-i " + file("z.j2k") + " -o " + file("d.pgx")).first);
   EXPECT_EQ(read("c_1.pgx"), read("d_0.pgx"));
+}
+
+TEST_F(Program, TellsWhyItEnds) {
+  write("in.pnm", anymap(3, 8));
+  ASSERT_EQ(0, run("-i " + file("in.pnm") + " -o " + file("x.j2k")).first);
+  Bytes cut = read("x.j2k");
+  cut.resize(cut.size() / 2);
+  write("cut.j2k", cut);
+  write("text.jp2", {'n', 'o', 'n', 'e'});
+  write("empty.JP2", {});
+  EXPECT_EQ(0, run("-i " + file("cut.j2k") + " -o " + file("out.pnm")).first);
+  // A warning that ends the work is an error.
+  auto [code, told] = run("-strict -i " + file("cut.j2k") + " -o " + file("out.pnm"));
+  EXPECT_EQ(1, code);
+  EXPECT_NE(std::string::npos, told.find("cut.j2k: error 5")) << told;
+  EXPECT_EQ(std::string::npos, told.find("warning")) << told;
+  for (const char* const name : {"text.jp2", "empty.JP2"}) {
+    std::tie(code, told) = run("-i " + file(name) + " -o " + file("out.pnm"));
+    EXPECT_EQ(1, code);
+    EXPECT_NE(std::string::npos, told.find("is neither a JP2 file nor a codestream")) << told;
+  }
 }
 
 TEST_F(Program, WritesBoxesAndChangesOfProgressionThatKeysAskFor) {
