@@ -57,7 +57,8 @@ template <class T>
 RkdStatus forward(const T* src, int srcStep, int shift, Samples<int16_t> dst, Table table) {
   double block[64];
   for (int i = 0; i < 64; ++i) {
-    block[i] = row(src, srcStep, i / 8)[i % 8] - shift;
+    const int y = i / 8;
+    block[i] = row(src, srcStep, y)[i % 8] - shift;
   }
   dctForward(block, block);
   for (int i = 0; i < 64; ++i) {

@@ -223,7 +223,8 @@ void solidEnds(Block& b, const Sums& sums, bool mayAsk, Colour& upper, Colour& l
 int nearestStep(int c, int v, int unit) {
   const int last = 255 * std::max(unit, 1);
   const float scale = 1.0f / static_cast<float>(last) * static_cast<float>(top(c));
-  return static_cast<int>(static_cast<float>(std::clamp(v, 0, last)) * scale + 0.5f);
+  const float step = static_cast<float>(std::clamp(v, 0, last)) * scale;
+  return static_cast<int>(std::floor(step + 0.5f));
 }
 
 // The ends in 5, 6, 5 bits. mayAsk: opaque blocks may become blocks of three colours.
