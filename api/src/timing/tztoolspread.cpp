@@ -23,8 +23,7 @@ constexpr int kLeastSamples = 3;   // of the only pass; of several, one will do
 constexpr int kMostSamples = 256;  // of a pass
 constexpr int kMostOfRow = 768;    // of all passes, about
 constexpr double kPatience = 4;    // times its share that a row out of line may take
-constexpr int kReferences = 3;     // looks at the reference stream in a pass, of few passes
-constexpr int kFewPasses = 4;
+constexpr int kReferences = 3;     // looks at the reference stream in a pass, and one at its end
 
 tzString percent(double share) { return tzTool::getAccuracyStr(share); }
 
@@ -128,10 +127,9 @@ bool tzTool::Spread::settleCalls() {
 void tzTool::Spread::takeSamples() {
   m_row.referenceBytes = tzReferenceStream::sizeFor(tzCacheIterator::getTotalSize());
   const double share = g_plan.share(m_begin);
-  const int most = g_plan.passes < kFewPasses ? kReferences : 1;
   int references = 0;
   do {
-    if (spent() >= references * share / most && references < most) {
+    if (spent() >= references * share / kReferences && references < kReferences) {
       takeReference();
       ++references;
       m_pace = tzPace::look();
@@ -266,6 +264,10 @@ void tzTool::Spread::judgePasses() {
   const double accuracy = m_tool.m_accuracy;
   if (accuracy <= m_tool.m_accuracyLimit) return;
   m_tool.m_infoText << " acc=" << percent(accuracy);
+  if (m_row.samples.size() < 2) {
+    if (m_row.reason.empty()) doubt("there is one sample only");
+    return;
+  }
   doubt(tzString(m_row.passMinima.size() > 1 ? "passes differ by " : "halves differ by ") +
         percent(accuracy));
 }
