@@ -7,6 +7,7 @@
 #include <functional>
 #include <random>
 
+#include "report/compare.h"
 #include "report/text.h"
 #include "reportkit.h"
 
@@ -127,6 +128,22 @@ TEST(CompareRuns, TellsAShiftOfAllRowsApart) {
   EXPECT_EQ(0, shifted.compare({"--ignore-shift"}).code);
   EXPECT_EQ(0, Sides(60, plain, [](int) { return 0.97; }).compare().code);
   EXPECT_TRUE(has(Sides(10, plain, plain).compare(), "Fewer than 20 rows"));
+}
+
+// What is common is known within an interval: the intervals of rows without it are wider by that.
+TEST(CompareRuns, TheShiftWidensTheIntervals) {
+  const auto before = report::readRuns("a", runOf(1, 25, plain), {});
+  const auto after =
+      report::readRuns("b", runOf(2, 25, [](int i) { return 1 + 0.01 * (i % 5); }), {});
+  report::CompareOptions kept;
+  kept.keepShift = true;
+  const auto with = report::compareRuns(before, after, kept);
+  const auto without = report::compareRuns(before, after, {});
+  ASSERT_TRUE(without.shift && without.shift->high > without.shift->low + 0.01);
+  for (std::size_t i = 0; i < with.rows.size(); ++i) {
+    EXPECT_NEAR(with.rows[i].low / without.shift->high, without.rows[i].low, 1e-9);
+    EXPECT_NEAR(with.rows[i].high / without.shift->low, without.rows[i].high, 1e-9);
+  }
 }
 
 TEST(CompareRuns, NeverCallsTooLittleNoDifference) {

@@ -47,6 +47,8 @@ TEST(ReadHostile, NamesTheLineAndTheReason) {
       {with(",\"samples\":{\"clocks\":[1,2],\"calls\":[1],\"pass\":[1,1],\"disturbed\":[false,"
             "false]}"),
        "F: line 2: samples have lists of different lengths"},
+      {with(",\"samples\":{\"clocks\":[1],\"calls\":[1],\"pass\":[1,1],\"disturbed\":[false]}"),
+       "F: line 2: samples have lists of different lengths"},
       {with(",\"samples\":{\"clocks\":[1],\"calls\":[1.5],\"pass\":[1],\"disturbed\":[false]}"),
        "F: line 2: calls is no whole number in range"},
       {with(",\"samples\":{\"clocks\":[1],\"calls\":[1],\"pass\":[1],\"disturbed\":[0]}"),
