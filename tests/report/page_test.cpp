@@ -52,7 +52,8 @@ TEST(Page, HoldsEveryFigureOfTheFiles) {
   const Outcome made = run({"html", path, "-o", folder.file("p.html")});
   ASSERT_EQ(0, made.code) << made.err;
   const std::string page = body(folder.read("p.html"));
-  for (const report::Row& each : report::readRuns(path)[0].rows) {
+  const std::vector<report::Run> runs = report::readRuns(path);
+  for (const report::Row& each : runs[0].rows) {
     const std::string exact = report::exactText(*each.clocksPerElement);
     const std::string shown = report::figureText(*each.clocksPerElement);
     EXPECT_EQ(1u,
