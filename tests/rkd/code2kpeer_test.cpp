@@ -15,7 +15,7 @@ namespace {
 /// Marker segments, big-endian.
 class Stream {
  public:
-  Stream& put(unsigned value, int bytes) {
+  Stream& put(uint64_t value, int bytes) {
     while (bytes-- > 0) m_bytes.push_back(uint8_t(value >> 8 * bytes));
     return *this;
   }
