@@ -113,17 +113,4 @@ std::vector<Step> findSteps(const std::vector<double>& values, double alpha, dou
   return steps;
 }
 
-std::vector<bool> believed(const std::vector<double>& p, double alpha) {
-  std::vector<double> sorted = p;
-  std::sort(sorted.begin(), sorted.end());
-  double limit = -1;
-  for (std::size_t i = 0; i < sorted.size(); ++i) {
-    const double allowed = alpha * static_cast<double>(i + 1) / static_cast<double>(sorted.size());
-    if (sorted[i] <= allowed) limit = sorted[i];
-  }
-  std::vector<bool> result;
-  for (const double value : p) result.push_back(value <= limit);
-  return result;
-}
-
 }  // namespace report

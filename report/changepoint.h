@@ -30,8 +30,4 @@ struct Step {
 /// same test: the strongest first splits the values, then its parts are looked at. In their order.
 std::vector<Step> findSteps(const std::vector<double>& values, double alpha, double gate);
 
-/// Which of many tests may be believed so that of those at most a share of alpha is false
-/// (Benjamini and Hochberg).
-std::vector<bool> believed(const std::vector<double>& p, double alpha);
-
 }  // namespace report

@@ -9,6 +9,7 @@
 #include "report/grouping.h"
 #include "report/history.h"
 #include "report/read.h"
+#include "report/statistics.h"
 #include "report/table.h"
 #include "report/text.h"
 

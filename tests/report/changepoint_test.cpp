@@ -67,11 +67,3 @@ TEST(ChangePoint, SaysTheSameEachTime) {
   EXPECT_EQ(4u, changePoint({1, 1, 1, 1, 2, 2, 2, 2}).at);
   EXPECT_NEAR(2.0 / 70, changePoint({1, 1, 1, 1, 2, 2, 2, 2}).p, 0.01);
 }
-
-TEST(ChangePoint, BelievesNoMoreThanManyTestsAllow) {
-  EXPECT_EQ((std::vector<bool>{true, true, false, false}),
-            report::believed({0.001, 0.02, 0.04, 0.9}, 0.05));
-  EXPECT_EQ((std::vector<bool>{false, false}), report::believed({0.04, 0.9}, 0.05));
-  EXPECT_EQ((std::vector<bool>{true, true}), report::believed({0.04, 0.05}, 0.05));
-  EXPECT_TRUE(report::believed({}, 0.05).empty());
-}
