@@ -226,7 +226,7 @@ int HistoryCommand::steps(const Console& console) const {
       table.add({rowText(*row.series), placeText(*row.series), runText(run),
                  figureText(step.before), figureText(step.after),
                  Cell(changeText(step.ratio()), step.ratio() > 1 ? Tone::bad : Tone::good),
-                 formatted("%.4f", step.p)});
+                 figureText(step.p)});
     }
   }
   if (!table.empty()) table.print(console, format);

