@@ -14,10 +14,6 @@ namespace report {
 
 namespace {
 
-std::string rowText(const Row& row) {
-  return row.function + (row.parameters.empty() ? "" : " ") + parametersText(row.parameters);
-}
-
 Tone toneOf(Verdict verdict) {
   return verdict == Verdict::slower   ? Tone::bad
          : verdict == Verdict::faster ? Tone::good

@@ -85,11 +85,8 @@ class HistoryCommand : public Command {
 
   bool isAsked(const HistorySeries& series) const {
     const std::string text = rowText(series);
-    return std::all_of(m_words.begin(), m_words.end(), [&](const std::string& words) {
-      const std::vector<std::string> parts = split(words, ' ');
-      return std::all_of(parts.begin(), parts.end(),
-                         [&](const std::string& word) { return containsWord(text, word); });
-    });
+    return std::all_of(m_words.begin(), m_words.end(),
+                       [&](const std::string& words) { return containsWords(text, words); });
   }
 
   std::vector<std::string> m_words;
