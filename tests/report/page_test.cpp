@@ -82,6 +82,19 @@ TEST(Page, ComparesWithOlderRuns) {
   EXPECT_NE(std::string::npos, page.find("<li>g ImageSize=8x8: not there</li>"));
 }
 
+// What the harness compared itself: a file of key -D holds nothing else.
+TEST(Page, HoldsComparisonsOfTheHarness) {
+  if (!makesPages()) GTEST_SKIP() << "built without libjs-chart.js";
+  const TempFolder folder;
+  const std::string path = folder.write("d.jsonl", kContext + reportkit::comparison("<f>") + kEnd);
+  const Outcome made = run({"html", path, "-o", "-"});
+  ASSERT_EQ(0, made.code) << made.err;
+  const std::string page = body(made.out);
+  EXPECT_NE(std::string::npos, page.find("<b>&lt;f&gt;</b><span>ImageSize=8x8</span>")) << page;
+  EXPECT_NE(std::string::npos, page.find("<td>A : B</td><td class=\"n\" data-v=\"1.04\">1.0400</td>"
+                                         "<td class=\"n\">-</td>"));
+}
+
 // A file may come from anywhere, and a page is opened with a click.
 TEST(Page, TakesNoTextForMarkup) {
   if (!makesPages()) GTEST_SKIP() << "built without libjs-chart.js";

@@ -188,6 +188,18 @@ TEST(Show, SortsAndFilters) {
   EXPECT_EQ(2, wrong.code);
 }
 
+TEST(Show, FiltersComparisonsByTheSameWords) {
+  const TempFolder folder;
+  const std::string path = folder.write(
+      "a.jsonl", kContext + reportkit::comparison("fnOne") + reportkit::comparison("fnTwo"));
+  const Outcome some = run({"show", path, "--filter", "8X8 one slower"});
+  at(some.out, "fnOne ImageSize=8x8  A : B  1.0400    -  1.1000  slower");
+  EXPECT_EQ(std::string::npos, some.out.find("fnTwo")) << some.out;
+  const Outcome none = run({"show", path, "--filter", "fnThree"});
+  EXPECT_EQ(std::string::npos, none.out.find("side by side")) << none.out;
+  at(none.out, "No row has all words of the filter.");
+}
+
 TEST(Show, EscapesWhatOtherFormatsRead) {
   const TempFolder folder;
   const std::string path =
