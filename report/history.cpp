@@ -336,7 +336,11 @@ History::Added History::add(const Run& run, const std::string& label) {
     soci::session& sql = m_database->sql();
     std::string before;
     long long id = idOf(sql, identity, before);
-    if (id != 0 && before == content) {
+    long long rows = 0;
+    sql << "SELECT count(*) FROM tazreport_points WHERE run_id = :r", soci::use(id),
+        soci::into(rows);
+    const bool isLess = static_cast<long long>(run.rows.size()) < rows;
+    if (id != 0 && (before == content || isLess)) {
       added = Added::alreadyThere;
       return;
     }

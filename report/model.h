@@ -54,6 +54,8 @@ struct Context {
   std::optional<Part> part;
   bool resumed = false;  ///< it goes on with the run before it (key -J)
 
+  /// A csv table, which tells neither keys nor settings.
+  bool isTable() const { return timing.empty(); }
   const Fact* fact(const std::string& name) const;
   /// A fact as a text; empty where it is not told.
   std::string text(const std::string& name) const;

@@ -103,7 +103,7 @@ int HistoryCommand::add(const Console& console) {
   if (m_words.empty()) throw Error("history add: files are missing");
   const std::vector<Run> runs = readAll(m_words, {.samples = false});
   for (const Run& run : runs) {
-    if (run.context.started.empty() || run.context.program.empty()) {
+    if (run.context.started.empty() || run.context.isTable()) {
       throw Error(run.file,
                   "tells neither machine nor settings: history takes JSON Lines (key -j)");
     }

@@ -148,4 +148,12 @@ TEST(Page, IsWrittenAsAWholeOrNotAtAll) {
   EXPECT_NE(std::string::npos, refused.err.find("no/p.html: No such file or directory"))
       << refused.err;
   EXPECT_EQ(2, run({"html", path}).code);
+  // What is no plain file stays what it is.
+  std::filesystem::create_symlink("/dev/null", folder.file("device"));
+  EXPECT_EQ(0, run({"html", path, "-o", folder.file("device")}).code);
+  EXPECT_TRUE(std::filesystem::is_symlink(folder.file("device")));
+  std::filesystem::create_symlink("/dev/full", folder.file("full"));
+  EXPECT_NE(
+      std::string::npos,
+      run({"html", path, "-o", folder.file("full")}).err.find("full: No space left on device"));
 }

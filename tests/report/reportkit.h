@@ -95,6 +95,11 @@ inline std::string row(const std::string& function, const std::string& size, dou
   return text.str();
 }
 
+/// The text with one of its parts exchanged where it occurs first.
+inline std::string replaced(std::string text, const std::string& from, const std::string& to) {
+  return text.replace(text.find(from), from.size(), to);
+}
+
 /// What the harness compared itself.
 inline std::string comparison(const std::string& function) {
   return R"({"type":"comparison","function":")" + function +
