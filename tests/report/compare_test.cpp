@@ -11,12 +11,7 @@
 #include "report/text.h"
 #include "reportkit.h"
 
-using reportkit::kContext;
-using reportkit::kEnd;
-using reportkit::Outcome;
-using reportkit::row;
-using reportkit::run;
-using reportkit::TempFolder;
+using namespace reportkit;
 
 namespace {
 

@@ -13,12 +13,7 @@
 #include "testpaths.h"
 
 using report::History;
-using reportkit::kContext;
-using reportkit::kEnd;
-using reportkit::Outcome;
-using reportkit::replaced;
-using reportkit::row;
-using reportkit::TempFolder;
+using namespace reportkit;
 using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;

@@ -6,12 +6,7 @@
 
 #include "reportkit.h"
 
-using reportkit::kContext;
-using reportkit::kEnd;
-using reportkit::replaced;
-using reportkit::row;
-using reportkit::run;
-using reportkit::TempFolder;
+using namespace reportkit;
 using testing::HasSubstr;
 
 namespace {

@@ -9,12 +9,7 @@
 #include "report/text.h"
 #include "reportkit.h"
 
-using reportkit::kContext;
-using reportkit::kEnd;
-using reportkit::Outcome;
-using reportkit::row;
-using reportkit::run;
-using reportkit::TempFolder;
+using namespace reportkit;
 
 namespace {
 
@@ -86,7 +81,7 @@ TEST(Page, ComparesWithOlderRuns) {
 TEST(Page, HoldsComparisonsOfTheHarness) {
   if (!makesPages()) GTEST_SKIP() << "built without libjs-chart.js";
   const TempFolder folder;
-  const std::string path = folder.write("d.jsonl", kContext + reportkit::comparison("<f>") + kEnd);
+  const std::string path = folder.write("d.jsonl", kContext + comparison("<f>") + kEnd);
   const Outcome made = run({"html", path, "-o", "-"});
   ASSERT_EQ(0, made.code) << made.err;
   const std::string page = body(made.out);

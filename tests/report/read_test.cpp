@@ -8,9 +8,7 @@
 using report::readRuns;
 using report::Result;
 using report::Row;
-using reportkit::kContext;
-using reportkit::kEnd;
-using reportkit::row;
+using namespace reportkit;
 
 namespace {
 
@@ -89,7 +87,7 @@ TEST(ReadJson, BeginsARunWithEachContextAndSkipsWhatIsNotKnown) {
 }
 
 TEST(ReadJson, TakesComparisons) {
-  const auto runs = readRuns("F", kContext + reportkit::comparison("f"), {});
+  const auto runs = readRuns("F", kContext + comparison("f"), {});
   const report::Comparison& read = runs[0].comparisons.at(0);
   EXPECT_EQ(1.04, read.others.at(0).ratio);
   EXPECT_FALSE(read.others[0].low);

@@ -11,12 +11,7 @@
 #include "reportkit.h"
 #include "testpaths.h"
 
-using reportkit::kContext;
-using reportkit::kEnd;
-using reportkit::Outcome;
-using reportkit::row;
-using reportkit::run;
-using reportkit::TempFolder;
+using namespace reportkit;
 
 namespace {
 
@@ -190,8 +185,8 @@ TEST(Show, SortsAndFilters) {
 
 TEST(Show, FiltersComparisonsByTheSameWords) {
   const TempFolder folder;
-  const std::string path = folder.write(
-      "a.jsonl", kContext + reportkit::comparison("fnOne") + reportkit::comparison("fnTwo"));
+  const std::string path =
+      folder.write("a.jsonl", kContext + comparison("fnOne") + comparison("fnTwo"));
   const Outcome some = run({"show", path, "--filter", "8X8 one slower"});
   at(some.out, "fnOne ImageSize=8x8  A : B  1.0400    -  1.1000  slower");
   EXPECT_EQ(std::string::npos, some.out.find("fnTwo")) << some.out;
