@@ -3,12 +3,14 @@
 /// What the files of the encoder and of the decoder share: walks over the units of a scan, and the
 /// functions that code a picture one way or another.
 
+#include "common/workers.h"
 #include "entropy.h"
-#include "parallel.h"
 #include "markers.h"
 #include "pixels.h"
 
 namespace jpeg {
+
+using codecs::Workers;
 
 /// The blocks of a scan's unit: which component of the scan, and where in the unit.
 struct UnitBlocks {
