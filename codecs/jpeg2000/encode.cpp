@@ -163,7 +163,7 @@ void PictureEncoder::addGuardBits() {
 int64_t PictureEncoder::chooseLayers(int64_t boxes) {
   LayerCosts costs = fixedCosts(m_options, m_plan, m_encoders);
   costs.fixed += boxes;
-  RateControl rate(m_tiles, costs);
+  RateControl rate(m_tiles, costs, m_workers.team);
   for (size_t l = 0; l < m_plan.goals.size(); ++l) {
     if (!rate.choose(int(l), m_plan.goals[l]) && l + 1 == m_plan.goals.size()) {
       fail(Diag::targetTooSmall);

@@ -86,8 +86,8 @@ void TileEncoder::layOutResolution(size_t component, const Resolution& resolutio
   const ComponentCoding& own = all.components[component];
   const Quantization& quantization = all.quantization[component];
   lane.style = own.style;
-  // Rate control has copies of what packet headers need.
-  constexpr int64_t copies = 3;
+  // Rate control has copies of what packet headers need, one for each thread.
+  const int64_t copies = 2 + m_plan.threads;
   budget.take(copies * int64_t(sizeof(PrecinctOutput)) * resolution.precincts());
   lane.precincts.resize(size_t(resolution.precincts()));
   for (int b = 0; b < resolution.bandCount; ++b) {
