@@ -11,6 +11,7 @@
 #include "testpaths.h"
 #include "tzinterrupt.h"
 #include "tzjson.h"
+#include "validated.h"
 
 using harnesskit::Outcome;
 using harnesskit::runProgram;
@@ -20,16 +21,6 @@ using harnesskit::StubTest;
 using harnesskit::TempFolder;
 
 namespace {
-
-// What the validator says of a file: "contexts rows ends cut".
-std::string validated(const TempFolder& folder, const std::string& name) {
-  const std::string here = TAZMET_TEST_DATA;
-  return runProgram("/usr/bin/python3",
-                    {here + "/validate_lines.py", here + "/../../docs/results.schema.json",
-                     folder.file(name)},
-                    folder.path())
-      .console;
-}
 
 std::vector<std::string> linesWith(const std::string& text, const std::string& part) {
   std::vector<std::string> found;

@@ -11,12 +11,11 @@
 #include <vector>
 
 #include "harnesskit.h"
-#include "testpaths.h"
 #include "tzjsonreader.h"
 #include "tzshard.h"
+#include "validated.h"
 
 using harnesskit::Outcome;
-using harnesskit::runProgram;
 using harnesskit::Session;
 using harnesskit::splitLines;
 using harnesskit::steadyLoop;
@@ -55,15 +54,6 @@ std::vector<std::string> tableRows(const std::string& table) {
     if (line.find(",Timing,") != std::string::npos) rows.push_back(line);
   }
   return rows;
-}
-
-std::string validated(const TempFolder& folder, const std::string& name) {
-  const std::string here = TAZMET_TEST_DATA;
-  return runProgram("/usr/bin/python3",
-                    {here + "/validate_lines.py", here + "/../../docs/results.schema.json",
-                     folder.file(name)},
-                    folder.path())
-      .console;
 }
 
 }  // namespace
