@@ -22,8 +22,9 @@ double counterMhz(const Context& context) {
 
 double clockMhz(const Context& context, const Row& row) {
   const double counter = counterMhz(context);
+  if (context.clock != "core") return counter;
   const double core = context.number("core_clocks_a_counter_clock", 0);
-  if (context.clock != "core" || core <= 0) return counter;
+  if (core <= 0) return 0;
   const double memory = std::min(1.0, row.memoryShare.value_or(0));
   return counter * (memory + (1 - memory) * core);
 }

@@ -21,7 +21,8 @@ Unit unitOf(const std::string& word);
 double counterMhz(const Context& context);
 
 /// Clocks of the row in a microsecond. Where a run counts clocks of the core, that is how fast the
-/// core ran by the run's context, but for the part of the time that memory takes.
+/// core ran by the run's context, but for the part of the time that memory takes; 0 where that is
+/// not told.
 double clockMhz(const Context& context, const Row& row);
 
 /// Bytes read and written an element; 0 where they are not told.

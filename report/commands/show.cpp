@@ -62,8 +62,8 @@ int Show::run(const Console& console) {
   m_format = formatOf(m_formatWord);
   const std::vector<Run> runs = readAll(m_files, {.samples = false});
   for (const Run& run : runs) {
-    if (m_unit != Unit::clocks && counterMhz(run.context) <= 0) {
-      throw Error(run.file, "does not tell the rate of its counter: only clocks can be shown");
+    if (m_unit != Unit::clocks && clockMhz(run.context, {}) <= 0) {
+      throw Error(run.file, "does not tell the rate of its clock: only clocks can be shown");
     }
   }
   if (m_format == Format::csv) {

@@ -82,7 +82,8 @@ TEST(Lines, AgreeWithTheSchemaAndTheTable) {
 // Passes and children: the samples of all passes stand in one row each.
 TEST(Lines, HoldTheSamplesOfAllPasses) {
   const TempFolder folder;
-  Session(folder).run("-B -j -f=stubAlpha -dMethod=Spread -dClock=core -X2 -b0.01 -k");
+  Session(folder).run("-B -j -r -f=stubAlpha -dMethod=Spread -dClock=core -X2 -b0.01 -k");
+  EXPECT_NE(std::string::npos, folder.read("stub.csv").find("\nClock,core\n"));
   EXPECT_EQ("1 2 1 0\n", validated(folder, "stub.jsonl")) << folder.read("stub.jsonl");
   for (const std::string& row : linesWith(folder.read("stub.jsonl"), "\"type\":\"row\"")) {
     EXPECT_NE(std::string::npos, row.find("\"pass\":[1,")) << row;
