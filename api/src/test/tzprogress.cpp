@@ -65,10 +65,7 @@ tzEstimate tzProgress::s_estimate;
 double tzProgress::s_begin = 0;
 double tzProgress::s_shown = 0;
 
-void tzProgress::enable(tzKnownRuns times) {
-  s_on = tzStatusLine::enable();
-  if (s_on) s_times = std::move(times);
-}
+bool tzProgress::enable() { return s_on = tzStatusLine::enable(); }
 
 // Rows that the earlier run lacks are taken for as long as the others.
 void tzProgress::begin(const std::vector<tzTest*>& tests) {
