@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
 #include <map>
 #include <string>
@@ -215,4 +216,25 @@ TEST(LongRuns, KeepFailuresOfTheRunBefore) {
   EXPECT_EQ(1u, again.lines("-- FUNCFAIL: stubBad").size()) << again.console;
   EXPECT_EQ(1u, tableRows(folder.read("stub.csv")).size());
   EXPECT_EQ(1u, rowsIn(folder.read("stub.jsonl")).size());
+}
+
+namespace {
+
+tzResult tellingFailure(int, long long*) {
+  std::puts("called");
+  std::fflush(stdout);
+  return TZ_FUNCFAIL;
+}
+
+}  // namespace
+
+// What stands behind it was not measured before, and will not be.
+TEST(LongRuns, EndATestWithItsFailureInEachPass) {
+  const TempFolder folder;
+  const auto failing = [] { tzRegTest(new StubTest("stubBad", tellingFailure)); };
+  const std::string keys = "-B -J -dMethod=Spread -X3";
+  EXPECT_EQ(3u, Session(folder).setup(failing).run(keys).lines("called").size());
+  const Outcome again = Session(folder).setup(failing).run(keys);
+  EXPECT_EQ(0u, again.lines("called").size()) << again.console;
+  EXPECT_EQ(1u, again.lines("-- FUNCFAIL: stubBad").size()) << again.console;
 }
