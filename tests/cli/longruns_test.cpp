@@ -9,10 +9,12 @@
 #include <filesystem>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "harnesskit.h"
 #include "tzjsonreader.h"
+#include "tzplan.h"
 #include "tzshard.h"
 #include "validated.h"
 
@@ -226,6 +228,17 @@ tzResult tellingFailure(int, long long*) {
   return TZ_FUNCFAIL;
 }
 
+// Tells whether a row gets all of its budget or what the run has left for it.
+tzResult tellingShare(int n, long long* clocks) {
+  static bool told = false;
+  if (!std::exchange(told, true)) {
+    std::puts(g_plan.share(tzTool::seconds()) > 1 ? "share: whole" : "share: part");
+    std::fflush(stdout);
+  }
+  *clocks = 1000LL * n;
+  return TZ_OK;
+}
+
 }  // namespace
 
 // What stands behind it was not measured before, and will not be.
@@ -237,4 +250,20 @@ TEST(LongRuns, EndATestWithItsFailureInEachPass) {
   const Outcome again = Session(folder).setup(failing).run(keys);
   EXPECT_EQ(0u, again.lines("called").size()) << again.console;
   EXPECT_EQ(1u, again.lines("-- FUNCFAIL: stubBad").size()) << again.console;
+}
+
+// However many rows there are: the others have the time of the run, and no more.
+TEST(LongRuns, LeaveTheTimeOfTheRunToWhatIsMeasured) {
+  const TempFolder folder;
+  const auto setup = [] {
+    harnesskit::registerStubs();
+    tzRegTest(new StubTest("stubShare", tellingShare, "StubSuite", "8"));
+  };
+  const std::string keys = "-B -J -dMethod=Spread -b100,0.02 -f-__tz -f-Gamma ";
+  for (const std::string more : {"", "-k "}) {
+    Session(folder).setup(setup).run(keys + more + "-f-Share");
+    const Outcome outcome = Session(folder).setup(setup).run(keys + more);
+    EXPECT_TRUE(outcome.shows("4 rows are there already")) << outcome.console;
+    EXPECT_EQ(1u, outcome.lines("share: part").size()) << more << outcome.console;
+  }
 }
