@@ -239,6 +239,23 @@ tzResult tellingShare(int n, long long* clocks) {
   return TZ_OK;
 }
 
+int endsInPass = 0;
+int endsAtRun = 0;  // of this pass
+bool endsParent = false;
+
+tzResult endedLoop(int n, long long* clocks) {
+  static int runs = 0;
+  if (g_plan.pass == endsInPass && ++runs == endsAtRun) {
+    kill(endsParent ? getppid() : getpid(), SIGINT);
+  }
+  *clocks = 1000LL * n;
+  return TZ_OK;
+}
+
+void registerEnded() {
+  for (const char* name : {"stubFirst", "stubSecond"}) tzRegTest(new StubTest(name, endedLoop));
+}
+
 }  // namespace
 
 // What stands behind it was not measured before, and will not be.
@@ -265,5 +282,32 @@ TEST(LongRuns, LeaveTheTimeOfTheRunToWhatIsMeasured) {
     const Outcome outcome = Session(folder).setup(setup).run(keys + more);
     EXPECT_TRUE(outcome.shows("4 rows are there already")) << outcome.console;
     EXPECT_EQ(1u, outcome.lines("share: part").size()) << more << outcome.console;
+  }
+}
+
+// A row that a signal left before all of its passes is told, but the run that goes on makes it.
+TEST(LongRuns, MakeThePassesThatASignalTookAway) {
+  struct Case {
+    const char* keys;
+    int pass;
+    int run;      // the first ones only settle how many calls a sample has
+    size_t told;  // rows; 0: a child may be faster than the signal
+  };
+  for (const Case& end : {Case{"", 1, 20, 1}, {"", 2, 1, 4}, {"", 3, 1, 4}, {"-k", 2, 1, 0}}) {
+    const TempFolder folder;
+    const std::string keys = std::string("-B -dMethod=Spread -X3 -b0.006 -f-__tz -J ") + end.keys;
+    endsInPass = end.pass;
+    endsAtRun = end.run;
+    endsParent = *end.keys != 0;
+    const Outcome ended = Session(folder).setup(registerEnded).run(keys);
+    EXPECT_EQ(-SIGINT, ended.exitCode) << ended.console;
+    if (end.told != 0) {
+      EXPECT_EQ(end.told, ended.lines("clocks/px").size()) << ended.console;
+    }
+    EXPECT_EQ(0u, rowsIn(folder.read("stub.jsonl")).size()) << end.keys << end.pass;
+    endsInPass = 0;
+    EXPECT_EQ(0, Session(folder).setup(registerEnded).run(keys).exitCode);
+    EXPECT_EQ(4u, rowsIn(folder.read("stub.jsonl")).size()) << end.keys << end.pass;
+    EXPECT_EQ(std::string::npos, folder.read("stub.jsonl").find("samples of")) << end.pass;
   }
 }
