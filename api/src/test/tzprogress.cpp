@@ -2,6 +2,7 @@
 #include "tzprogress.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 #include "tzplan.h"
@@ -20,7 +21,7 @@ constexpr double kPrior = 0.05;
 constexpr double kLeastDone = 0.02;
 
 std::string clockText(double seconds) {
-  const auto whole = static_cast<long long>(seconds + 0.5);
+  const auto whole = std::llround(seconds);
   char text[32];
   if (whole < 3600) {
     std::snprintf(text, sizeof text, "%lld:%02lld", whole / 60, whole % 60);
