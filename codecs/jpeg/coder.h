@@ -94,6 +94,11 @@ class RowBand : public RowSource {
 /// The first error among a step's outcomes.
 Status firstError(std::span<const Status> outcomes);
 
+/// Has the workers do every row of MCUs, a few rows of the source at a time.
+using McuRowTask = std::function<Status(int row, int worker, RowSource& pixels)>;
+Status forEachMcuRow(const Frame& frame, RowSource& source, Workers& workers,
+                     const McuRowTask& task);
+
 /// What it takes to turn the pixels of a source into blocks.
 struct ForwardSetup {
   ImageShape shape;
