@@ -80,7 +80,10 @@ bool passes(const Row& row, const std::string& filter) {
   if (filter.empty()) return true;
   const std::string text = row.function + ' ' + parametersText(row.parameters) + ' ' + row.unit +
                            ' ' + resultName(row.result);
-  return containsWords(text, filter);
+  for (const std::string& word : split(filter, ' ')) {
+    if (!containsWord(text, word)) return false;
+  }
+  return true;
 }
 
 std::vector<const Row*> filtered(const std::vector<Row>& rows, const std::string& filter) {

@@ -79,7 +79,6 @@ bool rkVerify::remake(bool verifying) {
   m_test.flushData();
   rkTest::setDataState(m_test.m_before);
   rkTest::m_verifying = verifying;
-  rkGuard::fillOthers(verifying);
   return m_test.initData();
 }
 

@@ -35,13 +35,9 @@ bool rkVector::createBuffers(int count, long long bytes, int align, void* data) 
     const int placed = align < 0 ? -tzAlignUnit(elementSize(m_type)) : align;
     Buffer buffer;
     buffer.owned = data == nullptr;
-    if (!buffer.owned) {
-      buffer.data = data;
-    } else if (rkGuard::active()) {
-      buffer.data = rkGuard::allocate(m_bufferBytes, owner);
-    } else {
-      buffer.data = rkGuard::begun(tzTest::allocate(m_bufferBytes, placed, owner), m_bufferBytes);
-    }
+    buffer.data = !buffer.owned       ? data
+                  : rkGuard::active() ? rkGuard::allocate(m_bufferBytes, owner)
+                                      : tzTest::allocate(m_bufferBytes, placed, owner);
     if (buffer.data == nullptr) {
       rkVector::deleteVector();
       return false;

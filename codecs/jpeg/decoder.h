@@ -2,6 +2,8 @@
 /// @file
 /// What the files of the decoder share.
 
+#include <algorithm>
+
 #include "coder.h"
 
 namespace jpeg {
@@ -58,6 +60,13 @@ class IntervalReader {
     nextInterval();
     return true;
   }
+  /// Behind it: how many units follow in the same interval, `most` at most. They count as begun.
+  int more(int most) {
+    if (length_ == 0) return most;
+    const int units = std::min(left_, most);
+    left_ -= units;
+    return units;
+  }
   bool hasData() const { return state_ == State::good; }
   /// A unit could not be decoded: the rest of its interval has no data.
   void damage(RkdStatus status);
@@ -87,7 +96,8 @@ class RowsReader {
   RowsReader(const RowsReader&) = delete;
   RowsReader& operator=(const RowsReader&) = delete;
   /// @param blocks  receives the rows' units one after the other
-  void read(int firstRow, int rows, CoefficientBlock* blocks);
+  /// @param last    receives where the coefficients of each block end
+  void read(int firstRow, int rows, CoefficientBlock* blocks, uint8_t* last);
 
  private:
   struct Walk;

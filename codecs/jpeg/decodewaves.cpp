@@ -94,8 +94,10 @@ Status readBaselineInWaves(const ScanJob& job, const InverseJob& inverse, RowSin
   JPEG_RETURN_IF_ERROR(bands.init(inverse, workers));
   const size_t rowBlocks = size_t(frame.mcusAcross) * size_t(unit.count);
   const int most = rowsInWave(frame, unit.count, workers, memoryLimit);
-  Wave waves[2];  // each behind the last row of the one before
+  Wave waves[2];                 // each behind the last row of the one before
+  std::vector<uint8_t> last[2];  // where the coefficients of their blocks end
   for (Wave& w : waves) w.blocks.resize(rowBlocks * size_t(most + 1));
+  for (auto& l : last) l.resize(rowBlocks * size_t(most + 1));
   RowsReader reader(job);
   int turn = 0;
   for (int first = 0; first < frame.mcusDown || waves[1 - turn].rows > 0; first += most) {
@@ -103,15 +105,20 @@ Status readBaselineInWaves(const ScanJob& job, const InverseJob& inverse, RowSin
     Wave& next = waves[turn];
     next.firstRow = first;
     next.rows = std::clamp(frame.mcusDown - first, 0, most);
-    const auto lastRow = ready.blocks.begin() + ptrdiff_t(rowBlocks) * ready.rows;
-    std::copy_n(lastRow, rowBlocks, next.blocks.begin());
+    const ptrdiff_t lastRow = ptrdiff_t(rowBlocks) * ready.rows;
+    std::copy_n(ready.blocks.begin() + lastRow, rowBlocks, next.blocks.begin());
+    std::copy_n(last[1 - turn].begin() + lastRow, rowBlocks, last[turn].begin());
     const auto feed = [&](InversePixels& pixels, int row) {
-      pixels.unitsOf(unit, *job.scan, &ready.blocks[rowBlocks * size_t(row - ready.firstRow + 1)]);
+      const size_t at = rowBlocks * size_t(row - ready.firstRow + 1);
+      pixels.units(unit, *job.scan, {0, frame.mcusAcross, &ready.blocks[at], &last[1 - turn][at]});
     };
     JPEG_RETURN_IF_ERROR(bands.begin(ready.firstRow, ready.rows, sink));
     const int reading = next.rows > 0 ? 1 : 0;
     workers.run(reading + bands.tasks(), [&](int task, int worker) {
-      if (task < reading) return reader.read(next.firstRow, next.rows, &next.blocks[rowBlocks]);
+      if (task < reading) {
+        return reader.read(next.firstRow, next.rows, &next.blocks[rowBlocks],
+                           &last[turn][rowBlocks]);
+      }
       bands.make(task - reading, worker, feed);
     });
     JPEG_RETURN_IF_ERROR(bands.end(sink));

@@ -3,6 +3,7 @@
 /// The library's Huffman coders as scans use them: tables, a writer that drains into a sink, a
 /// reader that gets over markers and damage.
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -130,15 +131,28 @@ class ScanWriter {
 /// Where a scan's data stand behind an interval.
 enum class Resync { inStep, lost, end };
 
+/// What the blocks of a scan's units are coded with.
+struct UnitTables {
+  int count = 0;  ///< blocks in a unit
+  std::array<uint8_t, RKD_HUFFMAN_UNIT_BLOCKS> slot{};
+  std::array<const RkdiDecodeHuffmanSpec*, 4> dc{}, ac{};  ///< by slot
+};
+
 /// The entropy-coded data of one scan being read.
 class ScanReader {
  public:
   /// @param from  first entropy-coded byte
   Status start(std::span<const uint8_t> file, size_t from);
 
-  RkdStatus block(int16_t* block, int* previousDC, const DecodeSpec& dc, const DecodeSpec& ac) {
-    return rkdiDecodeHuffman8x8_JPEG_1u16s_C1(stream_, length_, &position_, block, previousDC,
-                                              &marker_, dc.get(), ac.get(), state_);
+  /// Reads units of a sequential scan.
+  /// @param dst      receives their blocks one after the other
+  /// @param last     receives where the coefficients of each end, in zigzag order
+  /// @param decoded  receives how many blocks came before one that could not be read
+  RkdStatus units(int16_t* dst, uint8_t* last, int units, const UnitTables& tables, int* previousDC,
+                  int* decoded) {
+    return rkdiDecodeHuffmanUnits8x8_JPEG_1u16s_C1(
+        stream_, length_, &position_, dst, last, units, tables.slot.data(), tables.count,
+        previousDC, &marker_, tables.dc.data(), tables.ac.data(), state_, decoded);
   }
   // For the other coders.
   const uint8_t* stream() const { return stream_; }

@@ -165,15 +165,24 @@ void InversePixels::rowOf(const Coefficients& coefficients, int mcuRow) {
   }
 }
 
-void InversePixels::unitsOf(const UnitBlocks& unit, const Scan& scan,
-                            const CoefficientBlock* blocks) {
-  for (int x = 0; x < frame_.mcusAcross; ++x) {
-    for (int b = 0; b < unit.count; ++b, ++blocks) {
-      const UnitBlocks::Place& p = unit.place[size_t(b)];
-      const int component = scan.component[size_t(p.slot)].index;
-      if (!uses(component)) continue;
-      block(component, p.row, x * frame_.component[size_t(component)].h + p.column, blocks->values);
+void InversePixels::units(const UnitBlocks& unit, const Scan& scan, const ReadUnits& read) {
+  for (int b = 0; b < unit.count; ++b) {
+    const UnitBlocks::Place& place = unit.place[size_t(b)];
+    const int component = scan.component[size_t(place.slot)].index;
+    if (!uses(component)) continue;
+    const int across = scan.isInterleaved() ? frame_.component[size_t(component)].h : 1;
+    const int column = read.first * across + place.column;
+    if (plane_[size_t(component)].samples < 8) {
+      for (int i = 0; i < read.count; ++i) {
+        block(component, place.row, column + i * across, read.blocks[i * unit.count + b].values);
+      }
+      continue;
     }
+    Plane& p = plane_[size_t(component)];
+    (void)rkdiDCTQuantInvBlocks8x8LS_JPEG_16s8u_C1R(
+        read.blocks[b].values, unit.count * int(sizeof *read.blocks), read.last + b, unit.count,
+        p.rows() + (ptrdiff_t(place.row) * p.step + column) * 8, p.step, 8 * across, read.count,
+        p.table);
   }
 }
 

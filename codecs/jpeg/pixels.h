@@ -95,6 +95,13 @@ struct alignas(64) CoefficientBlock {
   int16_t values[64];
 };
 
+/// Units of an MCU row that have been read.
+struct ReadUnits {
+  int first = 0, count = 0;                  ///< place of the first one in the row
+  const CoefficientBlock* blocks = nullptr;  ///< unit by unit
+  const uint8_t* last = nullptr;             ///< where the coefficients of each block end
+};
+
 /// What to make of blocks: how large, which part, in which colours.
 struct InverseSetup {
   Color fileColor = Color::unknown;
@@ -124,9 +131,10 @@ class InversePixels {
     p.inverse(block, p.rows() + (size_t(row) * size_t(p.step) + size_t(column)) * size_t(p.samples),
               p.step, p.table);
   }
-  /// All blocks of an MCU row: of coefficients, or units of a scan one after the other.
+  /// All blocks of an MCU row.
   void rowOf(const Coefficients& coefficients, int mcuRow);
-  void unitsOf(const UnitBlocks& unit, const Scan& scan, const CoefficientBlock* blocks);
+  /// Units of a scan.
+  void units(const UnitBlocks& unit, const Scan& scan, const ReadUnits& read);
 
   /// Whether a row's first line takes samples of the row before.
   bool needsRowBefore() const { return lag_ > 0; }

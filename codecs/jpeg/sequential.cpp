@@ -1,4 +1,5 @@
 // Reading sequential scans: straight into pixels, or into coefficients.
+#include <algorithm>
 #include <cstring>
 
 #include "decoder.h"
@@ -34,37 +35,54 @@ void IntervalReader::nextInterval() {
 
 namespace {
 
-/// What a unit's blocks are coded with.
-struct CodedBlock {
-  const DecodeSpec *dc, *ac;
-  int* previousDC;
+/// Units that are read in one go: what stays in a first-level cache until it is used.
+struct UnitBuffer {
+  static constexpr int kBlocks = 128;
+  CoefficientBlock blocks[kBlocks];
+  uint8_t last[kBlocks];
 };
 
-/// The walk over a scan: `Target` tells where blocks go and is told when a unit and a row are done.
+/// Where a run of units goes.
+struct UnitRoom {
+  CoefficientBlock* blocks;
+  uint8_t* last;
+};
+
+UnitTables tablesOf(const UnitBlocks& unit, const ScanJob& job) {
+  UnitTables tables;
+  tables.count = unit.count;
+  for (int b = 0; b < unit.count; ++b) {
+    tables.slot[size_t(b)] = uint8_t(unit.place[size_t(b)].slot);
+  }
+  for (int slot = 0; slot < job.scan->componentCount; ++slot) {
+    tables.dc[size_t(slot)] = job.tables->dc(slot).get();
+    tables.ac[size_t(slot)] = job.tables->ac(slot).get();
+  }
+  return tables;
+}
+
+/// The walk over a scan: `Target` tells where units of a row go and is told when they and when the
+/// row are done.
 template <class Target>
 class SequentialWalk {
  public:
   SequentialWalk(const ScanJob& job, Target& target)
       : job_(job),
         target_(target),
-        unit_(UnitBlocks::of(*job.frame, *job.scan)),
+        tables_(tablesOf(UnitBlocks::of(*job.frame, *job.scan), job)),
         geometry_(ScanGeometry::of(*job.frame, *job.scan)),
-        intervals_(job) {
-    for (int b = 0; b < unit_.count; ++b) {
-      const int slot = unit_.place[size_t(b)].slot;
-      coded_[size_t(b)] = {&job.tables->dc(slot), &job.tables->ac(slot),
-                           &previousDC_[size_t(slot)]};
-    }
-  }
+        intervals_(job) {}
 
   Status run() { return runRows(0, geometry_.down); }
   Status runRows(int first, int end) {
+    const int most = UnitBuffer::kBlocks / tables_.count;
     for (int y = first; y < end; ++y) {
       job_.reader->rebase();
-      for (int x = 0; x < geometry_.across; ++x) {
+      for (int x = 0, units = 0; x < geometry_.across; x += units) {
         if (intervals_.begins() && intervals_.hasData()) previousDC_.fill(0);
-        readUnit(x, y);
-        target_.unitDone(x, y);
+        units = 1 + intervals_.more(std::min(most, geometry_.across - x) - 1);
+        readUnits(target_.room(x, y), units);
+        target_.unitsDone(x, y, units);
       }
       JPEG_RETURN_IF_ERROR(target_.rowDone(y));
     }
@@ -72,52 +90,54 @@ class SequentialWalk {
   }
 
  private:
-  void readUnit(int x, int y) {
+  void readUnits(UnitRoom room, int units) {
     int b = 0;
     if (intervals_.hasData()) [[likely]] {
-      for (; b < unit_.count; ++b) {
-        const CodedBlock& c = coded_[size_t(b)];
-        const RkdStatus status = job_.reader->block(target_.block(unit_.place[size_t(b)], b, x, y),
-                                                    c.previousDC, *c.dc, *c.ac);
-        if (status == rkdStsNoErr) [[likely]]
-          continue;
+      const RkdStatus status = job_.reader->units(room.blocks->values, room.last, units, tables_,
+                                                  previousDC_.data(), &b);
+      if (status != rkdStsNoErr) [[unlikely]]
         intervals_.damage(status);
-        break;
-      }
     }
-    for (; b < unit_.count; ++b) {  // what is missing goes on as it was
-      int16_t* const block = target_.block(unit_.place[size_t(b)], b, x, y);
+    for (; b < units * tables_.count; ++b) {  // what is missing goes on as it was
+      int16_t* const block = room.blocks[b].values;
       std::memset(block, 0, 64 * sizeof *block);
-      block[0] = int16_t(*coded_[size_t(b)].previousDC);
+      block[0] = int16_t(previousDC_[tables_.slot[size_t(b % tables_.count)]]);
+      room.last[b] = 0;
     }
   }
 
   const ScanJob& job_;
   Target& target_;
-  const UnitBlocks unit_;
+  const UnitTables tables_;
   const ScanGeometry geometry_;
   IntervalReader intervals_;
   std::array<int, kMaxComponents> previousDC_{};
-  std::array<CodedBlock, kMaxBlocksInMcu> coded_{};
 };
 
 /// Blocks into their places.
 class ToCoefficients {
  public:
   ToCoefficients(const ScanJob& job, Coefficients* coefficients)
-      : job_(job), coefficients_(coefficients) {
+      : job_(job), unit_(UnitBlocks::of(*job.frame, *job.scan)), coefficients_(coefficients) {
     for (int slot = 0; slot < job.scan->componentCount; ++slot) {
       const Component& c = component(slot);
       h_[size_t(slot)] = job.scan->isInterleaved() ? c.h : 1;
       v_[size_t(slot)] = job.scan->isInterleaved() ? c.v : 1;
     }
   }
-  int16_t* block(const UnitBlocks::Place& p, int, int x, int y) {
-    const size_t slot = size_t(p.slot);
-    return coefficients_->block(job_.scan->component[slot].index, y * v_[slot] + p.row,
-                                x * h_[slot] + p.column);
+  UnitRoom room(int, int) { return {buffer_.blocks, buffer_.last}; }
+  void unitsDone(int x, int y, int units) {
+    const CoefficientBlock* from = buffer_.blocks;
+    for (const int end = x + units; x < end; ++x) {
+      for (int b = 0; b < unit_.count; ++b, ++from) {
+        const UnitBlocks::Place& p = unit_.place[size_t(b)];
+        const size_t slot = size_t(p.slot);
+        std::memcpy(coefficients_->block(job_.scan->component[slot].index, y * v_[slot] + p.row,
+                                         x * h_[slot] + p.column),
+                    from->values, sizeof from->values);
+      }
+    }
   }
-  void unitDone(int, int) {}
   Status rowDone(int) { return Status::ok; }
 
  private:
@@ -125,47 +145,36 @@ class ToCoefficients {
     return job_.frame->component[size_t(job_.scan->component[size_t(slot)].index)];
   }
   const ScanJob& job_;
+  const UnitBlocks unit_;
   Coefficients* coefficients_;
   std::array<int, kMaxComponents> h_{}, v_{};
+  UnitBuffer buffer_;
 };
 
-/// One unit's blocks at a time, transformed before the next one is read.
+/// Some units at a time, transformed before the next ones are read.
 class ToPixels {
  public:
   ToPixels(const ScanJob& job, InversePixels& pixels, RowSink& sink)
-      : unit_(UnitBlocks::of(*job.frame, *job.scan)), pixels_(pixels), sink_(sink) {
-    for (int b = 0; b < unit_.count; ++b) {
-      Placed& p = placed_[size_t(b)];
-      const UnitBlocks::Place& place = unit_.place[size_t(b)];
-      p.component = job.scan->component[size_t(place.slot)].index;
-      p.row = place.row;
-      p.column = place.column;
-      p.across = job.scan->isInterleaved() ? job.frame->component[size_t(p.component)].h : 1;
-    }
-  }
-  int16_t* block(const UnitBlocks::Place&, int b, int, int) { return blocks_.block[b]; }
-  void unitDone(int x, int y) {
+      : unit_(UnitBlocks::of(*job.frame, *job.scan)),
+        scan_(*job.scan),
+        pixels_(pixels),
+        sink_(sink) {}
+  UnitRoom room(int x, int y) {
     if (x == 0) isWanted_ = pixels_.needsRow(y);
-    if (!isWanted_) return;
-    for (int b = 0; b < unit_.count; ++b) {
-      const Placed& p = placed_[size_t(b)];
-      if (pixels_.uses(p.component)) {
-        pixels_.block(p.component, p.row, x * p.across + p.column, blocks_.block[b]);
-      }
-    }
+    return {buffer_.blocks, buffer_.last};
+  }
+  void unitsDone(int x, int, int units) {
+    if (isWanted_) pixels_.units(unit_, scan_, {x, units, buffer_.blocks, buffer_.last});
   }
   Status rowDone(int y) { return pixels_.finishRow(y, sink_); }
 
  private:
-  struct Placed {
-    int component, row, column, across;
-  };
-  UnitBlocks unit_;
-  std::array<Placed, kMaxBlocksInMcu> placed_{};
+  const UnitBlocks unit_;
+  const Scan& scan_;
   InversePixels& pixels_;
   RowSink& sink_;
   bool isWanted_ = true;
-  McuBlocks blocks_;
+  UnitBuffer buffer_;
 };
 
 }  // namespace
@@ -185,11 +194,12 @@ struct RowsReader::Walk {
   struct ToWave {
     int count = 0, across = 0, firstRow = 0;
     CoefficientBlock* blocks = nullptr;
-    int16_t* block(const UnitBlocks::Place&, int b, int x, int y) const {
+    uint8_t* last = nullptr;
+    UnitRoom room(int x, int y) const {
       const size_t unit = size_t(y - firstRow) * size_t(across) + size_t(x);
-      return blocks[unit * size_t(count) + size_t(b)].values;
+      return {blocks + unit * size_t(count), last + unit * size_t(count)};
     }
-    void unitDone(int, int) {}
+    void unitsDone(int, int, int) {}
     Status rowDone(int) { return Status::ok; }
   };
   explicit Walk(const ScanJob& job) : walk(job, target) {
@@ -203,9 +213,10 @@ struct RowsReader::Walk {
 RowsReader::RowsReader(const ScanJob& job) : walk_(std::make_unique<Walk>(job)) {}
 RowsReader::~RowsReader() = default;
 
-void RowsReader::read(int firstRow, int rows, CoefficientBlock* blocks) {
+void RowsReader::read(int firstRow, int rows, CoefficientBlock* blocks, uint8_t* last) {
   walk_->target.firstRow = firstRow;
   walk_->target.blocks = blocks;
+  walk_->target.last = last;
   (void)walk_->walk.runRows(firstRow, firstRow + rows);  // nothing in it can fail
 }
 

@@ -11,7 +11,6 @@
 #include "encodeplan.h"
 #include "rate.h"
 #include "transform.h"
-#include "wavelet.h"
 
 namespace j2k {
 
@@ -19,11 +18,9 @@ namespace j2k {
 struct EncodeWorkers {
   explicit EncodeWorkers(int threads);
 
-  codecs::Workers team;
   std::vector<std::unique_ptr<BlockEncoder>> blocks;
   std::vector<Arena> arenas;
-  Wavelets wavelets;
-  int64_t stripBytes = 0;  ///< that the budget knows of
+  std::vector<std::vector<uint8_t>> work;
 };
 
 /// A block to be coded, and where it goes.
@@ -41,7 +38,7 @@ class TileEncoder {
   /// Lays out planes, precincts and blocks.
   void layOut(TilePackets& packets, Budget& budget);
   /// Samples to coefficients.
-  void transform(std::span<const SampleView> samples, EncodeWorkers& workers, Budget& budget);
+  void transform(std::span<const SampleView> samples, EncodeWorkers& workers);
   const std::vector<EncodeJob>& jobs() const { return m_jobs; }
   void release(Budget& budget) {
     m_planes.clear();

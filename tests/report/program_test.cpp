@@ -8,7 +8,11 @@
 #include "reportkit.h"
 #include "testpaths.h"
 
-using namespace reportkit;
+using reportkit::kContext;
+using reportkit::kEnd;
+using reportkit::row;
+using reportkit::run;
+using reportkit::TempFolder;
 
 namespace {
 

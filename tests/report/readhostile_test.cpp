@@ -4,7 +4,10 @@
 
 #include "reportkit.h"
 
-using namespace reportkit;
+using reportkit::kContext;
+using reportkit::readingError;
+using reportkit::row;
+using reportkit::TempFolder;
 
 namespace {
 

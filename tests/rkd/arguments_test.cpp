@@ -307,6 +307,7 @@ FAMILY(Transforms) {
   REFUSES(rkdiDCTQuantFwd8x8LS_JPEG_16u16s_C1R, "p r8 p p");
   REFUSES(rkdiDCTQuantInv8x8LS_JPEG_16s8u_C1R, "p p r8 p");
   REFUSES(rkdiDCTQuantInv8x8LS_JPEG_16s16u_C1R, "p p r8 p");
+  REFUSES(rkdiDCTQuantInvBlocks8x8LS_JPEG_16s8u_C1R, "p r64 p r1 p r24 r8 n3 p");
   REFUSES(rkdiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R, "p p r8 p");
   REFUSES(rkdiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R, "p p r8 p");
   REFUSES(rkdiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R, "p p r8 p");
@@ -366,6 +367,7 @@ FAMILY(HuffmanSequential) {
   REFUSES(rkdiDecodeHuffmanRow_JPEG_1u16s_C1P4, "@ n99 @ P1 q n P1oD oR");
   REFUSES(rkdiGetHuffmanStatistics8x8_JPEG_16s_C1, "p p p @");
   REFUSES(rkdiGetHuffmanStatisticsRow_JPEG_16s_P4, "P1 n P1");
+  REFUSES(rkdiDecodeHuffmanUnits8x8_JPEG_1u16s_C1, "@ n99 @ p p n1 @ =1 @ q P1oD P1oD oR @");
   REFUSES(rkdiRecordHuffman8x8_JPEG_16s16u_C1, "p p n999 @ @ p p");
   REFUSES(rkdiEncodeHuffmanRecord_JPEG_16u1u_C1, "p n999 @ p n2000 @ oE oE oW");
 }

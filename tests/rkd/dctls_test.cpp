@@ -2,6 +2,7 @@
 // reference at every level, any place and step; the same bits at every level on any data.
 #include <functional>
 
+#include "huffkit.h"
 #include "rkd/rkdjpeg_dct.h"
 #include "reference.h"
 #include "rkdkit.h"
@@ -280,6 +281,43 @@ TEST(DctRows, ReducedInversesEqualTheFullOneBitForBit) {
       rkdiDCTQuantInv8x8LS_JPEG_16s8u_C1R(flat, full, 8, tables.plain);
       rkdiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R(flat, reduced, 8, tables.plain);
       ASSERT_TRUE(std::equal(full, full + 64, reduced)) << "first coefficient " << flat[0];
+    }
+  });
+}
+
+// Many blocks in one call are the same samples, whatever is told of where their coefficients end as
+// long as it is true, and nothing beside them changes.
+TEST(DctRows, ManyBlocksEqualThoseOneByOneBitForBit) {
+  const Tables tables(5);
+  forEachLevel([&] {
+    Random random;
+    for (const int count : {1, 2, 7, 63, 64, 65, 150}) {
+      for (const int advance : {8, 16}) {
+        const size_t apart = 64 + 8 * size_t(count % 3);
+        std::vector<int16_t> blocks(apart * size_t(count));
+        std::vector<uint8_t> last(2 * size_t(count), 99);
+        const int width = advance * (count - 1) + 8;
+        Canvas<uint8_t> want(sz(width, 8), 1, {count % 64, 1}),
+            got(sz(width, 8), 1, {count % 64, 1});
+        for (int b = 0; b < count; ++b) {
+          int16_t* const block = &blocks[apart * size_t(b)];
+          const int end =
+              std::array{0, 0, 1, 2, 5, 9, 10, 14, 20, 63}[size_t(random.between(0, 9))];
+          for (int k = 0; k <= end; ++k) {
+            const int most = k == 0 ? 60 : 9;
+            block[huffkit::zigzag[static_cast<size_t>(k)]] =
+                static_cast<int16_t>(random.between(-most, most));
+          }
+          last[2 * size_t(b)] =
+              static_cast<uint8_t>(std::min(63, end + random.between(0, 1) * b % 5));
+          rkdiDCTQuantInv8x8LS_JPEG_16s8u_C1R(block, want.data() + advance * b, want.step(),
+                                              tables.plain);
+        }
+        ASSERT_EQ(rkdStsNoErr, rkdiDCTQuantInvBlocks8x8LS_JPEG_16s8u_C1R(
+                                   blocks.data(), static_cast<int>(2 * apart), last.data(), 2,
+                                   got.data(), got.step(), advance, count, tables.plain));
+        ASSERT_TRUE(got.sameAs(want)) << count << " blocks, " << advance << " apart";
+      }
     }
   });
 }

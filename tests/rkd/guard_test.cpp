@@ -294,6 +294,7 @@ GUARDED_FAMILY(Transforms) {
   GUARDED(rkdiDCTQuantFwd8x8LS_JPEG_16u16s_C1R, "p8x8 s p64 q");
   GUARDED(rkdiDCTQuantInv8x8LS_JPEG_16s8u_C1R, "p64 p8x8 s p64");
   GUARDED(rkdiDCTQuantInv8x8LS_JPEG_16s16u_C1R, "p64 p8x8 s p64");
+  GUARDED(rkdiDCTQuantInvBlocks8x8LS_JPEG_16s8u_C1R, "p192 =128 p3 =1 p24x8 s =8 =3 p64");
   GUARDED(rkdiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R, "p64 p8x8 s p64");
   GUARDED(rkdiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R, "p64 p8x8 s p64");
   GUARDED(rkdiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R, "p64 p8x8 s p64");

@@ -276,6 +276,50 @@ GUARDED_FAMILY(HuffmanRecords) {
   }
 }
 
+GUARDED_FAMILY(HuffmanUnits) {
+  // The standard tables, for whose symbols there are short cuts.
+  auto blocks = someBlocks();
+  blocks.resize(4);
+  huffkit::Out out(4096);
+  huffkit::EncodeSpec<huffkit::Library> dc(huffkit::dcLuma), ac(huffkit::acLuma);
+  huffkit::EncodeState<huffkit::Library> waiting;
+  int previous = 0;
+  for (huffkit::Block& block : blocks) {
+    for (int16_t& c : block) c = static_cast<int16_t>(std::clamp<int>(c, -1000, 1000));
+    ASSERT_EQ(rkdStsNoErr,
+              huffkit::Library::encode(block.data(), out.data(), out.length(), &out.position,
+                                       &previous, dc.get(), ac.get(), waiting.get(), 0));
+  }
+  ASSERT_EQ(rkdStsNoErr, huffkit::Library::encode(nullptr, out.data(), out.length(), &out.position,
+                                                  nullptr, nullptr, nullptr, waiting.get(), 1));
+  const Bytes whole = out.coded();
+  for (const Side side : kSides) {
+    for (int length = guarded::g_briefly ? out.position : 1; length <= out.position; ++length) {
+      Memory& memory = sharedMemory();
+      Run run(side, length, {}, &whole);
+      const auto spec = [&](const huffkit::Table& table) {
+        return object<RkdiDecodeHuffmanSpec>(rkdiDecodeHuffmanSpecGetBufSize_JPEG_8u,
+                                             [&](auto* made) {
+                                               return rkdiDecodeHuffmanSpecInit_JPEG_8u(
+                                                   table.bits.data(), table.values.data(), made);
+                                             });
+      };
+      const RkdiDecodeHuffmanSpec* const dcs[4] = {spec(huffkit::dcLuma)};
+      const RkdiDecodeHuffmanSpec* const acs[4] = {spec(huffkit::acLuma)};
+      const std::array<uint8_t, 2> unit = {0, 0};
+      const uint8_t* const component = memory.source(unit);
+      auto* const dst = memory.destination<int16_t>(4 * 64);
+      auto* const last = memory.destination<uint8_t>(4);
+      int previousDC[4] = {}, decoded = 0;
+      const RkdStatus status = GUARDED_CALL(
+          rkdiDecodeHuffmanUnits8x8_JPEG_1u16s_C1, run.stream, length, &run.position, dst, last, 2,
+          component, 2, previousDC, &run.marker, dcs, acs, run.decodeState, &decoded);
+      ASSERT_EQ(status == rkdStsNoErr, length == out.position) << length;
+      EXPECT_TRUE(memory.areCanariesIntact()) << length;
+    }
+  }
+}
+
 // ---- code blocks ----
 
 /// Codes a block and tells its bytes; all operands lie at one side.

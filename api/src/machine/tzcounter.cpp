@@ -70,8 +70,7 @@ double additionsAClock() {
 
 tzCounterFacts measured() {
   tzCounterFacts facts;
-  const unsigned long long first = rkd_get_quorvex_counter();
-  if (first == rkd_get_quorvex_counter()) return facts;  // it does not run
+  if (rkd_get_quorvex_counter() == rkd_get_quorvex_counter()) return facts;  // it does not run
   const Moment begin = moment();
   std::vector<long long> differences = lookDifferences();
   facts.step = tzCounterStep(differences);

@@ -45,7 +45,11 @@ class Scanner {
   /// @param member  called with name and value of each member of an outermost object
   template <class Member>
   bool object(int depth, Member member) {
-    return sequence(depth, "{}", [&] {
+    if (depth > tzJsonReader::MAX_DEPTH || !take('{')) return false;
+    blanks();
+    if (take('}')) return true;
+    do {
+      blanks();
       const std::size_t nameAt = m_at;
       if (!string()) return false;
       const std::string_view name = since(nameAt);
@@ -53,36 +57,29 @@ class Scanner {
       if (!take(':')) return false;
       blanks();
       const std::size_t valueAt = m_at;
-      return value(depth) && member(name, since(valueAt));
-    });
+      if (!value(depth) || !member(name, since(valueAt))) return false;
+      blanks();
+    } while (take(','));
+    return take('}');
   }
 
   /// @param item  called with each item of an outermost array
   template <class Item>
   bool array(int depth, Item item) {
-    return sequence(depth, "[]", [&] {
+    if (depth > tzJsonReader::MAX_DEPTH || !take('[')) return false;
+    blanks();
+    if (take(']')) return true;
+    do {
+      blanks();
       const std::size_t itemAt = m_at;
       if (!value(depth)) return false;
       item(since(itemAt));
-      return true;
-    });
+      blanks();
+    } while (take(','));
+    return take(']');
   }
 
  private:
-  // What stands between brackets, with commas between.
-  template <class Element>
-  bool sequence(int depth, const char* brackets, Element element) {
-    if (depth > tzJsonReader::MAX_DEPTH || !take(brackets[0])) return false;
-    blanks();
-    if (take(brackets[1])) return true;
-    do {
-      blanks();
-      if (!element()) return false;
-      blanks();
-    } while (take(','));
-    return take(brackets[1]);
-  }
-
   char peek() const { return atEnd() ? '\0' : m_text[m_at]; }
 
   bool any() {

@@ -4,7 +4,6 @@
 
 #include <map>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "tzknown.h"
@@ -43,10 +42,8 @@ class tzEstimate {
 /// timed, and nothing anywhere else.
 class tzProgress {
  public:
-  /// @return false where nothing can show
-  static bool enable();
-  /// The rows of an earlier run, for the time left.
-  static void setTimes(tzKnownRuns times) { s_times = std::move(times); }
+  /// @param times  the rows of an earlier run, for the time left; may be empty
+  static void enable(tzKnownRuns times);
 
   /// The tests of each pass, in their order.
   static void begin(const std::vector<tzTest*>& tests);

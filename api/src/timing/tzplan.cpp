@@ -44,10 +44,8 @@ bool tzPlan::isCostly(double now) const {
 }
 
 void tzPlan::rowDone(double now, double sampled) {
-  const double passed = now - m_lastDone;
+  m_overhead += std::max(0.0, now - m_lastDone - sampled);
   m_lastDone = now;
-  if (sampled <= 0) return;
-  m_overhead += std::max(0.0, passed - sampled);
   ++m_done;
   ++m_doneInPass;
 }

@@ -160,6 +160,29 @@ RKD_API RkdStatus rkdiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R(const int16_t* src, ui
                                                           int dstStep, const uint16_t* table);
 /// @}
 
+/// @name Inverse of many blocks
+/// As rkdiDCTQuantInv8x8LS_JPEG_16s8u_C1R for `count` blocks, of which it is known where their
+/// coefficients end: those behind it are taken for zeros, and the fewer are left, the less it
+/// takes.
+/// @param src         first block; 64 contiguous quantised coefficients each
+/// @param srcStep     BYTES between blocks, at least one block
+/// @param last        of the first block: zigzag index of the last coefficient that may differ from
+///                    zero, 0..63
+/// @param lastStep    BYTES between those of blocks
+/// @param dst         first of 8 rows of the first block's samples; must not overlap src
+/// @param dstStep     BYTES between rows of samples, at least all that is written of one
+/// @param dstAdvance  BYTES between blocks in a row of samples, at least 8
+/// @param count       blocks, > 0
+/// @param table       see quantisation tables
+/// @return rkdStsNoErr; rkdStsNullPtrErr, rkdStsSizeErr, rkdStsStepErr with dst untouched
+/// @{
+RKD_API RkdStatus rkdiDCTQuantInvBlocks8x8LS_JPEG_16s8u_C1R(const int16_t* src, int srcStep,
+                                                            const uint8_t* last, int lastStep,
+                                                            uint8_t* dst, int dstStep,
+                                                            int dstAdvance, int count,
+                                                            const uint16_t* table);
+/// @}
+
 /// @name Inverse to fewer samples
 /// The N-point inverse transform of the low NxN coefficients of a block, scaled so that a constant
 /// block keeps its value, plus 128, clamped to 0..255: the block at a half (4x4) or a quarter (2x2)

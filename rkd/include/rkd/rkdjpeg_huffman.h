@@ -155,6 +155,36 @@ RKD_API RkdStatus rkdiDecodeHuffman8x8_JPEG_1u16s_C1(const uint8_t* stream, int 
                                                      RkdiDecodeHuffmanState* state);
 /// @}
 
+/// Blocks of a unit at most.
+#define RKD_HUFFMAN_UNIT_BLOCKS 10
+
+/// @name Units of sequential blocks
+/// The blocks of several units (MCUs) in one call: of each unit `blocksInUnit`, in the order of the
+/// stream, as rkdiDecodeHuffman8x8 would read them one after the other. Where a block ends is not
+/// waited for, so this takes about half of the time.
+/// @param dst            units * blocksInUnit blocks
+/// @param last           receives for each block the zigzag index of the last coefficient that the
+///                       stream told: all behind it are zero
+/// @param units          > 0; a call does not reach beyond a restart interval
+/// @param component      of each block of a unit, 0..3: whose tables and prediction it takes
+/// @param blocksInUnit   1..RKD_HUFFMAN_UNIT_BLOCKS
+/// @param previousDC     of four components
+/// @param dcSpec,acSpec  tables of four components; those that no block has may be null
+/// @param decoded        receives how many blocks were decoded whole; when not all of them,
+/// position,
+///                       previous DCs, marker and state are as behind the last of them, the block
+///                       behind it is as rkdiDecodeHuffman8x8 leaves it, and the rest is undefined
+/// @param stream, length, position, marker, state  see sequential blocks
+/// @return as rkdiDecodeHuffman8x8 for the block that could not be decoded; rkdStsBadArgErr (a
+///         component above 3)
+/// @{
+RKD_API RkdStatus rkdiDecodeHuffmanUnits8x8_JPEG_1u16s_C1(
+    const uint8_t* stream, int length, int* position, int16_t* dst, uint8_t* last, int units,
+    const uint8_t* component, int blocksInUnit, int* previousDC, int* marker,
+    const RkdiDecodeHuffmanSpec* const dcSpec[4], const RkdiDecodeHuffmanSpec* const acSpec[4],
+    RkdiDecodeHuffmanState* state, int* decoded);
+/// @}
+
 /// @name Direct blocks
 /// The same codes as a raw bit stream: nothing is stuffed, there are no markers, and no state is
 /// kept. `*position` counts BITS, 0..8 * length, from the high bit of the first byte, and may be

@@ -9,6 +9,30 @@
 #include "jpeg/dct-inl.h"
 #include "rkd/rkdjpeg_dct.h"
 
+#ifndef RKD_JPEG_DCTQUANTLS_CPP_
+#define RKD_JPEG_DCTQUANTLS_CPP_
+namespace rkd {
+// The operands of an inverse of many blocks; steps in bytes.
+struct InverseBlocks {
+  const int16_t* src;
+  ptrdiff_t srcStep;
+  const uint8_t* last;
+  ptrdiff_t lastStep;
+  uint8_t* dst;
+  int dstStep;
+  ptrdiff_t dstAdvance;
+  int count;
+  const uint16_t* table;
+
+  const int16_t* block(ptrdiff_t i) const {
+    const auto* const from = reinterpret_cast<const uint8_t*>(src) + srcStep * i;
+    return reinterpret_cast<const int16_t*>(from);
+  }
+  uint8_t* samples(ptrdiff_t i) const { return dst + dstAdvance * i; }
+};
+}  // namespace rkd
+#endif
+
 HWY_BEFORE_NAMESPACE();
 namespace rkd::HWY_NAMESPACE {
 
@@ -147,6 +171,57 @@ void quantInv8x8LS1x1(const int16_t* src, uint8_t* dst, int step, const uint16_t
   storeFlat<Inverse8u>(firstCoefficient(src, table), dst, step);
 }
 
+// ---- inverse of many blocks ----
+
+// Which of up to kMost blocks a transform takes, in lists that are made without branches: how many
+// coefficients the next block has cannot be predicted.
+struct BlocksByLast {
+  static constexpr int kMost = 64;
+  // In zigzag order these come before any from outside the upper-left 4x4.
+  static constexpr unsigned kLowCount = 10;
+  struct List {
+    uint8_t block[kMost];
+    size_t count = 0;
+  };
+  List flat, low, full;
+
+  HWY_INLINE BlocksByLast(const uint8_t* last, ptrdiff_t step, int count) {
+    for (int i = 0; i < count; ++i, last += step) {
+      const unsigned k = *last;
+      flat.block[flat.count] = low.block[low.count] = full.block[full.count] =
+          static_cast<uint8_t>(i);
+      flat.count += k == 0 ? 1 : 0;
+      low.count += k - 1 < kLowCount - 1 ? 1 : 0;
+      full.count += k >= kLowCount ? 1 : 0;
+    }
+  }
+};
+
+void quantInvBlocks(const InverseBlocks& all) {
+  for (int begin = 0; begin < all.count; begin += BlocksByLast::kMost) {
+    InverseBlocks part = all;
+    part.src = all.block(begin);
+    part.last = all.last + all.lastStep * begin;
+    part.dst = all.samples(begin);
+    part.count = HWY_MIN(all.count - begin, BlocksByLast::kMost);
+    const BlocksByLast lists(part.last, part.lastStep, part.count);
+    const auto overList = [&part](const BlocksByLast::List& list, auto&& transform) HWY_ATTR {
+      for (size_t i = 0; i < list.count; ++i) {
+        const ptrdiff_t b = list.block[i];
+        transform(part.block(b), part.samples(b), part.dstStep, part.table);
+      }
+    };
+    overList(lists.flat, [](const int16_t* src, uint8_t* dst, int step, const uint16_t* table)
+                             HWY_ATTR { quantInv8x8LS1x1(src, dst, step, table); });
+    overList(lists.low, [](const int16_t* src, uint8_t* dst, int step, const uint16_t* table)
+                            HWY_ATTR { quantInv8x8LS4x4(src, dst, step, table); });
+    overList(lists.full,
+             [](const int16_t* src, uint8_t* dst, int step, const uint16_t* table) HWY_ATTR {
+               storeRows(inverseTransform<Inverse8u>(loadCoefficients(src, table)), dst, step);
+             });
+  }
+}
+
 // ---- inverse to 4x4 samples ----
 //
 // The factors of four points with half their scale are those of every other frequency of eight:
@@ -248,6 +323,7 @@ HWY_EXPORT(quantInv8x8LS16u);
 HWY_EXPORT(quantInv8x8LS4x4);
 HWY_EXPORT(quantInv8x8LS2x2);
 HWY_EXPORT(quantInv8x8LS1x1);
+HWY_EXPORT(quantInvBlocks);
 HWY_EXPORT(quantInv8x8To4x4);
 HWY_EXPORT(quantInv8x8To2x2);
 
@@ -301,6 +377,20 @@ RKD_INVERSE_QUANTISED(rkdiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R, 8, RKD_AT_LEVEL(q
 RKD_INVERSE_QUANTISED(rkdiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R, 4, RKD_AT_LEVEL(quantInv8x8To4x4), uint8_t)
 RKD_INVERSE_QUANTISED(rkdiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R, 2, RKD_AT_LEVEL(quantInv8x8To2x2), uint8_t)
 // clang-format on
+
+RkdStatus rkdiDCTQuantInvBlocks8x8LS_JPEG_16s8u_C1R(const int16_t* src, int srcStep,
+                                                    const uint8_t* last, int lastStep, uint8_t* dst,
+                                                    int dstStep, int dstAdvance, int count,
+                                                    const uint16_t* table) {
+  const RkdStatus bad = firstOf(checkPointers(src, last, dst, table), checkLength(count));
+  if (bad != rkdStsNoErr) return bad;
+  const bool fits = srcStep >= 128 && lastStep >= 1 && dstAdvance >= 8 &&
+                    dstStep >= int64_t{dstAdvance} * (count - 1) + 8;
+  if (!fits) return rkdStsStepErr;
+  RKD_AT_LEVEL(quantInvBlocks)
+  ({src, srcStep, last, lastStep, dst, dstStep, dstAdvance, count, table});
+  return rkdStsNoErr;
+}
 
 RkdStatus rkdiDCT8x8FwdLS_JPEG_8u16s_C1R(const uint8_t* src, int srcStep, int16_t* dst) {
   return runForward(RKD_AT_LEVEL(fwd8x8LS8u), src, srcStep, dst);

@@ -1,4 +1,4 @@
-// Sequential blocks (with a state, and direct), single values and their statistics.
+// Sequential blocks encoded (with a state, and direct), single values and their statistics.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "jpeg/huffblock.cpp"
 #include "hwy/foreach_target.h"
@@ -58,8 +58,14 @@ HWY_INLINE bool putBlock(const int16_t* src, int previousDC, EncodeTable dc, Enc
     return putSmallValues(difference, list, dc, ac, writer);
   }
 #endif
+  const uint64_t map = nonZeroMap(src) & mapBehind(0);
+  if (HWY_UNLIKELY(!putDCDifference(difference, dc, writer))) return false;
   const auto valueAt = [src](unsigned k) HWY_ATTR { return src[zigzag[k]]; };
-  return putMapped(difference, valueAt, nonZeroMap(src) & mapBehind(0), dc, ac, writer);
+  if (map != 0 && HWY_UNLIKELY(!putCoefficients(valueAt, map, ac, writer))) return false;
+  if ((map & mapBit(63)) != 0) return true;
+  const uint32_t end = ac.smallEntry(EncodeSpecLayout::endPlace);
+  writer.putExactly(end >> 8, end & 255);
+  return (end & EncodeSpecLayout::missingSmall) == 0;
 }
 
 RkdStatus encodeBlock(const int16_t* src, uint8_t* stream, int length, int* position,
@@ -138,138 +144,6 @@ RkdStatus encodeOne(int value, uint8_t* stream, int length, int* position,
   return writer.commit(stream, position, state);
 }
 
-/// Reads AC coefficients from `k` on symbol by symbol: `count` of them or up to the end of the
-/// block, which leaves k at 64.
-template <class Reader>
-HWY_INLINE RkdStatus takeSymbols(Reader& reader, int16_t* dst, DecodeTable ac, unsigned& k,
-                                 int count) {
-  for (; count > 0 && k < 64; --count) {
-    reader.need32();
-    const auto [entry, value] = nextSymbol(reader, ac);
-    if (HWY_UNLIKELY(entry.word == 0)) return codeStatus(reader);
-    k += entry.run();
-    if (HWY_UNLIKELY(k > 63)) {
-      if (entry.run() != DecodeEntry::ends) {
-        return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
-      }
-      k = 63;
-    } else {
-      dst[zigzag[k]] = int16_t(value);
-    }
-    ++k;
-  }
-  return rkdStsNoErr;
-}
-
-/// Reads the coefficients of one block. A caller's DC changes with the call's success only.
-template <class Reader>
-HWY_INLINE RkdStatus takeBlock(Reader& reader, int16_t* dst, int previousDC, DecodeTable dc,
-                               DecodeTable ac) {
-  std::memset(dst, 0, 64 * sizeof *dst);
-  reader.need32();
-  const Symbol difference = nextSymbol(reader, dc);
-  if (HWY_UNLIKELY(difference.entry.word == 0)) return codeStatus(reader);
-  if (HWY_UNLIKELY(!isDctDifference(difference))) {
-    return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
-  }
-  dst[0] = int16_t(previousDC + difference.value);
-
-  // Bits taken in once are enough for several looks: no check each time whether they are. What was
-  // read ahead is nearly always enough for the first round.
-  constexpr int looks = 4;
-  for (unsigned k = 1;;) {
-    reader.need(looks * DecodeSpecLayout::lookBits);
-    HWY_UNROLL(looks)
-    for (int i = 0; i < looks; ++i) {
-      const PairEntry pair = ac.lookForPair(reader.bits());
-      if (HWY_UNLIKELY(pair.word == 0)) {
-        if (const RkdStatus status = takeSymbols(reader, dst, ac, k, 1)) return status;
-        if (k == 64) return rkdStsNoErr;
-        break;
-      }
-      const unsigned next = k + pair.advance();
-      // Beyond position 63, with or without the mark of an end: damaged data, or a block that is
-      // full before the second symbol, which then is not its own.
-      if (HWY_UNLIKELY((next & 64) != 0)) return takeSymbols(reader, dst, ac, k, 64);
-      dst[zigzagBounded[k + pair.firstPlace()]] = pair.firstValue();
-      dst[zigzagBounded[k + pair.secondPlace()]] = pair.secondValue();
-      reader.skip(unsigned(pair.word));
-      if (next > 63) return rkdStsNoErr;
-      k = next;
-    }
-  }
-}
-
-/// A block that could not be read to its end, once more: what it has in front of the fault. Returns
-/// how many coefficients these are.
-template <class Reader>
-HWY_NOINLINE unsigned takeBeforeFault(Reader reader, int16_t* dst, int previousDC, DecodeTable dc,
-                                      DecodeTable ac) {
-  std::memset(dst, 0, 64 * sizeof *dst);
-  reader.need32();
-  const Symbol difference = nextSymbol(reader, dc);
-  if (difference.entry.word == 0 || !isDctDifference(difference) || reader.isOverrun()) return 0;
-  dst[0] = int16_t(previousDC + difference.value);
-  return takeWholeOnes(reader, dst, ac, 1, 63, 0);
-}
-
-RkdStatus decodeBlock(const uint8_t* stream, int length, int* position, int16_t* dst,
-                      int* previousDC, int* marker, const RkdiDecodeHuffmanSpec* dcSpec,
-                      const RkdiDecodeHuffmanSpec* acSpec, RkdiDecodeHuffmanState* state) {
-  if (anyNull(stream, position, dst, previousDC, dcSpec, acSpec, state)) return rkdStsNullPtrErr;
-  if (const RkdStatus status = checkStream(length, *position)) return status;
-  if (!isKind(state, Kind::decodeState) || !isKind(dcSpec, Kind::decodeSpec) ||
-      !isKind(acSpec, Kind::decodeSpec)) {
-    return rkdStsContextErr;
-  }
-  const DecodeTable dc(dcSpec), ac(acSpec);
-  StateReader reader(stream, length, *position, state);
-  RkdStatus status = takeBlock(reader, dst, *previousDC, dc, ac);
-  if (HWY_LIKELY(status == rkdStsNoErr)) status = reader.commit(stream, position, marker, state);
-  if (HWY_UNLIKELY(status != rkdStsNoErr)) {
-    const StateReader again(stream, length, *position, state);
-    RKD_STATE_STORE(DecodeState, state, reached, takeBeforeFault(again, dst, *previousDC, dc, ac));
-    return status;
-  }
-  *previousDC = dst[0];
-  return rkdStsNoErr;
-}
-
-RkdStatus decodeBlockDirect(const uint8_t* stream, int length, int* position, int16_t* dst,
-                            int* previousDC, const RkdiDecodeHuffmanSpec* dcSpec,
-                            const RkdiDecodeHuffmanSpec* acSpec) {
-  const DecodeTable dc(dcSpec), ac(acSpec);
-  BitReader<false> reader(0, 0, stream + (*position >> 3), stream + length);
-  reader.fill();
-  reader.skip(unsigned(*position & 7));
-  const BitReader<false> again = reader;
-  RkdStatus status = takeBlock(reader, dst, *previousDC, dc, ac);
-  if (HWY_UNLIKELY(status == rkdStsNoErr && reader.isOverrun())) status = rkdStsSrcEndErr;
-  if (HWY_UNLIKELY(status != rkdStsNoErr)) {
-    takeBeforeFault(again, dst, *previousDC, dc, ac);
-    return status;
-  }
-  *position = int(8 * (reader.next() - stream)) - reader.count();
-  *previousDC = dst[0];
-  return rkdStsNoErr;
-}
-
-RkdStatus decodeOne(const uint8_t* stream, int length, int* position, int16_t* dst, int* marker,
-                    const RkdiDecodeHuffmanSpec* spec, RkdiDecodeHuffmanState* state) {
-  *dst = 0;
-  RKD_STATE_STORE(DecodeState, state, reached, 0);
-  StateReader reader(stream, length, *position, state);
-  reader.need32();
-  const Symbol symbol = nextSymbol(reader, DecodeTable(spec));
-  if (HWY_UNLIKELY(symbol.entry.word == 0)) return codeStatus(reader);
-  if (HWY_UNLIKELY(!isDifference(symbol))) {
-    return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsDataErr;
-  }
-  if (const RkdStatus status = reader.commit(stream, position, marker, state)) return status;
-  *dst = int16_t(differenceOf(symbol));
-  return rkdStsNoErr;
-}
-
 }  // namespace
 }  // namespace rkd::HWY_NAMESPACE
 RKD_POP_LZCNT
@@ -282,15 +156,6 @@ HWY_EXPORT(encodeBlock);
 HWY_EXPORT(encodeBlockDirect);
 HWY_EXPORT(countBlock);
 HWY_EXPORT(encodeOne);
-HWY_EXPORT(decodeBlock);
-HWY_EXPORT(decodeBlockDirect);
-HWY_EXPORT(decodeOne);
-
-/// Streams whose bits an int can count.
-RkdStatus checkBits(int length, int position) {
-  const bool fits = length > 0 && length < 1 << 28;
-  return fits && position >= 0 && position <= 8 * length ? rkdStsNoErr : rkdStsSizeErr;
-}
 }  // namespace
 }  // namespace rkd
 
@@ -306,15 +171,6 @@ RkdStatus rkdiEncodeHuffman8x8_JPEG_16s1u_C1(const int16_t* src, uint8_t* stream
                                    flush);
 }
 
-RkdStatus rkdiDecodeHuffman8x8_JPEG_1u16s_C1(const uint8_t* stream, int length, int* position,
-                                             int16_t* dst, int* previousDC, int* marker,
-                                             const RkdiDecodeHuffmanSpec* dcSpec,
-                                             const RkdiDecodeHuffmanSpec* acSpec,
-                                             RkdiDecodeHuffmanState* state) {
-  return RKD_AT_LEVEL(decodeBlock)(stream, length, position, dst, previousDC, marker, dcSpec,
-                                   acSpec, state);
-}
-
 RkdStatus rkdiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(const int16_t* src, uint8_t* stream, int length,
                                                     int* position, int* previousDC,
                                                     const RkdiEncodeHuffmanSpec* dcSpec,
@@ -327,18 +183,6 @@ RkdStatus rkdiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(const int16_t* src, uint8_t*
   return RKD_AT_LEVEL(encodeBlockDirect)(src, stream, length, position, previousDC, dcSpec, acSpec);
 }
 
-RkdStatus rkdiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(const uint8_t* stream, int length,
-                                                    int* position, int16_t* dst, int* previousDC,
-                                                    const RkdiDecodeHuffmanSpec* dcSpec,
-                                                    const RkdiDecodeHuffmanSpec* acSpec) {
-  if (anyNull(stream, position, dst, previousDC, dcSpec, acSpec)) return rkdStsNullPtrErr;
-  if (const RkdStatus status = checkBits(length, *position)) return status;
-  if (!isKind(dcSpec, Kind::decodeSpec) || !isKind(acSpec, Kind::decodeSpec)) {
-    return rkdStsContextErr;
-  }
-  return RKD_AT_LEVEL(decodeBlockDirect)(stream, length, position, dst, previousDC, dcSpec, acSpec);
-}
-
 RkdStatus rkdiEncodeHuffmanOne_JPEG_16s1u_C1(const int16_t* src, uint8_t* stream, int length,
                                              int* position, const RkdiEncodeHuffmanSpec* spec,
                                              RkdiEncodeHuffmanState* state, int flush) {
@@ -349,18 +193,6 @@ RkdStatus rkdiEncodeHuffmanOne_JPEG_16s1u_C1(const int16_t* src, uint8_t* stream
   if (anyNull(src, spec)) return rkdStsNullPtrErr;
   if (!isKind(spec, Kind::encodeSpec)) return rkdStsContextErr;
   return RKD_AT_LEVEL(encodeOne)(*src, stream, length, position, spec, state);
-}
-
-RkdStatus rkdiDecodeHuffmanOne_JPEG_1u16s_C1(const uint8_t* stream, int length, int* position,
-                                             int16_t* dst, int* marker,
-                                             const RkdiDecodeHuffmanSpec* spec,
-                                             RkdiDecodeHuffmanState* state) {
-  if (anyNull(stream, position, dst, spec, state)) return rkdStsNullPtrErr;
-  if (const RkdStatus status = checkStream(length, *position)) return status;
-  if (!isKind(state, Kind::decodeState) || !isKind(spec, Kind::decodeSpec)) {
-    return rkdStsContextErr;
-  }
-  return RKD_AT_LEVEL(decodeOne)(stream, length, position, dst, marker, spec, state);
 }
 
 RkdStatus rkdiGetHuffmanStatistics8x8_JPEG_16s_C1(const int16_t* src, int* dcStatistics,

@@ -157,28 +157,42 @@ struct DecodeEntry {
   }
 };
 
-/// Answer to the same look for the AC coefficients of a sequential block: up to two symbols whole.
-/// Low six bits: how many bits they take. `advance`: by how much they move the zigzag position, and
-/// `blockEnd` more if the last one ends the block. `place`, `value`: two coefficients, from the
-/// position before; where there is but one it is told twice, and where there is none it is a zero
-/// in the next place. All zero: the first symbol is not in the look whole, or not one of such a
-/// block.
-struct PairEntry {
-  static constexpr unsigned blockEnd = 128;
+/// Answer to a look at the coefficients of a sequential block: one symbol with its value, and a
+/// second one where it is in the look whole. Eight bytes, which may be read one by one:
+///
+/// | byte | |
+/// |---|---|
+/// | 0 | how many bits the symbols take, `mostBits` at most |
+/// | 1 | by how much they move the zigzag position, and `blockEnd` more if the block ends; `none`
+/// if the code is longer than may be here, or the symbol is none of such a block | | 2 | zeros in
+/// front of the first coefficient | | 3 | by how much stream bits are shifted right to end with the
+/// first value | | 4, 5 | what to add to bits so shifted: the code goes, numbers that begin with a
+/// 0 are negative | | 6, 7 | the second coefficient: its place from the same position on, and its
+/// value |
+///
+/// Where there is no second coefficient, one is told in the place of the first, to be stored before
+/// it; where there is none at all, the first is a zero in the next place, which is not filled yet.
+struct StepEntry {
+  static constexpr unsigned mostBits = 18;
+  static constexpr unsigned blockEnd = 128, none = 64;
+  static constexpr uint64_t noStep = none << 8;
   uint64_t word;
-  unsigned advance() const { return (word >> 8) & 0xFF; }
-  unsigned firstPlace() const { return (word >> 16) & 0xFF; }
-  unsigned secondPlace() const { return (word >> 24) & 0xFF; }
-  int16_t firstValue() const { return int16_t(word >> 32); }
-  int16_t secondValue() const { return int16_t(word >> 48); }
+  unsigned length() const { return uint8_t(word); }
+  unsigned advance() const { return uint8_t(word >> 8); }
+  int16_t firstValue(uint64_t bits, unsigned base) const {
+    return int16_t((bits >> ((word >> 24) & 63)) + base);
+  }
 };
 
 struct DecodeSpecLayout {
   static constexpr int lookBits = 10;
+  /// Windows of steps. The sign of a value must be in them, so codes are a bit shorter at most.
+  static constexpr int acBits = 11, dcBits = 9;
   Kind kind;
   uint32_t reserved;
   uint32_t look[1 << lookBits];
-  uint64_t pair[1 << lookBits];
+  uint64_t ac[1 << acBits];
+  uint64_t dc[1 << dcBits];
   /// For codes longer than a look, by length: the first 16-bit window above all codes of up to that
   /// length, and what to add to the code to find its symbol.
   uint32_t limit[17];
@@ -195,10 +209,9 @@ class DecodeTable {
     const uint64_t index = bits >> (64 - DecodeSpecLayout::lookBits);
     return {load<uint32_t>(base_ + offsetof(DecodeSpecLayout, look) + 4 * index)};
   }
-  PairEntry lookForPair(uint64_t bits) const {
-    const uint64_t index = bits >> (64 - DecodeSpecLayout::lookBits);
-    return {load<uint64_t>(base_ + offsetof(DecodeSpecLayout, pair) + 8 * index)};
-  }
+  /// The entries of steps, by the high bits of what is looked at.
+  const uint8_t* acSteps() const { return base_ + offsetof(DecodeSpecLayout, ac); }
+  const uint8_t* dcSteps() const { return base_ + offsetof(DecodeSpecLayout, dc); }
   /// The entry of a code longer than a look; all zero if no code fits.
   DecodeEntry search(uint64_t bits) const;
 
@@ -243,6 +256,12 @@ inline bool anyNull(const Pointers*... pointers) {
 
 inline RkdStatus checkStream(int length, int position) {
   return length > 0 && position >= 0 && position <= length ? rkdStsNoErr : rkdStsSizeErr;
+}
+
+/// Of streams whose positions count bits: an int can hold them.
+inline RkdStatus checkBits(int length, int position) {
+  const bool fits = length > 0 && length < 1 << 28;
+  return fits && position >= 0 && position <= 8 * length ? rkdStsNoErr : rkdStsSizeErr;
 }
 
 inline bool isPointTransform(int al) { return al >= 0 && al <= 13; }

@@ -81,41 +81,78 @@ DecodeEntry makeEntry(unsigned codeLength, unsigned symbol) {
   return {(codeLength + size) | run << 8 | size << 16 | codeLength << 24};
 }
 
-/// What one look at `bits` tells of the AC coefficients that begin there.
-PairEntry makePair(const uint32_t* look, uint64_t bits) {
-  constexpr unsigned lookBits = DecodeSpecLayout::lookBits;
-  const auto isEnd = [](DecodeEntry e) { return e.run() == DecodeEntry::ends; };
-  const auto usable = [](DecodeEntry e, unsigned left) {
-    return e.word != 0 && e.length() <= left && e.run() <= DecodeEntry::ends;
-  };
-  const DecodeEntry first{look[bits >> (64 - lookBits)]};
-  if (!usable(first, lookBits)) return {0};
-  uint64_t length = first.length(), advance = PairEntry::blockEnd, place = 0, value = 0;
-  uint64_t place2 = 0, value2 = 0;
-  if (!isEnd(first)) {
-    place = place2 = first.run();
-    value = value2 = uint16_t(first.value(bits));
-    advance = place + 1;
-    const uint64_t rest = bits << length;
-    const DecodeEntry second{look[rest >> (64 - lookBits)]};
-    if (usable(second, unsigned(lookBits - length))) {
-      length += second.length();
-      if (isEnd(second)) {
-        advance += PairEntry::blockEnd;
-      } else {
-        place2 = advance + second.run();
-        value2 = uint16_t(second.value(rest));
-        advance = place2 + 1;
-      }
-    }
+/// What a window at the high end of `bits`, zeros behind it, tells of a symbol with a value.
+class Step {
+ public:
+  Step(DecodeEntry entry, uint64_t bits, bool isDC) : entry_(entry) {
+    const unsigned size = entry.size();
+    const unsigned code = unsigned(bits >> (64 - entry.codeLength()));
+    const bool isNegative = size > 0 && (bits << entry.codeLength()) >> 63 == 0;
+    base_ = uint16_t(0u - (code << size) - (isNegative ? (1u << size) - 1 : 0));
+    isEnd_ = !isDC && entry.run() == DecodeEntry::ends;
+    place_ = isEnd_ || isDC ? 0 : entry.run();
+    advance_ = isEnd_ ? 0 : place_ + 1;
   }
-  return {length | advance << 8 | place << 16 | place2 << 24 | value << 32 | value2 << 48};
+  static bool isOne(DecodeEntry entry, bool isDC) {
+    const bool fits = entry.word != 0 && entry.length() <= StepEntry::mostBits;
+    return fits &&
+           (isDC ? (entry.run() & ~DecodeEntry::ends) == 0 : entry.run() <= DecodeEntry::ends);
+  }
+  bool isEnd() const { return isEnd_; }
+  unsigned length() const { return entry_.length(); }
+  uint64_t alone() const { return word(length(), advance_, isEnd_) | uint64_t{place_} << 48; }
+  uint64_t with(DecodeEntry second, int value) const {
+    const unsigned bits = length() + second.length();
+    if (second.run() == DecodeEntry::ends)
+      return word(bits, advance_, true) | uint64_t{place_} << 48;
+    const unsigned place = advance_ + second.run();
+    return word(bits, place + 1, false) | uint64_t{place} << 48 | uint64_t(value) << 56;
+  }
+
+ private:
+  uint64_t word(unsigned bits, unsigned advance, bool ends) const {
+    return uint64_t{base_} << 32 | (64 - length()) << 24 | place_ << 16 |
+           (advance + (ends ? StepEntry::blockEnd : 0)) << 8 | bits;
+  }
+  DecodeEntry entry_;
+  bool isEnd_;
+  unsigned place_, advance_;
+  uint16_t base_;
+};
+
+/// The entry of a window of `windowBits` bits at the high end of `bits`.
+uint64_t makeStep(const uint32_t* look, uint64_t bits, unsigned windowBits, bool isDC) {
+  const auto lookAt = [look](uint64_t at) {
+    return DecodeEntry{look[at >> (64 - DecodeSpecLayout::lookBits)]};
+  };
+  const DecodeEntry entry = lookAt(bits);
+  if (!Step::isOne(entry, isDC) || entry.codeLength() >= windowBits) return StepEntry::noStep;
+  const Step first(entry, bits, isDC);
+  if (isDC || first.isEnd() || first.length() >= windowBits) return first.alone();
+  const uint64_t rest = bits << first.length();
+  const DecodeEntry second = lookAt(rest);
+  if (!Step::isOne(second, false) || first.length() + second.length() > windowBits) {
+    return first.alone();
+  }
+  const int value = second.value(rest);
+  return value == int8_t(value) ? first.with(second, value) : first.alone();
+}
+
+void buildSteps(bool isDC, DecodeSpecLayout* spec) {
+  constexpr unsigned dcBits = DecodeSpecLayout::dcBits, acBits = DecodeSpecLayout::acBits;
+  uint64_t* const steps = isDC ? spec->dc : spec->ac;
+  const unsigned windowBits = isDC ? dcBits : acBits;
+  for (uint64_t window = 0; window < uint64_t{1} << windowBits; ++window) {
+    steps[window] = makeStep(spec->look, window << (64 - windowBits), windowBits, isDC);
+  }
 }
 
 void build(const CodeList& list, DecodeSpecLayout* spec) {
   constexpr unsigned lookBits = DecodeSpecLayout::lookBits;
   *spec = {};
   spec->kind = Kind::decodeSpec;
+  std::fill(std::begin(spec->ac), std::end(spec->ac), StepEntry::noStep);
+  std::fill(std::begin(spec->dc), std::end(spec->dc), StepEntry::noStep);
   uint32_t above = 0;
   int at = 0;
   for (unsigned length = 1; length <= 16; ++length) {
@@ -130,12 +167,9 @@ void build(const CodeList& list, DecodeSpecLayout* spec) {
     }
     spec->limit[length] = above;
   }
-  // A table of nothing but categories is one for differences: pairs would be work for nothing.
+  // Nearly always a table of nothing but categories is one for DCs, and another is not.
   const auto isCategory = [](const Code& c) { return c.symbol <= 16; };
-  if (std::all_of(list.code.begin(), list.code.begin() + list.count, isCategory)) return;
-  for (uint64_t window = 0; window < 1u << lookBits; ++window) {
-    spec->pair[window] = makePair(spec->look, window << (64 - lookBits)).word;
-  }
+  buildSteps(std::all_of(list.code.begin(), list.code.begin() + list.count, isCategory), spec);
 }
 
 template <class Layout, class Spec>
