@@ -421,7 +421,7 @@ void expectAllocates(const char* allocName, const char* releaseName, Alloc alloc
 
 #define ALLOCATES(alloc, release, ...) \
   expectAllocates(                     \
-      #alloc, #release, [](auto object) { return alloc(__VA_ARGS__); }, release)
+      #alloc, #release, [&](auto object) { return alloc(__VA_ARGS__); }, release)
 
 FAMILY(Allocation) {
   constexpr auto& bits = huffkit::acLuma.bits;

@@ -12,7 +12,7 @@
 tzShard g_shard;
 
 bool tzShard::parse(const tzString& text) {
-  const std::string words = text.str();
+  const std::string& words = text.str();
   const char* const end = words.data() + words.size();
   int part = 0;
   int of = 0;

@@ -12,7 +12,6 @@ namespace {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 // Standard errors between no change and one that is found in 95 of 100 cases, for the median.
 constexpr double kDetectable = 4.5;
-constexpr double kMadToSigma = 1.4826;
 
 std::vector<double> logRatios(const std::vector<double>& a, const std::vector<double>& b) {
   std::vector<double> ratios;
@@ -56,9 +55,7 @@ tzRatio tzPairedRatio(const std::vector<double>& a, const std::vector<double>& b
   if (rank == 0) return result;
   result.low = std::exp(d[static_cast<size_t>(rank - 1)]);
   result.high = std::exp(d[d.size() - static_cast<size_t>(rank)]);
-  std::vector<double> distances;
-  for (const double value : d) distances.push_back(std::fabs(value - median));
-  const double sigma = kMadToSigma * tzMedian(distances);
+  const double sigma = tzRobustDeviation(d, median);
   result.smallest = kDetectable * sigma / std::sqrt(static_cast<double>(d.size()));
   return result;
 }

@@ -12,7 +12,6 @@
 namespace {
 
 constexpr double kTailFrom = 1.1;
-constexpr double kDeviationsOfMad = 1.4826;  // of a normal distribution
 
 // The same sequence of fields serves writing, counting and reading.
 template <class Measurement, class Visit>
@@ -112,15 +111,19 @@ double tzMedian(std::vector<double> values) {
   return (*std::max_element(values.begin(), middle) + *middle) / 2;
 }
 
+double tzRobustDeviation(std::vector<double> values, double median) {
+  constexpr double ofMedian = 1.4826;
+  for (double& value : values) value = std::fabs(value - median);
+  return ofMedian * tzMedian(std::move(values));
+}
+
 tzStatistics tzSampleStatistics(const std::vector<double>& values) {
   tzStatistics told;
   if (values.empty()) return told;
   told.count = static_cast<int>(values.size());
   told.minimum = *std::min_element(values.begin(), values.end());
   told.median = tzMedian(values);
-  std::vector<double> distances;
-  for (const double value : values) distances.push_back(std::fabs(value - told.median));
-  if (told.median > 0) told.spread = kDeviationsOfMad * tzMedian(distances) / told.median;
+  if (told.median > 0) told.spread = tzRobustDeviation(values, told.median) / told.median;
   const double limit = kTailFrom * told.minimum;
   const auto above =
       std::count_if(values.begin(), values.end(), [limit](double value) { return value > limit; });

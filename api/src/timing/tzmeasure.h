@@ -84,6 +84,9 @@ struct tzMeasurement {
 
 /// The median of values in any order; 0 without any.
 double tzMedian(std::vector<double> values);
+/// Standard deviation of a normal distribution that has the median of the distances of these values
+/// from their median.
+double tzRobustDeviation(std::vector<double> values, double median);
 /// What samples say; of none, zeros.
 tzStatistics tzSampleStatistics(const std::vector<double>& values);
 
