@@ -274,6 +274,21 @@ HWY_NOINLINE RkdStatus takeSymbolOf(UnitWalk walk, UnitWalk* behind) {
   return status;
 }
 
+/// Takes a coefficient whose code no step knows; false, and nothing taken, if it is none that
+/// stands inside the block, or if there may not be bits enough.
+HWY_INLINE bool takeLongCode(UnitWalk& walk) {
+  if (HWY_UNLIKELY(walk.k == 0 || walk.reader.count() < 32)) return false;
+  const uint64_t bits = walk.reader.bits();
+  DecodeEntry entry = walk.at->ac.look(bits);
+  if (entry.word == 0) entry = walk.at->ac.search(bits);
+  const size_t place = walk.k + entry.run();
+  if (HWY_UNLIKELY(entry.word == 0 || place > 62)) return false;
+  walk.block[zigzag[place]] = int16_t(entry.value(bits));
+  walk.reader.skip(entry.word, entry.codeLength() + entry.size());
+  walk.k = place + 1;
+  return true;
+}
+
 /// Takes steps up to `end`, or to where one symbol at a time must be looked at.
 HWY_INLINE void takeSteps(UnitWalk& walk, const int16_t* end) {
   const uint8_t* steps = walk.k == 0 ? walk.at->dc.dcSteps() : walk.at->acSteps;
@@ -281,18 +296,19 @@ HWY_INLINE void takeSteps(UnitWalk& walk, const int16_t* end) {
   for (;;) {
     walk.reader.fill();
     if (HWY_UNLIKELY(walk.reader.count() < kBitsOfSteps)) return;
-    HWY_UNROLL(kSteps)
-    for (int i = 0; i < kSteps; ++i) {
+    int i = 0;
+    for (; i < kSteps; ++i) {
       const uint64_t bits = walk.reader.bits();
       const Step step(steps, bits, unsigned(shift));
       const size_t next = walk.k + step.advance();
-      if (HWY_UNLIKELY((next & 64) != 0)) return;
+      if (HWY_UNLIKELY((next & 64) != 0)) break;
       step.store(bits, walk.k, walk.block);
       *walk.last = uint8_t(next - 1);
       walk.reader.skip(unsigned(step.word), step.length());
       walk.moveTo(next, steps, shift);
       if (HWY_UNLIKELY(walk.block == end)) return;
     }
+    if (HWY_UNLIKELY(i < kSteps) && !takeLongCode(walk)) return;
   }
 }
 

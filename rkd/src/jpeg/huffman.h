@@ -187,7 +187,8 @@ struct StepEntry {
 struct DecodeSpecLayout {
   static constexpr int lookBits = 10;
   /// Windows of steps. The sign of a value must be in them, so codes are a bit shorter at most.
-  static constexpr int acBits = 11, dcBits = 9;
+  /// Larger windows take fewer steps and do not leave room in a first-level cache.
+  static constexpr int acBits = 10, dcBits = 9;
   Kind kind;
   uint32_t reserved;
   uint32_t look[1 << lookBits];

@@ -291,13 +291,15 @@ void limitLengths(std::array<int, 258>* count) {
 
 DecodeEntry DecodeTable::search(uint64_t bits) const {
   const uint32_t window = uint32_t(bits >> 48);
-  for (unsigned length = DecodeSpecLayout::lookBits + 1; length <= 16; ++length) {
-    if (window >= load<uint32_t>(base_ + offsetof(DecodeSpecLayout, limit) + 4 * length)) continue;
-    const int offset = load<int32_t>(base_ + offsetof(DecodeSpecLayout, symbolOffset) + 4 * length);
-    const int at = int(window >> (16 - length)) + offset;
-    return makeEntry(length, base_[offsetof(DecodeSpecLayout, symbol) + at]);
+  // The limits ascend: without branches, as lengths cannot be predicted.
+  unsigned length = DecodeSpecLayout::lookBits + 1;
+  for (unsigned i = length; i <= 16; ++i) {
+    length += window >= load<uint32_t>(base_ + offsetof(DecodeSpecLayout, limit) + 4 * i) ? 1 : 0;
   }
-  return {0};
+  if (length > 16) return {0};
+  const int offset = load<int32_t>(base_ + offsetof(DecodeSpecLayout, symbolOffset) + 4 * length);
+  const int at = int(window >> (16 - length)) + offset;
+  return makeEntry(length, base_[offsetof(DecodeSpecLayout, symbol) + at]);
 }
 
 uint8_t* putStuffed(uint64_t word, int count, uint8_t* to, const uint8_t* end) {
