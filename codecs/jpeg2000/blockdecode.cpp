@@ -19,9 +19,7 @@ int segmentRoom(int pass, int style) {
 }
 
 BlockDecoder::BlockDecoder() : m_coefficients(4096) {
-  RkdiDecodeCodeBlockState* state = nullptr;
-  if (rkdiDecodeCodeBlockStateInitAlloc_JPEG2K(&state) != rkdStsNoErr) throw std::bad_alloc();
-  m_state.reset(state);
+  if (m_state.make(rkdiDecodeCodeBlockStateInitAlloc_JPEG2K) != rkdStsNoErr) throw std::bad_alloc();
 }
 
 /// The segments of the first passes one after the other; where a block is in one packet they are
@@ -52,13 +50,16 @@ const uint8_t* BlockDecoder::gather(const BlockState& block, const std::vector<C
 namespace {
 
 /// Coefficients of a region of interest were shifted above all others.
-void unshiftRoi(int32_t* v, size_t count, int shift) {
-  const int32_t limit = int32_t(1) << std::min(shift, 30);
-  const int down = std::min(shift, 31);
+/// @param shift  as store() has it: the unit is that of the quantiser times 2^shift
+void unshiftRoi(int32_t* v, size_t count, int roiShift, int shift) {
+  const int32_t limit = int32_t(1) << std::min(roiShift - shift, 30);
+  const int down = std::min(roiShift, 31);
   for (size_t i = 0; i < count; ++i) {
     const int32_t magnitude = std::abs(v[i]);
     if (magnitude < limit) continue;
-    const int32_t value = down > 30 ? 0 : magnitude >> down;
+    int32_t value = down > 30 ? 0 : magnitude >> down;
+    // The middle of the last interval, which is halves' lowest bit, may have been shifted out.
+    if (shift < 0 && (uint32_t(value) << down) != uint32_t(magnitude)) value |= 1;
     v[i] = v[i] < 0 ? -value : value;
   }
 }
@@ -135,11 +136,11 @@ bool BlockDecoder::decode(const BlockState& block, const std::vector<Chunk>& chu
   const RkdiSize size = {int(rect.width()), int(rect.height())};
   const RkdStatus status = rkdiDecodeCodeBlock_JPEG2K_1u32s_C1R(
       bytes, length, m_lengths.data(), int(m_lengths.size()), m_coefficients.data(), size.width * 4,
-      size, coding.orientation, coding.style, planes, passes, m_state.get());
+      size, coding.orientation, coding.style, planes, passes, m_state);
   if (status != rkdStsNoErr && status != rkdStsDataErr) return false;
   if (coding.roiShift > shift && coding.roiShift > 0) {
-    unshiftRoi(m_coefficients.data(), size_t(size.width) * size_t(size.height),
-               coding.roiShift - shift);
+    unshiftRoi(m_coefficients.data(), size_t(size.width) * size_t(size.height), coding.roiShift,
+               shift);
   }
   const int64_t left = std::max<int64_t>(0, -x), top = std::max<int64_t>(0, -y);
   const int64_t right = std::min<int64_t>(size.width, plane.width - x);

@@ -27,9 +27,7 @@ uint8_t* Arena::take(size_t bytes, size_t alignment) {
 }
 
 BlockEncoder::BlockEncoder() : m_coefficients(4096) {
-  RkdiEncodeCodeBlockState* state = nullptr;
-  if (rkdiEncodeCodeBlockStateInitAlloc_JPEG2K(&state) != rkdStsNoErr) throw std::bad_alloc();
-  m_state.reset(state);
+  if (m_state.make(rkdiEncodeCodeBlockStateInitAlloc_JPEG2K) != rkdStsNoErr) throw std::bad_alloc();
 }
 
 namespace {
@@ -136,15 +134,15 @@ CodedBlock BlockEncoder::encode(const BandCoding& coding, double weight, const D
   if (m_planes == 0 || most <= 0) return block;
   const double unit = m_inHalves ? 0.25 : 1;  // of squared errors
   RkdStatus status =
-      rkdiEncodeSetLeastGain_JPEG2K(depth.leastGain / unit, depth.fewestPasses, m_state.get());
+      rkdiEncodeSetLeastGain_JPEG2K(depth.leastGain / unit, depth.fewestPasses, m_state);
   if (status == rkdStsNoErr) {
-    status = rkdiEncodeLoadCodeBlock_JPEG2K_32s_C1R(m_coefficients.data(), m_size.width * 4, m_size,
-                                                    coding.orientation, coding.style, most,
-                                                    m_state.get());
+    status =
+        rkdiEncodeLoadCodeBlock_JPEG2K_32s_C1R(m_coefficients.data(), m_size.width * 4, m_size,
+                                               coding.orientation, coding.style, most, m_state);
   }
   int planes = 0, count = 0;
   if (status == rkdStsNoErr) {
-    status = rkdiEncodeGetCodeBlockInfo_JPEG2K(&planes, &count, m_state.get());
+    status = rkdiEncodeGetCodeBlockInfo_JPEG2K(&planes, &count, m_state);
   }
   if (status != rkdStsNoErr) throw std::bad_alloc();
   PassRecord* const passes = reinterpret_cast<PassRecord*>(
@@ -152,7 +150,7 @@ CodedBlock BlockEncoder::encode(const BandCoding& coding, double weight, const D
   double sum = 0;
   for (int i = 0; i < count; ++i) {
     RkdiCodeBlockPass info{};
-    rkdiEncodeGetPassInfo_JPEG2K(i, &info, m_state.get());
+    rkdiEncodeGetPassInfo_JPEG2K(i, &info, m_state);
     sum += info.distortion * unit * weight;
     passes[i] = {uint32_t(info.length), 0, sum};
   }
@@ -160,7 +158,7 @@ CodedBlock BlockEncoder::encode(const BandCoding& coding, double weight, const D
   const int length = int(passes[count - 1].length);
   uint8_t* const bytes = arena.take(size_t(length), 1);
   int position = 0;
-  rkdiEncodeStoreBits_JPEG2K_1u(bytes, length, &position, count, m_state.get());
+  rkdiEncodeStoreBits_JPEG2K_1u(bytes, length, &position, count, m_state);
   block.bytes = bytes;
   block.passes = passes;
   block.count = uint8_t(count);

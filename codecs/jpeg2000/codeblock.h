@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "base/owner.h"
 #include "packet.h"
 #include "plane.h"
 #include "rkd/rkdjpeg.h"
@@ -16,11 +17,6 @@ namespace j2k {
 
 /// Passes that the codeword segment beginning with this pass can hold.
 int segmentRoom(int pass, int style);
-
-struct StateFree {
-  void operator()(RkdiDecodeCodeBlockState* s) const { rkdiDecodeCodeBlockStateFree_JPEG2K(s); }
-  void operator()(RkdiEncodeCodeBlockState* s) const { rkdiEncodeCodeBlockStateFree_JPEG2K(s); }
-};
 
 /// How the coefficients of one band are coded.
 struct BandCoding {
@@ -47,7 +43,7 @@ class BlockDecoder {
   const uint8_t* gather(const BlockState& block, const std::vector<Chunk>& chunks, int passes,
                         int style, int& length);
 
-  std::unique_ptr<RkdiDecodeCodeBlockState, StateFree> m_state;
+  base::Made<RkdiDecodeCodeBlockState, &rkdiDecodeCodeBlockStateFree_JPEG2K> m_state;
   std::vector<uint8_t> m_bytes;
   std::vector<int> m_lengths;
   std::vector<int32_t> m_coefficients;
@@ -87,7 +83,7 @@ class BlockEncoder {
   CodedBlock encode(const BandCoding& coding, double weight, const Depth& depth, Arena& arena);
 
  private:
-  std::unique_ptr<RkdiEncodeCodeBlockState, StateFree> m_state;
+  base::Made<RkdiEncodeCodeBlockState, &rkdiEncodeCodeBlockStateFree_JPEG2K> m_state;
   std::vector<int32_t> m_coefficients;
   RkdiSize m_size{};
   int m_planes = 0;

@@ -295,6 +295,15 @@ TEST(Rate, AQualityInDecibelsIsReachedAndNotMuchExceeded) {
   }
 }
 
+TEST(Roi, OfTheIrreversibleWaveletIsAsNearToThePictureAsTheRest) {
+  Picture picture = photograph(160, 120);
+  Options options;
+  options.wavelet = j2k::Wavelet::irreversible97;
+  const double without = psnr(picture, decodedWell(encoded(picture, options)));
+  options.roi = {60, 40, 40, 30};
+  EXPECT_NEAR(without, psnr(picture, decodedWell(encoded(picture, options))), 0.05);
+}
+
 TEST(Roi, ComesFirstAndBackgroundFollows) {
   Picture picture = photograph(160, 120);
   Options options;
