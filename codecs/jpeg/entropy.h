@@ -14,7 +14,9 @@
 
 namespace jpeg {
 
-/// Memory for an object of the library whose size a function tells.
+/// Memory for an object of the library whose size a function tells. It is no owner as base/owner.h
+/// has them: it is asked for once while objects are made in it again and again, and where there is
+/// none that is a status here, and no exception.
 class Object {
  public:
   using GetSize = RkdStatus (*)(int*);
