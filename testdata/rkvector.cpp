@@ -1,6 +1,7 @@
 // Buffers of elements in tracked memory.
 #include "rkvector.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 

@@ -1,4 +1,5 @@
 // What -info says of a file: its markers, then its Exif tags, a line each.
+#include <algorithm>
 #include <array>
 #include <cctype>
 

@@ -1,4 +1,5 @@
 // tazreport html: a page of runs, and of what changed since older ones.
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>

@@ -1,4 +1,5 @@
 // tazreport merge: parts of a run in one file.
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>

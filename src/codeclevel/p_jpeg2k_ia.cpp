@@ -1,4 +1,5 @@
 /// Whole runs of the JPEG 2000 codec, driven by its own options.
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>

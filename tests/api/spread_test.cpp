@@ -1,5 +1,7 @@
 // The method Spread over scripted clocks, and the watch of runs.
 #include <gmock/gmock.h>
+
+#include <algorithm>
 #include <gtest/gtest.h>
 
 #include "toolscript.h"

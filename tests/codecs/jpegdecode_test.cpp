@@ -1,6 +1,8 @@
 // Decoding what libjpeg has encoded, beside libjpeg's own decoder.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "jpegkit.h"
 
 namespace {

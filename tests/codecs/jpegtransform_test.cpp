@@ -1,6 +1,8 @@
 // Pictures turned and cut without loss, their metadata with them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "exif.h"
 #include "jpegbytes.h"
 #include "jpegprogramkit.h"

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>

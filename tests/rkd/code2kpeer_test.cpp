@@ -1,5 +1,6 @@
 // Our code blocks, wrapped in a codestream of one tile and one block, through another decoder; and
 // another encoder's through ours.
+#include <algorithm>
 #include <bit>
 #include <cmath>
 

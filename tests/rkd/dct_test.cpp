@@ -1,5 +1,6 @@
 // Transforms and quantisation: accuracy against exact arithmetic, the same bits at every level
 // inside and outside the stated range, any alignment, in place and not.
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <map>

@@ -1,5 +1,6 @@
 // Transforms between rows of samples and coefficients, and the reduced inverses: within 1 of the
 // reference at every level, any place and step; the same bits at every level on any data.
+#include <algorithm>
 #include <functional>
 
 #include "huffkit.h"

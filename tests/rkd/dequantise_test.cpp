@@ -1,5 +1,6 @@
 // Products of coefficients and quantisers, which are taken modulo 2^16, in every function that
 // makes them, and the tables that inverse functions take: plain ones, forward and inverse ones.
+#include <algorithm>
 #include <functional>
 
 #include "rkd/rkdjpeg_dct.h"

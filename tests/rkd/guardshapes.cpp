@@ -1,6 +1,7 @@
 // What is done with every line of operands beside guard pages.
 #include "guardshapes.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <memory>

@@ -1,5 +1,6 @@
 // What the Huffman coders and predictors refuse beside null pointers and sizes, before they touch
 // anything.
+#include <algorithm>
 #include <tuple>
 #include <utility>
 

@@ -1,5 +1,6 @@
 // Whole files, with libjpeg at the other end: it reads the coefficients that these coders wrote and
 // writes those that they read.
+#include <algorithm>
 #include <functional>
 
 #include "huffjpeg.h"

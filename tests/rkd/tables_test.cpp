@@ -2,6 +2,7 @@
 // makes of it where that is installed.
 #include "rkd/rkdjpeg_tables.h"
 
+#include <algorithm>
 #include <numeric>
 
 #include "huffkit.h"

@@ -1,6 +1,7 @@
 /// The suites that measure whole codecs.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <fstream>

@@ -1,6 +1,7 @@
 /// Every real suite: what is registered, and that each function agrees with its plain version.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <initializer_list>
 #include <map>

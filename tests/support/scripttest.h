@@ -2,6 +2,7 @@
 /// A test of the harness whose every step is scripted, and the state that a run of it needs.
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <vector>

@@ -1,4 +1,5 @@
 // Two cyclists on a mountain road.
+#include <algorithm>
 #include <array>
 
 #include "cyclist.h"

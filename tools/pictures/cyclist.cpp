@@ -1,6 +1,7 @@
 // A cyclist: tubes for the bicycle and the limbs, rings for the wheels.
 #include "cyclist.h"
 
+#include <algorithm>
 #include <array>
 
 namespace paint {

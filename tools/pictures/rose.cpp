@@ -1,4 +1,5 @@
 // A rose from above, painted petal over petal.
+#include <algorithm>
 #include <array>
 
 #include "paint.h"

@@ -2,6 +2,7 @@
 /// @file
 /// Pictures exchanged with other programs, and how what they make of a stream is judged.
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdlib>

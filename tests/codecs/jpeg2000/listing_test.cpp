@@ -1,4 +1,5 @@
 // What -linf+ prints of packets is what stands in the stream.
+#include <algorithm>
 #include <regex>
 
 #include "damagekit.h"

@@ -1,5 +1,6 @@
 // Files as they were met: odd ones open, hostile ones cost nothing. Each is made here by editing
 // one of our own.
+#include <algorithm>
 #include <numeric>
 
 #include "damagekit.h"
