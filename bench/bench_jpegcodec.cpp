@@ -1,4 +1,4 @@
-// The JPEG codec beside libjpeg-turbo.
+// The JPEG codec beside libjpeg-turbo, and dcmtk in the lossless process.
 #include <cstddef>
 #include <cstdio>
 
@@ -9,6 +9,9 @@
 
 #include "codecbench.h"
 #include "jpeg.h"
+#ifdef TAZMET_DCMTK
+#include "losslesspeer.h"
+#endif
 
 namespace bench {
 namespace {
@@ -154,6 +157,11 @@ Workload encoding(const std::string& name, const Setting& setting, double must, 
             if (setting.mode != jpeg::Mode::lossless) {
               work.peer = [job] { encodePeer(job->photo, job->setting, &job->file); };
             }
+#ifdef TAZMET_DCMTK
+            else {
+              work.peer = [job] { encodeLosslessPeer(job->photo, &job->file); };
+            }
+#endif
             return work;
           }};
 }
@@ -167,6 +175,9 @@ Workload decoding(const std::string& name, const Setting& setting, double must, 
                                         : encodePeer(job->photo, setting, &job->file));
             Work work{[job] { decodeOurs(job->file, &job->pixels); }, nullptr};
             if (!isLossless) work.peer = [job] { decodePeer(job->file, &job->pixels); };
+#ifdef TAZMET_DCMTK
+            if (isLossless) work.peer = [job] { decodeLosslessPeer(job->file, &job->pixels); };
+#endif
             return work;
           }};
 }
@@ -199,6 +210,9 @@ bool benchJpegCodec(const std::vector<Photo>& photos, const std::string& filter)
   const Setting progressive{Mode::progressive, Sampling::s420, 90, false, false};
   run(encoding("progressive 4:2:0 q90", progressive, .45, .3, 0));
   run(decoding("progressive 4:2:0 q90", progressive, .6, .42, 0));
+  const Setting lossless{Mode::lossless, Sampling::s444, 90, false, false};
+  run(encoding("lossless RGB", lossless, .2, .12, 0));
+  run(decoding("lossless RGB", lossless, .75, .6, 0));
   return reached;
 }
 

@@ -54,14 +54,14 @@ tazmet_check_packages=(git libgtest-dev libgmock-dev clang-format libjpeg-turbo-
   libjpeg62-turbo-dev binutils libopenjp2-tools libtiff-tools libsquish-dev pkg-config python3
   universal-ctags valgrind libimage-exiftool-perl imagemagick ffmpeg)
 # Judges that not every release has; without them their tests are skipped.
-tazmet_judge_packages=(grokj2k-tools)
+tazmet_judge_packages=(grokj2k-tools dcmtk)
 
 # What the tests of the results page need: a browser. Without it they are skipped.
 tazmet_page_packages=(chromium chromium-driver)
 
 # What the side-by-side benchmarks need on top of the build: the peers.
 tazmet_bench_packages=(pkg-config libjpeg62-turbo-dev libopenjp2-7-dev libjxr-dev
-  libstb-dev libsquish-dev libbenchmark-dev mate-backgrounds lomiri-wallpapers-16.04)
+  libstb-dev libsquish-dev libdcmtk-dev libbenchmark-dev mate-backgrounds lomiri-wallpapers-16.04)
 
 # Ubuntu names one of them differently.
 if [[ -r /etc/os-release ]] && grep -q '^ID=ubuntu' /etc/os-release; then
