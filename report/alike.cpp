@@ -54,9 +54,8 @@ std::string unlike(const Run& first, const Run& second,
   const std::string machine = machineDifference(a, b);
   if (!machine.empty()) return "another machine: " + machine;
   if (a.codePath != b.codePath) return "another " + told("code path", a.codePath, b.codePath);
-  const bool tables = a.timing.empty() || b.timing.empty();  // which do not tell their settings
-  if (tables) return {};
   if (a.clock != b.clock) return "another " + told("clock", a.clock, b.clock);
+  if (a.isTable() || b.isTable()) return {};
   if (methodOf(a) != methodOf(b)) return "another " + told("method", methodOf(a), methodOf(b));
   for (const auto& [one, other] : {std::pair{&a, &b}, {&b, &a}}) {
     for (const Named& setting : one->settings) {

@@ -14,6 +14,7 @@ namespace report {
 namespace {
 
 constexpr int kPermutations = 1999;
+constexpr double kLeastP = 1.0 / (kPermutations + 1);
 constexpr std::size_t kShortestLevel = 3;
 
 // Twice the rank of each value, less that of the middle; equal values share theirs.
@@ -68,7 +69,35 @@ double permutedP(std::vector<long long> ranks, double height) {
     shuffle(ranks, random);
     asHigh += peakOf(ranks).height >= height ? 1 : 0;
   }
-  return static_cast<double>(asHigh) / (kPermutations + 1);
+  return asHigh * kLeastP;
+}
+
+// The height of a place when equal values count against the step: no way to tell them apart, one of
+// which has the exact distribution, makes it less.
+double heightWithoutTies(const std::vector<double>& values, std::size_t at) {
+  std::size_t up = 0;
+  std::size_t down = 0;
+  for (std::size_t i = 0; i < at; ++i) {
+    for (std::size_t k = at; k < values.size(); ++k) {
+      up += values[i] < values[k] ? 1 : 0;
+      down += values[i] > values[k] ? 1 : 0;
+    }
+  }
+  const auto pairs = static_cast<double>(at * (values.size() - at));
+  const double excess = std::max(0.0, 2 * static_cast<double>(std::max(up, down)) - pairs);
+  return excess * excess / pairs;
+}
+
+// What no order of a sample shows is not told by their number: how likely any place is to show as
+// much, from the exact distribution at each, added up.
+double boundedP(std::size_t count, double height) {
+  double sum = 0;
+  for (std::size_t at = kShortestLevel; at + kShortestLevel <= count; ++at) {
+    const auto pairs = static_cast<double>(at * (count - at));
+    const double wrong = (pairs - std::sqrt(height * pairs)) / 2;
+    if (wrong > -0.01) sum += 2 * shiftTail(at, count - at, static_cast<std::size_t>(wrong + 0.01));
+  }
+  return sum;
 }
 
 void split(const std::vector<double>& values, std::size_t from, std::size_t to, double alpha,
@@ -93,7 +122,9 @@ ChangePoint changePoint(const std::vector<double>& values) {
   const std::vector<long long> ranks = centredRanks(values);
   const Peak peak = peakOf(ranks);
   if (peak.at == 0) return {};
-  return {peak.at, permutedP(ranks, peak.height)};
+  const double p = permutedP(ranks, peak.height);
+  if (p > kLeastP) return {peak.at, p};
+  return {peak.at, std::min(p, boundedP(values.size(), heightWithoutTies(values, peak.at)))};
 }
 
 std::vector<Step> findSteps(const std::vector<double>& values, double alpha, double gate) {
@@ -111,19 +142,6 @@ std::vector<Step> findSteps(const std::vector<double>& values, double alpha, dou
   }
   std::erase_if(steps, [gate](const Step& step) { return std::abs(step.ratio() - 1) < gate; });
   return steps;
-}
-
-std::vector<bool> believed(const std::vector<double>& p, double alpha) {
-  std::vector<double> sorted = p;
-  std::sort(sorted.begin(), sorted.end());
-  double limit = -1;
-  for (std::size_t i = 0; i < sorted.size(); ++i) {
-    const double allowed = alpha * static_cast<double>(i + 1) / static_cast<double>(sorted.size());
-    if (sorted[i] <= allowed) limit = sorted[i];
-  }
-  std::vector<bool> result;
-  for (const double value : p) result.push_back(value <= limit);
-  return result;
 }
 
 }  // namespace report

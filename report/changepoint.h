@@ -13,7 +13,8 @@ namespace report {
 struct ChangePoint {
   std::size_t at = 0;  ///< the first value behind it
   /// How often values in random order show as much, counted over 1,999 orders that are the same in
-  /// each call. 1 for fewer than six values.
+  /// each call; where none of them does, at most the sum of the exact chances of all places. 1 for
+  /// fewer than six values.
   double p = 1;
 };
 ChangePoint changePoint(const std::vector<double>& values);
@@ -29,9 +30,5 @@ struct Step {
 /// All steps of at least the gate (a share, 0.02 is 2 %), each found between its neighbours by the
 /// same test: the strongest first splits the values, then its parts are looked at. In their order.
 std::vector<Step> findSteps(const std::vector<double>& values, double alpha, double gate);
-
-/// Which of many tests may be believed so that of those at most a share of alpha is false
-/// (Benjamini and Hochberg).
-std::vector<bool> believed(const std::vector<double>& p, double alpha);
 
 }  // namespace report

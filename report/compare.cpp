@@ -116,22 +116,63 @@ void join(const Side& before, const Side& after, Compared& result) {
   }
 }
 
-std::optional<Interval> shiftOf(const std::vector<Interval>& rows, double alpha) {
+std::optional<Interval> shiftOf(const std::vector<ShiftEstimate>& rows, double alpha) {
   if (rows.size() < kShiftRows) return std::nullopt;
   std::vector<double> middles;
-  for (const Interval& row : rows) middles.push_back(row.middle);
+  for (const ShiftEstimate& row : rows) middles.push_back(row.middle());
   return medianInterval(middles, alpha);
 }
 
-void settle(const std::vector<Interval>& intervals, const Interval& shift, double gate,
-            Compared& result) {
-  for (std::size_t i = 0; i < intervals.size(); ++i) {
+/// Which tests of all rows may be believed, and the alpha at which each of them holds.
+struct Believed {
+  std::vector<bool> rows;
+  double alpha = 0;
+};
+
+Believed believedOf(const std::vector<double>& p, const CompareOptions& options) {
+  Believed result;
+  result.alpha = 1 - options.confidence;
+  if (options.eachRow) {
+    for (const double value : p) result.rows.push_back(believed({value}, result.alpha).front());
+    return result;
+  }
+  result.rows = believed(p, result.alpha);
+  const auto count = std::count(result.rows.begin(), result.rows.end(), true);
+  result.alpha *= static_cast<double>(std::max<std::ptrdiff_t>(1, count)) /
+                  static_cast<double>(std::max<std::size_t>(1, p.size()));
+  return result;
+}
+
+// Changes and their absence are two questions of their own to each row. An interval is that of the
+// verdict, so that it lies as the verdict says; of no verdict, the wider one.
+void settle(const std::vector<ShiftEstimate>& estimates, const Interval& shift,
+            const CompareOptions& options, Compared& result) {
+  const double gate = std::log1p(options.gate);
+  std::vector<double> isOther;
+  std::vector<double> isSame;
+  for (const ShiftEstimate& row : estimates) {
+    const bool isWithin = std::abs(row.middle() - shift.middle) < gate;
+    isOther.push_back(isWithin ? 1
+                               : std::min(row.alphaAbove(shift.high), row.alphaBelow(shift.low)));
+    isSame.push_back(std::max(row.alphaAbove(shift.high - gate), row.alphaBelow(shift.low + gate)));
+  }
+  const Believed other = believedOf(isOther, options);
+  const Believed same = believedOf(isSame, options);
+  for (std::size_t i = 0; i < estimates.size(); ++i) {
     ComparedRow& row = result.rows[i];
-    row.ratio = std::exp(intervals[i].middle - shift.middle);
-    row.low = std::exp(intervals[i].low - shift.high);
-    row.high = std::exp(intervals[i].high - shift.low);
-    row.bounded = intervals[i].bounded;
-    row.verdict = verdictOf(row.ratio, row.low, row.high, row.bounded, gate);
+    if (other.rows[i]) {
+      row.verdict = estimates[i].middle() > shift.middle ? Verdict::slower : Verdict::faster;
+    } else if (same.rows[i]) {
+      row.verdict = Verdict::same;
+    }
+    const double alpha = row.verdict == Verdict::same         ? same.alpha
+                         : row.verdict == Verdict::unresolved ? std::min(same.alpha, other.alpha)
+                                                              : other.alpha;
+    const Interval interval = estimates[i].interval(alpha);
+    row.ratio = std::exp(interval.middle - shift.middle);
+    row.low = std::exp(interval.low - shift.high);
+    row.high = std::exp(interval.high - shift.low);
+    row.bounded = interval.bounded;
   }
 }
 
@@ -189,25 +230,25 @@ Compared compareRuns(const std::vector<Run>& before, const std::vector<Run>& aft
   const double rows =
       options.eachRow ? 1 : static_cast<double>(std::max<std::size_t>(1, result.rows.size()));
   result.valuesNeeded = valuesNeeded(alpha / rows);
-  std::vector<Interval> intervals;
+  std::vector<ShiftEstimate> estimates;
   for (ComparedRow& row : result.rows) {
     const std::string key = rowKey(*row.before);
     const Observed& a = old.rows.at(key);
     const Observed& b = now.rows.at(key);
-    intervals.push_back(shiftInterval(a.logs, b.logs, alpha / rows));
+    estimates.emplace_back(a.logs, b.logs);
     const auto [leastOld, mostOld] = std::minmax_element(a.logs.begin(), a.logs.end());
     const auto [leastNew, mostNew] = std::minmax_element(b.logs.begin(), b.logs.end());
     row.apart = *mostOld < *leastNew || *mostNew < *leastOld;
   }
   Interval shift;
-  if (const auto found = shiftOf(intervals, alpha)) {
+  if (const auto found = shiftOf(estimates, alpha)) {
     result.shift = Shift{std::exp(found->middle), std::exp(found->low), std::exp(found->high)};
     Shift& told = *result.shift;
     told.verdict = verdictOf(told.ratio, told.low, told.high, found->bounded, options.gate);
     if (!options.keepShift) shift = *found;
     explainShift(before, after, result);
   }
-  settle(intervals, shift, options.gate, result);
+  settle(estimates, shift, options, result);
   return result;
 }
 

@@ -20,8 +20,8 @@ const char* verdictName(Verdict verdict);
 
 struct CompareOptions {
   double gate = 0.01;        ///< share below which a change is none
-  double confidence = 0.95;  ///< of all rows together
-  bool eachRow = false;      ///< of each row by itself instead
+  double confidence = 0.95;  ///< of the verdicts "slower" and "faster", and of "same", this share
+  bool eachRow = false;      ///< for each row by itself instead: of many, some change by chance
   bool keepShift = false;    ///< do not take off what all rows have in common
   bool anyway = false;       ///< compare what is not alike
   std::string filter;        ///< words of rows
@@ -63,7 +63,7 @@ struct Compared {
   std::vector<LoneRow> gone;      ///< figures of the old side alone
   std::vector<LoneRow> added;     ///< of the new side alone
   std::optional<Shift> shift;
-  std::size_t valuesNeeded = 0;  ///< observations a side that can settle so many rows
+  std::size_t valuesNeeded = 0;  ///< observations a side that show a change of one row alone
   std::vector<std::string> notes;
 
   std::size_t count(Verdict verdict) const;
@@ -81,7 +81,7 @@ std::string unlike(const Run& first, const Run& second, const std::vector<std::s
 Compared compareRuns(const std::vector<Run>& before, const std::vector<Run>& after,
                      const CompareOptions& options);
 
-/// The verdict on an interval of ratios, with the gate.
+/// The verdict on one interval of ratios, with the gate.
 Verdict verdictOf(double ratio, double low, double high, bool bounded, double gate);
 
 }  // namespace report

@@ -80,10 +80,7 @@ bool passes(const Row& row, const std::string& filter) {
   if (filter.empty()) return true;
   const std::string text = row.function + ' ' + parametersText(row.parameters) + ' ' + row.unit +
                            ' ' + resultName(row.result);
-  for (const std::string& word : split(filter, ' ')) {
-    if (!containsWord(text, word)) return false;
-  }
-  return true;
+  return containsWords(text, filter);
 }
 
 std::vector<const Row*> filtered(const std::vector<Row>& rows, const std::string& filter) {

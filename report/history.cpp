@@ -89,11 +89,6 @@ std::string alikeOf(const Context& context) {
   return (Fingerprint() << runIdentity(context)).text();
 }
 
-std::string factText(const Context& context, const char* name) {
-  const Fact* found = context.fact(name);
-  return found == nullptr ? std::string() : found->text;
-}
-
 std::string decodedPart(const std::string& text, const std::string& url) {
   std::string out;
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -265,8 +260,8 @@ long long idOf(soci::session& sql, const std::string& identity, std::string& con
 void insertRun(soci::session& sql, const Context& context, const std::string& identity,
                const std::string& content, const std::string& label) {
   const std::string alike = alikeOf(context);
-  const std::string computer = factText(context, "computer");
-  const std::string processor = factText(context, "processor");
+  const std::string computer = context.text("computer");
+  const std::string processor = context.text("processor");
   sql << "INSERT INTO tazreport_runs (identity, content, alike, started, computer, processor,"
          " code_path, label) VALUES (:i, :c, :a, :s, :m, :p, :t, :l)",
       soci::use(identity), soci::use(content), soci::use(alike), soci::use(context.started),
@@ -341,7 +336,11 @@ History::Added History::add(const Run& run, const std::string& label) {
     soci::session& sql = m_database->sql();
     std::string before;
     long long id = idOf(sql, identity, before);
-    if (id != 0 && before == content) {
+    long long rows = 0;
+    sql << "SELECT count(*) FROM tazreport_points WHERE run_id = :r", soci::use(id),
+        soci::into(rows);
+    const bool isLess = static_cast<long long>(run.rows.size()) < rows;
+    if (id != 0 && (before == content || isLess)) {
       added = Added::alreadyThere;
       return;
     }

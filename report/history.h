@@ -55,7 +55,8 @@ class History {
   History& operator=(const History&) = delete;
 
   /// A run is known by its machine, settings, keys and start. The same again counts once; one that
-  /// has other rows by now, because it was gone on with, takes the place of what was there.
+  /// has other rows by now, because it was gone on with, takes the place of what was there, unless
+  /// it has fewer.
   Added add(const Run& run, const std::string& label);
 
   /// All runs in the order of their starts.

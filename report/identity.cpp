@@ -12,15 +12,10 @@ namespace {
 // Keys of the harness that decide how a row is measured, beside its settings.
 constexpr std::string_view kMeasuringKeys = "SNTYwXbaCVk";
 
-std::string factText(const Context& context, const char* name) {
-  const Fact* found = context.fact(name);
-  return found == nullptr ? std::string() : found->text;
-}
-
 }  // namespace
 
 std::string machineIdentity(const Context& context) {
-  return factText(context, "computer") + '\n' + factText(context, "processor");
+  return context.text("computer") + '\n' + context.text("processor");
 }
 
 std::string settingsIdentity(const Context& context) {

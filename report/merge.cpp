@@ -76,8 +76,7 @@ void Merger::take(Source& source, Row&& row, const std::string& line) {
     return;
   }
   if (++m_twice <= kMostNamed) {
-    m_twiceFirst.push_back(row.function + ' ' + parametersText(row.parameters) + " of " +
-                           source.path);
+    m_twiceFirst.push_back(rowText(row) + " of " + source.path);
   }
 }
 

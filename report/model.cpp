@@ -49,6 +49,11 @@ const Fact* Context::fact(const std::string& name) const {
   return found == machine.end() ? nullptr : &*found;
 }
 
+std::string Context::text(const std::string& name) const {
+  const Fact* found = fact(name);
+  return found == nullptr ? std::string() : found->text;
+}
+
 double Context::number(const std::string& name, double otherwise) const {
   const Fact* found = fact(name);
   return found == nullptr ? otherwise : found->number.value_or(otherwise);

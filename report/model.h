@@ -54,7 +54,11 @@ struct Context {
   std::optional<Part> part;
   bool resumed = false;  ///< it goes on with the run before it (key -J)
 
+  /// A csv table, which tells neither keys nor settings.
+  bool isTable() const { return timing.empty(); }
   const Fact* fact(const std::string& name) const;
+  /// A fact as a text; empty where it is not told.
+  std::string text(const std::string& name) const;
   /// A fact as a number; `otherwise` where it is not told.
   double number(const std::string& name, double otherwise) const;
 };
@@ -131,6 +135,11 @@ struct Row {
 std::string rowKey(const Row& row);
 /// "ImageSize=64x64 Table=q75".
 std::string parametersText(const std::vector<Named>& parameters);
+/// "fn ImageSize=64x64 Table=q75", of a row or a comparison.
+template <class Measured>
+std::string rowText(const Measured& row) {
+  return row.function + (row.parameters.empty() ? "" : " ") + parametersText(row.parameters);
+}
 
 /// One other side of a comparison that the harness made itself (-D, -c).
 struct ComparedSide {
@@ -162,6 +171,8 @@ struct End {
   double failures = 0;
   double warnings = 0;
   std::string signal;
+  /// When, and by what if by a signal.
+  std::string text() const { return ended + (signal.empty() ? "" : " by " + signal); }
 };
 
 struct Run {

@@ -114,6 +114,7 @@ void writePage(std::ostream& out, const PageContent& content) {
       << "</style>\n</head>\n<body>\n<a class=\"skip\" href=\"#functions\">To the functions</a>\n";
   writeOverview(out, content);
   writeComparison(out, content);
+  writeSideBySide(out, content);
   writeDoubtful(out, content);
   writeFunctions(out, content, views);
   out << "</main>\n<footer><p>Figures are those of the files; a figure is the smallest of its "

@@ -56,6 +56,8 @@ std::vector<FunctionView> functionViews(const std::vector<Run>& runs);
 std::vector<std::string> runLabels(const std::vector<Run>& runs);
 
 void writeOverview(std::ostream& out, const PageContent& content);
+/// What the harness compared itself (keys -D and -c).
+void writeSideBySide(std::ostream& out, const PageContent& content);
 void writeDoubtful(std::ostream& out, const PageContent& content);
 void writeComparison(std::ostream& out, const PageContent& content);
 void writeFunctions(std::ostream& out, const PageContent& content,

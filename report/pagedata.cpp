@@ -15,11 +15,8 @@ namespace {
 // More dots than this in a strip cannot be told apart.
 constexpr std::size_t kMostSamples = 150;
 
-double bytesOf(const Row& row) { return row.bytesRead.value_or(0) + row.bytesWritten.value_or(0); }
-
 void writeRun(std::ostream& out, const Run& run, const std::string& label) {
-  out << "{\"label\":" << jsonText(label) << ""
-      << ",\"caches\":[";
+  out << "{\"label\":" << jsonText(label) << ",\"caches\":[";
   bool isFirst = true;
   for (const auto& [fact, name] :
        {std::pair{"cache_l1", "L1"}, {"cache_l2", "L2"}, {"cache_l3", "L3"}}) {

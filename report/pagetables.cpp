@@ -15,8 +15,6 @@ namespace report {
 
 namespace {
 
-double bytesOf(const Row& row) { return row.bytesRead.value_or(0) + row.bytesWritten.value_or(0); }
-
 const char* classOf(Result result) {
   if (result == Result::ok) return "good";
   return result > Result::warning ? "bad" : "doubt";
@@ -49,10 +47,36 @@ std::string unitSpan(const std::string& unit) {
          htmlText(unitText(Unit::clocks, unit)) + "</span>";
 }
 
-std::string nameCell(const Row& row, const std::string& run = "") {
+template <class Measured>
+std::string nameCell(const Measured& row, const std::string& run = "") {
   return "<th scope=\"row\" class=\"name\"><b>" + htmlText(row.function) + "</b><span>" +
          htmlText((run.empty() ? "" : run + ": ") + parametersText(row.parameters)) +
          "</span></th>";
+}
+
+std::string ratioCell(std::optional<double> ratio) {
+  if (!ratio) return "<td class=\"n\">-</td>";
+  return "<td class=\"n\" data-v=\"" + exactText(*ratio) + "\">" + formatted("%.4f", *ratio) +
+         "</td>";
+}
+
+std::string verdictCell(const std::string& verdict) {
+  const char* look = verdict == "slower" ? " bad" : verdict == "faster" ? " good" : "";
+  return std::string("<td><span class=\"tag") + look + "\">" + htmlText(verdict) + "</span></td>";
+}
+
+// What the script filters the rows of a table by.
+std::string filterTools(const std::string& table, bool byVerdict) {
+  std::string tools = "<div class=\"tools\"><label class=\"grow\" for=\"" + table +
+                      "-filter\">Only rows with the words<input type=\"search\" id=\"" + table +
+                      "-filter\" data-table=\"" + table + "\" autocomplete=\"off\"></label>";
+  if (byVerdict) {
+    tools +=
+        "<label for=\"" + table + "-verdict\">Verdict<select id=\"" + table +
+        "-verdict\"><option value=\"\">all</option><option>slower</option>"
+        "<option>faster</option><option>unresolved</option><option>same</option></select></label>";
+  }
+  return tools + "</div>\n<p class=\"status\" id=\"" + table + "-status\" role=\"status\"></p>\n";
 }
 
 std::string sortHead(const char* title, const char* sort = "none", bool isFigure = true) {
@@ -87,10 +111,8 @@ std::vector<Line> factLines(const std::vector<Run>& runs) {
   add("file", [](const Run& run) { return run.file; });
   add("code path", [](const Run& run) { return run.context.codePath; });
   add("started", [](const Run& run) { return run.context.started; });
-  add("ended", [](const Run& run) {
-    if (!run.end) return std::string("did not come to its end");
-    return run.end->ended + (run.end->signal.empty() ? "" : " by " + run.end->signal);
-  });
+  add("ended",
+      [](const Run& run) { return run.end ? run.end->text() : "did not come to its end"; });
   add("method", [](const Run& run) { return run.context.timing; });
   std::vector<std::string> names;
   for (const Run& run : runs) {
@@ -172,15 +194,19 @@ std::size_t countDoubtful(const std::vector<Run>& runs) {
   return count;
 }
 
+bool hasComparisons(const std::vector<Run>& runs) {
+  return std::any_of(runs.begin(), runs.end(),
+                     [](const Run& run) { return !run.comparisons.empty(); });
+}
+
 void writeLoneRows(std::ostream& out, const Compared& compared) {
   for (const auto& [rows, word] : {std::pair{&compared.gone, "new"}, {&compared.added, "old"}}) {
     if (rows->empty()) continue;
     out << "<details><summary>" << counted(rows->size(), "row") << " without a figure on the "
         << word << " side</summary><ul>\n";
     for (const LoneRow& row : *rows) {
-      out << "<li" << (row.failed ? " class=\"bad\"" : "") << '>'
-          << htmlText(row.row->function + ' ' + parametersText(row.row->parameters)) << ": "
-          << htmlText(row.reason.empty() ? "not there" : row.reason) << "</li>\n";
+      out << "<li" << (row.failed ? " class=\"bad\"" : "") << '>' << htmlText(rowText(*row.row))
+          << ": " << htmlText(row.reason.empty() ? "not there" : row.reason) << "</li>\n";
     }
     out << "</ul></details>\n";
   }
@@ -189,16 +215,8 @@ void writeLoneRows(std::ostream& out, const Compared& compared) {
 // Sorted as a reader wants them first; the script sorts and filters them.
 void writeComparedRows(std::ostream& out, const PageContent& content) {
   const Compared& compared = *content.compared;
-  out << "<div class=\"tools\"><label class=\"grow\" for=\"compared-filter\">Only rows with the "
-         "words"
-         "<input type=\"search\" id=\"compared-filter\" data-table=\"compared\" "
-         "autocomplete=\"off\"></label>"
-         "<label for=\"compared-verdict\">Verdict<select id=\"compared-verdict\"><option "
-         "value=\"\">all</option>"
-         "<option>slower</option><option>faster</option><option>unresolved</option><option>same</"
-         "option></select>"
-         "</label></div>\n<p class=\"status\" id=\"compared-status\" role=\"status\"></p>\n"
-         "<div class=\"scroll tall\" tabindex=\"0\" role=\"region\" aria-label=\"Rows compared\">"
+  out << filterTools("compared", true)
+      << "<div class=\"scroll tall\" tabindex=\"0\" role=\"region\" aria-label=\"Rows compared\">"
          "<table class=\"sortable\" id=\"compared\"><caption>Ratios of the new side to the old "
          "one, with their "
          "intervals</caption>\n<thead><tr>"
@@ -213,20 +231,15 @@ void writeComparedRows(std::ostream& out, const PageContent& content) {
   });
   for (const ComparedRow* row : order) {
     const char* word = verdictName(row->verdict);
-    const char* look = row->verdict == Verdict::slower   ? " bad"
-                       : row->verdict == Verdict::faster ? " good"
-                                                         : "";
-    const auto ratio = [&](double value, bool isKnown) {
-      const std::string text = isKnown ? formatted("%.4f", value) : "-";
-      return "<td class=\"n\"" + (isKnown ? " data-v=\"" + exactText(value) + "\"" : "") + ">" +
-             text + "</td>";
+    const auto bound = [&](double ratio) {
+      return row->bounded ? std::optional(ratio) : std::nullopt;
     };
     out << "<tr data-verdict=\"" << word << "\">" << nameCell(*row->before)
         << figureCell(*row->before, content.older->front().context, false)
         << figureCell(*row->after, content.runs.front().context, false) << "<td>"
-        << unitSpan(row->before->unit) << "</td>" << ratio(row->ratio, true)
-        << ratio(row->low, row->bounded) << ratio(row->high, row->bounded)
-        << "<td><span class=\"tag" << look << "\">" << word << "</span></td></tr>\n";
+        << unitSpan(row->before->unit) << "</td>" << ratioCell(row->ratio)
+        << ratioCell(bound(row->low)) << ratioCell(bound(row->high)) << verdictCell(word)
+        << "</tr>\n";
   }
   out << "</tbody></table></div>\n";
 }
@@ -250,6 +263,7 @@ void writeOverview(std::ostream& out, const PageContent& content) {
       << htmlText(factText(context, "processor")) << ", " << htmlText(factText(context, "system"))
       << ", " << htmlText(context.started) << "</p>\n<nav aria-label=\"Sections\"><ul>"
       << (content.compared != nullptr ? "<li><a href=\"#comparison\">Comparison</a></li>" : "")
+      << (hasComparisons(runs) ? "<li><a href=\"#beside\">Side by side</a></li>" : "")
       << (doubtful > 0 ? "<li><a href=\"#doubtful\">Not OK</a></li>" : "")
       << "<li><a href=\"#functions\">Functions</a></li><li><a "
          "href=\"#facts\">Machine</a></li></ul></nav>\n"
@@ -297,6 +311,33 @@ void writeComparison(std::ostream& out, const PageContent& content) {
   out << "</section>\n";
 }
 
+void writeSideBySide(std::ostream& out, const PageContent& content) {
+  if (!hasComparisons(content.runs)) return;
+  out << "<section aria-labelledby=\"beside\">\n<h2 id=\"beside\">Measured side by side</h2>\n"
+      << filterTools("sides", true)
+      << "<div class=\"scroll tall\" tabindex=\"0\" role=\"region\" aria-label=\"Measured side by "
+         "side\">"
+         "<table class=\"sortable\" id=\"sides\"><caption>Ratios of the second side to the first, "
+         "as the "
+         "harness measured them in turns; above 1 is slower</caption>\n<thead><tr>"
+      << sortHead("Row", "none", false) << sortHead("Sides", "none", false) << sortHead("Ratio")
+      << sortHead("Low") << sortHead("High") << sortHead("Verdict", "none", false)
+      << "</tr></thead>\n<tbody>\n";
+  const std::vector<std::string> labels = runLabels(content.runs);
+  for (std::size_t r = 0; r < content.runs.size(); ++r) {
+    for (const Comparison& row : content.runs[r].comparisons) {
+      for (const ComparedSide& other : row.others) {
+        out << "<tr data-verdict=\"" << htmlText(other.verdict) << "\">"
+            << nameCell(row, labels.size() > 1 ? labels[r] : "") << "<td>"
+            << htmlText(row.side + " : " + other.side) << "</td>" << ratioCell(other.ratio)
+            << ratioCell(other.low) << ratioCell(other.high) << verdictCell(other.verdict)
+            << "</tr>\n";
+      }
+    }
+  }
+  out << "</tbody></table></div>\n</section>\n";
+}
+
 void writeDoubtful(std::ostream& out, const PageContent& content) {
   const std::size_t count = countDoubtful(content.runs);
   if (count == 0) return;
@@ -319,13 +360,9 @@ void writeDoubtful(std::ostream& out, const PageContent& content) {
     out << "<dt>" << resultTag(*code) << "</dt><dd>" << htmlText(resultCure(*code)) << "</dd>\n";
   }
   out << "</dl>\n<details" << (count <= kFew ? " open" : "") << "><summary>"
-      << counted(count, "row")
-      << " with the reason</summary>\n<div class=\"tools\"><label class=\"grow\" "
-         "for=\"notok-filter\">Only rows with "
-         "the words<input type=\"search\" id=\"notok-filter\" data-table=\"notok\" "
-         "autocomplete=\"off\"></label></div>"
-         "<p class=\"status\" id=\"notok-status\" role=\"status\"></p>\n"
-         "<div class=\"scroll tall\" tabindex=\"0\" role=\"region\" aria-label=\"Rows that are not "
+      << counted(count, "row") << " with the reason</summary>\n"
+      << filterTools("notok", false)
+      << "<div class=\"scroll tall\" tabindex=\"0\" role=\"region\" aria-label=\"Rows that are not "
          "OK\">"
          "<table class=\"sortable\" id=\"notok\"><caption>The worst first</caption>\n<thead><tr>"
       << sortHead("Row", "none", false) << sortHead("Result", "none", false) << sortHead("Figure")

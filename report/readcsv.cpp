@@ -16,8 +16,8 @@ using Cells = std::vector<std::string>;
 
 constexpr std::size_t kNameCells = 3;
 constexpr std::size_t kClosingCells = 4;  // clocks, unit, note, result
-constexpr std::array<const char*, 6> kTitle{"CPU",     "OS",        "Computer",
-                                            "Library", "Code path", "Start"};
+constexpr std::array<const char*, 7> kTitle{"CPU",       "OS",    "Computer", "Library",
+                                            "Code path", "Start", "Clock"};
 
 std::optional<double> numberOf(const std::string& cell) {
   double value = 0;
@@ -119,6 +119,7 @@ bool TableReader::takeTitle(const Cells& cells) {
   if (cells[0] == "Library") context.libraries.push_back(cells[1]);
   if (cells[0] == "Code path") context.codePath = cells[1];
   if (cells[0] == "Start") context.started = cells[1];
+  if (cells[0] == "Clock") context.clock = cells[1];
   return true;
 }
 

@@ -15,8 +15,12 @@ double medianOf(std::vector<double> values);
 /// few values for any.
 std::size_t signRank(std::size_t count, double alpha);
 
-/// The same for the shift between two samples, among all differences of a value of one and a value
-/// of the other (Mann-Whitney): exact up to 60 values a side, beyond by the normal approximation.
+/// How likely at most `wrong` of all pairs of a value of one sample and a value of the other are in
+/// one of the two orders, when both samples are of one kind (Mann-Whitney): exact up to 3,600
+/// pairs, beyond by the normal approximation.
+double shiftTail(std::size_t first, std::size_t second, std::size_t wrong);
+
+/// As `signRank` for the shift between two samples, among the differences of all such pairs.
 std::size_t shiftRank(std::size_t first, std::size_t second, double alpha);
 
 /// The least number of values a side for which `shiftRank` gives an interval.
@@ -31,8 +35,28 @@ struct Interval {
 
 /// Of the median of the values; there must be one.
 Interval medianInterval(std::vector<double> values, double alpha);
-/// Of the shift from the first to the second; neither may be empty.
-Interval shiftInterval(const std::vector<double>& first, const std::vector<double>& second,
-                       double alpha);
+
+/// The shift from one sample to another; neither may be empty.
+class ShiftEstimate {
+ public:
+  ShiftEstimate(const std::vector<double>& first, const std::vector<double>& second);
+
+  double middle() const;
+  Interval interval(double alpha) const;
+  /// The least alpha whose interval lies above the bound: how much speaks against a shift of at
+  /// most that. It may exceed 1.
+  double alphaAbove(double bound) const;
+  double alphaBelow(double bound) const;
+
+ private:
+  std::vector<double> m_differences;  // from small to large
+  std::size_t m_first;
+  std::size_t m_second;
+};
+
+/// Which of many tests may be believed so that of those at most a share of alpha is false
+/// (Benjamini and Hochberg). When all of them are false, one or more are believed with a
+/// probability of at most alpha.
+std::vector<bool> believed(const std::vector<double>& p, double alpha);
 
 }  // namespace report

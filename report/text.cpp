@@ -181,4 +181,10 @@ bool containsWord(std::string_view text, std::string_view word) {
                      [](char a, char b) { return lower(a) == lower(b); }) != text.end();
 }
 
+bool containsWords(std::string_view text, std::string_view words) {
+  const std::vector<std::string> all = split(words, ' ');
+  return std::all_of(all.begin(), all.end(),
+                     [text](const std::string& word) { return containsWord(text, word); });
+}
+
 }  // namespace report

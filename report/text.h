@@ -37,5 +37,7 @@ std::string exactText(double value);
 std::vector<std::string> split(std::string_view text, char separator);
 /// Whether the word occurs in the text, letters of either case being equal.
 bool containsWord(std::string_view text, std::string_view word);
+/// The same of each of some words with blanks between; of none, it is true.
+bool containsWords(std::string_view text, std::string_view words);
 
 }  // namespace report

@@ -22,29 +22,28 @@ double counterMhz(const Context& context) {
 
 double clockMhz(const Context& context, const Row& row) {
   const double counter = counterMhz(context);
+  if (context.clock != "core") return counter;
   const double core = context.number("core_clocks_a_counter_clock", 0);
-  if (context.clock != "core" || core <= 0) return counter;
+  if (core <= 0) return 0;
   const double memory = std::min(1.0, row.memoryShare.value_or(0));
   return counter * (memory + (1 - memory) * core);
 }
 
-std::optional<double> inUnit(Unit unit, double clocks, const Row& row, double mhz) {
-  if (unit == Unit::clocks) return clocks;
-  if (mhz <= 0 || clocks <= 0) return std::nullopt;
-  const double nanoseconds = clocks * 1000 / mhz;
+double bytesOf(const Row& row) { return row.bytesRead.value_or(0) + row.bytesWritten.value_or(0); }
+
+std::optional<double> figureIn(Unit unit, const Row& row, double mhz) {
+  if (unit == Unit::clocks || !row.clocksPerElement) return row.clocksPerElement;
+  if (mhz <= 0 || *row.clocksPerElement <= 0) return std::nullopt;
+  const double nanoseconds = *row.clocksPerElement * 1000 / mhz;
   switch (unit) {
     case Unit::gigabytes:
       if (!row.bytesRead && !row.bytesWritten) return std::nullopt;
-      return (row.bytesRead.value_or(0) + row.bytesWritten.value_or(0)) / nanoseconds;
+      return bytesOf(row) / nanoseconds;
     case Unit::megapixels:
       return 1000 / nanoseconds;
     default:
       return nanoseconds;
   }
-}
-
-std::optional<double> figureIn(Unit unit, const Row& row, double mhz) {
-  return row.clocksPerElement ? inUnit(unit, *row.clocksPerElement, row, mhz) : std::nullopt;
 }
 
 std::string unitText(Unit unit, const std::string& element) {

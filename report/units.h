@@ -21,13 +21,14 @@ Unit unitOf(const std::string& word);
 double counterMhz(const Context& context);
 
 /// Clocks of the row in a microsecond. Where a run counts clocks of the core, that is how fast the
-/// core ran by the run's context, but for the part of the time that memory takes.
+/// core ran by the run's context, but for the part of the time that memory takes; 0 where that is
+/// not told.
 double clockMhz(const Context& context, const Row& row);
 
-/// A number of clocks an element of the row in a unit; none where the run does not tell what it
-/// takes.
-std::optional<double> inUnit(Unit unit, double clocksPerElement, const Row& row, double mhz);
-/// The row's figure in a unit.
+/// Bytes read and written an element; 0 where they are not told.
+double bytesOf(const Row& row);
+
+/// The row's figure in a unit; none where the run does not tell what it takes.
 std::optional<double> figureIn(Unit unit, const Row& row, double mhz);
 /// "clocks/px", "ns/px", "GB/s", "Mpx/s".
 std::string unitText(Unit unit, const std::string& element);

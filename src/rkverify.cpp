@@ -79,6 +79,7 @@ bool rkVerify::remake(bool verifying) {
   m_test.flushData();
   rkTest::setDataState(m_test.m_before);
   rkTest::m_verifying = verifying;
+  rkGuard::fillOthers(verifying);
   return m_test.initData();
 }
 

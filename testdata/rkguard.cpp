@@ -36,6 +36,7 @@ std::vector<Mapping>& mappings() {
 }  // namespace
 
 const rkGuard* rkGuard::s_active = nullptr;
+bool rkGuard::s_fillsOthers = false;
 
 rkGuard::rkGuard(Side side) : m_side(side) { s_active = this; }
 rkGuard::~rkGuard() { s_active = nullptr; }
@@ -62,6 +63,11 @@ void* rkGuard::allocate(int bytes, tzObject* owner) {
   mappings().push_back(mapping);
   tzMallocAdopt(mapping.data, bytes, owner);
   return mapping.data;
+}
+
+void* rkGuard::begun(void* buffer, int bytes) {
+  if (s_fillsOthers && buffer != nullptr) std::memset(buffer, CANARY, std::size_t(bytes));
+  return buffer;
 }
 
 bool rkGuard::release(void* buffer) {

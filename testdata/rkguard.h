@@ -27,6 +27,11 @@ class rkGuard {
   /// A tracked buffer (tzmemory.h), filled with canaries.
   /// @return null when there is no memory
   static void* allocate(int bytes, tzObject* owner);
+  /// Whether buffers that are made elsewhere begin with canaries, too: without them memory that
+  /// still holds an older result would hide that a function wrote nothing.
+  static void fillOthers(bool fill) { s_fillsOthers = fill; }
+  /// A buffer that was made elsewhere; null stays null.
+  static void* begun(void* buffer, int bytes);
   /// Releases a buffer; it need not come from the guard that is active.
   /// @return false when it is none of these
   static bool release(void* buffer);
@@ -42,4 +47,5 @@ class rkGuard {
  private:
   Side m_side;
   static const rkGuard* s_active;
+  static bool s_fillsOthers;
 };

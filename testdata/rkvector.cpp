@@ -36,9 +36,13 @@ bool rkVector::createBuffers(int count, long long bytes, int align, void* data) 
     const int placed = align < 0 ? -tzAlignUnit(elementSize(m_type)) : align;
     Buffer buffer;
     buffer.owned = data == nullptr;
-    buffer.data = !buffer.owned       ? data
-                  : rkGuard::active() ? rkGuard::allocate(m_bufferBytes, owner)
-                                      : tzTest::allocate(m_bufferBytes, placed, owner);
+    if (!buffer.owned) {
+      buffer.data = data;
+    } else if (rkGuard::active()) {
+      buffer.data = rkGuard::allocate(m_bufferBytes, owner);
+    } else {
+      buffer.data = rkGuard::begun(tzTest::allocate(m_bufferBytes, placed, owner), m_bufferBytes);
+    }
     if (buffer.data == nullptr) {
       rkVector::deleteVector();
       return false;

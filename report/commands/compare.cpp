@@ -14,10 +14,6 @@ namespace report {
 
 namespace {
 
-std::string rowText(const Row& row) {
-  return row.function + (row.parameters.empty() ? "" : " ") + parametersText(row.parameters);
-}
-
 Tone toneOf(Verdict verdict) {
   return verdict == Verdict::slower   ? Tone::bad
          : verdict == Verdict::faster ? Tone::good
@@ -65,7 +61,8 @@ void Compare::declare(Options& options) {
   options.list("--old", m_old, 0, "Files of the old side: runs made at different times");
   options.list("--new", m_new, 0, "Files of the new side");
   options.number("--gate", m_gate, 0.01, 1000, "Percent below which a change is none (1)");
-  options.number("--confidence", m_confidence, 50, 99.999, "Percent, of all rows together (95)");
+  options.number("--confidence", m_confidence, 50, 99.999,
+                 "Percent of what is told as changed, or as the same, that is (95)");
   options.flag("--each-row", m_options.eachRow, "Let --confidence hold for each row by itself");
   options.flag("--keep-shift", m_options.keepShift, "Do not take off what all rows have in common");
   options.flag(
@@ -129,8 +126,11 @@ void Compare::printSummary(const Compared& result, const std::vector<Run>& befor
   printParagraph(console, m_format, "New: " + sideText(after), Tone::quiet);
   printParagraph(
       console, m_format,
-      "Gate " + formatted("%g", m_gate) + " %, intervals of " + formatted("%g", m_confidence) +
-          (m_options.eachRow ? " % for each row by itself." : " % for all rows together."),
+      "Gate " + formatted("%g", m_gate) + " %, " +
+          (m_options.eachRow
+               ? "intervals of " + formatted("%g", m_confidence) + " % for each row by itself."
+               : "at most " + formatted("%g", 100 - m_confidence) +
+                     " % of what is told as changed, or as the same, is so by chance."),
       Tone::quiet);
   for (const auto* runs : {&before, &after}) {
     for (const Run& run : *runs) {
@@ -182,9 +182,9 @@ void Compare::printUnresolved(const Compared& result, const Console& console) co
     for (const ComparedRow& row : result.rows)
       least = std::min({least, row.beforeCount, row.afterCount});
     text +=
-        " To settle " + counted(result.rows.size(), "row") + " takes " +
-        std::to_string(result.valuesNeeded) + " passes a side, and there are as few as " +
-        std::to_string(least) +
+        " A change of one row alone among " + std::to_string(result.rows.size()) + " takes " +
+        std::to_string(result.valuesNeeded) +
+        " passes a side to be told, and there are as few as " + std::to_string(least) +
         ": give more runs by --old and --new, or fewer rows by --filter, or measure in turns with "
         "tazmet -D.";
   } else {

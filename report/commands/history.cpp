@@ -9,6 +9,7 @@
 #include "report/grouping.h"
 #include "report/history.h"
 #include "report/read.h"
+#include "report/statistics.h"
 #include "report/table.h"
 #include "report/text.h"
 
@@ -84,11 +85,8 @@ class HistoryCommand : public Command {
 
   bool isAsked(const HistorySeries& series) const {
     const std::string text = rowText(series);
-    return std::all_of(m_words.begin(), m_words.end(), [&](const std::string& words) {
-      const std::vector<std::string> parts = split(words, ' ');
-      return std::all_of(parts.begin(), parts.end(),
-                         [&](const std::string& word) { return containsWord(text, word); });
-    });
+    return std::all_of(m_words.begin(), m_words.end(),
+                       [&](const std::string& words) { return containsWords(text, words); });
   }
 
   std::vector<std::string> m_words;
@@ -105,7 +103,7 @@ int HistoryCommand::add(const Console& console) {
   if (m_words.empty()) throw Error("history add: files are missing");
   const std::vector<Run> runs = readAll(m_words, {.samples = false});
   for (const Run& run : runs) {
-    if (run.context.started.empty() || run.context.program.empty()) {
+    if (run.context.started.empty() || run.context.isTable()) {
       throw Error(run.file,
                   "tells neither machine nor settings: history takes JSON Lines (key -j)");
     }
@@ -225,7 +223,7 @@ int HistoryCommand::steps(const Console& console) const {
       table.add({rowText(*row.series), placeText(*row.series), runText(run),
                  figureText(step.before), figureText(step.after),
                  Cell(changeText(step.ratio()), step.ratio() > 1 ? Tone::bad : Tone::good),
-                 formatted("%.4f", step.p)});
+                 figureText(step.p)});
     }
   }
   if (!table.empty()) table.print(console, format);

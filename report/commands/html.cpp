@@ -1,9 +1,4 @@
 // tazreport html: a page of runs, and of what changed since older ones.
-#include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <fstream>
 #include <ostream>
 
 #include "report/command.h"
@@ -11,6 +6,7 @@
 #include "report/page.h"
 #include "report/read.h"
 #include "report/text.h"
+#include "report/wholefile.h"
 
 namespace report {
 
@@ -30,7 +26,6 @@ class Html : public Command {
   int run(const Console& console) override;
 
  private:
-  void write(const PageContent& content, const Console& console) const;
   std::vector<std::string> m_files;
   std::vector<std::string> m_old;
   std::string m_output;
@@ -52,23 +47,12 @@ int Html::run(const Console& console) {
     content.compared = &compared;
     content.older = &older;
   }
-  write(content, console);
-  return kDone;
-}
-
-// A page that is being looked at is exchanged as a whole.
-void Html::write(const PageContent& content, const Console& console) const {
-  if (m_output == "-") return writePage(console.out, content);
-  const std::string draft = m_output + ".part";
-  errno = 0;
-  std::ofstream file(draft, std::ios::binary);
-  if (file) writePage(file, content);
-  file.close();
-  if (!file || std::rename(draft.c_str(), m_output.c_str()) != 0) {
-    const Error error(m_output, errno != 0 ? std::strerror(errno) : "cannot be written");
-    std::remove(draft.c_str());
-    throw error;
+  if (m_output == "-") {
+    writePage(console.out, content);
+  } else {
+    writeWhole(m_output, [&](std::ostream& out) { writePage(out, content); });
   }
+  return kDone;
 }
 
 }  // namespace

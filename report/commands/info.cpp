@@ -56,26 +56,17 @@ std::string functionsText(const Run& run) {
   return std::to_string(names.size());
 }
 
-std::string endText(const Run& run) {
-  if (!run.end) return {};
-  return run.end->ended + (run.end->signal.empty() ? "" : " by " + run.end->signal);
-}
-
 void Info::tell(const Run& run, std::ostream& out) const {
   const Context& context = run.context;
-  const auto fact = [&](const char* name) {
-    const Fact* found = context.fact(name);
-    return found == nullptr ? std::string() : found->text;
-  };
   out << run.file << '\n';
-  line(out, "Processor", fact("processor"));
-  line(out, "System", fact("system"));
-  line(out, "Computer", fact("computer"));
+  line(out, "Processor", context.text("processor"));
+  line(out, "System", context.text("system"));
+  line(out, "Computer", context.text("computer"));
   line(out, "Code path", context.codePath);
   for (const std::string& library : context.libraries) line(out, "Library", library);
   line(out, "Timing", context.timing);
   line(out, "Started", context.started);
-  line(out, "Ended", endText(run));
+  line(out, "Ended", run.end ? run.end->text() : "");
   line(out, "Functions", functionsText(run));
   line(out, "Results", resultsText(run));
   for (const std::string& note : run.notes) line(out, "Note", note);

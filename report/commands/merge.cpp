@@ -1,16 +1,11 @@
 // tazreport merge: parts of a run in one file.
-#include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <ostream>
 
 #include "report/command.h"
 #include "report/error.h"
 #include "report/merge.h"
 #include "report/text.h"
+#include "report/wholefile.h"
 
 namespace report {
 
@@ -33,7 +28,7 @@ class Merge : public Command {
     }
     const std::vector<std::string> notes = merger.notes();
     if (m_complete && !merger.complete()) throw Error(m_output, "is not made: " + notes.front());
-    write(merger);
+    writeWhole(m_output, [&](std::ostream& out) { merger.write(out); });
     console.out << m_output << ": " << counted(merger.rows(), "row") << " of "
                 << counted(m_files.size(), "file") << ", "
                 << (merger.machines() == 1
@@ -45,19 +40,6 @@ class Merge : public Command {
   }
 
  private:
-  // Beside it first, so that it may be one of those that were read, and is never half.
-  void write(const Merger& merger) const {
-    const std::string beside = m_output + ".new";
-    errno = 0;
-    std::ofstream file(beside, std::ios::binary);
-    if (file) merger.write(file);
-    file.close();
-    if (file && std::rename(beside.c_str(), m_output.c_str()) == 0) return;
-    const std::string reason = std::strerror(errno);
-    std::remove(beside.c_str());
-    throw Error(m_output, reason);
-  }
-
   std::vector<std::string> m_files;
   std::string m_output;
   bool m_complete = false;

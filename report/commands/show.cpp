@@ -42,7 +42,7 @@ class Show : public Command {
   void showTitle(const Run& run, const Console& console) const;
   void showDoubtful(const std::vector<const Row*>& rows, const Console& console) const;
   void showSection(const SizeSection& section, const Console& console) const;
-  void showComparisons(const Run& run, const Console& console) const;
+  bool showComparisons(const Run& run, const Console& console) const;
   void showCsv(const std::vector<Run>& runs, const Console& console) const;
   void sort(std::vector<SizeLine>& lines) const;
   std::string figure(const Row& row) const;
@@ -62,8 +62,8 @@ int Show::run(const Console& console) {
   m_format = formatOf(m_formatWord);
   const std::vector<Run> runs = readAll(m_files, {.samples = false});
   for (const Run& run : runs) {
-    if (m_unit != Unit::clocks && counterMhz(run.context) <= 0) {
-      throw Error(run.file, "does not tell the rate of its counter: only clocks can be shown");
+    if (m_unit != Unit::clocks && clockMhz(run.context, {}) <= 0) {
+      throw Error(run.file, "does not tell the rate of its clock: only clocks can be shown");
     }
   }
   if (m_format == Format::csv) {
@@ -78,10 +78,6 @@ void Show::showRun(const Run& run, const Console& console) const {
   m_context = &run.context;
   showTitle(run, console);
   const std::vector<const Row*> rows = filtered(run.rows, m_filter);
-  if (rows.empty() && run.comparisons.empty()) {
-    printParagraph(console, m_format,
-                   m_filter.empty() ? "There are no rows." : "No row has all words of the filter.");
-  }
   showDoubtful(rows, console);
   for (SizeSection& section : groupBySize(rows)) {
     sort(section.lines);
@@ -91,7 +87,10 @@ void Show::showRun(const Run& run, const Console& console) const {
     if (m_format == Format::text) console.out << '\n';
     printParagraph(console, m_format, "* not OK: see above", Tone::quiet);
   }
-  showComparisons(run, console);
+  if (!showComparisons(run, console) && rows.empty()) {
+    printParagraph(console, m_format,
+                   m_filter.empty() ? "There are no rows." : "No row has all words of the filter.");
+  }
 }
 
 void Show::showTitle(const Run& run, const Console& console) const {
@@ -99,8 +98,8 @@ void Show::showTitle(const Run& run, const Console& console) const {
   printHeading(console, m_format, run.file);
   std::string text;
   for (const char* name : {"processor", "computer"}) {
-    const Fact* fact = context.fact(name);
-    if (fact != nullptr) text += fact->text + ", ";
+    const std::string fact = context.text(name);
+    if (!fact.empty()) text += fact + ", ";
   }
   if (!context.codePath.empty()) text += "code path " + context.codePath + ", ";
   if (!context.started.empty()) text += "started " + context.started + ", ";
@@ -125,9 +124,7 @@ void Show::showDoubtful(const std::vector<const Row*>& rows, const Console& cons
     Table table({{"Row"}, {"Figure", Column::figure}, {"Reason"}});
     for (const Row* row : rows) {
       if (row->result != result) continue;
-      const std::string parameters = parametersText(row->parameters);
-      table.add({row->function + (parameters.empty() ? "" : " " + parameters), figure(*row),
-                 row->reason});
+      table.add({rowText(*row), figure(*row), row->reason});
     }
     if (table.empty()) continue;
     if (!isFirst && m_format == Format::text) console.out << '\n';
@@ -183,9 +180,7 @@ void Show::showSection(const SizeSection& section, const Console& console) const
   table.print(console, m_format);
 }
 
-void Show::showComparisons(const Run& run, const Console& console) const {
-  if (run.comparisons.empty()) return;
-  printHeading(console, m_format, "Measured side by side");
+bool Show::showComparisons(const Run& run, const Console& console) const {
   Table table({{"Row"},
                {"Sides"},
                {"Ratio", Column::figure},
@@ -196,9 +191,9 @@ void Show::showComparisons(const Run& run, const Console& console) const {
     return value ? formatted("%.4f", *value) : std::string("-");
   };
   for (const Comparison& comparison : run.comparisons) {
-    const std::string name = comparison.function + ' ' + parametersText(comparison.parameters);
-    if (!m_filter.empty() && !containsWord(name, m_filter)) continue;
+    const std::string name = rowText(comparison);
     for (const ComparedSide& other : comparison.others) {
+      if (!containsWords(name + ' ' + comparison.unit + ' ' + other.verdict, m_filter)) continue;
       const Tone tone = other.verdict == "slower"   ? Tone::bad
                         : other.verdict == "faster" ? Tone::good
                                                     : Tone::plain;
@@ -206,7 +201,10 @@ void Show::showComparisons(const Run& run, const Console& console) const {
                  text(other.high), Cell(other.verdict, tone)});
     }
   }
+  if (table.empty()) return false;
+  printHeading(console, m_format, "Measured side by side");
   table.print(console, m_format);
+  return true;
 }
 
 // A line a row and figures in full: for other programs.

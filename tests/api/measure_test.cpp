@@ -77,6 +77,7 @@ TEST(MeasurementBytes, ComeBackWholeOrNotAtAll) {
   EXPECT_EQ(back.referenceRatio, 1.25);
   EXPECT_EQ(back.reason, row.reason);
   EXPECT_THAT(back.passMinima, ElementsAre(1.5, 2.5));
+  EXPECT_EQ(back.passesSampled, 2);
   ASSERT_TRUE(tzUnpack(bytes, at, back));
   EXPECT_TRUE(back.samples.empty());
   EXPECT_EQ(at, bytes.size());

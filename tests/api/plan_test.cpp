@@ -39,6 +39,17 @@ TEST(Plan, ARunThatHasNotSoMuchTimeGivesLess) {
   EXPECT_TRUE(plan.isLast());
 }
 
+TEST(Plan, ARowThatTakesNoSamplesIsNoneOfThoseToMeasure) {
+  tzPlan plan;
+  plan.rowBudget = 100;
+  plan.runBudget = 10;
+  plan.beginRun(0, 2);
+  plan.beginPass(1, 0);
+  for (int row = 0; row < 5; ++row) plan.rowDone(1, 0);
+  EXPECT_DOUBLE_EQ(plan.share(2), 4) << "eight seconds for two rows";
+  EXPECT_FALSE(plan.isCostly(2)) << "its time is not the next row's";
+}
+
 TEST(Plan, ARowThatCostsTooMuchTakesPartInThreePasses) {
   tzPlan plan;
   plan.passes = 8;

@@ -11,6 +11,7 @@
 #include "testpaths.h"
 #include "tzinterrupt.h"
 #include "tzjson.h"
+#include "validated.h"
 
 using harnesskit::Outcome;
 using harnesskit::runProgram;
@@ -20,16 +21,6 @@ using harnesskit::StubTest;
 using harnesskit::TempFolder;
 
 namespace {
-
-// What the validator says of a file: "contexts rows ends cut".
-std::string validated(const TempFolder& folder, const std::string& name) {
-  const std::string here = TAZMET_TEST_DATA;
-  return runProgram("/usr/bin/python3",
-                    {here + "/validate_lines.py", here + "/../../docs/results.schema.json",
-                     folder.file(name)},
-                    folder.path())
-      .console;
-}
 
 std::vector<std::string> linesWith(const std::string& text, const std::string& part) {
   std::vector<std::string> found;
@@ -91,7 +82,8 @@ TEST(Lines, AgreeWithTheSchemaAndTheTable) {
 // Passes and children: the samples of all passes stand in one row each.
 TEST(Lines, HoldTheSamplesOfAllPasses) {
   const TempFolder folder;
-  Session(folder).run("-B -j -f=stubAlpha -dMethod=Spread -dClock=core -X2 -b0.01 -k");
+  Session(folder).run("-B -j -r -f=stubAlpha -dMethod=Spread -dClock=core -X2 -b0.01 -k");
+  EXPECT_NE(std::string::npos, folder.read("stub.csv").find("\nClock,core\n"));
   EXPECT_EQ("1 2 1 0\n", validated(folder, "stub.jsonl")) << folder.read("stub.jsonl");
   for (const std::string& row : linesWith(folder.read("stub.jsonl"), "\"type\":\"row\"")) {
     EXPECT_NE(std::string::npos, row.find("\"pass\":[1,")) << row;

@@ -5,18 +5,20 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "harnesskit.h"
-#include "testpaths.h"
 #include "tzjsonreader.h"
+#include "tzplan.h"
 #include "tzshard.h"
+#include "validated.h"
 
 using harnesskit::Outcome;
-using harnesskit::runProgram;
 using harnesskit::Session;
 using harnesskit::splitLines;
 using harnesskit::steadyLoop;
@@ -55,15 +57,6 @@ std::vector<std::string> tableRows(const std::string& table) {
     if (line.find(",Timing,") != std::string::npos) rows.push_back(line);
   }
   return rows;
-}
-
-std::string validated(const TempFolder& folder, const std::string& name) {
-  const std::string here = TAZMET_TEST_DATA;
-  return runProgram("/usr/bin/python3",
-                    {here + "/validate_lines.py", here + "/../../docs/results.schema.json",
-                     folder.file(name)},
-                    folder.path())
-      .console;
 }
 
 }  // namespace
@@ -225,4 +218,96 @@ TEST(LongRuns, KeepFailuresOfTheRunBefore) {
   EXPECT_EQ(1u, again.lines("-- FUNCFAIL: stubBad").size()) << again.console;
   EXPECT_EQ(1u, tableRows(folder.read("stub.csv")).size());
   EXPECT_EQ(1u, rowsIn(folder.read("stub.jsonl")).size());
+}
+
+namespace {
+
+tzResult tellingFailure(int, long long*) {
+  std::puts("called");
+  std::fflush(stdout);
+  return TZ_FUNCFAIL;
+}
+
+// Tells whether a row gets all of its budget or what the run has left for it.
+tzResult tellingShare(int n, long long* clocks) {
+  static bool told = false;
+  if (!std::exchange(told, true)) {
+    std::puts(g_plan.share(tzTool::seconds()) > 1 ? "share: whole" : "share: part");
+    std::fflush(stdout);
+  }
+  *clocks = 1000LL * n;
+  return TZ_OK;
+}
+
+int endsInPass = 0;
+int endsAtRun = 0;  // of this pass
+bool endsParent = false;
+
+tzResult endedLoop(int n, long long* clocks) {
+  static int runs = 0;
+  if (g_plan.pass == endsInPass && ++runs == endsAtRun) {
+    kill(endsParent ? getppid() : getpid(), SIGINT);
+  }
+  *clocks = 1000LL * n;
+  return TZ_OK;
+}
+
+void registerEnded() {
+  for (const char* name : {"stubFirst", "stubSecond"}) tzRegTest(new StubTest(name, endedLoop));
+}
+
+}  // namespace
+
+// What stands behind it was not measured before, and will not be.
+TEST(LongRuns, EndATestWithItsFailureInEachPass) {
+  const TempFolder folder;
+  const auto failing = [] { tzRegTest(new StubTest("stubBad", tellingFailure)); };
+  const std::string keys = "-B -J -dMethod=Spread -X3";
+  EXPECT_EQ(3u, Session(folder).setup(failing).run(keys).lines("called").size());
+  const Outcome again = Session(folder).setup(failing).run(keys);
+  EXPECT_EQ(0u, again.lines("called").size()) << again.console;
+  EXPECT_EQ(1u, again.lines("-- FUNCFAIL: stubBad").size()) << again.console;
+}
+
+// However many rows there are: the others have the time of the run, and no more.
+TEST(LongRuns, LeaveTheTimeOfTheRunToWhatIsMeasured) {
+  const TempFolder folder;
+  const auto setup = [] {
+    harnesskit::registerStubs();
+    tzRegTest(new StubTest("stubShare", tellingShare, "StubSuite", "8"));
+  };
+  const std::string keys = "-B -J -dMethod=Spread -b100,0.02 -f-__tz -f-Gamma ";
+  for (const std::string more : {"", "-k "}) {
+    Session(folder).setup(setup).run(keys + more + "-f-Share");
+    const Outcome outcome = Session(folder).setup(setup).run(keys + more);
+    EXPECT_TRUE(outcome.shows("4 rows are there already")) << outcome.console;
+    EXPECT_EQ(1u, outcome.lines("share: part").size()) << more << outcome.console;
+  }
+}
+
+// A row that a signal left before all of its passes is told, but the run that goes on makes it.
+TEST(LongRuns, MakeThePassesThatASignalTookAway) {
+  struct Case {
+    const char* keys;
+    int pass;
+    int run;      // the first ones only settle how many calls a sample has
+    size_t told;  // rows; 0: a child may be faster than the signal
+  };
+  for (const Case& end : {Case{"", 1, 20, 1}, {"", 2, 1, 4}, {"", 3, 1, 4}, {"-k", 2, 1, 0}}) {
+    const TempFolder folder;
+    const std::string keys = std::string("-B -dMethod=Spread -X3 -b0.006 -f-__tz -J ") + end.keys;
+    endsInPass = end.pass;
+    endsAtRun = end.run;
+    endsParent = *end.keys != 0;
+    const Outcome ended = Session(folder).setup(registerEnded).run(keys);
+    EXPECT_EQ(-SIGINT, ended.exitCode) << ended.console;
+    if (end.told != 0) {
+      EXPECT_EQ(end.told, ended.lines("clocks/px").size()) << ended.console;
+    }
+    EXPECT_EQ(0u, rowsIn(folder.read("stub.jsonl")).size()) << end.keys << end.pass;
+    endsInPass = 0;
+    EXPECT_EQ(0, Session(folder).setup(registerEnded).run(keys).exitCode);
+    EXPECT_EQ(4u, rowsIn(folder.read("stub.jsonl")).size()) << end.keys << end.pass;
+    EXPECT_EQ(std::string::npos, folder.read("stub.jsonl").find("samples of")) << end.pass;
+  }
 }

@@ -157,16 +157,19 @@ TEST(Progress, KnowsTheTimesOfTheRunBefore) {
   setenv("TERM", "xterm", 1);
   Session(folder).run("-B -j -f-__tz");
   const Terminal terminal;
+  Outcome outcome;
   const auto run = [&] {
-    Session(folder)
-        .setup([&] {
-          terminal.become(STDERR_FILENO);
-          harnesskit::registerStubs();
-        })
-        .run("-B -j -G -f-__tz");
+    outcome = Session(folder)
+                  .setup([&] {
+                    terminal.become(STDERR_FILENO);
+                    harnesskit::registerStubs();
+                  })
+                  .run("-B -j -G -f-__tz");
     return terminal.text();
   };
   EXPECT_NE(std::string::npos, run().find("about 0:00 left"));
   folder.write("stub.jsonl", "no such thing\n");
   EXPECT_NE(std::string::npos, run().find("time left not known yet"));
+  EXPECT_TRUE(outcome.shows("-- No times of file ")) << outcome.console;
+  EXPECT_TRUE(outcome.shows(": line 1 is no line of a run")) << outcome.console;
 }

@@ -90,19 +90,20 @@ def main():
         lines = file.read().split(b"\n")
     cut = lines.pop()
     counts = {"context": 0, "row": 0, "comparison": 0, "end": 0}
+    last = ""
     for number, line in enumerate(lines, 1):
         value = json.loads(line.decode("utf-8"), parse_constant=refuse_constant)
         found = validator.breach(value, validator.root, "")
         if found:
             sys.exit("line %d: %s" % (number, found))
         begins = number == 1 or "resumed" in value
-        ended = counts["end"] and counts["end"] >= counts["context"]
-        if begins != (value["type"] == "context") or (ended and not begins):
+        if begins != (value["type"] == "context") or (last == "end" and not begins):
             sys.exit("line %d: %s in the wrong place" % (number, value["type"]))
         samples = value.get("samples")
         if samples and len({len(column) for column in samples.values()}) != 1:
             sys.exit("line %d: columns of samples differ in length" % number)
-        counts[value["type"]] += 1
+        last = value["type"]
+        counts[last] += 1
     rows = counts["row"] + counts["comparison"]
     print(counts["context"], rows, counts["end"], 1 if cut else 0)
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "report/changepoint.h"
+#include "report/statistics.h"
 
 namespace {
 
@@ -60,18 +61,35 @@ TEST(ChangePoint, TakesNoiseForNone) {
   EXPECT_TRUE(findSteps(levels({{20, 10}, {20, 10.1}}, 0.001, 1), 0.05, 0.02).empty());
 }
 
+// One row that changed must be seen among many that did not.
+TEST(ChangePoint, IsSureOfWhatNoRandomOrderShows) {
+  const double p = changePoint(levels({{10, 10}, {10, 10.5}}, 0.01, 7)).p;
+  EXPECT_LE(p, 0.05 / 1410);
+  EXPECT_GE(p, 2.0 / 184756);  // of that place alone
+  EXPECT_LT(changePoint(levels({{200, 10}, {200, 10.5}}, 0.01, 7)).p, 1e-9);
+  std::vector<double> all(1410, 0.5);
+  all[7] = p;
+  EXPECT_TRUE(report::believed(all, 0.05)[7]);
+}
+
+// Equal values on both sides of a step speak for it no more than if each of them spoke against it.
+TEST(ChangePoint, TakesTiesForNoStep) {
+  std::vector<double> told;
+  for (int i = 0; i < 30; ++i) told.push_back(i < 15 ? i : 100 + i);
+  std::vector<double> tied = told;
+  for (const std::size_t i : {2, 7, 12}) {
+    told[i] = 50.0 + static_cast<double>(i);
+    told[i + 15] = 20.0 + static_cast<double>(i);
+    tied[i] = tied[i + 15] = 50;
+  }
+  EXPECT_LT(changePoint(told).p, 1.0 / 2000);
+  EXPECT_GE(changePoint(tied).p, changePoint(told).p * 0.999);
+}
+
 TEST(ChangePoint, SaysTheSameEachTime) {
   const auto values = levels({{9, 10}, {8, 10.3}}, 0.02, 5);
   EXPECT_EQ(changePoint(values).p, changePoint(values).p);
   // Equal values share their ranks: which of them comes first has no say.
   EXPECT_EQ(4u, changePoint({1, 1, 1, 1, 2, 2, 2, 2}).at);
   EXPECT_NEAR(2.0 / 70, changePoint({1, 1, 1, 1, 2, 2, 2, 2}).p, 0.01);
-}
-
-TEST(ChangePoint, BelievesNoMoreThanManyTestsAllow) {
-  EXPECT_EQ((std::vector<bool>{true, true, false, false}),
-            report::believed({0.001, 0.02, 0.04, 0.9}, 0.05));
-  EXPECT_EQ((std::vector<bool>{false, false}), report::believed({0.04, 0.9}, 0.05));
-  EXPECT_EQ((std::vector<bool>{true, true}), report::believed({0.04, 0.05}, 0.05));
-  EXPECT_TRUE(report::believed({}, 0.05).empty());
 }

@@ -6,19 +6,10 @@
 
 #include "reportkit.h"
 
-using reportkit::kContext;
-using reportkit::kEnd;
-using reportkit::row;
-using reportkit::run;
-using reportkit::TempFolder;
+using namespace reportkit;
 using testing::HasSubstr;
 
 namespace {
-
-std::string replaced(std::string text, const std::string& from, const std::string& to) {
-  text.replace(text.find(from), from.size(), to);
-  return text;
-}
 
 std::string context(const std::string& part, const std::string& computer = "box") {
   const std::string own =

@@ -9,12 +9,7 @@
 #include "report/text.h"
 #include "reportkit.h"
 
-using reportkit::kContext;
-using reportkit::kEnd;
-using reportkit::Outcome;
-using reportkit::row;
-using reportkit::run;
-using reportkit::TempFolder;
+using namespace reportkit;
 
 namespace {
 
@@ -82,6 +77,19 @@ TEST(Page, ComparesWithOlderRuns) {
   EXPECT_NE(std::string::npos, page.find("<li>g ImageSize=8x8: not there</li>"));
 }
 
+// What the harness compared itself: a file of key -D holds nothing else.
+TEST(Page, HoldsComparisonsOfTheHarness) {
+  if (!makesPages()) GTEST_SKIP() << "built without libjs-chart.js";
+  const TempFolder folder;
+  const std::string path = folder.write("d.jsonl", kContext + comparison("<f>") + kEnd);
+  const Outcome made = run({"html", path, "-o", "-"});
+  ASSERT_EQ(0, made.code) << made.err;
+  const std::string page = body(made.out);
+  EXPECT_NE(std::string::npos, page.find("<b>&lt;f&gt;</b><span>ImageSize=8x8</span>")) << page;
+  EXPECT_NE(std::string::npos, page.find("<td>A : B</td><td class=\"n\" data-v=\"1.04\">1.0400</td>"
+                                         "<td class=\"n\">-</td>"));
+}
+
 // A file may come from anywhere, and a page is opened with a click.
 TEST(Page, TakesNoTextForMarkup) {
   if (!makesPages()) GTEST_SKIP() << "built without libjs-chart.js";
@@ -135,4 +143,12 @@ TEST(Page, IsWrittenAsAWholeOrNotAtAll) {
   EXPECT_NE(std::string::npos, refused.err.find("no/p.html: No such file or directory"))
       << refused.err;
   EXPECT_EQ(2, run({"html", path}).code);
+  // What is no plain file stays what it is.
+  std::filesystem::create_symlink("/dev/null", folder.file("device"));
+  EXPECT_EQ(0, run({"html", path, "-o", folder.file("device")}).code);
+  EXPECT_TRUE(std::filesystem::is_symlink(folder.file("device")));
+  std::filesystem::create_symlink("/dev/full", folder.file("full"));
+  EXPECT_NE(
+      std::string::npos,
+      run({"html", path, "-o", folder.file("full")}).err.find("full: No space left on device"));
 }

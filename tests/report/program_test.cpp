@@ -8,11 +8,7 @@
 #include "reportkit.h"
 #include "testpaths.h"
 
-using reportkit::kContext;
-using reportkit::kEnd;
-using reportkit::row;
-using reportkit::run;
-using reportkit::TempFolder;
+using namespace reportkit;
 
 namespace {
 

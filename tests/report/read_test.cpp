@@ -8,9 +8,7 @@
 using report::readRuns;
 using report::Result;
 using report::Row;
-using reportkit::kContext;
-using reportkit::kEnd;
-using reportkit::row;
+using namespace reportkit;
 
 namespace {
 
@@ -89,11 +87,7 @@ TEST(ReadJson, BeginsARunWithEachContextAndSkipsWhatIsNotKnown) {
 }
 
 TEST(ReadJson, TakesComparisons) {
-  const std::string line =
-      R"({"type":"comparison","function":"f","name":["f"],"test":"t","source":"s","parameters":{},)"
-      R"("unit":"px","time":"","elements":1,"side":"A","clocks_per_element":2,"gate":0.01,"others":[)"
-      R"({"side":"B","ratio":1.04,"low":null,"high":1.1,"smallest_change":null,"verdict":"slower"}],"sets":[]})";
-  const auto runs = readRuns("F", kContext + line + "\n", {});
+  const auto runs = readRuns("F", kContext + comparison("f"), {});
   const report::Comparison& read = runs[0].comparisons.at(0);
   EXPECT_EQ(1.04, read.others.at(0).ratio);
   EXPECT_FALSE(read.others[0].low);

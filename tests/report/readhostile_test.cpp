@@ -4,10 +4,7 @@
 
 #include "reportkit.h"
 
-using reportkit::kContext;
-using reportkit::readingError;
-using reportkit::row;
-using reportkit::TempFolder;
+using namespace reportkit;
 
 namespace {
 

@@ -95,4 +95,18 @@ inline std::string row(const std::string& function, const std::string& size, dou
   return text.str();
 }
 
+/// The text with one of its parts exchanged where it occurs first.
+inline std::string replaced(std::string text, const std::string& from, const std::string& to) {
+  return text.replace(text.find(from), from.size(), to);
+}
+
+/// What the harness compared itself.
+inline std::string comparison(const std::string& function) {
+  return R"({"type":"comparison","function":")" + function +
+         R"(","name":["f"],"test":"t","source":"s","parameters":{"ImageSize":"8x8"},)"
+         R"("unit":"px","time":"","elements":1,"side":"A","clocks_per_element":2,"gate":0.01,"others":[)"
+         R"({"side":"B","ratio":1.04,"low":null,"high":1.1,"smallest_change":null,"verdict":"slower"}],"sets":[]})"
+         "\n";
+}
+
 }  // namespace reportkit

@@ -13,12 +13,7 @@
 #include "reportkit.h"
 #include "testpaths.h"
 
-using reportkit::kContext;
-using reportkit::kEnd;
-using reportkit::Outcome;
-using reportkit::row;
-using reportkit::run;
-using reportkit::TempFolder;
+using namespace reportkit;
 
 namespace {
 
@@ -190,6 +185,18 @@ TEST(Show, SortsAndFilters) {
   EXPECT_EQ(2, wrong.code);
 }
 
+TEST(Show, FiltersComparisonsByTheSameWords) {
+  const TempFolder folder;
+  const std::string path =
+      folder.write("a.jsonl", kContext + comparison("fnOne") + comparison("fnTwo"));
+  const Outcome some = run({"show", path, "--filter", "8X8 one slower"});
+  at(some.out, "fnOne ImageSize=8x8  A : B  1.0400    -  1.1000  slower");
+  EXPECT_EQ(std::string::npos, some.out.find("fnTwo")) << some.out;
+  const Outcome none = run({"show", path, "--filter", "fnThree"});
+  EXPECT_EQ(std::string::npos, none.out.find("side by side")) << none.out;
+  at(none.out, "No row has all words of the filter.");
+}
+
 TEST(Show, EscapesWhatOtherFormatsRead) {
   const TempFolder folder;
   const std::string path =
@@ -201,11 +208,20 @@ TEST(Show, EscapesWhatOtherFormatsRead) {
   EXPECT_NE(std::string::npos, csv.out.find(",\"a|<b>,\"\"c_d_\",")) << csv.out;
 }
 
-TEST(Show, TellsClocksAloneWhereTheCounterIsUnknown) {
+TEST(Show, TellsClocksAloneWhereTheirRateIsUnknown) {
   const TempFolder folder;
   const std::string path = folder.write("a.csv", "f,Timing,64x64,1.5,px,nLps=4,OK\n");
   EXPECT_EQ(0, run({"show", path}).code);
   const Outcome refused = run({"show", path, "--unit", "ns"});
   EXPECT_EQ(2, refused.code);
-  EXPECT_NE(std::string::npos, refused.err.find(path + ": does not tell the rate of its counter"));
+  EXPECT_NE(std::string::npos, refused.err.find(path + ": does not tell the rate of its clock"));
+  // How fast the core ran, tables do not tell.
+  const std::string cpu = "CPU,Test CPU; 2.6 GHz; Max cache size 1024 K\n";
+  const std::string line = "f,Timing,64x64,1.5,px,nLps=4,OK\n";
+  const std::string counter = folder.write("b.csv", cpu + line);
+  const std::string core = folder.write("c.csv", cpu + "Clock,core\n" + line);
+  EXPECT_EQ(0, run({"show", counter, "--unit", "ns"}).code);
+  EXPECT_EQ(0, run({"show", core}).code);
+  EXPECT_EQ(2, run({"show", core, "--unit", "ns"}).code);
+  EXPECT_EQ(2, run({"compare", counter, core}).code);
 }

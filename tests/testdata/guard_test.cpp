@@ -1,6 +1,7 @@
 // Buffers between pages that must not be touched.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "rkguard.h"
@@ -67,6 +68,18 @@ TEST(Guard, RowsOfImagesHaveCanariesBetweenThemAndTheLastEndsThePlane) {
     for (int y = 0; y < 3; ++y) {
       for (int x = 18; x < image.step(); ++x) EXPECT_EQ(0xA5, plane[y * image.step() + x]);
     }
+  }
+}
+
+TEST(Guard, OtherBuffersBeginWithCanariesWhereAskedTo) {
+  rkVector vector;
+  vector.init(rk8u);
+  for (const bool filled : {true, false}) {
+    rkGuard::fillOthers(filled);
+    ASSERT_TRUE(vector.createVector(100, 0, nullptr));
+    EXPECT_EQ(filled, std::all_of(vector.data8u(), vector.data8u() + 100,
+                                  [](uint8_t byte) { return byte == 0xA5; }));
+    std::fill_n(vector.data8u(), 100, uint8_t{1});
   }
 }
 

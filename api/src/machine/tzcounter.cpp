@@ -70,7 +70,8 @@ double additionsAClock() {
 
 tzCounterFacts measured() {
   tzCounterFacts facts;
-  if (rkd_get_quorvex_counter() == rkd_get_quorvex_counter()) return facts;  // it does not run
+  const unsigned long long first = rkd_get_quorvex_counter();
+  if (first == rkd_get_quorvex_counter()) return facts;  // it does not run
   const Moment begin = moment();
   std::vector<long long> differences = lookDifferences();
   facts.step = tzCounterStep(differences);

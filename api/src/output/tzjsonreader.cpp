@@ -45,11 +45,7 @@ class Scanner {
   /// @param member  called with name and value of each member of an outermost object
   template <class Member>
   bool object(int depth, Member member) {
-    if (depth > tzJsonReader::MAX_DEPTH || !take('{')) return false;
-    blanks();
-    if (take('}')) return true;
-    do {
-      blanks();
+    return sequence(depth, "{}", [&] {
       const std::size_t nameAt = m_at;
       if (!string()) return false;
       const std::string_view name = since(nameAt);
@@ -57,29 +53,36 @@ class Scanner {
       if (!take(':')) return false;
       blanks();
       const std::size_t valueAt = m_at;
-      if (!value(depth) || !member(name, since(valueAt))) return false;
-      blanks();
-    } while (take(','));
-    return take('}');
+      return value(depth) && member(name, since(valueAt));
+    });
   }
 
   /// @param item  called with each item of an outermost array
   template <class Item>
   bool array(int depth, Item item) {
-    if (depth > tzJsonReader::MAX_DEPTH || !take('[')) return false;
-    blanks();
-    if (take(']')) return true;
-    do {
-      blanks();
+    return sequence(depth, "[]", [&] {
       const std::size_t itemAt = m_at;
       if (!value(depth)) return false;
       item(since(itemAt));
-      blanks();
-    } while (take(','));
-    return take(']');
+      return true;
+    });
   }
 
  private:
+  // What stands between brackets, with commas between.
+  template <class Element>
+  bool sequence(int depth, const char* brackets, Element element) {
+    if (depth > tzJsonReader::MAX_DEPTH || !take(brackets[0])) return false;
+    blanks();
+    if (take(brackets[1])) return true;
+    do {
+      blanks();
+      if (!element()) return false;
+      blanks();
+    } while (take(','));
+    return take(brackets[1]);
+  }
+
   char peek() const { return atEnd() ? '\0' : m_text[m_at]; }
 
   bool any() {

@@ -84,7 +84,7 @@ bool tzIStream::setPreset(const tzString& definition) {
 
 tzString tzIStream::iniValue(const tzString& name) const {
   for (const tzIniFile* file : {m_iniFile.get(), m_target.get()}) {
-    const tzString value = file != nullptr ? file->read(m_section, name, "") : tzString();
+    tzString value = file != nullptr ? file->read(m_section, name, "") : tzString();
     if (!value.empty()) return value;
   }
   return "";

@@ -36,7 +36,7 @@ tzJson machine() {
 tzJson settings() {
   tzJson object;
   object.put("timing", tzReportTitle::timingText());
-  object.put("clock", g_tool.coreClock() ? "core" : "counter");
+  object.put("clock", g_tool.coreClock() && !g_request.compares ? "core" : "counter");
   object.put("accuracy", g_tool.accuracyLimit()).put("time_limit", g_tool.timeLimit());
   object.put("vector_align", VectorAlign).put("vector_shift", VectorShift);
   tzJson presets;

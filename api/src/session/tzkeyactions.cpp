@@ -22,9 +22,6 @@ using Text = const tzString&;
 
 // ---- arguments ----
 
-// A file key's argument; "=" may stand before the name.
-tzString fileName(Text arg) { return arg[0] == '=' ? arg.substr(1) : arg; }
-
 int parseAskMode(Text arg, bool& fail) {
   static const char* const names[] = {"Timing", "Params", "Misalign", "All"};
   static const int modes[] = {ASK_TIMING, ASK_PARAMS, ASK_MISALIGN, ASK_ALL};
@@ -133,7 +130,7 @@ tzString tellFile(const char* what, bool append, Text path) {
 template <tzOutFile kind, bool append>
 tzString tellOut(Text arg) {
   return tellFile(fileOf<kind>, append,
-                  g_session->genOutPath(fileName(arg), tzSession::extension(kind)));
+                  g_session->genOutPath(tzKeyFileName(arg), tzSession::extension(kind)));
 }
 
 // Capital letters append; the parameter names and the memory table have none.
@@ -152,13 +149,13 @@ constexpr const char* keyOf<OUT_LINES, append> = "-j";
 
 template <tzOutFile kind, bool append>
 tzString refuseOut(Text arg) {
-  const tzString path = g_session->genOutPath(fileName(arg), tzSession::extension(kind));
+  const tzString path = g_session->genOutPath(tzKeyFileName(arg), tzSession::extension(kind));
   return g_session->files().conflict(path, tzFiles::WRITTEN, keyOf<kind, append>);
 }
 
 template <tzOutFile kind, bool append>
 void applyOut(Text arg, tzSession* session) {
-  session->addOutFile(kind, fileName(arg), append, keyOf<kind, append>);
+  session->addOutFile(kind, tzKeyFileName(arg), append, keyOf<kind, append>);
 }
 
 template <tzOutFile kind, bool append>
@@ -166,7 +163,7 @@ constexpr tzKeyAction outFile = {refuseOut<kind, append>, tellOut<kind, append>,
                                  applyOut<kind, append>};
 
 tzString signalPath(Text arg) {
-  return g_session->genOutPath(fileName(arg), tzSession::SIGNAL_EXTENSION);
+  return g_session->genOutPath(tzKeyFileName(arg), tzSession::SIGNAL_EXTENSION);
 }
 
 tzString tellCondition(Text what, Text arg) {
@@ -209,6 +206,8 @@ void addCondition(tzString arg, tzSession* session) {
 
 }  // namespace
 
+tzString tzKeyFileName(Text arg) { return arg[0] == '=' ? arg.substr(1) : arg; }
+
 void f_apply(const tzString& arg, tzSession* session) {
   addCondition<RunCondition_f, RunCondition_fAnd, RunCondition_fNot, RunCondition_fEqual>(arg,
                                                                                           session);
@@ -244,23 +243,23 @@ const tzKeyAction preset = {
 
 const tzKeyAction iniRead = {
     [](Text arg) -> tzString {
-      const tzString path = g_session->iniPath(fileName(arg), false);
+      const tzString path = g_session->iniPath(tzKeyFileName(arg), false);
       return g_session->files().conflict(path, tzFiles::READ, "-i");
     },
     [](Text arg) -> tzString {
-      return "parameters read from " + g_session->iniPath(fileName(arg), false);
+      return "parameters read from " + g_session->iniPath(tzKeyFileName(arg), false);
     },
-    [](Text arg, tzSession* session) { session->setIniMode(fileName(arg), false); }};
+    [](Text arg, tzSession* session) { session->setIniMode(tzKeyFileName(arg), false); }};
 
 const tzKeyAction iniWrite = {
     [](Text arg) -> tzString {
-      const tzString path = g_session->iniPath(fileName(arg), true);
+      const tzString path = g_session->iniPath(tzKeyFileName(arg), true);
       return g_session->files().conflict(path, tzFiles::WRITTEN, "-I");
     },
     [](Text arg) -> tzString {
-      return "parameters written to " + g_session->iniPath(fileName(arg), true);
+      return "parameters written to " + g_session->iniPath(tzKeyFileName(arg), true);
     },
-    [](Text arg, tzSession* session) { session->setIniMode(fileName(arg), true); }};
+    [](Text arg, tzSession* session) { session->setIniMode(tzKeyFileName(arg), true); }};
 
 const tzKeyAction iniFunctions = {
     [](Text) -> tzString {
@@ -311,7 +310,7 @@ const tzKeyAction signalFile = {
       return g_session->files().conflict(signalPath(arg), tzFiles::WRITTEN, "-g");
     },
     [](Text arg) -> tzString { return tellFile("signal file", false, signalPath(arg)); },
-    [](Text arg, tzSession* session) { session->setSglName(fileName(arg)); }};
+    [](Text arg, tzSession* session) { session->setSglName(tzKeyFileName(arg)); }};
 
 const tzKeyAction insist = {
     nullptr, [](Text) -> tzString { return "nothing is measured unless everything given is used"; },

@@ -15,6 +15,9 @@ struct tzKeyAction {
   void (*apply)(const tzString& arg, tzSession* session);
 };
 
+/// The name in a file key's argument, before which "=" may stand.
+tzString tzKeyFileName(const tzString& arg);
+
 /// Apply functions of the keys -f and -t: add the condition that `arg` describes to the session.
 void f_apply(const tzString& arg, tzSession* session);
 void t_apply(const tzString& arg, tzSession* session);

@@ -1,8 +1,7 @@
 // What the keys of long runs do: parts of a run, going on after an end, how far it is.
-#include <unistd.h>
-
 #include "tzkeyactions.h"
 #include "tzknown.h"
+#include "tzostream.h"
 #include "tzprogress.h"
 #include "tzsession.h"
 #include "tzshard.h"
@@ -11,10 +10,8 @@ namespace {
 
 using Text = const tzString&;
 
-tzString fileName(Text arg) { return arg[0] == '=' ? arg.substr(1) : arg; }
-
 tzString linesPath(Text arg) {
-  return g_session->genOutPath(fileName(arg), tzSession::extension(OUT_LINES));
+  return g_session->genOutPath(tzKeyFileName(arg), tzSession::extension(OUT_LINES));
 }
 
 bool isComparison() { return g_session->commands().isKey('D') || g_session->commands().isKey('c'); }
@@ -50,18 +47,22 @@ const tzKeyAction resume = {
       return "rows that " + linesPath(arg) + " lacks are measured and added to it";
     },
     [](Text arg, tzSession* session) {
-      session->addOutFile(OUT_LINES, fileName(arg), true, "-J");
+      session->addOutFile(OUT_LINES, tzKeyFileName(arg), true, "-J");
     }};
 
 // The file of the run before may be the one that this run will write: it is read now.
-const tzKeyAction progress = {[](Text) -> tzString { return refuseComparison(); },
-                              [](Text arg) -> tzString {
-                                return "progress on the terminal, with times of " + linesPath(arg);
-                              },
-                              [](Text arg, tzSession*) {
-                                tzKnownRuns times;
-                                if (!tzReadKnownRuns(linesPath(arg), times).empty()) times = {};
-                                tzProgress::enable(std::move(times));
-                              }};
+const tzKeyAction progress = {
+    [](Text) -> tzString { return refuseComparison(); },
+    [](Text arg) -> tzString {
+      return "progress on the terminal, with times of " + linesPath(arg);
+    },
+    [](Text arg, tzSession*) {
+      if (!tzProgress::enable()) return;
+      tzKnownRuns times;
+      const tzString path = linesPath(arg);
+      const tzString reason = tzReadKnownRuns(path, times);
+      if (reason.empty()) return tzProgress::setTimes(std::move(times));
+      g_ostrm << L_WARN << "-- No times of file " + path + ": " + reason << "\n" << L_END;
+    }};
 
 }  // namespace tzkeyaction

@@ -346,6 +346,11 @@ void tzSession::putTableTitle() {
   }
   if (!g_cstrm.hasTargets()) return;
   g_cstrm << tzReportTitle(tzGetTestList());
+  if (g_tool.coreClock() && !m_comparison.isOn()) {
+    g_cstrm << "Clock"
+            << "core"
+            << "\n";
+  }
   putTableTitleLine();
 }
 

@@ -70,7 +70,7 @@ tzString tzSession::getOutDir() const {
 }
 
 tzString tzSession::iniPath(const tzString& name, bool create) const {
-  const tzString path = genInPath(name, INI_EXTENSION);
+  tzString path = genInPath(name, INI_EXTENSION);
   const bool belongsThere = !m_inDir.empty() || canWrite(m_exePath.getFileDir()) ||
                             (!create && access(path.c_str(), F_OK) == 0);
   if (belongsThere) return path;

@@ -84,9 +84,10 @@ void tzSide::execute(int in, int out) const {
     setenv("LD_LIBRARY_PATH", path.c_str(), 1);
   }
   std::vector<tzString> words = {m_program, "-B", "-LERR"};
-  for (const tzString& key : m_keys) words.push_back(key);
+  words.insert(words.end(), m_keys.begin(), m_keys.end());
   if (!m_kind.key.empty()) words.push_back(m_kind.key);
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (tzString& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
   execv("/proc/self/exe", arguments.data());

@@ -2,6 +2,7 @@
 #include "tzprogress.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 #include "tzplan.h"
@@ -20,7 +21,7 @@ constexpr double kPrior = 0.05;
 constexpr double kLeastDone = 0.02;
 
 std::string clockText(double seconds) {
-  const auto whole = static_cast<long long>(seconds + 0.5);
+  const auto whole = std::llround(seconds);
   char text[32];
   if (whole < 3600) {
     std::snprintf(text, sizeof text, "%lld:%02lld", whole / 60, whole % 60);
@@ -65,10 +66,7 @@ tzEstimate tzProgress::s_estimate;
 double tzProgress::s_begin = 0;
 double tzProgress::s_shown = 0;
 
-void tzProgress::enable(tzKnownRuns times) {
-  s_on = tzStatusLine::enable();
-  if (s_on) s_times = std::move(times);
-}
+bool tzProgress::enable() { return s_on = tzStatusLine::enable(); }
 
 // Rows that the earlier run lacks are taken for as long as the others.
 void tzProgress::begin(const std::vector<tzTest*>& tests) {

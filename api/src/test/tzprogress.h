@@ -4,6 +4,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tzknown.h"
@@ -42,8 +43,10 @@ class tzEstimate {
 /// timed, and nothing anywhere else.
 class tzProgress {
  public:
-  /// @param times  the rows of an earlier run, for the time left; may be empty
-  static void enable(tzKnownRuns times);
+  /// @return false where nothing can show
+  static bool enable();
+  /// The rows of an earlier run, for the time left.
+  static void setTimes(tzKnownRuns times) { s_times = std::move(times); }
 
   /// The tests of each pass, in their order.
   static void begin(const std::vector<tzTest*>& tests);

@@ -28,7 +28,7 @@ std::string difference(const tzRunFacts& a, const tzRunFacts& b) {
 }  // namespace
 
 tzString tzResume::open(const tzString& path) {
-  const tzString reason = tzReadKnownRuns(path, s_known);
+  tzString reason = tzReadKnownRuns(path, s_known);
   if (!reason.empty()) return reason;
   s_opened = true;
   if (s_known.cut > 0 && truncate(path.c_str(), static_cast<off_t>(s_known.whole)) != 0) {

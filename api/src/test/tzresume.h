@@ -20,6 +20,8 @@ class tzResume {
   /// console and in the context, which marks the gap. Does nothing without a file.
   static void begin(tzJson& context);
 
+  /// Whether there is such a file, for this run or one that will go on with it.
+  static bool isOpen() { return s_opened; }
   /// Whether any row is taken from the file.
   static bool isOn() { return !s_byIdentity.empty(); }
   /// A test begins: each of its rows may be taken again.

@@ -17,6 +17,7 @@ class tzTool;
 struct tzRowPlace {
   int test = -1;
   int combination = -1;
+  // NOLINTNEXTLINE(modernize-use-nullptr): the zero that comparisons are made with is no pointer
   auto operator<=>(const tzRowPlace&) const = default;
 };
 

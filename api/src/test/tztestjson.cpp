@@ -6,8 +6,10 @@
 #include "tzcache.h"
 #include "tzchild.h"
 #include "tzcstream.h"
+#include "tzinterrupt.h"
 #include "tzjson.h"
 #include "tzparm.h"
+#include "tzplan.h"
 #include "tzresume.h"
 #include "tztest.h"
 
@@ -70,6 +72,13 @@ void put(tzJson& row, const tzMeasurement& measured) {
   row.put("samples", json(measured.samples));
 }
 
+// A signal took passes of the row away, or came in its last one: the run that goes on with this one
+// will make them.
+bool isLeftOver(const tzMeasurement& measured) {
+  if (!tzResume::isOpen() || tzInterrupt::signal() == 0 || g_plan.passes < 2) return false;
+  return !g_plan.writesOnly || measured.passesSampled < g_plan.passesOf(measured.costly);
+}
+
 }  // namespace
 
 tzJson tzTest::parmsJson() const {
@@ -107,6 +116,7 @@ void tzTest::putJsonRow(tzResult result) {
   if (!g_jstrm.hasTargets() || m_earlier != nullptr) return;
   // A row without a measurement, which an earlier run has told as well.
   if (result == TZ_UNDEFINED && tzResume::take(rowIdentity()) != nullptr) return;
+  if (!tzIsFailure(result) && isLeftOver(m_tool.measurement())) return;
   const double elements = getDivisor();
   const double perElement = tzIsFailure(result) ? 0 : clocksPerElement();
   tzJson row;

@@ -30,6 +30,8 @@ void visitNumbers(Measurement& m, Visit visit) {
   visit(m.disturbances.minorFaults);
   visit(m.disturbances.steal);
   visit(m.passDifference);
+  visit(m.passesSampled);
+  visit(m.passesShared);
   visit(m.emptyCall);
   visit(m.seconds);
   visit(m.referenceBytes);

@@ -44,8 +44,10 @@ bool tzPlan::isCostly(double now) const {
 }
 
 void tzPlan::rowDone(double now, double sampled) {
-  m_overhead += std::max(0.0, now - m_lastDone - sampled);
+  const double passed = now - m_lastDone;
   m_lastDone = now;
+  if (sampled <= 0) return;
+  m_overhead += std::max(0.0, passed - sampled);
   ++m_done;
   ++m_doneInPass;
 }

@@ -39,7 +39,8 @@ class tzPlan {
   /// has not so much left for the rows that this pass has still to measure.
   double share(double now) const;
   /// A row is done.
-  /// @param sampled  seconds of sampling among those since the row before
+  /// @param sampled  seconds of sampling among those since the row before; 0: it took none, so it
+  ///                 was none of those to measure
   void rowDone(double now, double sampled);
   /// Whether what passed since the row before is so much that the run cannot afford it in each
   /// pass.

@@ -200,7 +200,7 @@ void tzTool::Spread::weigh() {
     if (least <= 0 || sample.counted < least) least = sample.counted;
   }
   if (stream > 0 && least > 0) {
-    const double part = tzCacheIterator::getTotalSize() / m_row.referenceBytes;
+    const double part = static_cast<double>(tzCacheIterator::getTotalSize()) / m_row.referenceBytes;
     m_row.memoryShare = std::min(1.0, stream * part / least);
   }
   m_row.summarise();
