@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <tuple>
 
 #include "report/error.h"
@@ -425,6 +426,20 @@ std::vector<HistorySeries> History::series(const std::vector<HistoryRun>& runs) 
   std::stable_sort(all.begin(), all.end(), [](const HistorySeries& a, const HistorySeries& b) {
     return a.function < b.function;
   });
+  return all;
+}
+
+OverTime historyOf(const std::string& place, const std::vector<Run>& runs) {
+  std::set<std::string> kinds;
+  for (const Run& run : runs) kinds.insert(alikeOf(run.context));
+  History history(place, false);
+  OverTime all;
+  all.runs = history.runs();
+  all.series = history.series(all.runs);
+  std::erase_if(all.series, [&](const HistorySeries& one) { return !kinds.contains(one.alike); });
+  if (all.series.empty()) {
+    throw Error(place, "holds no run of the machine and with the settings of " + runs.at(0).file);
+  }
   return all;
 }
 

@@ -3,40 +3,13 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "report/model.h"
+#include "report/overtime.h"
 
 namespace report {
-
-/// A run as the database has it.
-struct HistoryRun {
-  long long id = 0;  ///< in the order of adding, from 1
-  std::string started;
-  std::string label;  ///< of whoever added it: a revision, for instance
-  std::string computer;
-  std::string processor;
-  std::string codePath;
-  std::string alike;  ///< runs with the same text may be compared: machine and settings
-  long long rows = 0;
-};
-
-struct HistoryPoint {
-  std::size_t run = 0;  ///< place in the list of runs
-  double clocks = 0;    ///< an element
-  std::string result;
-};
-
-/// One row over time: the runs that have a figure of it, alike among each other.
-struct HistorySeries {
-  std::string function;
-  std::string parameters;
-  std::string unit;
-  std::string alike;
-  std::vector<HistoryPoint> points;  ///< in the order of the runs
-};
 
 /// Several programs may use one database at once: each adds a run as a whole or not at all.
 class History {

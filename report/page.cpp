@@ -115,6 +115,7 @@ void writePage(std::ostream& out, const PageContent& content) {
   writeOverview(out, content);
   writeComparison(out, content);
   writeSideBySide(out, content);
+  writePast(out, content);
   writeDoubtful(out, content);
   writeFunctions(out, content, views);
   out << "</main>\n<footer><p>Figures are those of the files; a figure is the smallest of its "

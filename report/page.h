@@ -10,6 +10,7 @@
 
 #include "report/compare.h"
 #include "report/model.h"
+#include "report/overtime.h"
 
 namespace report {
 
@@ -25,6 +26,7 @@ struct PageContent {
   const std::vector<Run>& runs;
   const Compared* compared = nullptr;       ///< null: nothing is compared
   const std::vector<Run>* older = nullptr;  ///< what it is compared with
+  const OverTime* past = nullptr;           ///< null: no history
 };
 
 void writePage(std::ostream& out, const PageContent& content);
@@ -60,12 +62,20 @@ void writeOverview(std::ostream& out, const PageContent& content);
 void writeSideBySide(std::ostream& out, const PageContent& content);
 void writeDoubtful(std::ostream& out, const PageContent& content);
 void writeComparison(std::ostream& out, const PageContent& content);
+/// Rows of a history over time.
+void writePast(std::ostream& out, const PageContent& content);
+/// What the script draws of it.
+void writePastData(std::ostream& out, const OverTime& past);
 void writeFunctions(std::ostream& out, const PageContent& content,
                     const std::vector<FunctionView>& views);
 /// What the script draws, as JSON that may stand in a script element.
 void writePageData(std::ostream& out, const PageContent& content,
                    const std::vector<FunctionView>& views);
 
+/// What the script filters the rows of a table by.
+std::string filterTools(const std::string& table, bool byVerdict);
+/// A heading by which the script sorts.
+std::string sortHead(const char* title, const char* sort = "none", bool isFigure = true);
 /// Text that shows itself in HTML, also within quoted attributes.
 std::string htmlText(const std::string& text);
 /// A JSON text without any character that HTML could take for markup.

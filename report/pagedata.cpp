@@ -109,7 +109,9 @@ void writePageData(std::ostream& out, const PageContent& content,
     }
     out << "]}";
   }
-  out << "]}";
+  out << ']';
+  if (content.past != nullptr) writePastData(out, *content.past);
+  out << '}';
 }
 
 }  // namespace report

@@ -65,25 +65,6 @@ std::string verdictCell(const std::string& verdict) {
   return std::string("<td><span class=\"tag") + look + "\">" + htmlText(verdict) + "</span></td>";
 }
 
-// What the script filters the rows of a table by.
-std::string filterTools(const std::string& table, bool byVerdict) {
-  std::string tools = "<div class=\"tools\"><label class=\"grow\" for=\"" + table +
-                      "-filter\">Only rows with the words<input type=\"search\" id=\"" + table +
-                      "-filter\" data-table=\"" + table + "\" autocomplete=\"off\"></label>";
-  if (byVerdict) {
-    tools +=
-        "<label for=\"" + table + "-verdict\">Verdict<select id=\"" + table +
-        "-verdict\"><option value=\"\">all</option><option>slower</option>"
-        "<option>faster</option><option>unresolved</option><option>same</option></select></label>";
-  }
-  return tools + "</div>\n<p class=\"status\" id=\"" + table + "-status\" role=\"status\"></p>\n";
-}
-
-std::string sortHead(const char* title, const char* sort = "none", bool isFigure = true) {
-  return std::string("<th scope=\"col\"") + (isFigure ? " class=\"n\"" : "") + " aria-sort=\"" +
-         sort + "\"><button type=\"button\">" + title + "</button></th>";
-}
-
 void card(std::ostream& out, const std::string& label, const std::string& value,
           bool isWord = false) {
   if (value.empty()) return;
@@ -246,6 +227,24 @@ void writeComparedRows(std::ostream& out, const PageContent& content) {
 
 }  // namespace
 
+std::string filterTools(const std::string& table, bool byVerdict) {
+  std::string tools = "<div class=\"tools\"><label class=\"grow\" for=\"" + table +
+                      "-filter\">Only rows with the words<input type=\"search\" id=\"" + table +
+                      "-filter\" data-table=\"" + table + "\" autocomplete=\"off\"></label>";
+  if (byVerdict) {
+    tools +=
+        "<label for=\"" + table + "-verdict\">Verdict<select id=\"" + table +
+        "-verdict\"><option value=\"\">all</option><option>slower</option>"
+        "<option>faster</option><option>unresolved</option><option>same</option></select></label>";
+  }
+  return tools + "</div>\n<p class=\"status\" id=\"" + table + "-status\" role=\"status\"></p>\n";
+}
+
+std::string sortHead(const char* title, const char* sort, bool isFigure) {
+  return std::string("<th scope=\"col\"") + (isFigure ? " class=\"n\"" : "") + " aria-sort=\"" +
+         sort + "\"><button type=\"button\">" + title + "</button></th>";
+}
+
 void writeOverview(std::ostream& out, const PageContent& content) {
   const std::vector<Run>& runs = content.runs;
   std::size_t rows = 0;
@@ -264,6 +263,7 @@ void writeOverview(std::ostream& out, const PageContent& content) {
       << ", " << htmlText(context.started) << "</p>\n<nav aria-label=\"Sections\"><ul>"
       << (content.compared != nullptr ? "<li><a href=\"#comparison\">Comparison</a></li>" : "")
       << (hasComparisons(runs) ? "<li><a href=\"#beside\">Side by side</a></li>" : "")
+      << (content.past != nullptr ? "<li><a href=\"#past\">Over time</a></li>" : "")
       << (doubtful > 0 ? "<li><a href=\"#doubtful\">Not OK</a></li>" : "")
       << "<li><a href=\"#functions\">Functions</a></li><li><a "
          "href=\"#facts\">Machine</a></li></ul></nav>\n"

@@ -3,43 +3,18 @@
 #include <map>
 #include <ostream>
 
-#include "report/changepoint.h"
 #include "report/command.h"
 #include "report/error.h"
 #include "report/grouping.h"
 #include "report/history.h"
+#include "report/overtime.h"
 #include "report/read.h"
-#include "report/statistics.h"
 #include "report/table.h"
 #include "report/text.h"
 
 namespace report {
 
 namespace {
-
-constexpr double kAlpha = 0.05;
-
-std::string runText(const HistoryRun& run) {
-  return '#' + std::to_string(run.id) + ' ' + run.started +
-         (run.label.empty() ? std::string() : ' ' + run.label);
-}
-
-std::string rowText(const HistorySeries& series) {
-  return series.function + (series.parameters.empty() ? "" : ' ' + series.parameters);
-}
-
-std::string changeText(double ratio) { return formatted("%+.1f %%", (ratio - 1) * 100); }
-
-/// Of one row, with the place of each step among its points.
-struct Looked {
-  const HistorySeries* series = nullptr;
-  std::vector<double> values;
-  ChangePoint strongest;
-  std::vector<Step> steps;
-  bool isSlower() const { return !steps.empty() && steps.back().ratio() > 1; }
-  /// The last run before it became slower for good.
-  std::size_t lastGood() const { return series->points[steps.back().at - 1].run; }
-};
 
 class HistoryCommand : public Command {
  public:
@@ -78,9 +53,7 @@ class HistoryCommand : public Command {
   int show(const Console& console) const;
   int steps(const Console& console) const;
   void showOne(const Console& console, const HistorySeries& series) const;
-  void tellLastGood(const Console& console, const std::vector<Looked>& rows) const;
-  Looked look(const HistorySeries& series) const;
-  std::vector<Looked> lookAtAll() const;
+  void tellLastGood(const Console& console, const std::vector<SteppedRow>& rows) const;
   std::string placeText(const HistorySeries& series) const;
 
   bool isAsked(const HistorySeries& series) const {
@@ -147,29 +120,6 @@ int HistoryCommand::list(const Console& console) const {
   return kDone;
 }
 
-Looked HistoryCommand::look(const HistorySeries& series) const {
-  Looked looked;
-  looked.series = &series;
-  for (const HistoryPoint& point : series.points) looked.values.push_back(point.clocks);
-  looked.strongest = changePoint(looked.values);
-  return looked;
-}
-
-// A row may show a step by chance; with many rows some do. What is left is believed of all of them.
-std::vector<Looked> HistoryCommand::lookAtAll() const {
-  std::vector<Looked> rows;
-  std::vector<double> p;
-  for (const HistorySeries& series : m_series) {
-    rows.push_back(look(series));
-    p.push_back(rows.back().strongest.p);
-  }
-  const std::vector<bool> real = believed(p, kAlpha);
-  for (std::size_t i = 0; i < rows.size(); ++i) {
-    if (real[i]) rows[i].steps = findSteps(rows[i].values, kAlpha, m_gate / 100);
-  }
-  return rows;
-}
-
 std::string HistoryCommand::placeText(const HistorySeries& series) const {
   const HistoryRun& run = m_runs[series.points.front().run];
   return run.computer + (run.codePath.empty() ? "" : ", " + run.codePath);
@@ -182,8 +132,7 @@ int HistoryCommand::show(const Console& console) const {
 
 void HistoryCommand::showOne(const Console& console, const HistorySeries& series) const {
   const Format format = formatOf(m_format);
-  const Looked looked = look(series);
-  const std::vector<Step> steps = findSteps(looked.values, kAlpha, m_gate / 100);
+  const std::vector<Step> steps = stepsOfRow(series, m_gate / 100).steps;
   printHeading(console, format, rowText(series) + ", " + placeText(series));
   Table table(
       {{"Run"},
@@ -207,7 +156,7 @@ void HistoryCommand::showOne(const Console& console, const HistorySeries& series
 
 int HistoryCommand::steps(const Console& console) const {
   const Format format = formatOf(m_format);
-  const std::vector<Looked> rows = lookAtAll();
+  const std::vector<SteppedRow> rows = stepsOfRows(m_series, m_gate / 100);
   Table table({{"Row"},
                {"Machine"},
                {"First run of the new level"},
@@ -216,7 +165,7 @@ int HistoryCommand::steps(const Console& console) const {
                {"Step", Column::figure},
                {"p", Column::figure}});
   std::size_t tooFew = 0;
-  for (const Looked& row : rows) {
+  for (const SteppedRow& row : rows) {
     tooFew += row.values.size() < 8 ? 1 : 0;
     for (const Step& step : row.steps) {
       const HistoryRun& run = m_runs[row.series->points[step.at].run];
@@ -229,7 +178,7 @@ int HistoryCommand::steps(const Console& console) const {
   if (!table.empty()) table.print(console, format);
   if (format != Format::csv) {
     const auto stepped = std::count_if(rows.begin(), rows.end(),
-                                       [](const Looked& row) { return !row.steps.empty(); });
+                                       [](const SteppedRow& row) { return !row.steps.empty(); });
     std::string text = counted(rows.size(), "row") + ", " + std::to_string(stepped) +
                        " with a step of at least " + formatted("%g", m_gate) + " %.";
     if (tooFew > 0)
@@ -237,15 +186,16 @@ int HistoryCommand::steps(const Console& console) const {
     printParagraph(console, format, text);
     tellLastGood(console, rows);
   }
-  return std::any_of(rows.begin(), rows.end(), [](const Looked& row) { return row.isSlower(); })
+  return std::any_of(rows.begin(), rows.end(), [](const SteppedRow& row) { return row.isSlower(); })
              ? kSlower
              : kDone;
 }
 
 // Of each machine with its settings: the run before the first of the steps that still stand.
-void HistoryCommand::tellLastGood(const Console& console, const std::vector<Looked>& rows) const {
+void HistoryCommand::tellLastGood(const Console& console,
+                                  const std::vector<SteppedRow>& rows) const {
   std::map<std::string, std::size_t> last;
-  for (const Looked& row : rows) {
+  for (const SteppedRow& row : rows) {
     if (!row.isSlower()) continue;
     const std::size_t run = row.lastGood();
     const auto known = last.emplace(row.series->alike, run).first;

@@ -3,6 +3,7 @@
 
 #include "report/command.h"
 #include "report/error.h"
+#include "report/overtime.h"
 #include "report/page.h"
 #include "report/read.h"
 #include "report/text.h"
@@ -20,6 +21,7 @@ class Html : public Command {
     options.text("-o,--output", m_output, "The page; \"-\" is standard output");
     options.require();
     options.list("--old", m_old, 0, "Files of an old side to compare all of them with");
+    options.text("--history", m_history, "A history (file or URL) whose runs show rows over time");
     options.text("--title", m_title, "The page's heading");
     options.flag("--anyway", m_options.anyway, "Compare other machines, code paths or settings");
   }
@@ -29,6 +31,7 @@ class Html : public Command {
   std::vector<std::string> m_files;
   std::vector<std::string> m_old;
   std::string m_output;
+  std::string m_history;
   std::string m_title = "Clocks an element";
   CompareOptions m_options;
 };
@@ -46,6 +49,11 @@ int Html::run(const Console& console) {
     compared = compareRuns(older, runs, m_options);
     content.compared = &compared;
     content.older = &older;
+  }
+  OverTime past;
+  if (!m_history.empty()) {
+    past = historyOf(m_history, runs);
+    content.past = &past;
   }
   if (m_output == "-") {
     writePage(console.out, content);

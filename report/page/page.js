@@ -1,6 +1,7 @@
 "use strict";
 // The page's behaviour: units, filters, sorting, and charts that are drawn when they come into view. All
-// figures stand in the tables of the page itself; without this script nothing is lost but the drawings.
+// figures of the files stand in the tables of the page itself; without this script nothing of them is lost but
+// the drawings.
 (() => {
   const data = JSON.parse(document.getElementById("data").textContent);
   const dark = matchMedia("(prefers-color-scheme: dark)");
@@ -209,10 +210,31 @@
     return new Chart(canvas, { type: "scatter", data: { datasets }, options });
   };
 
+  // One row run by run, with the medians between its steps.
+  const overTime = (canvas, row) => {
+    const levels = row.p.map((_, i) => {
+      const behind = row.s.filter(([at]) => at <= i);
+      return behind.length ? behind[behind.length - 1][2] : row.s.length ? row.s[0][1] : NaN;
+    });
+    const options = common();
+    options.scales = { x: axis(""), y: axis(`clocks/${row.u}`) };
+    options.plugins.legend.display = row.s.length > 0;
+    options.plugins.tooltip = { callbacks: { label: (item) => `${item.dataset.label}: ${figure(item.parsed.y)}` } };
+    const line = (i) => ({ borderColor: seriesColour(i), backgroundColor: seriesColour(i), borderWidth: 2, tension: 0 });
+    const datasets = [{ ...line(0), label: "figure", data: row.p.map((p) => p[1]), pointRadius: 4,
+      pointStyle: row.p.map((p) => p[2] ? "crossRot" : "circle") }];
+    if (row.s.length) {
+      datasets.push({ ...line(1), label: "level", data: levels, stepped: "middle", pointRadius: 0, borderDash: dashes[1],
+        pointStyle: "line" });
+    }
+    return new Chart(canvas, { type: "line", data: { labels: row.p.map((p) => data.past.runs[p[0]]), datasets }, options });
+  };
+
+  const kinds = { curve, strips, past: overTime };
   const drawn = new Map();
   const draw = (canvas) => {
-    const view = data.views[Number(canvas.dataset.view)];
-    drawn.set(canvas, (canvas.dataset.kind === "curve" ? curve : strips)(canvas, view));
+    const views = canvas.dataset.kind === "past" ? data.past.rows : data.views;
+    drawn.set(canvas, kinds[canvas.dataset.kind](canvas, views[Number(canvas.dataset.view)]));
   };
   const erase = (canvas) => { drawn.get(canvas).destroy(); drawn.delete(canvas); };
   // Only what is near the window has a chart: two thousand rows are as light as twenty.
@@ -223,6 +245,38 @@
   document.querySelectorAll("canvas").forEach((canvas) => watcher.observe(canvas));
   const redraw = () => [...drawn.keys()].forEach((canvas) => { erase(canvas); draw(canvas); });
   dark.addEventListener("change", redraw);
+
+  // --- rows over time --------------------------------------------------------------------------
+  if (data.past) {
+    const one = document.getElementById("past-one");
+    const canvas = one.querySelector("canvas");
+    const runs = document.getElementById("past-runs").tBodies[0];
+    const show = (number) => {
+      const row = data.past.rows[number];
+      document.getElementById("past-name").textContent = row.n;
+      runs.replaceChildren(...row.p.map(([run, clocks, result]) => {
+        const line = document.createElement("tr");
+        [data.past.runs[run], figure(clocks), result || "OK"].forEach((text, i) => {
+          const cell = document.createElement(i ? "td" : "th");
+          if (i === 0) cell.scope = "row";
+          if (i === 1) cell.className = "n";
+          cell.textContent = text;
+          line.append(cell);
+        });
+        return line;
+      }));
+      canvas.dataset.view = number;
+      one.hidden = false;
+      if (drawn.has(canvas)) { erase(canvas); draw(canvas); }
+    };
+    document.querySelectorAll("button[data-past]").forEach((button) => button.addEventListener("click", () => {
+      show(Number(button.dataset.past));
+      one.scrollIntoView({ block: "nearest" });
+    }));
+    // What changed most, or else the first.
+    const heights = data.past.rows.map((row) => Math.max(0, ...row.s.map((step) => Math.abs(Math.log(step[2] / step[1])))));
+    show(heights.indexOf(Math.max(...heights)));
+  }
 
   const units = document.getElementById("unit");
   if (units) {

@@ -90,6 +90,48 @@ TEST(Page, HoldsComparisonsOfTheHarness) {
                                          "<td class=\"n\">-</td>"));
 }
 
+// Of a history: the runs that may be compared with those of the page, every figure of them.
+TEST(Page, ShowsRowsOverTime) {
+  if (!makesPages()) GTEST_SKIP() << "built without libjs-chart.js";
+  const TempFolder folder;
+  const std::string place = folder.file("h.sqlite");
+  std::vector<std::string> add{"history", "add", "--database", place};
+  for (int day = 10; day < 22; ++day) {
+    const std::string begin = replaced(kContext, "2026-11-22", "2026-01-" + std::to_string(day));
+    const double clocks = (day < 16 ? 2 : 3) + day / 1000.0;
+    const std::string text = begin + row("<f>", "8x8", clocks) + row("g", "8x8", 5) + kEnd;
+    add.push_back(folder.write(std::to_string(day), text));
+    if (day != 10) continue;
+    add.push_back(
+        folder.write("other", replaced(text, "\"computer\":\"box\"", "\"computer\":\"lathe\"")));
+  }
+  const Outcome added = run(add);
+  if (added.code == 2) GTEST_SKIP() << added.err;
+  const Outcome made =
+      run({"html", folder.file("21"), "-o", "-", "--history", place, "--title", "T"});
+  ASSERT_EQ(0, made.code) << made.err;
+  const std::string page = body(made.out);
+  EXPECT_NE(std::string::npos, page.find("2 rows in 12 runs of this machine"));
+  EXPECT_NE(std::string::npos,
+            page.find("<b>&lt;f&gt;</b><span>ImageSize=8x8</span></th><td class=\"n\">12</td>"
+                      "<td class=\"n\" data-v=\"2.01\">2.01</td>"
+                      "<td class=\"n\" data-v=\"3.021\">3.02</td>"))
+      << page;
+  EXPECT_NE(std::string::npos, page.find("+50.0 %</td><td>#8 2026-01-16T08:00:00Z</td>"));
+  for (int day = 10; day < 22; ++day) {
+    const double clocks = (day < 16 ? 2 : 3) + day / 1000.0;
+    EXPECT_EQ(1u, countOf(page, ',' + report::exactText(clocks) + ']')) << day;
+  }
+  EXPECT_EQ(12u, countOf(page, ",5]"));
+  EXPECT_EQ(std::string::npos, page.find("lathe"));
+  const std::string elsewhere =
+      folder.write("elsewhere", replaced(kContext, "Test CPU", "Other CPU") + row("g", "8x8", 5));
+  const Outcome none = run({"html", elsewhere, "-o", "-", "--history", place});
+  EXPECT_EQ(2, none.code);
+  EXPECT_NE(std::string::npos, none.err.find("h.sqlite: holds no run of the machine")) << none.err;
+  EXPECT_EQ(2, run({"html", elsewhere, "-o", "-", "--history", folder.file("none")}).code);
+}
+
 // A file may come from anywhere, and a page is opened with a click.
 TEST(Page, TakesNoTextForMarkup) {
   if (!makesPages()) GTEST_SKIP() << "built without libjs-chart.js";
