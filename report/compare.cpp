@@ -123,6 +123,21 @@ std::optional<Interval> shiftOf(const std::vector<ShiftEstimate>& rows, double a
   return medianInterval(middles, alpha);
 }
 
+// Whether the rows' own passes bear a shift out: at least half of those with enough of them tell it
+// by themselves, at half of alpha. Rows are slow together, so that their number is no proof of
+// anything; but on the average at most a share of alpha / 2 tells by chance what is not so, and
+// half of them do in at most a share of alpha of comparisons, however they hang together.
+bool isBorneOut(const std::vector<ShiftEstimate>& rows, double alpha, bool isSlower) {
+  std::size_t able = 0;
+  std::size_t telling = 0;
+  for (const ShiftEstimate& row : rows) {
+    if (row.leastAlpha() > alpha / 2) continue;
+    ++able;
+    telling += (isSlower ? row.alphaAbove(0) : row.alphaBelow(0)) <= alpha / 2 ? 1 : 0;
+  }
+  return 2 * telling >= able;
+}
+
 /// Which tests of all rows may be believed, and the alpha at which each of them holds.
 struct Believed {
   std::vector<bool> rows;
@@ -245,6 +260,10 @@ Compared compareRuns(const std::vector<Run>& before, const std::vector<Run>& aft
     result.shift = Shift{std::exp(found->middle), std::exp(found->low), std::exp(found->high)};
     Shift& told = *result.shift;
     told.verdict = verdictOf(told.ratio, told.low, told.high, found->bounded, options.gate);
+    const bool isChange = told.verdict == Verdict::slower || told.verdict == Verdict::faster;
+    if (isChange && !isBorneOut(estimates, alpha, told.verdict == Verdict::slower)) {
+      told.verdict = Verdict::unresolved;
+    }
     if (!options.keepShift) shift = *found;
     explainShift(before, after, result);
   }

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstdint>
 #include <filesystem>
 #include <map>
@@ -90,6 +91,13 @@ std::string alikeOf(const Context& context) {
   return (Fingerprint() << runIdentity(context)).text();
 }
 
+// Names of users and passwords stay out of messages.
+std::string nameOf(const std::string& place) {
+  const std::size_t at = place.rfind('@');
+  return place.starts_with(kScheme) && at != std::string::npos ? kScheme + place.substr(at + 1)
+                                                               : place;
+}
+
 std::string decodedPart(const std::string& text, const std::string& url) {
   std::string out;
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -97,12 +105,13 @@ std::string decodedPart(const std::string& text, const std::string& url) {
     if (c == '%') {
       if (i + 2 >= text.size() || std::isxdigit(static_cast<unsigned char>(text[i + 1])) == 0 ||
           std::isxdigit(static_cast<unsigned char>(text[i + 2])) == 0) {
-        throw Error(url, "no URL: % without two digits");
+        throw Error(nameOf(url), "no URL: % without two digits");
       }
       c = static_cast<unsigned char>(std::stoi(text.substr(i + 1, 2), nullptr, 16));
       i += 2;
     }
-    if (c <= ' ' || c == '\'' || c == '\\' || c == 0x7F) throw Error(url, "a blank or quote in it");
+    if (c <= ' ' || c == '\'' || c == '\\' || c == 0x7F)
+      throw Error(nameOf(url), "a blank or quote in it");
     out += static_cast<char>(c);
   }
   return out;
@@ -158,21 +167,13 @@ class History::Database {
     });
   }
 
-  // Names of users and passwords stay out of messages.
-  std::string name() const {
-    const std::size_t at = m_place.rfind('@');
-    return m_place.starts_with(kScheme) && at != std::string::npos
-               ? kScheme + m_place.substr(at + 1)
-               : m_place;
-  }
-
   template <class Use>
   void guarded(Use use) {
     try {
       use();
     } catch (const soci::soci_error& error) {
       const std::string reason = error.what();
-      throw Error(name(), reason.substr(0, reason.find_first_of("\n")));
+      throw Error(nameOf(m_place), reason.substr(0, reason.find_first_of("\n")));
     }
   }
 
@@ -205,7 +206,8 @@ class History::Database {
       int version = hasSchema() ? 0 : -1;
       if (version == 0) m_sql << "SELECT version FROM tazreport_schema", soci::into(version);
       if (version > History::kSchema) {
-        throw Error(name(), "schema " + std::to_string(version) + " was made by a newer tazreport");
+        throw Error(nameOf(m_place),
+                    "schema " + std::to_string(version) + " was made by a newer tazreport");
       }
       for (int next = std::max(version, 0); next < schema; ++next) {
         for (const char* statement : kVersions[static_cast<std::size_t>(next)]) {
@@ -405,7 +407,9 @@ std::vector<HistorySeries> History::series(const std::vector<HistoryRun>& runs) 
     while (all.fetch()) {
       const auto place = places.find(run);
       if (place == places.end()) continue;  // added since
+      if (!std::isfinite(point.clocks)) continue;
       point.run = place->second;
+      point.result = cleanText(point.result);
       HistorySeries& entry = found[{id, runs[point.run].alike}];
       if (entry.points.empty()) {
         entry = {cleanText(series.function),

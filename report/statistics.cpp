@@ -129,6 +129,8 @@ double ShiftEstimate::alphaBelow(double bound) const {
   return 2 * shiftTail(m_first, m_second, wrong);
 }
 
+double ShiftEstimate::leastAlpha() const { return 2 * shiftTail(m_first, m_second, 0); }
+
 std::vector<bool> believed(const std::vector<double>& p, double alpha) {
   std::vector<double> sorted = p;
   std::sort(sorted.begin(), sorted.end());

@@ -47,6 +47,8 @@ class ShiftEstimate {
   /// most that. It may exceed 1.
   double alphaAbove(double bound) const;
   double alphaBelow(double bound) const;
+  /// The least that both can be, whatever the values: there may be too few for any shift to tell.
+  double leastAlpha() const;
 
  private:
   std::vector<double> m_differences;  // from small to large
