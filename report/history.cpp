@@ -124,7 +124,8 @@ std::string postgresOptions(const std::string& url) {
   std::string options;
   const auto add = [&](const std::string& name, const std::string& value) {
     if (!value.empty())
-      options += (options.empty() ? "" : " ") + name + '=' + decodedPart(value, url);
+      options +=
+          (options.empty() ? "" : " ") + decodedPart(name, url) + '=' + decodedPart(value, url);
   };
   std::string query;
   if (const std::size_t at = rest.find('?'); at != std::string::npos) {
