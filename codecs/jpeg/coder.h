@@ -3,12 +3,14 @@
 /// What the files of the encoder and of the decoder share: walks over the units of a scan, and the
 /// functions that code a picture one way or another.
 
+#include "common/workers.h"
 #include "entropy.h"
-#include "parallel.h"
 #include "markers.h"
 #include "pixels.h"
 
 namespace jpeg {
+
+using codecs::Workers;
 
 /// The blocks of a scan's unit: which component of the scan, and where in the unit.
 struct UnitBlocks {
@@ -91,6 +93,11 @@ class RowBand : public RowSource {
 
 /// The first error among a step's outcomes.
 Status firstError(std::span<const Status> outcomes);
+
+/// Has the workers do every row of MCUs, a few rows of the source at a time.
+using McuRowTask = std::function<Status(int row, int worker, RowSource& pixels)>;
+Status forEachMcuRow(const Frame& frame, RowSource& source, Workers& workers,
+                     const McuRowTask& task);
 
 /// What it takes to turn the pixels of a source into blocks.
 struct ForwardSetup {

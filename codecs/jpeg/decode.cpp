@@ -122,7 +122,7 @@ struct Decoder::Work {
   std::unique_ptr<Workers> workers;
 
   Workers& makeWorkers() {
-    if (workers == nullptr || workers->wanted() != options.threads) {
+    if (workers == nullptr || workers->count() != options.threads) {
       workers = std::make_unique<Workers>(options.threads);
     }
     return *workers;

@@ -183,6 +183,22 @@ Status firstError(std::span<const Status> outcomes) {
   return found == outcomes.end() ? Status::ok : *found;
 }
 
+Status forEachMcuRow(const Frame& frame, RowSource& source, Workers& workers,
+                     const McuRowTask& task) {
+  const int most = workers.count() == 1 ? 1 : 4 * workers.count();
+  std::vector<Status> outcomes(size_t(most), Status::ok);
+  RowBand band;
+  for (int first = 0; first < frame.mcusDown; first += most) {
+    const int rows = std::min(most, frame.mcusDown - first);
+    JPEG_RETURN_IF_ERROR(band.take(source, frame, first, rows));
+    workers.run(rows, [&](int row, int worker) {
+      outcomes[size_t(row)] = task(first + row, worker, band);
+    });
+    JPEG_RETURN_IF_ERROR(firstError(outcomes));
+  }
+  return Status::ok;
+}
+
 // ---- one pass ----
 
 UnitCoder::UnitCoder(const EncodeTables& tables, Color color, const Frame& frame) {
@@ -239,7 +255,7 @@ struct Encoder::Work {
   std::unique_ptr<Workers> workers;
 
   Workers& makeWorkers() {
-    if (workers == nullptr || workers->wanted() != options.threads) {
+    if (workers == nullptr || workers->count() != options.threads) {
       workers = std::make_unique<Workers>(options.threads);
     }
     return *workers;

@@ -39,19 +39,10 @@ Status transformAll(const ForwardSetup& setup, RowSource& source, Workers& worke
   std::vector<ForwardPixels> pixels(size_t(workers.count()));
   for (ForwardPixels& p : pixels) JPEG_RETURN_IF_ERROR(setup.make(&p));
   std::vector<McuBlocks> scratch(size_t(workers.count()));
-  const int most = workers.count() == 1 ? 1 : 4 * workers.count();
-  std::vector<Status> outcomes(size_t(most), Status::ok);
-  RowBand band;
-  for (int first = 0; first < frame.mcusDown; first += most) {
-    const int rows = std::min(most, frame.mcusDown - first);
-    JPEG_RETURN_IF_ERROR(band.take(source, frame, first, rows));
-    workers.run(rows, [&](int row, int worker) {
-      outcomes[size_t(row)] = transformRow(first + row, pixels[size_t(worker)], unit,
-                                           &scratch[size_t(worker)], band, coefficients);
-    });
-    JPEG_RETURN_IF_ERROR(firstError(outcomes));
-  }
-  return Status::ok;
+  return forEachMcuRow(frame, source, workers, [&](int y, int worker, RowSource& band) {
+    return transformRow(y, pixels[size_t(worker)], unit, &scratch[size_t(worker)], band,
+                        coefficients);
+  });
 }
 
 // ---- one pass ----

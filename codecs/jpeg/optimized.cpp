@@ -131,23 +131,6 @@ void correctPredictions(const ForwardSetup& setup, int restartInterval,
   }
 }
 
-Status recordAll(const ForwardSetup& setup, RowSource& source, std::vector<RowRecorder>& recorders,
-                 Workers& workers, std::vector<RecordedRow>* rows) {
-  const int most = workers.count() == 1 ? 1 : 4 * workers.count();
-  std::vector<Status> outcomes(size_t(most), Status::ok);
-  RowBand band;
-  for (int first = 0; first < setup.frame.mcusDown; first += most) {
-    const int count = std::min(most, setup.frame.mcusDown - first);
-    JPEG_RETURN_IF_ERROR(band.take(source, setup.frame, first, count));
-    workers.run(count, [&](int row, int worker) {
-      outcomes[size_t(row)] =
-          recorders[size_t(worker)].row(first + row, band, &(*rows)[size_t(first + row)]);
-    });
-    JPEG_RETURN_IF_ERROR(firstError(outcomes));
-  }
-  return Status::ok;
-}
-
 Status writeRecords(const EncodeTables& tables, const ForwardSetup& setup, int restartInterval,
                     const std::vector<RecordedRow>& rows, Output& output) {
   UnitCoder coder(tables, setup.color, setup.frame);
@@ -177,7 +160,10 @@ Status writeOptimized(const ForwardSetup& setup, const EncodeOptions& options, R
     JPEG_RETURN_IF_ERROR(r.init(setup, options.restartInterval, workers.count(), &budget));
   }
   std::vector<RecordedRow> rows(size_t(setup.frame.mcusDown));
-  JPEG_RETURN_IF_ERROR(recordAll(setup, source, recorders, workers, &rows));
+  JPEG_RETURN_IF_ERROR(
+      forEachMcuRow(setup.frame, source, workers, [&](int y, int worker, RowSource& pixels) {
+        return recorders[size_t(worker)].row(y, pixels, &rows[size_t(y)]);
+      }));
   SymbolCounts counts;
   for (const RowRecorder& r : recorders) counts += r.counts();
   correctPredictions(setup, options.restartInterval, rows, &counts);

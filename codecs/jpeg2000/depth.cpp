@@ -42,33 +42,54 @@ double planeBits(const std::array<uint32_t, 32>& counts, int p, double old) {
   return entropy * rest * 0.85 + fresh + old * 0.95;
 }
 
-/// The lowest threshold at which no more than so many bytes are taken.
+/// What is taken at thresholds up to a slope.
+struct Taken {
+  double slope;
+  double expected;  ///< BYTES, of all blocks
+  double sampled;   ///< the same of blocks that are coded
+  double measured;  ///< what these take
+};
+
+/// The lowest threshold at which no more than so many bytes are taken, as bytes(sum) tells them of
+/// all that is taken there. What a try leaves on the wrong side is not looked at again.
 template <typename Bytes>
-double bisected(double wanted, const Bytes& bytes) {
+double bisected(std::vector<Taken> list, double wanted, const Bytes& bytes) {
   double low = -40, high = 80;  // powers of two
+  Taken above{};                // at every threshold that is still possible
+  auto begin = list.begin(), end = list.end();
   for (int i = 0; i < 24; ++i) {
     const double middle = (low + high) / 2;
-    (bytes(std::exp2(middle)) > wanted ? low : high) = middle;
+    const auto below = std::partition(
+        begin, end, [t = std::exp2(middle)](const Taken& taken) { return taken.slope >= t; });
+    Taken sum = above;
+    for (auto t = begin; t != below; ++t) {
+      sum.expected += t->expected;
+      sum.sampled += t->sampled;
+      sum.measured += t->measured;
+    }
+    if (bytes(sum) > wanted) {
+      low = middle;
+      end = below;
+    } else {
+      high = middle;
+      above = sum;
+      begin = below;
+    }
   }
   return std::exp2(high);
 }
 
-/// Bytes that a block takes at a threshold.
-double bytesAt(const CodedBlock& block, double threshold) {
-  double bytes = 0;
-  for (int i = 0; i < block.count; ++i) {
-    const PassRecord& pass = block.passes[i];
-    if (pass.slope <= 0) continue;
-    if (double(pass.slope) < threshold) break;
-    bytes = headerBytes + pass.length;
+/// What coded blocks take, in steps that rate control can take.
+void addMeasured(std::span<const CodedBlock* const> blocks, std::vector<Taken>& list) {
+  for (const CodedBlock* block : blocks) {
+    double before = -headerBytes;
+    for (int i = 0; i < block->count; ++i) {
+      const PassRecord& pass = block->passes[i];
+      if (pass.slope <= 0) continue;
+      list.push_back({double(pass.slope), 0, 0, pass.length - before});
+      before = pass.length;
+    }
   }
-  return bytes;
-}
-
-double bytesAt(std::span<const CodedBlock* const> blocks, double threshold) {
-  double sum = 0;
-  for (const CodedBlock* block : blocks) sum += bytesAt(*block, threshold);
-  return sum;
 }
 
 }  // namespace
@@ -134,30 +155,30 @@ Depth ThresholdModel::depth(size_t block, int planes, double threshold) const {
 }
 
 double ThresholdModel::guess(double bytes) const {
-  return bisected(bytes, [&](double threshold) {
-    double sum = 0;
-    for (const Step& step : m_steps) sum += step.slope >= threshold ? step.bytes : 0;
-    return sum;
-  });
+  std::vector<Taken> list;
+  for (const Step& step : m_steps) list.push_back({step.slope, step.bytes, 0, 0});
+  return bisected(std::move(list), bytes, [](const Taken& sum) { return sum.expected; });
 }
 
 double ThresholdModel::corrected(double bytes, std::span<const size_t> indices,
                                  std::span<const CodedBlock* const> blocks) const {
-  return bisected(bytes, [&](double threshold) {
-    double all = 0, own = 0;
-    auto next = indices.begin();
-    for (const Step& step : m_steps) {
-      const double here = step.slope >= threshold ? step.bytes : 0;
-      all += here;
-      while (next != indices.end() && *next < step.block) ++next;
-      if (next != indices.end() && *next == step.block) own += here;
-    }
-    return own > 0 ? all / own * bytesAt(blocks, threshold) : all;
+  std::vector<Taken> list;
+  auto next = indices.begin();
+  for (const Step& step : m_steps) {
+    while (next != indices.end() && *next < step.block) ++next;
+    const bool sampled = next != indices.end() && *next == step.block;
+    list.push_back({step.slope, step.bytes, sampled ? step.bytes : 0, 0});
+  }
+  addMeasured(blocks, list);
+  return bisected(std::move(list), bytes, [](const Taken& sum) {
+    return sum.sampled > 0 ? sum.expected / sum.sampled * sum.measured : sum.expected;
   });
 }
 
 double measuredThreshold(std::span<const CodedBlock* const> blocks, double bytes) {
-  return bisected(bytes, [&](double threshold) { return bytesAt(blocks, threshold); });
+  std::vector<Taken> list;
+  addMeasured(blocks, list);
+  return bisected(std::move(list), bytes, [](const Taken& sum) { return sum.measured; });
 }
 
 bool endsTooEarly(const CodedBlock& block, double weight, double threshold) {

@@ -7,7 +7,6 @@
 #include "depth.h"
 #include "diag.h"
 #include "encodeplan.h"
-#include "parallel.h"
 #include "streamwrite.h"
 #include "tileencode.h"
 
@@ -59,7 +58,7 @@ class PictureEncoder {
 
 /// Codes these blocks, each so deep.
 void PictureEncoder::code(const std::vector<JobIndex>& jobs, const DepthOf& depth) {
-  forEachInParallel(m_plan.threads, jobs.size(), [&](size_t i, int worker) {
+  m_workers.team.run(jobs.size(), [&](size_t i, int worker) {
     const EncodeJob& job = jobAt(jobs[i]);
     BlockEncoder& encoder = *m_workers.blocks[size_t(worker)];
     encoder.load(job.plane, *job.coding, job.roi);
@@ -92,7 +91,7 @@ void PictureEncoder::transformAndCode() {
     encoder.layOut(m_tiles[t], m_budget);
     if (!cut) all.clear();
     for (size_t j = 0; j < encoder.jobs().size(); ++j) all.push_back({uint32_t(t), uint32_t(j)});
-    encoder.transform(m_samples, m_workers);
+    encoder.transform(m_samples, m_workers, m_budget);
     if (cut) continue;
     code(all, [](size_t, int) { return Depth{rkdCodeBlockMaxPasses, 0, 0}; });
     encoder.release(m_budget);
@@ -105,7 +104,7 @@ void PictureEncoder::transformAndCode() {
 /// Codes blocks about as far as they are going to be cut: a few of them first, to know where.
 void PictureEncoder::codeAsNeeded(const std::vector<JobIndex>& all, double bytes) {
   std::vector<BlockStatistics> statistics(all.size());
-  forEachInParallel(m_plan.threads, all.size(), [&](size_t i, int) {
+  m_workers.team.run(all.size(), [&](size_t i, int) {
     const EncodeJob& job = jobAt(all[i]);
     statistics[i] = statisticsOf(job.plane, *job.coding, job.weight);
   });
@@ -164,7 +163,7 @@ void PictureEncoder::addGuardBits() {
 int64_t PictureEncoder::chooseLayers(int64_t boxes) {
   LayerCosts costs = fixedCosts(m_options, m_plan, m_encoders);
   costs.fixed += boxes;
-  RateControl rate(m_tiles, costs);
+  RateControl rate(m_tiles, costs, m_workers.team);
   for (size_t l = 0; l < m_plan.goals.size(); ++l) {
     if (!rate.choose(int(l), m_plan.goals[l]) && l + 1 == m_plan.goals.size()) {
       fail(Diag::targetTooSmall);

@@ -67,29 +67,27 @@ double colourNorm(bool reversible, int component) {
   return component < 3 ? norms[reversible ? 1 : 0][component] : 1;
 }
 
-TilePackets::Size TilePackets::layOut(int layer, Lanes& state,
-                                      std::vector<uint8_t>& scratch) const {
+TilePackets::Size TilePackets::layOut(int layer, Lane& state, std::vector<uint8_t>& scratch) const {
   Size size;
-  for (auto& component : state) {
-    for (Lane& lane : component) {
-      for (PrecinctOutput& precinct : lane.precincts) {
-        scratch.clear();
-        const size_t body = writePacketHeader(scratch, precinct, layer, lane.style, blocks.data(),
-                                              cuts[size_t(layer)].data());
-        size.headers += int64_t(scratch.size());
-        size.bodies += int64_t(body);
-        ++size.packets;
-        for (size_t n = scratch.size() + body + 8; n > 0; n >>= 7) ++size.lengthBytes;
-      }
-    }
+  for (PrecinctOutput& precinct : state.precincts) {
+    scratch.clear();
+    const size_t body = writePacketHeader(scratch, precinct, layer, state.style, blocks.data(),
+                                          cuts[size_t(layer)].data());
+    size.headers += int64_t(scratch.size());
+    size.bodies += int64_t(body);
+    ++size.packets;
+    for (size_t n = scratch.size() + body + 8; n > 0; n >>= 7) ++size.lengthBytes;
   }
   return size;
 }
 
-RateControl::RateControl(std::span<TilePackets> tiles, const LayerCosts& costs)
-    : m_tiles(tiles), m_costs(costs) {
+RateControl::RateControl(std::span<TilePackets> tiles, const LayerCosts& costs,
+                         codecs::Workers& workers)
+    : m_tiles(tiles), m_workers(workers), m_trials(size_t(workers.count())), m_costs(costs) {
+  listLanes();
   for (const TilePackets& tile : tiles) {
     m_states.push_back(tile.lanes);
+    m_blocks += tile.blocks.size();
     for (const CodedBlock& block : tile.blocks) {
       PassRecord last;
       for (int i = 0; i < block.count; ++i) {
@@ -145,8 +143,36 @@ double RateControl::thresholdForGain(double wanted) const {
   return lowestThreshold([&](double t) { return stepsTo(t).gain < wanted; }) * (1 - 1e-6);
 }
 
-void RateControl::cut(int layer, double threshold) {
-  const float limit = float(threshold);
+/// Resolution after resolution from the top one down, each with a quarter of the one before.
+void RateControl::listLanes() {
+  for (size_t t = 0; t < m_tiles.size(); ++t) {
+    const TilePackets::Lanes& lanes = m_tiles[t].lanes;
+    for (size_t c = 0; c < lanes.size(); ++c) {
+      for (size_t r = 0; r < lanes[c].size(); ++r) {
+        m_lanes.push_back({uint32_t(t), uint32_t(c), uint32_t(r)});
+      }
+    }
+  }
+  std::stable_sort(m_lanes.begin(), m_lanes.end(), [](const LaneIndex& a, const LaneIndex& b) {
+    return a.resolution > b.resolution;
+  });
+}
+
+/// Calls task(lane, trial), whose bytes it may add to.
+template <typename Task>
+void RateControl::forEachLane(const Task& task) {
+  // Headers of few blocks are written before another thread has woken.
+  constexpr size_t few = 500;
+  if (m_blocks <= few) {
+    for (const LaneIndex& lane : m_lanes) task(lane, m_trials[0]);
+    return;
+  }
+  m_workers.run(m_lanes.size(),
+                [&](size_t i, int worker) { task(m_lanes[i], m_trials[size_t(worker)]); });
+}
+
+/// Every layer has what those before it have.
+void RateControl::beginCuts(int layer) {
   for (TilePackets& tile : m_tiles) {
     tile.cuts.resize(size_t(layer) + 1);
     std::vector<uint8_t>& cuts = tile.cuts[size_t(layer)];
@@ -155,35 +181,58 @@ void RateControl::cut(int layer, double threshold) {
     } else {
       cuts.assign(tile.blocks.size(), 0);
     }
-    for (size_t b = 0; b < cuts.size(); ++b) {
-      const CodedBlock& block = tile.blocks[b];
-      if (threshold <= 0) {
-        cuts[b] = block.count;
-        continue;
-      }
-      for (int i = cuts[b]; i < block.count; ++i) {
-        const float slope = block.passes[i].slope;
-        if (slope <= 0) continue;
-        if (slope < limit) break;
-        cuts[b] = uint8_t(i + 1);
-      }
+  }
+}
+
+void RateControl::cutBlocks(int layer, TilePackets& tile, const PrecinctOutput::PerBand& band,
+                            double threshold) const {
+  const float limit = float(threshold);
+  std::vector<uint8_t>& cuts = tile.cuts[size_t(layer)];
+  for (size_t b = band.firstBlock; b < band.firstBlock + band.blocks.size(); ++b) {
+    const CodedBlock& block = tile.blocks[b];
+    if (threshold <= 0) {
+      cuts[b] = block.count;
+      continue;
+    }
+    cuts[b] = layer > 0 ? tile.cuts[size_t(layer) - 1][b] : uint8_t(0);
+    for (int i = cuts[b]; i < block.count; ++i) {
+      const float slope = block.passes[i].slope;
+      if (slope <= 0) continue;
+      if (slope < limit) break;
+      cuts[b] = uint8_t(i + 1);
     }
   }
 }
 
-int64_t RateControl::sizeOf(int layer, size_t tile, TilePackets::Lanes& state) {
-  const TilePackets::Size size = m_tiles[tile].layOut(layer, state, m_scratch);
+void RateControl::cutLane(int layer, const LaneIndex& at, double threshold) {
+  TilePackets& tile = m_tiles[at.tile];
+  for (const PrecinctOutput& precinct : tile.lanes[at.component][at.resolution].precincts) {
+    for (int b = 0; b < precinct.bandCount; ++b) {
+      cutBlocks(layer, tile, precinct.bands[size_t(b)], threshold);
+    }
+  }
+}
+
+void RateControl::cut(int layer, double threshold) {
+  forEachLane([&](const LaneIndex& at, Trial&) { cutLane(layer, at, threshold); });
+}
+
+int64_t RateControl::sizeOf(int layer, const LaneIndex& at, TilePackets::Lane& state,
+                            std::vector<uint8_t>& header) const {
+  const TilePackets::Size size = m_tiles[at.tile].layOut(layer, state, header);
   return size.headers + size.bodies + size.packets * m_costs.perPacket +
          (m_costs.lengths ? size.lengthBytes : 0);
 }
 
 /// Bytes of the file up to this layer, with the cuts as they are.
 int64_t RateControl::size(int layer) {
+  for (Trial& trial : m_trials) trial.bytes = 0;
+  forEachLane([&](const LaneIndex& at, Trial& trial) {
+    trial.lane = m_states[at.tile][at.component][at.resolution];
+    trial.bytes += sizeOf(layer, at, trial.lane, trial.header);
+  });
   int64_t sum = m_costs.fixed + m_before;
-  for (size_t t = 0; t < m_tiles.size(); ++t) {
-    m_trial = m_states[t];
-    sum += sizeOf(layer, t, m_trial);
-  }
+  for (const Trial& trial : m_trials) sum += trial.bytes;
   return sum;
 }
 
@@ -193,10 +242,15 @@ int64_t RateControl::sizeWith(int layer, double threshold) {
 }
 
 void RateControl::keep(int layer) {
-  for (size_t t = 0; t < m_tiles.size(); ++t) m_before += sizeOf(layer, t, m_states[t]);
+  for (Trial& trial : m_trials) trial.bytes = 0;
+  forEachLane([&](const LaneIndex& at, Trial& trial) {
+    trial.bytes += sizeOf(layer, at, m_states[at.tile][at.component][at.resolution], trial.header);
+  });
+  for (const Trial& trial : m_trials) m_before += trial.bytes;
 }
 
 bool RateControl::choose(int layer, const LayerGoal& goal) {
+  beginCuts(layer);
   if (goal.kind == LayerGoal::everything) {
     m_threshold = 0;
     cut(layer, 0);
@@ -264,11 +318,9 @@ std::vector<RateControl::Candidate> RateControl::candidates(int layer, bool all)
 /// A threshold leaves room where the next pass is a large one: takes single blocks further, as far
 /// as they fit.
 void RateControl::fill(int layer, int64_t limit) {
-  size_t blocks = 0;
-  for (const TilePackets& tile : m_tiles) blocks += tile.blocks.size();
   // Steps of small pictures are a part of them that is seen: each is tried.
   constexpr size_t small = 400;
-  if (blocks <= small) return fillByTrial(layer, limit);
+  if (m_blocks <= small) return fillByTrial(layer, limit);
   constexpr int64_t header = 4;
   constexpr size_t most = 300;
   std::vector<Candidate> list = candidates(layer, false), taken;

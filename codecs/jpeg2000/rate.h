@@ -7,6 +7,7 @@
 #include <span>
 #include <vector>
 
+#include "common/workers.h"
 #include "packet.h"
 
 namespace j2k {
@@ -33,8 +34,8 @@ struct TilePackets {
     int64_t headers = 0, bodies = 0, packets = 0;
     int64_t lengthBytes = 0;  ///< of the packets' lengths as PLT tells them
   };
-  /// @param state  precincts as earlier layers left them; moved on
-  Size layOut(int layer, Lanes& state, std::vector<uint8_t>& scratch) const;
+  /// @param state  precincts of a lane as earlier layers left them; moved on
+  Size layOut(int layer, Lane& state, std::vector<uint8_t>& scratch) const;
 };
 
 /// What a layer must keep to.
@@ -54,7 +55,7 @@ struct LayerCosts {
 /// Chooses cuts[layer] of all tiles for one layer after the other.
 class RateControl {
  public:
-  RateControl(std::span<TilePackets> tiles, const LayerCosts& costs);
+  RateControl(std::span<TilePackets> tiles, const LayerCosts& costs, codecs::Workers& workers);
 
   /// @return false when not even nothing fits
   bool choose(int layer, const LayerGoal& goal);
@@ -72,10 +73,28 @@ class RateControl {
   Step stepsTo(double threshold) const;
   double thresholdForBytes(double limit) const;
   double thresholdForGain(double wanted) const;
+  /// One component of a tile at one resolution: what threads share.
+  struct LaneIndex {
+    uint32_t tile, component, resolution;
+  };
+  /// What a thread tries lanes with.
+  struct Trial {
+    TilePackets::Lane lane;
+    std::vector<uint8_t> header;
+    int64_t bytes = 0;
+  };
+  void listLanes();
+  void beginCuts(int layer);
+  void cutBlocks(int layer, TilePackets& tile, const PrecinctOutput::PerBand& band,
+                 double threshold) const;
+  void cutLane(int layer, const LaneIndex& lane, double threshold);
   void cut(int layer, double threshold);
   int64_t sizeWith(int layer, double threshold);
-  int64_t sizeOf(int layer, size_t tile, TilePackets::Lanes& state);
+  int64_t sizeOf(int layer, const LaneIndex& lane, TilePackets::Lane& state,
+                 std::vector<uint8_t>& header) const;
   int64_t size(int layer);
+  template <typename Task>
+  void forEachLane(const Task& task);
   /// A place to cut a block at.
   struct Candidate {
     float slope;
@@ -88,14 +107,16 @@ class RateControl {
   void keep(int layer);
 
   std::span<TilePackets> m_tiles;
+  codecs::Workers& m_workers;
+  std::vector<LaneIndex> m_lanes;            ///< large ones first
   std::vector<TilePackets::Lanes> m_states;  ///< of tiles, behind the layers that are chosen
-  TilePackets::Lanes m_trial;
+  std::vector<Trial> m_trials;               ///< of workers
+  size_t m_blocks = 0;
   LayerCosts m_costs;
   std::vector<Step> m_steps;  ///< from the steepest on, each with all before it
   int64_t m_before = 0;       ///< bytes of earlier layers
   double m_threshold = 0;
   double m_total = 0;  ///< distortion that all passes take away
-  std::vector<uint8_t> m_scratch;
 };
 
 }  // namespace j2k

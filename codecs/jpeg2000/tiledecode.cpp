@@ -5,7 +5,6 @@
 #include <atomic>
 
 #include "packetwalk.h"
-#include "parallel.h"
 #include "samples.h"
 
 namespace j2k {
@@ -16,8 +15,10 @@ TileDecoder::TileDecoder(const Codestream& stream, const DecodePlan& plan, Budge
       m_plan(plan),
       m_budget(budget),
       m_report(report),
-      m_work(size_t(plan.threads)) {
-  for (int t = 0; t < plan.threads; ++t) m_decoders.push_back(std::make_unique<BlockDecoder>());
+      m_workers(plan.threads),
+      m_wavelets(m_workers) {
+  for (int t = 0; t < m_workers.count(); ++t)
+    m_decoders.push_back(std::make_unique<BlockDecoder>());
 }
 
 void TileDecoder::reset() {
@@ -97,6 +98,7 @@ void TileDecoder::prepare(const Rect& tile, const Coding& coding, Budget& budget
     }
     component.planes = std::make_unique<CoefficientPlanes>(arithmetic, std::move(windows));
   }
+  budget.take(m_wavelets.stripBytes(wantedPlanes()));
 }
 
 bool TileDecoder::needed(const PacketIndex& packet) const {
@@ -254,7 +256,7 @@ void TileDecoder::decodeBlocks(int64_t tile, const Coding& coding) {
     }
   }
   std::atomic<int> damaged{0};
-  forEachInParallel(m_plan.threads, m_jobs.size(), [&](size_t i, int worker) {
+  m_workers.run(m_jobs.size(), [&](size_t i, int worker) {
     const BlockJob& job = m_jobs[i];
     if (!m_decoders[size_t(worker)]->decode(*job.block, m_chunks, job.coding, job.rect, job.plane,
                                             job.x, job.y)) {
@@ -266,19 +268,22 @@ void TileDecoder::decodeBlocks(int64_t tile, const Coding& coding) {
   }
 }
 
-void TileDecoder::reconstruct(const Coding& coding) {
+std::vector<const CoefficientPlanes*> TileDecoder::wantedPlanes() const {
   std::vector<const CoefficientPlanes*> planes;
   for (const Component& c : m_components) {
     if (c.wanted) planes.push_back(c.planes.get());
   }
-  forEachInParallel(m_plan.threads, planes.size(),
-                    [&](size_t i, int worker) { planes[i]->inverse(m_work[size_t(worker)]); });
+  return planes;
+}
+
+void TileDecoder::reconstruct(const Coding& coding) {
+  m_wavelets.inverse(wantedPlanes());
   if (!coding.transform || m_components.size() < 3) return;
   const Component* const first = m_components.data();
   if (!first[0].wanted || !first[1].wanted || !first[2].wanted) return;
   const PlaneView views[3] = {first[0].planes->samples(), first[1].planes->samples(),
                               first[2].planes->samples()};
-  inverseColour(views, m_plan.threads);
+  inverseColour(views, m_workers);
 }
 
 namespace {
@@ -350,7 +355,7 @@ void TileDecoder::store(std::span<const SampleView> outputs) {
       jobs.push_back({i, count, y, std::min(y + band, component.output.height())});
     }
   }
-  forEachInParallel(m_plan.threads, jobs.size(), [&](size_t i, int) {
+  m_workers.run(jobs.size(), [&](size_t i, int) {
     const StoreJob& job = jobs[i];
     storeRows(outputs.subspan(job.first, job.count), int(job.first), job.y0, job.y1);
   });

@@ -11,6 +11,7 @@
 #include "codestream.h"
 #include "progression.h"
 #include "transform.h"
+#include "wavelet.h"
 
 namespace j2k {
 
@@ -65,6 +66,7 @@ class TileDecoder {
   void addJobs(int component, const Resolution& resolution, const PrecinctState& precinct,
                const Coding& coding);
   void decodeBlocks(int64_t tile, const Coding& coding);
+  std::vector<const CoefficientPlanes*> wantedPlanes() const;
   void reconstruct(const Coding& coding);
   bool storesPixels(std::span<const SampleView> outputs, size_t first) const;
   void storeRows(std::span<const SampleView> outputs, int first, int64_t y0, int64_t y1);
@@ -79,7 +81,8 @@ class TileDecoder {
   std::vector<Chunk> m_chunks;
   std::vector<BlockJob> m_jobs;
   std::vector<std::unique_ptr<BlockDecoder>> m_decoders;
-  std::vector<std::vector<uint8_t>> m_work;
+  codecs::Workers m_workers;
+  Wavelets m_wavelets;
 };
 
 }  // namespace j2k

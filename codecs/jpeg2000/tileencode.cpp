@@ -3,13 +3,13 @@
 
 #include <algorithm>
 
-#include "parallel.h"
 #include "samples.h"
 
 namespace j2k {
 
-EncodeWorkers::EncodeWorkers(int threads) : arenas(size_t(threads)), work(size_t(threads)) {
-  for (int t = 0; t < threads; ++t) blocks.push_back(std::make_unique<BlockEncoder>());
+EncodeWorkers::EncodeWorkers(int threads)
+    : team(threads), arenas(size_t(team.count())), wavelets(team) {
+  for (int t = 0; t < team.count(); ++t) blocks.push_back(std::make_unique<BlockEncoder>());
 }
 
 TileEncoder::TileEncoder(const EncodePlan& plan, int64_t tile)
@@ -86,8 +86,8 @@ void TileEncoder::layOutResolution(size_t component, const Resolution& resolutio
   const ComponentCoding& own = all.components[component];
   const Quantization& quantization = all.quantization[component];
   lane.style = own.style;
-  // Rate control has copies of what packet headers need.
-  constexpr int64_t copies = 3;
+  // Rate control has copies of what packet headers need, one for each thread.
+  const int64_t copies = 2 + m_plan.threads;
   budget.take(copies * int64_t(sizeof(PrecinctOutput)) * resolution.precincts());
   lane.precincts.resize(size_t(resolution.precincts()));
   for (int b = 0; b < resolution.bandCount; ++b) {
@@ -158,25 +158,30 @@ void TileEncoder::load(std::span<const SampleView> samples, size_t first, int64_
   loadSamples({{views, samples.size()}, {planes, samples.size()}, shape.precision, shape.isSigned});
 }
 
-void TileEncoder::transform(std::span<const SampleView> samples, EncodeWorkers& workers) {
-  const int threads = m_plan.threads;
+void TileEncoder::transform(std::span<const SampleView> samples, EncodeWorkers& workers,
+                            Budget& budget) {
   constexpr int64_t band = 64;
   const size_t together = loadsPixels(samples) ? 3 : 1;
   for (size_t c = 0; c < samples.size(); c += together) {
     const int64_t height = m_geometry[c].rect.height();
-    forEachInParallel(threads, size_t(ceilDiv(height, band)), [&](size_t i, int) {
-      const int64_t y = int64_t(i) * band;
+    workers.team.run(ceilDiv(height, band), [&](int64_t i, int) {
+      const int64_t y = i * band;
       load(samples.subspan(c, together), c, y, std::min(y + band, height));
     });
   }
   if (m_plan.coding.transform) {
     const PlaneView views[3] = {m_planes[0]->samples(), m_planes[1]->samples(),
                                 m_planes[2]->samples()};
-    forwardColour(views, threads);
+    forwardColour(views, workers.team);
   }
-  forEachInParallel(threads, m_planes.size(), [&](size_t c, int worker) {
-    m_planes[c]->forward(workers.work[size_t(worker)]);
-  });
+  std::vector<const CoefficientPlanes*> planes;
+  for (const auto& p : m_planes) planes.push_back(p.get());
+  const int64_t strips = workers.wavelets.stripBytes(planes);
+  if (strips > workers.stripBytes) {
+    budget.take(strips - workers.stripBytes);
+    workers.stripBytes = strips;
+  }
+  workers.wavelets.forward(planes);
 }
 
 void setZeroPlanes(const std::vector<EncodeJob>& jobs, TilePackets& packets, int extraGuardBits) {

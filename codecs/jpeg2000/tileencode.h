@@ -11,6 +11,7 @@
 #include "encodeplan.h"
 #include "rate.h"
 #include "transform.h"
+#include "wavelet.h"
 
 namespace j2k {
 
@@ -18,9 +19,11 @@ namespace j2k {
 struct EncodeWorkers {
   explicit EncodeWorkers(int threads);
 
+  codecs::Workers team;
   std::vector<std::unique_ptr<BlockEncoder>> blocks;
   std::vector<Arena> arenas;
-  std::vector<std::vector<uint8_t>> work;
+  Wavelets wavelets;
+  int64_t stripBytes = 0;  ///< that the budget knows of
 };
 
 /// A block to be coded, and where it goes.
@@ -38,7 +41,7 @@ class TileEncoder {
   /// Lays out planes, precincts and blocks.
   void layOut(TilePackets& packets, Budget& budget);
   /// Samples to coefficients.
-  void transform(std::span<const SampleView> samples, EncodeWorkers& workers);
+  void transform(std::span<const SampleView> samples, EncodeWorkers& workers, Budget& budget);
   const std::vector<EncodeJob>& jobs() const { return m_jobs; }
   void release(Budget& budget) {
     m_planes.clear();

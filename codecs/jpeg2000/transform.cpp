@@ -1,4 +1,4 @@
-// Levels of wavelets and component transforms over planes.
+// Planes of coefficients, and component transforms over them.
 #include "transform.h"
 
 #include <algorithm>
@@ -8,9 +8,7 @@
 #include <new>
 #include <sys/mman.h>
 
-#include "parallel.h"
 #include "rkd/rkdcolor.h"
-#include "rkd/rkdjpeg.h"
 
 namespace j2k {
 
@@ -39,43 +37,9 @@ void checked(RkdStatus status) {
   if (status != rkdStsNoErr) std::abort();  // arguments are ours
 }
 
-struct Level {
-  PlaneView plane;
-  RkdiSize size;
-  int phaseX, phaseY;
-};
-
-template <bool Forward>
-void lift(const Level& l, std::vector<uint8_t>& work) {
-  static constexpr RkdDataType types[] = {rkd16s, rkd32s, rkd32f};
-  int bytes = 0;
-  checked(rkdiWTGetBufSize_JPEG2K(l.size, types[size_t(l.plane.arithmetic)], &bytes));
-  work.resize(size_t(bytes));
-  const int step = int(l.plane.step);
-  const auto run = [&](auto call, auto* data) {
-    checked(call(data, step, l.size, l.phaseX, l.phaseY, work.data()));
-  };
-  switch (l.plane.arithmetic) {
-    case Arithmetic::narrow:
-      run(Forward ? rkdiWTFwd_B53_JPEG2K_16s_C1IR : rkdiWTInv_B53_JPEG2K_16s_C1IR,
-          l.plane.row<int16_t>(0));
-      break;
-    case Arithmetic::wide:
-      run(Forward ? rkdiWTFwd_B53_JPEG2K_32s_C1IR : rkdiWTInv_B53_JPEG2K_32s_C1IR,
-          l.plane.row<int32_t>(0));
-      break;
-    case Arithmetic::real:
-      run(Forward ? rkdiWTFwd_D97_JPEG2K_32f_C1IR : rkdiWTInv_D97_JPEG2K_32f_C1IR,
-          l.plane.row<float>(0));
-      break;
-  }
-}
+constexpr size_t largePage = size_t(1) << 21;
 
 }  // namespace
-
-namespace {
-constexpr size_t largePage = size_t(1) << 21;
-}
 
 void PlaneMemory::Release::operator()(uint8_t* memory) const {
   if (mapped > 0) {
@@ -153,31 +117,23 @@ PlaneView CoefficientPlanes::band(int resolution, int orientation) const {
                    rect.width(), rect.height());
 }
 
-void CoefficientPlanes::forward(std::vector<uint8_t>& work) const {
-  for (int r = top(); r > 0; --r) {
-    const Rect& w = window(r);
-    if (w.empty()) continue;
-    lift<true>(
-        {m_views[size_t(r)], {int(w.width()), int(w.height())}, int(w.x0 & 1), int(w.y0 & 1)},
-        work);
-  }
+WaveletLevel CoefficientPlanes::level(int resolution) const {
+  const Rect& w = window(resolution);
+  return {m_views[size_t(resolution)], int(w.x0 & 1), int(w.y0 & 1)};
 }
 
-void CoefficientPlanes::inverse(std::vector<uint8_t>& work) const {
-  for (int r = 1; r <= top(); ++r) {
-    const Rect& w = window(r);
-    if (w.empty()) continue;
-    const Rect low = bandOf(w, 0), from = window(r - 1);
-    const PlaneView& view = m_views[size_t(r)];
-    if (m_views[size_t(r) - 1].data != view.data) {
-      const size_t size = sampleSize(view.arithmetic);
-      for (int64_t y = 0; y < low.height(); ++y) {
-        const uint8_t* const row = m_views[size_t(r) - 1].row<uint8_t>(y + low.y0 - from.y0);
-        std::memcpy(view.row<uint8_t>(y), row + size_t(low.x0 - from.x0) * size,
-                    size_t(low.width()) * size);
-      }
-    }
-    lift<false>({view, {int(w.width()), int(w.height())}, int(w.x0 & 1), int(w.y0 & 1)}, work);
+/// The lows of a level, which are the samples of the one below, where they have memory of their
+/// own.
+void CoefficientPlanes::takeLows(int resolution) const {
+  const PlaneView& view = m_views[size_t(resolution)];
+  const PlaneView& below = m_views[size_t(resolution) - 1];
+  if (below.data == view.data) return;
+  const Rect low = bandOf(window(resolution), 0), from = window(resolution - 1);
+  const size_t size = sampleSize(view.arithmetic);
+  for (int64_t y = 0; y < low.height(); ++y) {
+    const uint8_t* const row = below.row<uint8_t>(y + low.y0 - from.y0);
+    std::memcpy(view.row<uint8_t>(y), row + size_t(low.x0 - from.x0) * size,
+                size_t(low.width()) * size);
   }
 }
 
@@ -212,11 +168,11 @@ void colour(const PlaneView planes[3]) {
 }
 
 template <bool Forward>
-void inBands(const PlaneView planes[3], int threads) {
+void inBands(const PlaneView planes[3], codecs::Workers& workers) {
   constexpr int64_t band = 64;
   const int64_t width = planes[0].width, height = planes[0].height;
-  forEachInParallel(threads, size_t(ceilDiv(height, band)), [&](size_t i, int) {
-    const int64_t y = int64_t(i) * band, rows = std::min(band, height - y);
+  workers.run(ceilDiv(height, band), [&](int64_t i, int) {
+    const int64_t y = i * band, rows = std::min(band, height - y);
     const PlaneView parts[3] = {planes[0].part(0, y, width, rows),
                                 planes[1].part(0, y, width, rows),
                                 planes[2].part(0, y, width, rows)};
@@ -226,7 +182,11 @@ void inBands(const PlaneView planes[3], int threads) {
 
 }  // namespace
 
-void forwardColour(const PlaneView planes[3], int threads) { inBands<true>(planes, threads); }
-void inverseColour(const PlaneView planes[3], int threads) { inBands<false>(planes, threads); }
+void forwardColour(const PlaneView planes[3], codecs::Workers& workers) {
+  inBands<true>(planes, workers);
+}
+void inverseColour(const PlaneView planes[3], codecs::Workers& workers) {
+  inBands<false>(planes, workers);
+}
 
 }  // namespace j2k

@@ -1,6 +1,6 @@
 #pragma once
 /// @file
-/// Adapter of the library's wavelets and component transforms.
+/// Planes of coefficients as wavelets lay them out; adapter of the library's component transforms.
 
 #include <atomic>
 #include <cstdint>
@@ -8,6 +8,7 @@
 #include <span>
 #include <vector>
 
+#include "common/workers.h"
 #include "geometry.h"
 #include "jpeg2000.h"
 #include "plane.h"
@@ -40,6 +41,12 @@ class PlaneMemory {
   std::unique_ptr<std::atomic<size_t>[]> m_finished;  ///< BYTES of a large page
 };
 
+/// One level of a wavelet, in place.
+struct WaveletLevel {
+  PlaneView plane;
+  int phaseX, phaseY;
+};
+
 /// Coefficients of one tile-component from the lowest resolution to the top one, laid out as the
 /// transform wants them: lows of both directions at the upper left, nested.
 class CoefficientPlanes {
@@ -61,17 +68,28 @@ class CoefficientPlanes {
   /// Rows of samples that nobody reads any more.
   void finish(int64_t y0, int64_t y1) const;
 
-  void forward(std::vector<uint8_t>& work) const;
-  void inverse(std::vector<uint8_t>& work) const;
+  /// Calls lift(level) for every level that has samples, in the order of the transform.
+  template <bool Forward, typename Lift>
+  void forEachLevel(const Lift& lift) const {
+    for (int i = 1; i <= top(); ++i) {
+      const int r = Forward ? top() + 1 - i : i;
+      if (window(r).empty()) continue;
+      if (!Forward) takeLows(r);
+      lift(level(r));
+    }
+  }
 
  private:
+  WaveletLevel level(int resolution) const;
+  void takeLows(int resolution) const;
+
   std::vector<Rect> m_windows;
   std::vector<PlaneView> m_views;
   std::vector<PlaneMemory> m_memory;  ///< the samples' first
 };
 
 /// Colour transform of three planes of equal shape and arithmetic, in place, in bands of rows.
-void forwardColour(const PlaneView planes[3], int threads);
-void inverseColour(const PlaneView planes[3], int threads);
+void forwardColour(const PlaneView planes[3], codecs::Workers& workers);
+void inverseColour(const PlaneView planes[3], codecs::Workers& workers);
 
 }  // namespace j2k

@@ -99,12 +99,19 @@ TEST(JpegEncode, EveryConversionIsWhatThePeerSees) {
     Picture source = picture(75, 54, c.pixels == Color::unknown ? Color::gray : c.pixels);
     source.shape.color = c.pixels;
     for (const Sampling sampling : {Sampling::s444, Sampling::s420}) {
-      const Encoded ours = encode(source, [&](EncodeOptions& o) {
-        o.color = c.file;
-        o.sampling = sampling;
-        o.quality = 100;
-      });
+      const auto made = [&](bool isOptimised) {
+        return encode(source, [&](EncodeOptions& o) {
+          o.color = c.file;
+          o.sampling = sampling;
+          o.quality = 100;
+          o.optimize = isOptimised;
+          o.restartInterval = isOptimised ? 3 : 0;
+          o.threads = isOptimised ? 2 : 1;
+        });
+      };
+      const Encoded ours = made(false);
       ASSERT_EQ(Status::ok, ours.status) << statusText(ours.status);
+      EXPECT_EQ(peerCoefficients(ours.file), peerCoefficients(made(true).file));
       const bool isKept = c.pixels == c.file;
       const Picture judged = peerDecode(ours.file, {.keepColor = isKept});
       ASSERT_EQ(

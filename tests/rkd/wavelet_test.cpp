@@ -85,10 +85,11 @@ void expectInverse(const char* name, Inverse<T> function, Inverse<T> reference, 
   ASSERT_TRUE(got.marginIntact()) << name << ' ' << size << " phase " << phase;
 }
 
-/// Lengths 1 to 70 and a few around the length of a stretch.
+/// Lengths 1 to 70, a few around four vectors of 64 bytes, and around the length of a stretch.
 std::vector<int> lengths() {
   std::vector<int> all;
   for (int n = 1; n <= 70; ++n) all.push_back(n);
+  for (const int n : {95, 96, 97, 126, 127, 128, 129, 130, 131, 193}) all.push_back(n);
   for (const int n : {2047, 2048, 2049, 2051, 4101}) all.push_back(n);
   return all;
 }

@@ -10,8 +10,6 @@
 #define RKD_COMMON_LANES_INL_H_
 #endif
 
-#include <cstring>
-
 #include "common/args.h"
 #include "common/native-inl.h"
 #include "hwy/highway.h"
@@ -25,7 +23,6 @@ struct Part {
   size_t lanes;
 };
 
-// AVX-512 loads and stores parts by mask at any sample width, without touching the lanes left out.
 template <class D, class T = hn::TFromD<D>>
 HWY_INLINE hn::Vec<D> load(D d, const T* from, Whole) {
   return hn::LoadU(d, from);
@@ -34,13 +31,7 @@ HWY_INLINE hn::Vec<D> load(D d, const T* from, Whole) {
 // Lanes beyond the part are zero.
 template <class D, class T = hn::TFromD<D>>
 HWY_INLINE hn::Vec<D> load(D d, const T* from, Part part) {
-#if HWY_TARGET <= HWY_AVX3
-  return hn::MaskedLoad(hn::FirstN(d, part.lanes), d, from);
-#else
-  HWY_ALIGN T buffer[hn::MaxLanes(d)] = {};
-  std::memcpy(buffer, static_cast<const void*>(from), part.lanes * sizeof(T));
-  return hn::Load(d, buffer);
-#endif
+  return loadFirst(d, from, part.lanes);
 }
 
 template <class D, class T = hn::TFromD<D>>
@@ -50,13 +41,7 @@ HWY_INLINE void store(hn::Vec<D> v, D d, T* to, Whole) {
 
 template <class D, class T = hn::TFromD<D>>
 HWY_INLINE void store(hn::Vec<D> v, D d, T* to, Part part) {
-#if HWY_TARGET <= HWY_AVX3
-  hn::BlendedStore(inRegister(v), hn::FirstN(d, part.lanes), d, to);
-#else
-  HWY_ALIGN T buffer[hn::MaxLanes(d)];
-  hn::Store(v, d, buffer);
-  std::memcpy(static_cast<void*>(to), buffer, part.lanes * sizeof(T));
-#endif
+  storeFirst(v, d, to, part.lanes);
 }
 
 // Calls body(x, Whole{}) for every whole vector of `lanes` samples in a row of `width`, and

@@ -21,6 +21,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "common/part-inl.h"
 #include "hwy/highway.h"
 
 #if HWY_TARGET == HWY_SCALAR || !HWY_ARCH_X86
@@ -86,6 +87,77 @@ HWY_INLINE V inRegister(V v) {
 #else
 #define RKD_NATIVE(R, intrinsic) return R{_mm_##intrinsic(a.raw, b.raw)};
 #endif
+
+// ---- the first lanes of a vector ----
+
+// The first lanes from any address, zeros behind them; the lanes left out are not touched. AVX2 has
+// masks for lanes of 32 bits; a word more is the last lane.
+template <class D, class T = hn::TFromD<D>>
+HWY_INLINE hn::Vec<D> loadFirst(D d, const T* from, size_t lanes) {
+#if HWY_TARGET <= HWY_AVX3
+  return hn::MaskedLoad(hn::FirstN(d, lanes), d, from);
+#elif HWY_TARGET == HWY_EMU128
+  HWY_ALIGN T buffer[hn::MaxLanes(d)] = {};
+  std::memcpy(buffer, static_cast<const void*>(from), lanes * sizeof(T));
+  return hn::Load(d, buffer);
+#else
+#if HWY_TARGET == HWY_AVX2
+  if constexpr (sizeof(T) >= 4) {
+    return hn::MaskedLoad(hn::FirstN(d, lanes), d, from);
+  } else if constexpr (sizeof(T) == 2 && hn::MaxLanes(D()) >= 8) {
+    const hn::Repartition<int32_t, D> d32;
+    const auto pairs =
+        hn::MaskedLoad(hn::FirstN(d32, lanes / 2), d32, reinterpret_cast<const int32_t*>(from));
+    if (lanes % 2 == 0) return hn::BitCast(d, pairs);
+    T last;
+    std::memcpy(&last, static_cast<const void*>(from + lanes - 1), sizeof last);
+    const auto isLast = hn::Eq(hn::Iota(d, 0), hn::Set(d, static_cast<T>(lanes - 1)));
+    return hn::IfThenElse(isLast, hn::Set(d, last), hn::BitCast(d, pairs));
+  } else if constexpr (sizeof(hn::Vec<D>) == 32) {
+    const hn::Repartition<uint8_t, D> d8;
+    return hn::BitCast(d, hn::Vec<decltype(d8)>{firstOf32(reinterpret_cast<const uint8_t*>(from),
+                                                          lanes * sizeof(T))});
+  } else
+#endif
+  {
+    const hn::Repartition<uint8_t, D> d8;
+    return hn::BitCast(d, hn::Vec<decltype(d8)>{firstOf16(reinterpret_cast<const uint8_t*>(from),
+                                                          lanes * sizeof(T))});
+  }
+#endif
+}
+
+template <class D, class T = hn::TFromD<D>>
+HWY_INLINE void storeFirst(hn::Vec<D> v, D d, T* to, size_t lanes) {
+#if HWY_TARGET <= HWY_AVX3
+  hn::BlendedStore(inRegister(v), hn::FirstN(d, lanes), d, to);
+#elif HWY_TARGET == HWY_EMU128
+  HWY_ALIGN T buffer[hn::MaxLanes(d)];
+  hn::Store(v, d, buffer);
+  std::memcpy(static_cast<void*>(to), buffer, lanes * sizeof(T));
+#else
+#if HWY_TARGET == HWY_AVX2
+  if constexpr (sizeof(T) >= 4) {
+    hn::BlendedStore(v, hn::FirstN(d, lanes), d, to);
+  } else if constexpr (sizeof(T) == 2 && hn::MaxLanes(D()) >= 8) {
+    const hn::Repartition<int32_t, D> d32;
+    hn::BlendedStore(hn::BitCast(d32, v), hn::FirstN(d32, lanes / 2), d32,
+                     reinterpret_cast<int32_t*>(to));
+    if (lanes % 2 == 0) return;
+    HWY_ALIGN T buffer[hn::MaxLanes(D())];
+    hn::Store(v, d, buffer);
+    std::memcpy(static_cast<void*>(to + lanes - 1), buffer + lanes - 1, sizeof(T));
+  } else if constexpr (sizeof(hn::Vec<D>) == 32) {
+    putFirstOf32(hn::BitCast(hn::Repartition<uint8_t, D>(), v).raw, reinterpret_cast<uint8_t*>(to),
+                 lanes * sizeof(T));
+  } else
+#endif
+  {
+    putFirstOf16(hn::BitCast(hn::Repartition<uint8_t, D>(), v).raw, reinterpret_cast<uint8_t*>(to),
+                 lanes * sizeof(T));
+  }
+#endif
+}
 
 // ---- products ----
 
@@ -369,46 +441,43 @@ HWY_INLINE void eachBlock(V v, Body&& body) {
 
 // ---- across whole vectors ----
 
-// The lanes of v one on, after the last lane of `previous`.
-template <class V>
-HWY_INLINE V oneOn(V previous, V v) {
+// As many bytes as a vector has of two, from an offset in the first or last 16 bytes of `low`.
+template <size_t kOffset, class V>
+HWY_INLINE V fromPair(V low, V high) {
   const hn::DFromV<V> d;
-  constexpr size_t kBytes = sizeof(hn::TFromD<decltype(d)>);
 #if HWY_TARGET <= HWY_AVX3
   const hn::Repartition<int32_t, decltype(d)> d32;
   using V32 = hn::Vec<decltype(d32)>;
-  const auto a = hn::BitCast(d32, previous).raw, b = hn::BitCast(d32, v).raw;
-  if constexpr (kBytes == 4) {
-    return hn::BitCast(d, V32{_mm512_alignr_epi32(b, a, 15)});
+  const auto a = hn::BitCast(d32, low).raw, b = hn::BitCast(d32, high).raw;
+  if constexpr (kOffset % 4 == 0) {
+    return hn::BitCast(d, V32{_mm512_alignr_epi32(b, a, kOffset / 4)});
+  } else if constexpr (kOffset < 16) {
+    return hn::BitCast(d, V32{_mm512_alignr_epi8(_mm512_alignr_epi32(b, a, 4), a, kOffset)});
   } else {
-    return hn::BitCast(d, V32{_mm512_alignr_epi8(b, _mm512_alignr_epi32(b, a, 12), 14)});
+    return hn::BitCast(d, V32{_mm512_alignr_epi8(b, _mm512_alignr_epi32(b, a, 12), kOffset - 48)});
   }
 #elif HWY_TARGET == HWY_AVX2
-  return hn::CombineShiftRightBytes<16 - kBytes>(d, v, hn::ConcatLowerUpper(d, v, previous));
+  const V middle = hn::ConcatLowerUpper(d, high, low);
+  if constexpr (kOffset < 16) {
+    return hn::CombineShiftRightBytes<kOffset>(d, middle, low);
+  } else {
+    return hn::CombineShiftRightBytes<kOffset - 16>(d, high, middle);
+  }
 #else
-  return hn::CombineShiftRightBytes<16 - kBytes>(d, v, previous);
+  return hn::CombineShiftRightBytes<kOffset>(d, high, low);
 #endif
+}
+
+// The lanes of v one on, after the last lane of `previous`.
+template <class V>
+HWY_INLINE V oneOn(V previous, V v) {
+  return fromPair<sizeof(V) - sizeof(hn::TFromD<hn::DFromV<V>>)>(previous, v);
 }
 
 // The lanes of v one back, before the first lane of `next`.
 template <class V>
 HWY_INLINE V oneBack(V v, V next) {
-  const hn::DFromV<V> d;
-  constexpr size_t kBytes = sizeof(hn::TFromD<decltype(d)>);
-#if HWY_TARGET <= HWY_AVX3
-  const hn::Repartition<int32_t, decltype(d)> d32;
-  using V32 = hn::Vec<decltype(d32)>;
-  const auto a = hn::BitCast(d32, v).raw, b = hn::BitCast(d32, next).raw;
-  if constexpr (kBytes == 4) {
-    return hn::BitCast(d, V32{_mm512_alignr_epi32(b, a, 1)});
-  } else {
-    return hn::BitCast(d, V32{_mm512_alignr_epi8(_mm512_alignr_epi32(b, a, 4), a, 2)});
-  }
-#elif HWY_TARGET == HWY_AVX2
-  return hn::CombineShiftRightBytes<kBytes>(d, hn::ConcatLowerUpper(d, next, v), v);
-#else
-  return hn::CombineShiftRightBytes<kBytes>(d, next, v);
-#endif
+  return fromPair<sizeof(hn::TFromD<hn::DFromV<V>>)>(v, next);
 }
 
 // For every lane of 32 bits, the one of its block that the lower two bits of v >> shift tell.

@@ -58,14 +58,8 @@ HWY_INLINE bool putBlock(const int16_t* src, int previousDC, EncodeTable dc, Enc
     return putSmallValues(difference, list, dc, ac, writer);
   }
 #endif
-  const uint64_t map = nonZeroMap(src) & mapBehind(0);
-  if (HWY_UNLIKELY(!putDCDifference(difference, dc, writer))) return false;
   const auto valueAt = [src](unsigned k) HWY_ATTR { return src[zigzag[k]]; };
-  if (map != 0 && HWY_UNLIKELY(!putCoefficients(valueAt, map, ac, writer))) return false;
-  if ((map & mapBit(63)) != 0) return true;
-  const uint32_t end = ac.smallEntry(EncodeSpecLayout::endPlace);
-  writer.putExactly(end >> 8, end & 255);
-  return (end & EncodeSpecLayout::missingSmall) == 0;
+  return putMapped(difference, valueAt, nonZeroMap(src) & mapBehind(0), dc, ac, writer);
 }
 
 RkdStatus encodeBlock(const int16_t* src, uint8_t* stream, int length, int* position,

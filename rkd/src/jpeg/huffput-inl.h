@@ -58,6 +58,19 @@ HWY_INLINE bool putDCDifference(int difference, EncodeTable dc, Writer& writer) 
   return (entry.word & EncodeEntry::missing) == 0;
 }
 
+/// Writes a block of any values; false if something has no code.
+/// @param map, valueAt  see putCoefficients
+template <class ValueAt, class Writer>
+HWY_INLINE bool putMapped(int difference, ValueAt valueAt, uint64_t map, EncodeTable dc,
+                          EncodeTable ac, Writer& writer) {
+  if (HWY_UNLIKELY(!putDCDifference(difference, dc, writer))) return false;
+  if (map != 0 && HWY_UNLIKELY(!putCoefficients(valueAt, map, ac, writer))) return false;
+  if ((map & mapBit(63)) != 0) return true;
+  const uint32_t end = ac.smallEntry(EncodeSpecLayout::endPlace);
+  writer.putExactly(end >> 8, end & 255);
+  return (end & EncodeSpecLayout::missingSmall) == 0;
+}
+
 /// The places of a list with the end of the block, and behind them nothing.
 /// @return how many there are
 HWY_INLINE int endList(uint16_t* place, ListedCount listed) {

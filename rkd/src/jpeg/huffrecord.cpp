@@ -101,17 +101,12 @@ RkdStatus recordBlock(const int16_t* src, uint16_t* record, int* position, int* 
 }
 
 template <class Writer>
-HWY_INLINE bool putMapped(int difference, const uint16_t* values, EncodeTable dc, EncodeTable ac,
-                          Writer& writer) {
+HWY_INLINE bool putMappedRecord(int difference, const uint16_t* values, EncodeTable dc,
+                                EncodeTable ac, Writer& writer) {
   uint64_t map = 0;
   for (int part = 0; part < kMapParts; ++part) map = map << 16 | *values++;
-  if (!putDCDifference(difference, dc, writer)) return false;
   const auto next = [&](unsigned) HWY_ATTR { return int(int16_t(*values++)); };
-  if (!putCoefficients(next, map, ac, writer)) return false;
-  if ((map & mapBit(63)) != 0) return true;
-  const uint32_t end = ac.smallEntry(EncodeSpecLayout::endPlace);
-  writer.putExactly(end >> 8, end & 255);
-  return (end & EncodeSpecLayout::missingSmall) == 0;
+  return putMapped(difference, next, map, dc, ac, writer);
 }
 
 RkdStatus encodeRecord(const uint16_t* record, int values, int* recordPosition, uint8_t* stream,
@@ -125,7 +120,7 @@ RkdStatus encodeRecord(const uint16_t* record, int values, int* recordPosition, 
   const uint16_t* const first = record + kHead;
   bool isCoded = false;
   if (HWY_UNLIKELY((record[1] & kIsMapped) != 0)) {
-    isCoded = putMapped(difference, first, dc, ac, writer);
+    isCoded = putMappedRecord(difference, first, dc, ac, writer);
   } else if (HWY_LIKELY(isSmall(difference))) {
     isCoded = putListed(smallPlace(0, difference), first, count - 1, dc, ac, writer);
   } else {

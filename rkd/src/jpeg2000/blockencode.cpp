@@ -113,19 +113,19 @@ class BlockEncoder {
       marks_[k - firstPass_] = mq_.mark();
     }
     if ((style_ & rkdCodeBlockReset) != 0) contexts_.reset();
-    if (areWorthless(k, raw ? raw_.end() : mq_.end())) state_->passes = k + 1;
+    out_[k] = raw ? raw_.end() : mq_.end();
+    if (areWorthless(k)) state_->passes = k + 1;
     state_->pass[k].terminated = k == state_->passes - 1 || endsSegment(k, style_);
     if (state_->pass[k].terminated) endSegment(k, raw);
   }
 
   /// Whether pass k and the two before it, one of each kind, gain less than asked for.
-  bool areWorthless(int k, const uint8_t* end) {
-    out_[k] = end;
+  bool areWorthless(int k) const {
     if (state_->leastGain <= 0 || k < 2 || k + 1 < state_->fewestPasses) return false;
     double gain = 0;
     for (int i = k - 2; i <= k; ++i) gain += state_->pass[i].distortion;
     const uint8_t* const start = k == 2 ? state_->bytes : out_[k - 3];
-    return gain <= state_->leastGain * double(end - start);
+    return gain <= state_->leastGain * double(out_[k] - start);
   }
 
   void record(PassKind kind, int plane, bool raw, Pass* pass) {

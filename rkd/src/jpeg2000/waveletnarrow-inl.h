@@ -89,7 +89,7 @@ class NarrowLine {
   NarrowLine(int length, int phase)
       : m_length(length),
         m_count{lowCount(length, phase), highCount(length, phase)},
-        m_vectors((std::max(m_count[kLow], m_count[kHigh]) + kLanes - 1) / kLanes),
+        m_vectors(length <= 2 * kLanes ? 1 : kVectors),
         m_first(phase == rkdWTFirstLow ? kLow : kHigh) {}
 
   HWY_INLINE void inverse(const T* low, const T* high, T* line) {

@@ -63,6 +63,27 @@ Options ourOptions(int i) {
   return o;
 }
 
+/// Blocks enough for coders to stop where passes gain too little, and not where segments end.
+TEST_F(Decompress, OurFilesOfASizeAreToThemWhatTheyAreToUs) {
+  Picture picture = photograph(149, 117);
+  for (int i = 0; i < 16; ++i) {
+    Options o = ourOptions(i);
+    o.wavelet = i / 2 % 2 ? j2k::Wavelet::irreversible97 : j2k::Wavelet::reversible53;
+    o.blockWidth = o.blockHeight = 8;
+    o.layers = 1;
+    o.ratios = {12};
+    if (i % 3 == 0) o.ratios = {40, 20, 8};
+    o.threads = 1 + i % 2;
+    const Bytes stream = encoded(picture, o);
+    write("x.jp2", stream);
+    const Picture got =
+        fromAnymap(made("-i " + file("x.jp2") + " -o " + file("out.ppm"), "out.ppm"));
+    const Picture ours = decodedWell(stream);
+    expectConformance(got, ours, std::to_string(i) + " -I");
+    EXPECT_LT(28, psnr(picture, ours)) << i;
+  }
+}
+
 TEST_F(GrokDecompress, OurFilesDecodeExactly) {
   for (int i = 0; i < 24; ++i) {
     Picture picture = photograph(131, 117);

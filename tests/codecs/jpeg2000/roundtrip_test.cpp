@@ -1,5 +1,6 @@
 // Coding and decoding in memory: every option, exact where it is meant to be.
 #include "j2kkit.h"
+#include "rkd/rkdjpeg_codeblock.h"
 
 namespace {
 
@@ -213,23 +214,39 @@ TEST(Layers, EveryLayerAddsQualityAndOneComponentIsThatOfTheWhole) {
 
 TEST(Rate, PassesThatAreLeftUncodedWouldHaveBeenThrownAway) {
   // Enough blocks for a sample to be taken.
-  Picture picture = photograph(700, 600);
-  Options options;
-  options.wavelet = j2k::Wavelet::irreversible97;
-  options.ratios = {25};
-  options.blockWidth = options.blockHeight = 32;
-  const Bytes cut = encoded(picture, options);
-  const double got = psnr(picture, decodedWell(cut));
-  options.ratios = {25, 1};  // the last layer takes everything, so that all is coded
-  j2k::Options first;
-  first.maxLayers = 1;
-  EXPECT_NEAR(psnr(picture, decodedWell(encoded(picture, options), first)), got, 0.1);
-  EXPECT_LE(double(cut.size()), 700.0 * 600 * 3 / 25);
-  EXPECT_GE(double(cut.size()), 700.0 * 600 * 3 / 25 * 0.99);
+  Picture picture = photograph(500, 400);
+  struct {
+    j2k::Wavelet wavelet;
+    int style, tile;
+    double ratio;
+  } const cases[] = {{j2k::Wavelet::irreversible97, 0, 0, 25},
+                     {j2k::Wavelet::reversible53, rkdCodeBlockTermAll, 0, 25},
+                     {j2k::Wavelet::irreversible97, rkdCodeBlockBypass | rkdCodeBlockReset, 0, 12},
+                     {j2k::Wavelet::reversible53, 63, 28, 6}};  // tiles smaller than a block
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.style);
+    Options options;
+    options.wavelet = c.wavelet;
+    options.ratios = {c.ratio};
+    options.style = c.style;
+    options.tileWidth = options.tileHeight = c.tile;
+    options.levels = c.tile > 0 ? 2 : 5;
+    options.blockWidth = options.blockHeight = 32;
+    const double limit = 500.0 * 400 * 3 / c.ratio;
+    const Bytes cut = encoded(picture, options);
+    EXPECT_LE(double(cut.size()), limit);
+    EXPECT_GE(double(cut.size()), limit * 0.99);
+    options.ratios = {c.ratio, 1};  // the last layer takes everything, so that all is coded
+    j2k::Options first;
+    first.maxLayers = 1;
+    EXPECT_NEAR(psnr(picture, decodedWell(encoded(picture, options), first)),
+                psnr(picture, decodedWell(cut)), 0.1);
+  }
 }
 
 TEST(Threads, ChangeNoByteAndNoSample) {
-  Picture picture = photograph(150, 140);
+  // Enough blocks for those of a size to be coded in part.
+  Picture picture = photograph(160, 140);
   for (const bool lossy : {false, true}) {
     Options options;
     options.tileWidth = 96;

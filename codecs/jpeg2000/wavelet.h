@@ -1,0 +1,54 @@
+#pragma once
+/// @file
+/// Adapter of the library's wavelets: the levels of whole components, by one thread each or, where
+/// threads would be left without one, by all of them in strips of rows.
+
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "common/workers.h"
+#include "transform.h"
+
+namespace j2k {
+
+/// Memory that grows and holds nothing between calls.
+class WorkMemory {
+ public:
+  uint8_t* atLeast(size_t bytes);
+
+ private:
+  std::unique_ptr<uint8_t[]> m_memory;
+  size_t m_bytes = 0;
+};
+
+class Wavelets {
+ public:
+  explicit Wavelets(codecs::Workers& workers)
+      : m_workers(workers), m_work(size_t(workers.count())) {}
+
+  using Planes = std::span<const CoefficientPlanes* const>;
+  /// Samples to coefficients and back. The same bits for every number of threads.
+  void forward(Planes planes);
+  void inverse(Planes planes);
+  /// BYTES of strips that these planes take while they are transformed.
+  int64_t stripBytes(Planes planes) const;
+
+ private:
+  template <bool Forward>
+  void transform(Planes planes);
+  template <bool Forward>
+  void transformLevels(const CoefficientPlanes& planes, int worker);
+  template <bool Forward>
+  void transformInStrips(const CoefficientPlanes& planes);
+  void forwardInStrips(const WaveletLevel& level);
+  void inverseInStrips(const WaveletLevel& level);
+  size_t wholeOnes(Planes planes) const;
+
+  codecs::Workers& m_workers;
+  std::vector<WorkMemory> m_work;  ///< of workers
+  std::unique_ptr<PlaneMemory> m_strips;
+  int64_t m_stripBytes = 0;
+};
+
+}  // namespace j2k

@@ -1,0 +1,112 @@
+// Several threads make the bits that one makes.
+#include <cstring>
+#include <random>
+
+#include "j2kkit.h"
+#include "wavelet.h"
+
+namespace {
+
+using namespace j2k;
+using j2kkit::Picture;
+
+/// Planes of all resolutions of these samples, filled at random, or to the last of the bits that
+/// the arithmetic holds.
+std::unique_ptr<CoefficientPlanes> filled(Arithmetic arithmetic, const Rect& samples, int levels) {
+  std::vector<Rect> windows(1, samples);
+  for (int i = 0; i < levels; ++i) windows.insert(windows.begin(), bandOf(windows.front(), 0));
+  auto planes = std::make_unique<CoefficientPlanes>(arithmetic, windows);
+  std::mt19937 random(unsigned(samples.width() * 31 + samples.height()));
+  const PlaneView& view = planes->samples();
+  for (int y = 0; y < view.height; ++y) {
+    for (int x = 0; x < view.width; ++x) {
+      const auto bits = random();
+      switch (arithmetic) {
+        case Arithmetic::narrow:
+          view.row<int16_t>(y)[x] = int16_t(int(bits % 4096) - 2048);
+          break;
+        case Arithmetic::wide:
+          view.row<int32_t>(y)[x] = int32_t(bits) >> 6;
+          break;
+        case Arithmetic::real:
+          view.row<float>(y)[x] = float(int32_t(bits)) / 8388608;
+          break;
+      }
+    }
+  }
+  return planes;
+}
+
+int rowsThatDiffer(const CoefficientPlanes& a, const CoefficientPlanes& b) {
+  const PlaneView &va = a.samples(), &vb = b.samples();
+  int rows = 0;
+  for (int y = 0; y < va.height; ++y) {
+    const size_t bytes = size_t(va.width) * sampleSize(va.arithmetic);
+    rows += std::memcmp(va.row<uint8_t>(y), vb.row<uint8_t>(y), bytes) != 0 ? 1 : 0;
+  }
+  return rows;
+}
+
+TEST(Wavelets, StripsGiveTheBitsOfTheWholeBothWays) {
+  codecs::Workers alone(1);
+  Wavelets whole(alone);
+  for (const int threads : {2, 3, 7}) {
+    codecs::Workers team(threads);
+    Wavelets strips(team);
+    for (const Arithmetic arithmetic : {Arithmetic::narrow, Arithmetic::wide, Arithmetic::real}) {
+      // Odd origins and sizes; heights around those at which there are two strips.
+      for (const Rect& rect : {Rect{0, 0, 37, 900}, Rect{3, 5, 40, 262}, Rect{1, 7, 2, 391},
+                               Rect{0, 1, 19, 128}, Rect{0, 1, 19, 129}}) {
+        SCOPED_TRACE(testing::Message() << threads << " threads, arithmetic " << int(arithmetic)
+                                        << ", " << rect.width() << " x " << rect.height());
+        const auto one = filled(arithmetic, rect, 3), all = filled(arithmetic, rect, 3);
+        const CoefficientPlanes* const ofOne[] = {one.get()};
+        const CoefficientPlanes* const ofAll[] = {all.get()};
+        EXPECT_EQ(0, whole.stripBytes(ofOne));
+        EXPECT_EQ(rect.height() >= 128, strips.stripBytes(ofAll) > 0);
+        whole.forward(ofOne);
+        strips.forward(ofAll);
+        EXPECT_EQ(0, rowsThatDiffer(*one, *all)) << "forward";
+        whole.inverse(ofOne);
+        strips.inverse(ofAll);
+        EXPECT_EQ(0, rowsThatDiffer(*one, *all)) << "inverse";
+      }
+    }
+  }
+}
+
+TEST(Wavelets, ComponentsBeyondARoundOfThreadsAreMadeInStrips) {
+  codecs::Workers alone(1), team(3);
+  Wavelets whole(alone), strips(team);
+  std::vector<std::unique_ptr<CoefficientPlanes>> own;
+  std::vector<const CoefficientPlanes*> one, all;
+  for (int c = 0; c < 5; ++c) {
+    for (auto* list : {&one, &all}) {
+      own.push_back(filled(Arithmetic::real, {0, 0, 50 + c, 300 - c}, 2));
+      list->push_back(own.back().get());
+    }
+  }
+  whole.forward(one);
+  strips.forward(all);
+  for (size_t c = 0; c < one.size(); ++c) EXPECT_EQ(0, rowsThatDiffer(*one[c], *all[c])) << c;
+}
+
+TEST(Threads, TakeMemoryForStripsWithinTheLimit) {
+  // 4 MiB of coefficients, and strips as large.
+  Picture picture = j2kkit::waves(1024, 1024, 1);
+  Options options;
+  options.wavelet = Wavelet::irreversible97;
+  options.memoryMiB = 1024;
+  const j2kkit::Bytes file = j2kkit::encoded(picture, options);
+  const auto least = [&](int threads) {
+    for (options.memoryMiB = 2;; ++options.memoryMiB) {
+      options.threads = threads;
+      j2kkit::Messages messages;
+      if (!j2kkit::decoded(file, options, messages).planes.empty()) return options.memoryMiB;
+    }
+  };
+  const auto one = least(1);
+  EXPECT_LE(one + 4, least(2));
+}
+
+}  // namespace
