@@ -51,7 +51,7 @@ void InversePixels::setUpPlane(int index, const InverseSetup& setup) {
   p.isTriangleAcross = isSmooth && p.h * 2 == frame_.hMax && (p.v == frame_.vMax || isHalfDown);
   p.isTriangleDown = isSmooth && isHalfDown && (p.isTriangleAcross || p.h == frame_.hMax);
   p.memory.assign(size_t(p.step) * size_t(p.rowsInMcu + 1) + 2 * kMargin, 128);
-  p.line.resize(size_t(std::max(width_, 2 * p.width) + kMargin));
+  p.line.resize(size_t(std::max(width_, 2 * p.width)) + kMargin);
 }
 
 Status InversePixels::init(const Frame& frame, const std::array<Quantisers, 4>& quantisers,

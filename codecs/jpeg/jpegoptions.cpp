@@ -215,7 +215,8 @@ bool parseOptions(const std::vector<std::string>& arguments, ProgramOptions* opt
     }
     const std::string value = option->hasValue ? arguments[++i] : "";
     if (!option->set(*options, value)) {
-      *error = name + " " + value + ": must be " + option->values;
+      *error = name;
+      error->append(" ").append(value).append(": must be ").append(option->values);
       return false;
     }
     for (size_t road = 0; road < kRoads; ++road) {

@@ -26,7 +26,8 @@ bool setTags(const ProgramOptions& options, Metadata* metadata, std::string* cul
     if (isError(status)) return false;
   }
   for (const auto& [name, value] : options.set) {
-    *culprit = name + "=" + value;
+    *culprit = name;
+    culprit->append("=").append(value);
     const Status status = exif::set(&document, name, value);
     *reason = statusText(status);
     if (isError(status)) return false;

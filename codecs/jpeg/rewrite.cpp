@@ -82,7 +82,8 @@ Status rewriteMetadata(std::span<const uint8_t> file, const Metadata& metadata, 
   for (const MarkerSegment& s : segmentsOf(file, true)) {
     if (s.marker == kSOS) scan = s.offset;
     if (s.marker == kSOS || standsAlone(s.marker)) continue;
-    if (!isApp(s.marker)) {
+    const bool isKept = !isApp(s.marker) || MarkerReader::isAdobe(s.marker, s.payload);
+    if (isKept) {
       rest.segment(s.marker, s.payload);
     } else if (MarkerReader::isJfif(s.marker, s.payload) && s.payload.size() >= 14) {
       std::vector<uint8_t> jfif(s.payload.begin(), s.payload.end());
@@ -91,8 +92,6 @@ Status rewriteMetadata(std::span<const uint8_t> file, const Metadata& metadata, 
         jfif[12] = jfif[13] = 0;
       }
       front.segment(s.marker, jfif);
-    } else if (MarkerReader::isAdobe(s.marker, s.payload)) {
-      rest.segment(s.marker, s.payload);
     }
   }
   if (scan == 0) return Status::noScan;

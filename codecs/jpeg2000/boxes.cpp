@@ -2,6 +2,7 @@
 #include "boxes.h"
 
 #include <algorithm>
+#include <bit>
 #include <cctype>
 #include <cmath>
 #include <cstdio>
@@ -174,9 +175,10 @@ void BoxReader::definition(HeaderReader in) {
 
 void BoxReader::resolution(HeaderReader in, double* values) {
   const double yn = in.u16(), yd = in.u16(), xn = in.u16(), xd = in.u16();
-  const int ye = int8_t(in.u8()), xe = int8_t(in.u8());
-  values[0] = yd > 0 ? yn / yd * std::pow(10.0, ye) : 0;
-  values[1] = xd > 0 ? xn / xd * std::pow(10.0, xe) : 0;
+  const auto exponent = [&in] { return std::bit_cast<int8_t>(uint8_t(in.u8())); };
+  const double ye = exponent(), xe = exponent();
+  values[0] = yd > 0 ? yn / yd * std::pow(10, ye) : 0;
+  values[1] = xd > 0 ? xn / xd * std::pow(10, xe) : 0;
 }
 
 void BoxReader::take(const Box& box) {

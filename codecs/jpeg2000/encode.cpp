@@ -116,6 +116,7 @@ void PictureEncoder::codeAsNeeded(const std::vector<JobIndex>& all, double bytes
   const double guess = surelyBelow * model.guess(bytes);
   codeTo(all, sample, model, guess);
   std::vector<const CodedBlock*> blocks;
+  blocks.reserve(all.size());
   for (const size_t i : sample) blocks.push_back(&blockAt(all[i]));
   const double threshold = below * model.corrected(bytes, sample, blocks);
   codeTo(all, others, model, threshold);
@@ -141,6 +142,7 @@ void PictureEncoder::codeAsNeeded(const std::vector<JobIndex>& all, double bytes
 void PictureEncoder::codeTo(const std::vector<JobIndex>& all, const std::vector<size_t>& which,
                             const ThresholdModel& model, double threshold) {
   std::vector<JobIndex> jobs;
+  jobs.reserve(which.size());
   for (const size_t i : which) jobs.push_back(all[i]);
   code(jobs, [&](size_t i, int planes) { return model.depth(which[i], planes, threshold); });
 }

@@ -122,7 +122,8 @@ std::vector<LayerGoal> makeGoals(const Options& options, const PictureInfo& info
   double bytes = 0, samples = 0;
   for (const ComponentInfo& c : info.components) {
     const double own = double(c.width) * c.height;
-    bytes += own * ((c.precision + 7) / 8);
+    const int bytesOfSample = (c.precision + 7) / 8;
+    bytes += own * bytesOfSample;
     samples += own;
   }
   const double peak = std::ldexp(1.0, info.components[0].precision) - 1;
