@@ -1,6 +1,6 @@
 // How far a run is (-G): on a terminal alone, and true.
 
-#include <fcntl.h>
+#include <poll.h>
 #include <gtest/gtest.h>
 #include <pty.h>
 #include <unistd.h>
@@ -26,7 +26,6 @@ class Terminal {
   Terminal() {
     winsize size{24, 60, 0, 0};
     EXPECT_EQ(0, openpty(&m_master, &m_slave, nullptr, nullptr, &size));
-    fcntl(m_master, F_SETFL, O_NONBLOCK);
   }
   ~Terminal() {
     close(m_master);
@@ -36,10 +35,21 @@ class Terminal {
   Terminal& operator=(const Terminal&) = delete;
 
   void become(int descriptor) const { dup2(m_slave, descriptor); }
+  /// What was written since the last time. It comes a while later, and in parts: a mark of our own
+  /// ends it.
   std::string text() const {
-    std::string all(1 << 16, 0);
-    const ssize_t count = read(m_master, all.data(), all.size());
-    all.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+    constexpr char mark = 1;
+    EXPECT_EQ(1, write(m_slave, &mark, 1));
+    std::string all;
+    while (all.empty() || all.back() != mark) {
+      pollfd more = {m_master, POLLIN, 0};
+      constexpr int patience = 10'000;
+      char part[4096];
+      const ssize_t count = poll(&more, 1, patience) == 1 ? read(m_master, part, sizeof part) : 0;
+      if (count <= 0) return all;
+      all.append(part, static_cast<std::size_t>(count));
+    }
+    all.pop_back();
     return all;
   }
 

@@ -128,7 +128,7 @@ HWY_INLINE hn::Vec<D> loadFirst(D d, const T* from, size_t lanes) {
 }
 
 template <class D, class T = hn::TFromD<D>>
-HWY_INLINE void storeFirst(hn::Vec<D> v, D d, T* to, size_t lanes) {
+HWY_INLINE void storeFirst(hn::Vec<D> v, [[maybe_unused]] D d, T* to, size_t lanes) {
 #if HWY_TARGET <= HWY_AVX3
   hn::BlendedStore(inRegister(v), hn::FirstN(d, lanes), d, to);
 #elif HWY_TARGET == HWY_EMU128
