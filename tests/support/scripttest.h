@@ -10,6 +10,7 @@
 #include "capture.h"
 #include "tziterator.h"
 #include "tztest.h"
+#include "tzwatch.h"
 
 /// What the timed loop does, run by run: the last entry repeats.
 struct ScriptedRun {
@@ -80,19 +81,25 @@ class ScriptTest : public tzTest {
 };
 
 /// The process-wide state of a run with one repetition a measurement, a console of errors, warnings
-/// and performance, and a result table; the state before comes back at the end.
+/// and performance, and a result table; the state before comes back at the end. The watch sees a
+/// machine that does nothing else: a row that it has measured again would take the next run of the
+/// script.
 class ScriptedRunState {
  public:
   explicit ScriptedRunState(std::vector<ScriptedRun> script = {{}}, int mask = 7)
       : m_tool(g_tool), m_mask(g_ostrm.outLevel()) {
     ScriptTest::script = std::move(script);
     ScriptTest::runs = 0;
+    tzWatch::m_pLook = [] { return tzMoment(); };
+    tzWatch::m_pSteal = [] { return 0.0; };
     g_tool.setMethodLoop(1);
     g_ostrm.setOutLevel(mask);
   }
   ~ScriptedRunState() {
     g_tool = m_tool;
     g_ostrm.setOutLevel(m_mask);
+    tzWatch::m_pLook = nullptr;
+    tzWatch::m_pSteal = nullptr;
     tzTest::m_hot = 0;
     tzTest::m_cache = false;
     tzTest::m_verifyMode = VERIFY_OFF;
