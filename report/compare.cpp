@@ -40,6 +40,10 @@ void observe(const Row& row, Observed& observed) {
   if (observed.logs.size() == before) observed.logs.push_back(std::log(*row.clocksPerElement));
 }
 
+// Every observation meets every other one: many of one row would take all memory.
+constexpr std::size_t kMaxObservations = 2000;
+constexpr std::size_t kMaxPairs = 100'000'000;
+
 Side sideOf(const std::vector<Run>& runs, const std::string& filter) {
   Side side;
   for (const Run& run : runs) {
@@ -49,6 +53,10 @@ Side sideOf(const std::vector<Run>& runs, const std::string& filter) {
       const auto [place, isNew] = side.rows.try_emplace(key);
       if (isNew) side.order.push_back(key);
       observe(row, place->second);
+      if (place->second.logs.size() > kMaxObservations) {
+        throw Error(run.file, row.line,
+                    "more than " + std::to_string(kMaxObservations) + " observations of a row");
+      }
     }
   }
   return side;
@@ -91,7 +99,8 @@ LoneRow lone(const Observed& here, const Side& other, const std::string& key) {
 }
 
 // Rows of both sides, with the logarithms of their ratios in place of ratios.
-void join(const Side& before, const Side& after, Compared& result) {
+void join(const Side& before, const Side& after, const std::string& file, Compared& result) {
+  std::size_t pairs = 0;
   for (const std::string& key : before.order) {
     const Observed& a = before.rows.at(key);
     if (a.logs.empty()) continue;
@@ -104,6 +113,11 @@ void join(const Side& before, const Side& after, Compared& result) {
     ComparedRow row{.before = a.best, .after = b.best};
     row.beforeCount = a.logs.size();
     row.afterCount = b.logs.size();
+    pairs += row.beforeCount * row.afterCount;
+    if (pairs > kMaxPairs) {
+      throw Error(file, "more than " + std::to_string(kMaxPairs) +
+                            " pairs of observations; compare fewer rows (--filter) or runs");
+    }
     result.rows.push_back(row);
   }
   for (const std::string& key : after.order) {
@@ -240,7 +254,7 @@ Compared compareRuns(const std::vector<Run>& before, const std::vector<Run>& aft
   refuseUnlike(before, after, result, options.anyway);
   const Side old = sideOf(before, options.filter);
   const Side now = sideOf(after, options.filter);
-  join(old, now, result);
+  join(old, now, after.at(0).file, result);
   const double alpha = 1 - options.confidence;
   const double rows =
       options.eachRow ? 1 : static_cast<double>(std::max<std::size_t>(1, result.rows.size()));

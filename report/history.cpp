@@ -8,9 +8,12 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <set>
 #include <tuple>
@@ -117,6 +120,38 @@ std::string decodedPart(const std::string& text, const std::string& url) {
   return out;
 }
 
+// What is no database must not become one by being looked at.
+void checkFile(const std::string& place, bool create) {
+  if (place.find('"') != std::string::npos) throw Error(place, "a quote in the name");
+  if (!std::filesystem::exists(place)) {
+    if (!create) throw Error(place, "there is no such history");
+    return;
+  }
+  if (std::filesystem::is_directory(place)) throw Error(place, std::strerror(EISDIR));
+  if (!std::filesystem::is_regular_file(place)) throw Error(place, "is no file");
+  const std::string signature("SQLite format 3\0", 16);
+  std::string begin(signature.size(), '\0');
+  errno = 0;
+  std::ifstream file(place, std::ios::binary);
+  if (!file) throw Error(place, std::strerror(errno));
+  file.read(begin.data(), static_cast<std::streamsize>(begin.size()));
+  if (file.gcount() == 0) {
+    if (!create) throw Error(place, "is empty");
+  } else if (begin != signature) {
+    throw Error(place, "is no history: not a database of SQLite");
+  }
+}
+
+// Libraries tell the name of a function of theirs first, and the statement last.
+std::string reasonOf(const soci::soci_error& error) {
+  std::string reason = error.what();
+  reason = reason.substr(0, reason.find('\n'));
+  reason = reason.substr(0, reason.find(" while "));
+  const std::size_t name = reason.find(": ");
+  const bool isFunction = name < reason.find(' ') && reason.find("::") < name;
+  return isFunction ? reason.substr(name + 2) : reason;
+}
+
 }  // namespace
 
 std::string postgresOptions(const std::string& url) {
@@ -161,9 +196,7 @@ class History::Database {
         m_sql << "SET client_min_messages TO warning";
         return;
       }
-      if (!create && !std::filesystem::exists(place))
-        throw Error(place, "there is no such history");
-      if (place.find('"') != std::string::npos) throw Error(place, "a quote in the name");
+      checkFile(place, create);
       m_sql.open("sqlite3", "db=\"" + place + "\" timeout=60");
     });
   }
@@ -173,8 +206,7 @@ class History::Database {
     try {
       use();
     } catch (const soci::soci_error& error) {
-      const std::string reason = error.what();
-      throw Error(nameOf(m_place), reason.substr(0, reason.find_first_of("\n")));
+      throw Error(nameOf(m_place), reasonOf(error));
     }
   }
 
@@ -202,10 +234,15 @@ class History::Database {
     });
   }
 
-  void migrate(int schema) {
+  /// Makes the tables, if it may, and brings older ones up to date. What is as it should be is only
+  /// read, since it may lie where nothing can be written.
+  void migrate(int schema, bool create) {
+    int version = 0;
+    guarded([&] { version = presentVersion(); });
+    if (version == 0 && !create) throw Error(nameOf(m_place), "holds no history");
+    if (version == schema) return;
     alone([&] {
-      int version = hasSchema() ? 0 : -1;
-      if (version == 0) m_sql << "SELECT version FROM tazreport_schema", soci::into(version);
+      version = presentVersion();
       if (version > History::kSchema) {
         throw Error(nameOf(m_place),
                     "schema " + std::to_string(version) + " was made by a newer tazreport");
@@ -215,23 +252,24 @@ class History::Database {
           m_sql << completed(statement);
         }
       }
-      if (version < schema) {
-        m_sql << "UPDATE tazreport_schema SET version = :v", soci::use(schema);
-      }
+      m_sql << "UPDATE tazreport_schema SET version = :v", soci::use(schema);
     });
   }
 
   soci::session& sql() { return m_sql; }
 
  private:
-  bool hasSchema() {
+  // 0: there are no tables.
+  int presentVersion() {
     int count = 0;
     m_sql << (m_sql.get_backend_name() == "postgresql"
                   ? "SELECT count(*) FROM information_schema.tables WHERE table_schema ="
                     " current_schema() AND table_name = 'tazreport_schema'"
                   : "SELECT count(*) FROM sqlite_master WHERE name = 'tazreport_schema'"),
         soci::into(count);
-    return count > 0;
+    int version = 0;
+    if (count > 0) m_sql << "SELECT version FROM tazreport_schema", soci::into(version);
+    return version;
   }
 
   std::string completed(std::string statement) const {
@@ -247,7 +285,7 @@ class History::Database {
 
 History::History(const std::string& place, bool create, int schema)
     : m_database(std::make_unique<Database>(place, create)) {
-  m_database->migrate(schema);
+  m_database->migrate(schema, create);
 }
 
 History::~History() = default;

@@ -102,7 +102,7 @@ void Merger::finish(Source& source) {
 void Merger::add(LineReader& reader) {
   if (reader.peek() != '{') throw Error(reader.path(), "holds no JSON Lines (key -j)");
   Source source{reader.path(), nullptr, nullptr, {}, {}, 0, 0, 0, {}};
-  forEachRecord(reader, {.samples = false}, [&](Record&& record, const std::string& line) {
+  const auto use = [&](Record&& record, const std::string& line) {
     if (Context* context = std::get_if<Context>(&record)) {
       begin(source, std::move(*context), line);
       return;
@@ -113,7 +113,9 @@ void Merger::add(LineReader& reader) {
     if (Row* row = std::get_if<Row>(&record)) take(source, std::move(*row), line);
     if (End* end = std::get_if<End>(&record)) source.end = std::move(*end);
     m_comparisons += std::holds_alternative<Comparison>(record) ? 1 : 0;
-  });
+  };
+  const bool cut = forEachRecord(reader, {.samples = false}, use);
+  if (cut && source.group == nullptr) throw Error(reader.path(), "cut off in its first line");
   finish(source);
 }
 

@@ -237,6 +237,18 @@ TEST(CompareRuns, TellsRowsThatAreGoneNewOrFailing) {
   EXPECT_EQ(0, run({"compare", after, before}).code);
 }
 
+// Each meets every one of the other side: a file of 100 MB could ask for all memory there is.
+TEST(CompareRuns, TakesABoundedNumberOfObservations) {
+  const TempFolder folder;
+  std::string minima = "1";
+  for (int i = 0; i < 2000; ++i) minima += ",1";
+  const std::string path = folder.write(
+      "a", kContext + row("f", "8x8", 1, "OK", ",\"elements\":1,\"pass_minima\":[" + minima + "]"));
+  const Outcome refused = run({"compare", path, path});
+  EXPECT_EQ(2, refused.code);
+  EXPECT_EQ("tazreport: " + path + ": line 2: more than 2000 observations of a row\n", refused.err);
+}
+
 TEST(CompareRuns, AsksForTwoSides) {
   const TempFolder folder;
   const std::string path = folder.write("a", runOf(1, 2, plain));

@@ -149,12 +149,17 @@ TEST(History, TellsWhatIsWrongInALine) {
       "CPU,x; 2.6 GHz; Max cache size 1024 K\nComputer,box\nStart,Sun Nov 22 08:00:00 2026\n"
       "fn,u8,C1,Timing,64x64,1.0,px,nLps=4,OK\n");
   const std::string place = folder.file("new.sqlite");
+  const std::string empty = folder.write("empty", "");
   const struct {
     std::vector<std::string> words;
     const char* reason;
   } cases[] = {
       {{"list", "--database", place}, "there is no such history"},
-      {{"list", "--database", foreign}, "not a database"},
+      {{"list", "--database", foreign}, "foreign: is no history: not a database of SQLite\n"},
+      {{"add", good, "--database", good}, "good: is no history: not a database of SQLite\n"},
+      {{"list", "--database", empty}, "empty: is empty\n"},
+      {{"list", "--database", folder.file("")}, ": Is a directory\n"},
+      {{"add", good, "--database", "/dev/null"}, "/dev/null: is no file\n"},
       {{"add", good, "--database", folder.file("no/folder/h")}, "no/folder/h: "},
       {{"add", foreign, "--database", place}, "foreign: "},
       {{"add", table, "--database", place}, "table: "},
@@ -175,6 +180,9 @@ TEST(History, TellsWhatIsWrongInALine) {
     EXPECT_THAT(outcome.err, Not(HasSubstr("secret")));
   }
   EXPECT_EQ("", folder.read("new.sqlite"));
+  EXPECT_EQ("", folder.read("empty"));
+  // A file may be there before its database is, as from mktemp.
+  EXPECT_EQ(0, reportkit::run({"history", "add", good, "--database", empty}).code);
   EXPECT_EQ("dbname=x user=me password=p host=h port=5 sslmode=require",
             report::postgresOptions("postgresql://me:p@h:5/x?sslmode=require"));
 }

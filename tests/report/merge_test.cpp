@@ -104,6 +104,7 @@ TEST(Merge, RefusesWhatIsNoPartOfTheRun) {
                                      {context(partOf(2, 2, 4)) + kEnd, "not the same run"},
                                      {context(partOf(3, 2)) + kEnd, "there is no part 3 of 2"},
                                      {std::string("a,b\n"), "holds no JSON Lines"},
+                                     {std::string(kContext, 50), "cut off in its first line"},
                                      {kFirst, "line 1: no context comes before it"},
                                      {std::string(), "holds no JSON Lines"}}) {
     folder.write("other", text);

@@ -1,7 +1,7 @@
 """page_browser.py TAZREPORT FOLDER: makes pages, opens them in headless Chromium and uses them.
 
 Keeps screenshots in the folder: light, dark, and as wide as a phone. Ends with 77 and the reason where
-there is no browser, else with 1 on the first thing that is not as it should be.
+there is no browser or the program makes no pages, else with 1 on the first thing that is not as it should be.
 """
 import base64
 import http.client
@@ -203,6 +203,13 @@ def keep_pictures(browser, folder, page):
     browser.keep(os.path.join(folder, "page_phone.png"))
 
 
+def make_page(program, page, words):
+    made = subprocess.run([program, "html", "-o", page, *words], stderr=subprocess.PIPE, text=True)
+    if made.returncode != 0:
+        print(made.stderr, end="")
+        sys.exit(77 if "this build makes no pages" in made.stderr else 1)
+
+
 def main():
     program, folder = sys.argv[1:3]
     chromium = shutil.which("chromium") or shutil.which("chromium-browser")
@@ -224,11 +231,11 @@ def main():
         past = [program, "history", "add", "--database", at("history"), "--label", HOSTILE]
         added = subprocess.run([*past, *(at(f"day{day}") for day in range(10, 22))], stdout=subprocess.DEVNULL)
         names = ["compared", "large", "levels"]
-        if added.returncode == 0:  # else: built without a database library
-            subprocess.run([program, "html", "-o", at("past.html"), at("day21"), "--history", at("history")], check=True)
-            names.append("past")
         for name, words in (("compared", sides), ("large", [at("large")]), ("levels", [at("sse"), at("new0")])):
-            subprocess.run([program, "html", "-o", at(name + ".html"), *words], check=True)
+            make_page(program, at(name + ".html"), words)
+        if added.returncode == 0:  # else: built without a database library
+            make_page(program, at("past.html"), [at("day21"), "--history", at("history")])
+            names.append("past")
         browser = Browser(driver, chromium, at("profile"))
         for name in names:
             browser.do("POST", "/url", {"url": "file://" + at(name + ".html")})
