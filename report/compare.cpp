@@ -133,6 +133,7 @@ void join(const Side& before, const Side& after, const std::string& file, Compar
 std::optional<Interval> shiftOf(const std::vector<ShiftEstimate>& rows, double alpha) {
   if (rows.size() < kShiftRows) return std::nullopt;
   std::vector<double> middles;
+  middles.reserve(rows.size());
   for (const ShiftEstimate& row : rows) middles.push_back(row.middle());
   return medianInterval(middles, alpha);
 }

@@ -68,6 +68,7 @@ int orderChannels(std::vector<Channel>& channels, const ColourBoxes& boxes, Repo
     return count;
   }
   std::vector<Channel> ordered;
+  ordered.reserve(channels.size());
   for (const int c : colours) ordered.push_back(std::move(channels[size_t(c)]));
   for (const int c : others) ordered.push_back(std::move(channels[size_t(c)]));
   channels = std::move(ordered);
@@ -134,11 +135,13 @@ namespace {
 
 void decodeComponents(Decoder& decoder, std::vector<Channel>& channels) {
   std::vector<SampleView> views;
+  channels.reserve(decoder.info().components.size());
   for (const ComponentInfo& c : decoder.info().components) {
     Channel channel{c.width, c.height, c.dx, c.dy, c.precision, c.isSigned, {}};
     channel.samples.resize(size_t(c.width) * size_t(c.height));
     channels.push_back(std::move(channel));
   }
+  views.reserve(channels.size());
   for (Channel& c : channels) {
     views.push_back({c.samples.data(), SampleType::s32, 1, ptrdiff_t(c.width) * 4});
   }
@@ -244,6 +247,7 @@ Status decodePixels(const Options& options, Diagnostics& diagnostics, std::span<
     if (plainPixels(info, decoder.colours())) {
       pixels.bytes.resize(size_t(info.width) * size_t(info.height) * size_t(pixels.channels));
       std::vector<SampleView> views;
+      views.reserve(size_t(pixels.channels));
       for (int c = 0; c < pixels.channels; ++c) {
         views.push_back({pixels.bytes.data() + c, SampleType::u8, pixels.channels,
                          ptrdiff_t(info.width) * pixels.channels});

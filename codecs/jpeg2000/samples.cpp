@@ -86,6 +86,7 @@ constexpr auto store3<uint16_t, float> = rkdiLevelShiftInv_JPEG2K_32f16u_P3C3R;
 template <typename Visit>
 void withPlaneType(Arithmetic arithmetic, const Visit& visit) {
   switch (arithmetic) {
+    // NOLINTNEXTLINE(bugprone-branch-clone): alike but for the type
     case Arithmetic::narrow:
       visit(int16_t());
       break;
@@ -101,6 +102,7 @@ void withPlaneType(Arithmetic arithmetic, const Visit& visit) {
 template <typename Visit>
 void withSampleType(SampleType type, const Visit& visit) {
   switch (type) {
+    // NOLINTNEXTLINE(bugprone-branch-clone): alike but for the type
     case SampleType::u8:
       visit(uint8_t());
       break;

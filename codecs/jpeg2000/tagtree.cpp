@@ -26,7 +26,8 @@ TagTree::TagTree(int wide, int high) : m_nodes(size_t(nodes(wide, high))) {
     const int next = start + wide * high, parentsWide = (wide + 1) / 2;
     for (int y = 0; y < high; ++y) {
       for (int x = 0; x < wide; ++x) {
-        m_nodes[size_t(start + y * wide + x)].parent = next + (y / 2) * parentsWide + x / 2;
+        m_nodes[size_t(start) + size_t(y) * size_t(wide) + size_t(x)].parent =
+            next + (y / 2) * parentsWide + x / 2;
       }
     }
     start = next;
