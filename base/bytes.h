@@ -56,7 +56,6 @@ class ByteReader {
   /// Bytes from the position to the end.
   size_t left() const { return m_bytes.size() - m_position; }
   ByteOrder order() const { return m_order; }
-  void setOrder(ByteOrder order) { m_order = order; }
 
   template <std::integral T>
   T get() {

@@ -84,10 +84,6 @@ std::string padRight(std::string text, int width) {
   return text;
 }
 
-std::string padLeft(std::string text, int width) {
-  return std::string(static_cast<std::size_t>(std::max(0, width - textWidth(text))), ' ') + text;
-}
-
 std::string shortened(const std::string& text, int width) {
   if (textWidth(text) <= width) return text;
   std::string_view rest = text;

@@ -14,9 +14,8 @@ std::string cleanText(std::string_view text);
 
 /// Columns that a clean text takes on a terminal, one a character.
 int textWidth(std::string_view text);
-/// Blanks put behind, or before, up to a width.
+/// Blanks put behind, up to a width.
 std::string padRight(std::string text, int width);
-std::string padLeft(std::string text, int width);
 /// The text, or its beginning and an ellipsis, in at most `width` columns.
 std::string shortened(const std::string& text, int width);
 /// The text in lines of at most `width` columns: broken at blanks where there are any, else behind

@@ -23,7 +23,6 @@ class tzReportFormat {
 
   /// @param width  0: no such column; negative: items stand against the column's right end
   void setWidth(int column, int width);
-  bool isFramed() const { return m_framed; }
 
   /// The frame's top and bottom; empty without a frame.
   tzString firstLine() const;

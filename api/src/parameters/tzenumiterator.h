@@ -32,7 +32,6 @@ class tzEnumIterator_NCS : public tzIterator_NSC<T> {
   void addValidation(const tzList<T>& values) {
     for (const T& value : values) addValidation(value);
   }
-  bool isValidating() const { return m_validating; }
   bool isAccepted(const T& value) const { return !m_validating || isListed(value); }
 
   tzString validString() const override {

@@ -170,10 +170,6 @@ class tzDefault_NSC : public tzParameter {
     m_deprecated.push_back(value);
     m_deprecationTexts.push_back(text);
   }
-  void clearDeprecated() {
-    m_deprecated.clear();
-    m_deprecationTexts.clear();
-  }
 
  private:
   T m_value;

@@ -52,7 +52,6 @@ class tzStepIterator : public tzIterator<T> {
  private:
   T limit(const tzString& word, const char* complaint) const;
   bool advance(T& value) const;
-  tzString rangeOnly(const tzString& range, const tzString& list) const;
 
   T m_first{};
   T m_last{};

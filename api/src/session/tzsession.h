@@ -137,7 +137,6 @@ class tzSession {
   /// executable's directory cannot be written: that lies in the current one.
   tzString iniPath(const tzString& name, bool create) const;
   tzString getDefName() const;  ///< -n, else the executable's file name without its extension
-  const tzString& getExePath() const { return m_exePath; }
   /// @}
 
   /// What a kind of output file adds to the default name.
@@ -176,8 +175,6 @@ class tzSession {
   /// @{
   /// Whether the console is asked for any group of `mode`; never in batch mode.
   bool isAsk(int mode) const { return !m_batch && (m_askMode & mode) != 0; }
-  /// -I: the run writes the ini file and measures nothing.
-  bool isIniWrite() const { return m_iniWrite.given; }
   tzConditions& conditions() { return m_conditions; }
   /// @}
 
