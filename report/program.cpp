@@ -1,6 +1,7 @@
 // The command line. The only source that knows the library that parses it.
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <new>
@@ -69,6 +70,12 @@ int parseAndRun(const std::vector<std::string>& words, const Console& console) {
     all.emplace_back(sub, entry.make());
     AppOptions options(*sub);
     all.back().second->declare(options);
+  }
+  if (!words.empty() && !words[0].starts_with('-')) {
+    const auto isAsked = [&](const CommandEntry& entry) { return words[0] == entry.name; };
+    if (std::none_of(commands().begin(), commands().end(), isAsked)) {
+      throw Error("there is no subcommand " + words[0] + " (see tazreport --help)");
+    }
   }
   try {
     app.parse(std::vector<std::string>(words.rbegin(), words.rend()));

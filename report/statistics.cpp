@@ -140,6 +140,7 @@ std::vector<bool> believed(const std::vector<double>& p, double alpha) {
     if (sorted[i] <= share * static_cast<double>(i + 1) * kRounding) limit = sorted[i];
   }
   std::vector<bool> result;
+  result.reserve(p.size());
   for (const double value : p) result.push_back(value <= limit);
   return result;
 }

@@ -87,9 +87,8 @@ bool rkBmpFile::ValidInfoHeader() const {
 }
 
 bool rkBmpFile::initImage(int layout) {
-  if (!ValidInfoHeader()) return false;
-  int channels;
-  SetImageChannels(channels);
+  int channels = 0;
+  if (!ValidInfoHeader() || !SetImageChannels(channels)) return false;
   m_image.init(rk8u, channels, false);
   return !m_image.isTooLarge(m_info.biWidth, m_info.biHeight, layout) ||
          error("The image is too large");

@@ -100,7 +100,12 @@ int Compare::run(const Console& console) {
     printLone(result.gone, "Gone", console);
     printLone(result.added, "New", console);
   }
-  return result.isSlower(!m_ignoreShift) ? kSlower : kDone;
+  if (result.isSlower(!m_ignoreShift)) return kSlower;
+  // A gate that compares nothing must not pass.
+  if (result.rows.empty()) {
+    throw Error(after.at(0).file, "has no row to compare with " + before.at(0).file);
+  }
+  return kDone;
 }
 
 std::string sideText(const std::vector<Run>& runs) {

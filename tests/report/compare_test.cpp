@@ -235,6 +235,10 @@ TEST(CompareRuns, TellsRowsThatAreGoneNewOrFailing) {
     EXPECT_TRUE(has(told, part)) << part << told.out;
   }
   EXPECT_EQ(0, run({"compare", after, before}).code);
+  const Outcome nothing = run({"compare", before, after, "--filter", "comes"}, 200);
+  EXPECT_EQ(2, nothing.code);
+  EXPECT_TRUE(has(nothing, "New: 1 row")) << nothing.out;
+  EXPECT_EQ("tazreport: " + after + ": has no row to compare with " + before + "\n", nothing.err);
 }
 
 // Each meets every one of the other side: a file of 100 MB could ask for all memory there is.

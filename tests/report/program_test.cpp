@@ -35,6 +35,8 @@ TEST(ReportProgram, HelpsAndRefusesInOneLine) {
     EXPECT_EQ(0, run({entry.name, "--help"}).code) << entry.name;
   }
   EXPECT_EQ(0u, run({"--version"}).out.find("tazreport 1."));
+  EXPECT_EQ("tazreport: there is no subcommand shw (see tazreport --help)\n",
+            run({"shw", "F"}).err);
   const std::vector<std::vector<std::string>> wrong{
       {}, {"nothing"}, {"info"}, {"info", "--what", "F"}, {"--what"}, {"info", "a\x1b[2J\nb"}};
   for (const auto& words : wrong) {
