@@ -153,6 +153,7 @@ class BitReader {
   uint64_t bits() const { return bits_; }
   int count() const { return count_; }
   const uint8_t* next() const { return next_; }
+  const uint8_t* end() const { return end_; }
   bool isOverrun() const { return count_ < 0; }
 
   /// Takes more in unless `count` bits are there.
@@ -301,6 +302,7 @@ HWY_INLINE unsigned takeWholeOnes(Reader& reader, int16_t* dst, DecodeTable tabl
 /// A reader that goes on where a state has stopped, and the way back on success.
 class StateReader : public BitReader<true> {
  public:
+  using BitReader<true>::BitReader;
   StateReader(const uint8_t* stream, int length, int position, const RkdiDecodeHuffmanState* state)
       : BitReader<true>(RKD_STATE_LOAD(DecodeState, state, bits),
                         int(RKD_STATE_LOAD(DecodeState, state, bitCount)), stream + position,

@@ -35,13 +35,23 @@ struct UnitsCall {
   int componentOf(int block) const { return component[block % blocksInUnit]; }
 };
 
-/// What a block of a unit is coded with, and where the next one's is.
+/// What a block of a unit is coded with.
 struct UnitBlock {
   DecodeTable dc{nullptr}, ac{nullptr};
-  const uint8_t* acSteps = nullptr;
-  const uint8_t* nextDCSteps = nullptr;
-  const UnitBlock* next = nullptr;
 };
+
+/// A number of blocks in a row: by block the steps of its ACs, and those that follow its end.
+struct UnitPart {
+  static constexpr int kBlocks = 128;
+  const uint8_t* acSteps[kBlocks];
+  const uint8_t* nextDCSteps[kBlocks];
+  const UnitBlock* tables[kBlocks];
+  uint8_t behind[kBlocks];  ///< receives in the low six bits where its coefficients end, and one
+  size_t count;
+};
+
+/// The zigzag order at an address whose low six bits are the position.
+alignas(128) constexpr std::array<uint8_t, 64> zigzagAligned = zigzag;
 
 }  // namespace rkd::huff
 #endif
@@ -83,15 +93,16 @@ HWY_INLINE RkdStatus takeSymbols(Reader& reader, int16_t* dst, DecodeTable ac, u
   return rkdStsNoErr;
 }
 
+constexpr unsigned kStepShift = 64 - DecodeSpecLayout::stepBits;
+
 /// What the bits in front tell by one of a specification's tables.
 struct Step : StepEntry {
-  HWY_INLINE Step(const uint8_t* table, uint64_t bits, unsigned shift)
-      : StepEntry{0}, entry(table + 8 * (bits >> shift)) {
+  HWY_INLINE Step(const uint8_t* table, uint64_t bits)
+      : StepEntry{0}, entry(table + 8 * (bits >> kStepShift)) {
     word = load<uint64_t>(entry);
   }
-  /// Stores its coefficients, which begin at zigzag position `k`.
-  HWY_INLINE void store(uint64_t bits, size_t k, int16_t* dst) const {
-    const uint8_t* const place = zigzag.data() + k;
+  /// Stores its coefficients, which begin at a place of the zigzag order.
+  HWY_INLINE void store(uint64_t bits, const uint8_t* place, int16_t* dst) const {
     const size_t second = place[entry[6]], first = place[entry[2]];
     const auto secondValue = static_cast<int8_t>(entry[7]);
     const int16_t value = firstValue(bits, load<uint16_t>(entry + 4));
@@ -100,8 +111,6 @@ struct Step : StepEntry {
   }
   const uint8_t* entry;
 };
-constexpr unsigned kACShift = 64 - DecodeSpecLayout::acBits;
-constexpr unsigned kDCShift = 64 - DecodeSpecLayout::dcBits;
 
 /// Makes a block zero. Some compilers turn the memset of so many bytes into a string operation that
 /// takes as long as a short block.
@@ -122,11 +131,12 @@ HWY_INLINE RkdStatus takeBlock(Reader& reader, int16_t* dst, int previousDC, Dec
   if (HWY_UNLIKELY(!isDctDifference(difference))) return symbolStatus(reader);
   dst[0] = int16_t(previousDC + difference.value);
 
+  const uint8_t* const acSteps = ac.acSteps();
   for (unsigned k = 1;;) {
     reader.need(kBitsOfSteps);
     HWY_UNROLL(kSteps)
     for (int i = 0; i < kSteps; ++i) {
-      const Step step(ac.acSteps(), reader.bits(), kACShift);
+      const Step step(acSteps, reader.bits());
       const unsigned next = k + step.advance();
       // No step, or beyond position 63: damaged data, or a block that is full before the second
       // symbol, which then is not its own.
@@ -135,7 +145,7 @@ HWY_INLINE RkdStatus takeBlock(Reader& reader, int16_t* dst, int previousDC, Dec
         if (k == 64) return rkdStsNoErr;
         break;
       }
-      step.store(reader.bits(), k, dst);
+      step.store(reader.bits(), zigzag.data() + k, dst);
       reader.skip(unsigned(step.word), step.length());
       if ((next & StepEntry::blockEnd) != 0) return rkdStsNoErr;
       k = next;
@@ -215,137 +225,206 @@ RkdStatus decodeOne(const uint8_t* stream, int length, int* position, int16_t* d
 // Many blocks
 //
 // Where a block ends cannot be predicted, so the walk over blocks does not branch on it: the end of
-// a block moves everything on by conditional moves. DCs stay differences until all blocks are read.
+// a block moves everything on by conditional moves. Behind the last block there are no steps. DCs
+// stay differences until all blocks are read.
 
-/// A place in the blocks of units.
+/// A place in the blocks of a part.
 struct UnitWalk {
   StateReader reader;
-  const UnitBlock* at;
-  int16_t* block;  ///< zeros from here on
-  uint8_t* last;
-  size_t k = 0;  ///< place of the next coefficient; 0: the DC
+  int16_t* dst;  ///< the block; zeros from here on
+  size_t block = 0;
+  unsigned k = 0;       ///< place of the next coefficient; 0: the DC
+  uintptr_t plain = 0;  ///< as StepBits left it
 
-  /// Takes coefficients up to `next`, or all of a block where it ends there. As a branch this would
-  /// be mispredicted at nearly every block; the compiler is not to make one of it.
-  HWY_INLINE void moveTo(size_t next, const uint8_t*& steps, size_t& shift) {
-    const uint8_t* const nextDC = at->nextDCSteps;
-    const UnitBlock* const nextAt = at->next;
-    int16_t* const nextBlock = block + 64;
-    steps = at->acSteps;
-    shift = kACShift;
-    k = next;
-    size_t zero = 0;
-    asm("" : "+r"(zero));  // else it takes something that happens to be zero, from memory
-    asm("bt $7, %k[next]\n\t"
-        "cmovc %[nextDC], %[steps]\n\t"
-        "cmovc %[dcShift], %[shift]\n\t"
-        "cmovc %[nextBlock], %[block]\n\t"
-        "cmovc %[nextAt], %[at]\n\t"
-        "cmovc %[zero], %[k]\n\t"
-        "adc $0, %[last]"
-        : [steps] "+&r"(steps), [shift] "+&r"(shift), [block] "+&r"(block), [at] "+&r"(at),
-          [k] "+&r"(k), [last] "+&r"(last)
-        : [next] "r"(next), [nextDC] "rm"(nextDC), [dcShift] "rm"(size_t{kDCShift}),
-          [nextBlock] "r"(nextBlock), [nextAt] "rm"(nextAt), [zero] "r"(zero)
-        : "cc");
-  }
-  HWY_INLINE void nextBlock(size_t lastPlace) {
-    *last++ = uint8_t(lastPlace);
-    block += 64;
-    at = at->next;
+  HWY_INLINE void nextBlock(UnitPart& part) {
+    part.behind[block++] = uint8_t(k);
+    dst += 64;
     k = 0;
   }
 };
 
 /// One symbol with every check.
-RkdStatus takeSymbol(UnitWalk& walk) {
+RkdStatus takeSymbol(UnitWalk& walk, UnitPart& part) {
   StateReader& reader = walk.reader;
   reader.need32();
-  const auto [entry, value] = nextSymbol(reader, walk.k == 0 ? walk.at->dc : walk.at->ac);
+  const UnitBlock& tables = *part.tables[walk.block];
+  const auto [entry, value] = nextSymbol(reader, walk.k == 0 ? tables.dc : tables.ac);
   if (entry.word == 0) return codeStatus(reader);
   if (walk.k > 0 && entry.run() == DecodeEntry::ends) {
-    walk.nextBlock(walk.k - 1);
+    walk.nextBlock(part);
   } else {
-    const size_t place = walk.k == 0 ? entry.run() & ~DecodeEntry::ends : walk.k + entry.run();
+    const unsigned place = walk.k == 0 ? entry.run() & ~DecodeEntry::ends : walk.k + entry.run();
     if (place > (walk.k == 0 ? 0u : 63u)) return symbolStatus(reader);
-    walk.block[zigzag[place]] = int16_t(value);
+    walk.dst[zigzag[place]] = int16_t(value);
     walk.k = place + 1;
-    if (walk.k == 64) walk.nextBlock(63);
+    if (walk.k == 64) walk.nextBlock(part);
   }
   return reader.isOverrun() ? rkdStsSrcEndErr : rkdStsNoErr;
 }
 
-/// The same out of line on a copy, so that the members of the walk can stay in registers.
-HWY_NOINLINE RkdStatus takeSymbolOf(UnitWalk walk, UnitWalk* behind) {
-  const RkdStatus status = takeSymbol(walk);
-  *behind = walk;
-  return status;
-}
-
-/// Takes a coefficient whose code no step knows; false, and nothing taken, if it is none that
-/// stands inside the block, or if there may not be bits enough.
-HWY_INLINE bool takeLongCode(UnitWalk& walk) {
-  if (HWY_UNLIKELY(walk.k == 0 || walk.reader.count() < 32)) return false;
-  const uint64_t bits = walk.reader.bits();
-  DecodeEntry entry = walk.at->ac.look(bits);
-  if (entry.word == 0) entry = walk.at->ac.search(bits);
-  const size_t place = walk.k + entry.run();
-  if (HWY_UNLIKELY(entry.word == 0 || place > 62)) return false;
-  walk.block[zigzag[place]] = int16_t(entry.value(bits));
-  walk.reader.skip(entry.word, entry.codeLength() + entry.size());
-  walk.k = place + 1;
-  return true;
-}
-
-/// Takes steps up to `end`, or to where one symbol at a time must be looked at.
-HWY_INLINE void takeSteps(UnitWalk& walk, const int16_t* end) {
-  const uint8_t* steps = walk.k == 0 ? walk.at->dc.dcSteps() : walk.at->acSteps;
-  size_t shift = walk.k == 0 ? kDCShift : kACShift;
-  for (;;) {
-    walk.reader.fill();
-    if (HWY_UNLIKELY(walk.reader.count() < kBitsOfSteps)) return;
-    int i = 0;
-    for (; i < kSteps; ++i) {
-      const uint64_t bits = walk.reader.bits();
-      const Step step(steps, bits, unsigned(shift));
-      const size_t next = walk.k + step.advance();
-      if (HWY_UNLIKELY((next & 64) != 0)) break;
-      step.store(bits, walk.k, walk.block);
-      *walk.last = uint8_t(next - 1);
-      walk.reader.skip(unsigned(step.word), step.length());
-      walk.moveTo(next, steps, shift);
-      if (HWY_UNLIKELY(walk.block == end)) return;
+/// The bits that steps are looked up by. What stands below them are those that follow, or zeros:
+/// up to the next 0xFF whole words are taken in without a look at their bytes.
+class StepBits {
+ public:
+  HWY_INLINE explicit StepBits(const UnitWalk& walk) : end_(walk.reader.end()), plain_(walk.plain) {
+    takeOver(walk.reader);
+  }
+  HWY_INLINE void giveBack(UnitWalk& walk) const {
+    walk.reader = reader();
+    walk.plain = plain_;
+  }
+  uint64_t bits() const { return bits_; }
+  bool hasBitsOfSteps() const { return uint8_t(count_) >= kBitsOfSteps; }
+  /// At most 64 bits in all between two calls of fill.
+  HWY_INLINE void skip(uint64_t shift, unsigned count) {
+    bits_ <<= shift & 63;
+    count_ -= count;
+  }
+  /// Takes in whole bytes as 63 bits allow.
+  HWY_INLINE void fill() {
+    if (HWY_UNLIKELY(uintptr_t(next_) > plain_)) {
+      fillBehindPlain();
+      return;
     }
-    if (HWY_UNLIKELY(i < kSteps) && !takeLongCode(walk)) return;
+    const unsigned count = uint8_t(count_);
+    bits_ |= loadBits(next_) >> (count & 63);
+    next_ += (63 - count) >> 3;
+    count_ = count | 56;
   }
+
+ private:
+  void takeOver(const StateReader& reader) {
+    bits_ = reader.bits();
+    count_ = unsigned(reader.count());
+    next_ = reader.next();
+  }
+  StateReader reader() const {
+    const int count = int(uint8_t(count_));
+    return {bits_ & ~(~uint64_t{0} >> count), count, next_, end_};
+  }
+  /// Out of line on copies, so that the members can stay in registers.
+  void fillBehindPlain() {
+    StepBits behind = *this;
+    fillSlowly(&behind);
+    *this = behind;
+  }
+  HWY_NOINLINE static void fillSlowly(StepBits* bits) {
+    StateReader reader = bits->reader();
+    reader.fill();
+    bits->takeOver(reader);
+    if (uintptr_t(bits->next_) > bits->plain_ + kWord) bits->findPlain();
+  }
+  void findPlain() {
+    constexpr ptrdiff_t kMost = 4096;
+    const size_t length = size_t(std::min(end_ - next_, kMost));
+    const void* const found = length > 0 ? std::memchr(next_, 0xFF, length) : nullptr;
+    const uint8_t* const end =
+        found != nullptr ? static_cast<const uint8_t*>(found) : next_ + length;
+    plain_ = uintptr_t(end) - kWord;
+  }
+
+  static constexpr uintptr_t kWord = 8;
+  uint64_t bits_;
+  unsigned count_;  ///< in its low byte
+  const uint8_t* next_;
+  const uint8_t* end_;
+  uintptr_t plain_;  ///< up to here eight bytes without 0xFF can be read
+};
+
+/// Where the next step goes. As a branch the end of a block would be mispredicted nearly every
+/// time; the compiler is not to make one of it.
+struct StepPlace {
+  const uint8_t* steps;
+  const uint8_t* zigzagPlace;
+  int16_t* dst;
+  size_t block;
+
+  HWY_INLINE void moveTo(const uint8_t* nextPlace, unsigned word, const UnitPart& part) {
+    int16_t* const nextBlock = dst + 64;
+    steps = part.acSteps[block];
+    zigzagPlace = nextPlace;
+    asm("bt $15, %[word]\n\t"
+        "cmovc %[nextDC], %[steps]\n\t"
+        "cmovc %[nextBlock], %[dst]\n\t"
+        "cmovc %[start], %[place]\n\t"
+        "adc $0, %[block]"
+        : [steps] "+&r"(steps), [dst] "+&r"(dst), [place] "+&r"(zigzagPlace), [block] "+&r"(block)
+        : [word] "r"(word), [nextDC] "rm"(part.nextDCSteps[block]), [nextBlock] "r"(nextBlock),
+          [start] "rm"(zigzagAligned.data())
+        : "cc");
+  }
+  unsigned k() const { return unsigned(uintptr_t(zigzagPlace)) & 63; }
+  /// Takes a coefficient whose code no step knows; false, and nothing taken, if it is none that
+  /// stands inside the block, or if there may not be bits enough.
+  HWY_INLINE bool takeLongCode(StepBits& reader, const UnitBlock& tables) {
+    reader.fill();
+    if (HWY_UNLIKELY(k() == 0 || !reader.hasBitsOfSteps())) return false;
+    const uint64_t bits = reader.bits();
+    DecodeEntry entry = tables.ac.look(bits);
+    if (entry.word == 0) entry = tables.ac.search(bits);
+    const unsigned place = k() + entry.run();
+    if (HWY_UNLIKELY(entry.word == 0 || place > 62)) return false;
+    dst[zigzag[place]] = int16_t(entry.value(bits));
+    reader.skip(entry.length(), entry.length());
+    zigzagPlace = zigzagAligned.data() + place + 1;
+    return true;
+  }
+};
+static_assert(StepEntry::blockEnd << 8 == 1 << 15);
+
+/// Takes steps to the end of the part, or to where one symbol at a time must be looked at.
+HWY_INLINE void takeSteps(UnitWalk& walk, UnitPart& part) {
+  const UnitBlock& first = *part.tables[walk.block];
+  StepBits reader(walk);
+  StepPlace at{walk.k == 0 ? first.dc.dcSteps() : part.acSteps[walk.block],
+               zigzagAligned.data() + walk.k, walk.dst, walk.block};
+  for (;;) {
+    reader.fill();
+    if (HWY_UNLIKELY(!reader.hasBitsOfSteps())) break;
+    bool knowsStep = true;
+    HWY_UNROLL(kSteps)
+    for (int i = 0; i < kSteps; ++i) {
+      const uint64_t bits = reader.bits();
+      const Step step(at.steps, bits);
+      const uint8_t* const next = at.zigzagPlace + step.advance();
+      knowsStep = (uintptr_t(next) & 64) == 0;
+      if (HWY_UNLIKELY(!knowsStep)) break;
+      step.store(bits, at.zigzagPlace, at.dst);
+      part.behind[at.block] = uint8_t(uintptr_t(next));
+      reader.skip(step.word, unsigned(step.word));
+      at.moveTo(next, unsigned(step.word), part);
+    }
+    if (HWY_LIKELY(knowsStep)) continue;
+    if (at.block == part.count || !at.takeLongCode(reader, *part.tables[at.block])) break;
+  }
+  reader.giveBack(walk);
+  walk.dst = at.dst;
+  walk.block = at.block;
+  walk.k = at.k();
 }
 
-/// Reads blocks up to `end`. Of what `last` receives the low six bits count.
-HWY_INLINE RkdStatus walkUnits(UnitWalk& from, const int16_t* end) {
-  UnitWalk walk = from;
-  for (;;) {
-    takeSteps(walk, end);
-    if (walk.block == end) break;
-    const RkdStatus status = takeSymbolOf(walk, &from);
-    if (status != rkdStsNoErr) return status;
-    walk = from;
-    if (walk.block == end) break;
+/// Reads the blocks of a part from the walk's place on.
+RkdStatus walkUnits(UnitWalk& walk, UnitPart& part) {
+  while (walk.block < part.count) {
+    takeSteps(walk, part);
+    if (walk.block == part.count) break;
+    if (const RkdStatus status = takeSymbol(walk, part)) return status;
   }
-  from = walk;
   return rkdStsNoErr;
 }
 
-void linkUnit(const UnitsCall& call, UnitBlock* unit) {
-  for (int b = 0; b < call.blocksInUnit; ++b) {
+/// What blocks of a call from one on are coded with.
+void linkUnits(const UnitsCall& call, const UnitBlock* unit, int first, int count, UnitPart* part) {
+  int b = first % call.blocksInUnit;
+  for (int i = 0; i < count; ++i) {
     const int after = b + 1 < call.blocksInUnit ? b + 1 : 0;
-    const DecodeTable nextDC(call.dcSpec[call.component[after]]);
-    UnitBlock& u = unit[b];
-    u.dc = DecodeTable(call.dcSpec[call.component[b]]);
-    u.ac = DecodeTable(call.acSpec[call.component[b]]);
-    u.acSteps = u.ac.acSteps();
-    u.nextDCSteps = nextDC.dcSteps();
-    u.next = unit + after;
+    part->acSteps[i] = unit[b].ac.acSteps();
+    part->nextDCSteps[i] = unit[after].dc.dcSteps();
+    part->tables[i] = unit + b;
+    b = after;
   }
+  part->nextDCSteps[count - 1] = reinterpret_cast<const uint8_t*>(kNoSteps.data());
+  part->count = size_t(count);
 }
 
 /// From differences to DCs.
@@ -368,16 +447,20 @@ void addPredictions(const UnitsCall& call) {
   }
 }
 
+/// The last position of coefficients that end in front of one.
+constexpr uint8_t lastOf(unsigned behind) { return uint8_t((behind - 1) & 63); }
+
 /// Each block by itself, up to the one that cannot be decoded.
 RkdStatus decodeOneByOne(const UnitsCall& call, const UnitBlock* unit) {
+  UnitPart part;
   for (int i = 0; i < call.blocks(); ++i) {
     int16_t* const block = call.dst + ptrdiff_t{64} * i;
     std::memset(block, 0, 64 * sizeof *block);
-    const StateReader reader(call.stream, call.length, *call.position, call.state);
-    UnitWalk walk{reader, unit + i % call.blocksInUnit, block, call.last + i};
+    linkUnits(call, unit, i, 1, &part);
+    UnitWalk walk{StateReader(call.stream, call.length, *call.position, call.state), block};
     int* const previousDC = call.previousDC + call.componentOf(i);
     *call.decoded = i;
-    RkdStatus status = walkUnits(walk, block + 64);
+    RkdStatus status = walkUnits(walk, part);
     if (status == rkdStsNoErr) {
       status = walk.reader.commit(call.stream, call.position, call.marker, call.state);
     }
@@ -387,7 +470,7 @@ RkdStatus decodeOneByOne(const UnitsCall& call, const UnitBlock* unit) {
                          call.state);
     }
     *previousDC = block[0] = int16_t(*previousDC + block[0]);
-    call.last[i] &= 63;
+    call.last[i] = lastOf(part.behind[0]);
   }
   *call.decoded = call.blocks();
   return rkdStsNoErr;
@@ -395,17 +478,27 @@ RkdStatus decodeOneByOne(const UnitsCall& call, const UnitBlock* unit) {
 
 RkdStatus decodeUnits(const UnitsCall& call) {
   UnitBlock unit[RKD_HUFFMAN_UNIT_BLOCKS];
-  linkUnit(call, unit);
+  for (int b = 0; b < call.blocksInUnit; ++b) {
+    unit[b] = {DecodeTable(call.dcSpec[call.component[b]]),
+               DecodeTable(call.acSpec[call.component[b]])};
+  }
   std::memset(call.dst, 0, size_t(call.blocks()) * 64 * sizeof *call.dst);
-  const StateReader reader(call.stream, call.length, *call.position, call.state);
-  UnitWalk walk{reader, unit, call.dst, call.last};
-  RkdStatus status = walkUnits(walk, call.dst + ptrdiff_t{64} * call.blocks());
+  UnitWalk walk{StateReader(call.stream, call.length, *call.position, call.state), call.dst};
+  RkdStatus status = rkdStsNoErr;
+  UnitPart part;
+  for (int first = 0, count = 0; first < call.blocks(); first += count) {
+    count = HWY_MIN(call.blocks() - first, UnitPart::kBlocks);
+    linkUnits(call, unit, first, count, &part);
+    walk.block = 0;
+    status = walkUnits(walk, part);
+    if (HWY_UNLIKELY(status != rkdStsNoErr)) break;
+    for (int i = 0; i < count; ++i) call.last[first + i] = lastOf(part.behind[i]);
+  }
   if (HWY_LIKELY(status == rkdStsNoErr)) {
     status = walk.reader.commit(call.stream, call.position, call.marker, call.state);
   }
   if (HWY_UNLIKELY(status != rkdStsNoErr)) return decodeOneByOne(call, unit);
   addPredictions(call);
-  for (int i = 0; i < call.blocks(); ++i) call.last[i] &= 63;
   *call.decoded = call.blocks();
   return rkdStsNoErr;
 }

@@ -186,20 +186,22 @@ struct StepEntry {
 
 struct DecodeSpecLayout {
   static constexpr int lookBits = 10;
-  /// Windows of steps. The sign of a value must be in them, so codes are a bit shorter at most.
-  /// Larger windows take fewer steps and do not leave room in a first-level cache.
-  static constexpr int acBits = 10, dcBits = 9;
+  /// The window of a step. The sign of a value must be in it, so codes are a bit shorter at most. A
+  /// larger window takes fewer steps and does not leave room in a first-level cache.
+  static constexpr int stepBits = 10;
   Kind kind;
-  uint32_t reserved;
+  uint32_t isForDC;  ///< what the steps are for
   uint32_t look[1 << lookBits];
-  uint64_t ac[1 << acBits];
-  uint64_t dc[1 << dcBits];
+  uint64_t step[1 << stepBits];
   /// For codes longer than a look, by length: the first 16-bit window above all codes of up to that
   /// length, and what to add to the code to find its symbol.
   uint32_t limit[17];
   int32_t symbolOffset[17];
   uint8_t symbol[256];
 };
+
+/// A table of steps that knows none.
+extern const std::array<uint64_t, 1 << DecodeSpecLayout::stepBits> kNoSteps;
 
 class DecodeTable {
  public:
@@ -211,12 +213,17 @@ class DecodeTable {
     return {load<uint32_t>(base_ + offsetof(DecodeSpecLayout, look) + 4 * index)};
   }
   /// The entries of steps, by the high bits of what is looked at.
-  const uint8_t* acSteps() const { return base_ + offsetof(DecodeSpecLayout, ac); }
-  const uint8_t* dcSteps() const { return base_ + offsetof(DecodeSpecLayout, dc); }
+  const uint8_t* acSteps() const { return steps(0); }
+  const uint8_t* dcSteps() const { return steps(1); }
   /// The entry of a code longer than a look; all zero if no code fits.
   DecodeEntry search(uint64_t bits) const;
 
  private:
+  const uint8_t* steps(uint32_t isForDC) const {
+    return load<uint32_t>(base_ + offsetof(DecodeSpecLayout, isForDC)) == isForDC
+               ? base_ + offsetof(DecodeSpecLayout, step)
+               : reinterpret_cast<const uint8_t*>(kNoSteps.data());
+  }
   const uint8_t* base_;
 };
 

@@ -120,8 +120,9 @@ class Step {
   uint16_t base_;
 };
 
-/// The entry of a window of `windowBits` bits at the high end of `bits`.
-uint64_t makeStep(const uint32_t* look, uint64_t bits, unsigned windowBits, bool isDC) {
+/// The entry of a window at the high end of `bits`.
+uint64_t makeStep(const uint32_t* look, uint64_t bits, bool isDC) {
+  constexpr unsigned windowBits = DecodeSpecLayout::stepBits;
   const auto lookAt = [look](uint64_t at) {
     return DecodeEntry{look[at >> (64 - DecodeSpecLayout::lookBits)]};
   };
@@ -139,11 +140,10 @@ uint64_t makeStep(const uint32_t* look, uint64_t bits, unsigned windowBits, bool
 }
 
 void buildSteps(bool isDC, DecodeSpecLayout* spec) {
-  constexpr unsigned dcBits = DecodeSpecLayout::dcBits, acBits = DecodeSpecLayout::acBits;
-  uint64_t* const steps = isDC ? spec->dc : spec->ac;
-  const unsigned windowBits = isDC ? dcBits : acBits;
+  constexpr unsigned windowBits = DecodeSpecLayout::stepBits;
+  spec->isForDC = isDC ? 1 : 0;
   for (uint64_t window = 0; window < uint64_t{1} << windowBits; ++window) {
-    steps[window] = makeStep(spec->look, window << (64 - windowBits), windowBits, isDC);
+    spec->step[window] = makeStep(spec->look, window << (64 - windowBits), isDC);
   }
 }
 
@@ -151,8 +151,6 @@ void build(const CodeList& list, DecodeSpecLayout* spec) {
   constexpr unsigned lookBits = DecodeSpecLayout::lookBits;
   *spec = {};
   spec->kind = Kind::decodeSpec;
-  std::fill(std::begin(spec->ac), std::end(spec->ac), StepEntry::noStep);
-  std::fill(std::begin(spec->dc), std::end(spec->dc), StepEntry::noStep);
   uint32_t above = 0;
   int at = 0;
   for (unsigned length = 1; length <= 16; ++length) {
@@ -288,6 +286,12 @@ void limitLengths(std::array<int, 258>* count) {
 }
 
 }  // namespace
+
+constexpr std::array<uint64_t, 1 << DecodeSpecLayout::stepBits> kNoSteps = [] {
+  std::array<uint64_t, 1 << DecodeSpecLayout::stepBits> steps{};
+  steps.fill(StepEntry::noStep);
+  return steps;
+}();
 
 DecodeEntry DecodeTable::search(uint64_t bits) const {
   const uint32_t window = uint32_t(bits >> 48);
