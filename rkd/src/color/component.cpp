@@ -246,7 +246,7 @@ HWY_INLINE void transformRow(const T* const (&src)[SP], T* const (&dst)[DP], siz
     storeTriple(d, a, dst, x, Whole{});
     storeTriple(d, b, dst, x + lanes, Whole{});
   }
-  overRow(width - x, lanes, [&](size_t more, auto amount) HWY_ATTR {
+  overRow(width - x, lanes, [&](size_t more, auto amount) RKD_BODY {
     hn::Vec<decltype(d)> c[3];
     loadTriple(d, src, x + more, amount, c);
     Transform()(c);

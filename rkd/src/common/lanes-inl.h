@@ -14,6 +14,17 @@
 #include "common/native-inl.h"
 #include "hwy/highway.h"
 
+// Stands behind the parameters of a lambda that is a loop's body, so that the loop has it inside
+// for whole vectors and for the rest. If the compiler leaves the rest a function, which it takes
+// for large, what the lambda captures goes there by its address, and the loop reads it from memory
+// again at every vector.
+#undef RKD_BODY
+#if HWY_TARGET == HWY_EMU128
+#define RKD_BODY HWY_ATTR
+#else
+#define RKD_BODY HWY_ATTR __attribute__((always_inline))
+#endif
+
 HWY_BEFORE_NAMESPACE();
 namespace rkd::HWY_NAMESPACE {
 
@@ -45,7 +56,7 @@ HWY_INLINE void store(hn::Vec<D> v, D d, T* to, Part part) {
 }
 
 // Calls body(x, Whole{}) for every whole vector of `lanes` samples in a row of `width`, and
-// body(x, Part{n}) for the rest.
+// body(x, Part{n}) for the rest; the body carries RKD_BODY.
 template <class Body>
 HWY_INLINE void overRow(size_t width, size_t lanes, Body&& body) {
   size_t x = 0;

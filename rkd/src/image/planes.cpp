@@ -54,7 +54,7 @@ template <int C>
 HWY_INLINE void invert(const Rows<uint8_t, uint8_t>& region) {
   const hn::ScalableTag<uint8_t> d;
   overRows<C, C>(region, [&](const uint8_t* src, uint8_t* dst, size_t width) HWY_ATTR {
-    overRow(C * width, hn::Lanes(d), [&](size_t x, auto amount) HWY_ATTR {
+    overRow(C * width, hn::Lanes(d), [&](size_t x, auto amount) RKD_BODY {
       store(hn::Not(load(d, src + x, amount)), d, dst + x, amount);
     });
   });

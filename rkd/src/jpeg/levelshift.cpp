@@ -41,7 +41,7 @@ void sub128(const Rows<uint8_t, int16_t>& region) {
   const hn::Rebind<uint8_t, D16> d8;
   const V16 shift = hn::Set(d16, 128);
   overRows<1, 1>(region, [&](const uint8_t* src, int16_t* dst, size_t width) HWY_ATTR {
-    overRow(width, hn::Lanes(d16), [&](size_t x, auto part) HWY_ATTR {
+    overRow(width, hn::Lanes(d16), [&](size_t x, auto part) RKD_BODY {
       const V16 sample = hn::PromoteTo(d16, load(d8, src + x, part));
       store(hn::Sub(sample, shift), d16, dst + x, part);
     });

@@ -40,7 +40,7 @@ HWY_INLINE void shiftWords(const Rows<S, D>& region, Shifted&& shifted) {
   const hn::Repartition<S, D8> ds;
   const hn::Repartition<D, D8> dd;
   overRows<1, 1>(region, [&](const S* src, D* dst, size_t width) HWY_ATTR {
-    overRow(width, hn::Lanes(ds), [&](size_t x, auto amount) HWY_ATTR {
+    overRow(width, hn::Lanes(ds), [&](size_t x, auto amount) RKD_BODY {
       const auto v = hn::BitCast(DU16(), load(ds, src + x, amount));
       store(hn::BitCast(dd, shifted(v)), dd, dst + x, amount);
     });

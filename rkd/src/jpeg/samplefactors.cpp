@@ -17,7 +17,7 @@ namespace rkd::HWY_NAMESPACE {
 
 void downRowH1V2(const uint8_t* src1, const uint8_t* src2, size_t width, uint8_t* dst) {
   const D8 d;
-  overRow(width, kTile, [&](size_t x, auto amount) HWY_ATTR {
+  overRow(width, kTile, [&](size_t x, auto amount) RKD_BODY {
     store(hn::AverageRound(load(d, src1 + x, amount), load(d, src2 + x, amount)), d, dst + x,
           amount);
   });
@@ -27,7 +27,7 @@ void downRowH1V2(const uint8_t* src1, const uint8_t* src2, size_t width, uint8_t
 void upRowH1V2(const uint8_t* above, const uint8_t* src, const uint8_t* below, size_t width,
                uint8_t* upper, uint8_t* lower) {
   const D8 d;
-  overRow(width, kTile, [&](size_t x, auto amount) HWY_ATTR {
+  overRow(width, kTile, [&](size_t x, auto amount) RKD_BODY {
     const V8 here = load(d, src + x, amount);
     store(mean3to1Down(here, load(d, above + x, amount)), d, upper + x, amount);
     if (lower != nullptr) {

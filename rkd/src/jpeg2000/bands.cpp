@@ -22,7 +22,7 @@ template <class S, class D, class Body>
 HWY_INLINE void overRegion(const Rows<S, D>& region, Body&& body) {
   overRows<1, 1>(region, [&](const S* src, D* dst, size_t width) HWY_ATTR {
     overRow(width, hn::Lanes(DI()),
-            [&](size_t x, auto amount) HWY_ATTR { body(src + x, dst + x, amount); });
+            [&](size_t x, auto amount) RKD_BODY { body(src + x, dst + x, amount); });
   });
 }
 
@@ -82,7 +82,7 @@ HWY_INLINE VI withMagnitude(VI v) { return hn::Max(v, hn::Set(DI(), -INT32_MAX))
 template <class S>
 HWY_INLINE void quantise(const Rows<S, int32_t>& region, float stepSize) {
   const auto inverse = hn::Set(DF(), 1 / stepSize);
-  overRegion(region, [&](const S* src, int32_t* dst, auto amount) HWY_ATTR {
+  overRegion(region, [&](const S* src, int32_t* dst, auto amount) RKD_BODY {
     const VF quotient = hn::Mul(loadFloats(src, amount), inverse);
     storeInts(withMagnitude(hn::ConvertTo(DI(), quotient)), dst, amount);
   });
@@ -94,7 +94,7 @@ void quantise16s(const Rows<int16_t, int32_t>& region, float stepSize) {
 }
 void quantise32s(const Rows<int32_t, int32_t>& region, float stepSize) {
   const double inverse = 1 / double{stepSize};
-  overRegion(region, [&](const int32_t* src, int32_t* dst, auto amount) HWY_ATTR {
+  overRegion(region, [&](const int32_t* src, int32_t* dst, auto amount) RKD_BODY {
     const VI quotient = inDoubles(loadInts(src, amount), [&](auto d64, auto v) HWY_ATTR {
       return hn::Mul(v, hn::Set(d64, inverse));
     });
@@ -108,7 +108,7 @@ template <class D>
 HWY_INLINE void reconstruct(const Rows<int32_t, D>& region, float stepSize, float bias) {
   const DF df;
   const auto step = hn::Set(df, stepSize), away = hn::Set(df, bias);
-  overRegion(region, [&](const int32_t* src, D* dst, auto amount) HWY_ATTR {
+  overRegion(region, [&](const int32_t* src, D* dst, auto amount) RKD_BODY {
     const VF q = hn::ConvertTo(df, loadInts(src, amount));
     const VF moved =
         hn::Add(q, hn::IfThenZeroElse(hn::Eq(q, hn::Zero(df)), hn::CopySignToAbs(away, q)));
@@ -123,7 +123,7 @@ void reconstruct16s(const Rows<int32_t, int16_t>& region, float stepSize, float 
   reconstruct(region, stepSize, bias);
 }
 void reconstruct32s(const Rows<int32_t, int32_t>& region, float stepSize, float bias) {
-  overRegion(region, [&](const int32_t* src, int32_t* dst, auto amount) HWY_ATTR {
+  overRegion(region, [&](const int32_t* src, int32_t* dst, auto amount) RKD_BODY {
     const VI rounded = inDoubles(loadInts(src, amount), [&](auto d64, auto q) HWY_ATTR {
       const auto away = hn::CopySignToAbs(hn::Set(d64, double{bias}), q);
       const auto moved = hn::Add(q, hn::IfThenZeroElse(hn::Eq(q, hn::Zero(d64)), away));
@@ -137,7 +137,7 @@ void reconstruct32s(const Rows<int32_t, int32_t>& region, float stepSize, float 
 
 void widen(const Rows<int16_t, int32_t>& region) {
   overRegion(region, [&](const int16_t* src, int32_t* dst, auto amount)
-                         HWY_ATTR { storeInts(loadInts(src, amount), dst, amount); });
+                         RKD_BODY { storeInts(loadInts(src, amount), dst, amount); });
 }
 
 // v / 2^bits, toward zero.
@@ -148,7 +148,7 @@ HWY_INLINE VI dropBits(VI v, int bits) {
 
 template <class D>
 HWY_INLINE void drop(const Rows<int32_t, D>& region, int fraction) {
-  overRegion(region, [&](const int32_t* src, D* dst, auto amount) HWY_ATTR {
+  overRegion(region, [&](const int32_t* src, D* dst, auto amount) RKD_BODY {
     storeInts(dropBits(loadInts(src, amount), fraction), dst, amount);
   });
 }
@@ -160,7 +160,7 @@ void drop32s(const Rows<int32_t, int32_t>& region, int fraction) { drop(region, 
 void raise(const Rows<uint8_t, int32_t>& region, int shift) {
   const DI d;
   const hn::Rebind<uint8_t, DI> d8;
-  overRegion(region, [&](const uint8_t* mask, int32_t* srcDst, auto amount) HWY_ATTR {
+  overRegion(region, [&](const uint8_t* mask, int32_t* srcDst, auto amount) RKD_BODY {
     const VI v = load(d, srcDst, amount);
     const VI inside = hn::PromoteTo(d, load(d8, mask, amount));
     store(hn::IfThenElse(hn::Eq(inside, hn::Zero(d)), v, hn::ShiftLeftSame(v, shift)), d, srcDst,
@@ -171,7 +171,7 @@ void raise(const Rows<uint8_t, int32_t>& region, int shift) {
 void lower(const Rows<int32_t, int32_t>& region, int shift, int fraction) {
   const DI d;
   const VI most = hn::Set(d, (1 << (shift + fraction)) - 1), least = hn::Neg(most);
-  overRegion(region, [&](const int32_t* src, int32_t* dst, auto amount) HWY_ATTR {
+  overRegion(region, [&](const int32_t* src, int32_t* dst, auto amount) RKD_BODY {
     const VI v = load(d, src, amount);
     const auto isInside = hn::Or(hn::Gt(v, most), hn::Lt(v, least));
     store(hn::IfThenElse(isInside, dropBits(v, shift), v), d, dst, amount);

@@ -171,7 +171,7 @@ HWY_INLINE void forward(const Region<int32_t, 1, D, 1>& region, Depth depth) {
   const D32 d;
   const V32 less = hn::Set(d, depth.offset());
   overRows<1, 1>(region, [&](const int32_t* src, D* dst, size_t width) HWY_ATTR {
-    overRow(width, hn::Lanes(d), [&](size_t x, auto amount) HWY_ATTR {
+    overRow(width, hn::Lanes(d), [&](size_t x, auto amount) RKD_BODY {
       const V32 v = hn::Sub(load(d, src + x, amount), less);
       if constexpr (std::is_same_v<D, float>) {
         store(hn::ConvertTo(DF(), v), DF(), dst + x, amount);
@@ -191,7 +191,7 @@ HWY_INLINE void inverse(const Region<S, 1, int32_t, 1>& region, Depth depth) {
   const V32 least = hn::Set(d, depth.least()), most = hn::Set(d, depth.most());
   const V32 more = hn::Set(d, depth.offset());
   overRows<1, 1>(region, [&](const S* src, int32_t* dst, size_t width) HWY_ATTR {
-    overRow(width, hn::Lanes(d), [&](size_t x, auto amount) HWY_ATTR {
+    overRow(width, hn::Lanes(d), [&](size_t x, auto amount) RKD_BODY {
       V32 v;
       if constexpr (std::is_same_v<S, float>) {
         v = nearest32(load(DF(), src + x, amount));

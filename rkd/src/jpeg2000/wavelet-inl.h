@@ -156,7 +156,7 @@ HWY_INLINE Lifted<V> liftPlace(V own, V newest, const Before& before) {
 template <class Kernel, int step, bool inverse, class T>
 RKD_BLOCK void liftRow(const T* own, const T* a, const T* b, T* out, size_t n) {
   const RowLanes<Kernel, T> d;
-  overRow(n, hn::Lanes(d), [&](size_t x, auto amount) HWY_ATTR {
+  overRow(n, hn::Lanes(d), [&](size_t x, auto amount) RKD_BODY {
     store(Kernel::template lift<step, inverse>(load(d, own + x, amount), load(d, a + x, amount),
                                                load(d, b + x, amount)),
           d, out + x, amount);
@@ -172,7 +172,7 @@ HWY_INLINE V scaled(V v) {
 template <class Kernel, bool inverse, Band band, class T>
 RKD_BLOCK void scaleRow(const T* from, T* to, size_t n) {
   const RowLanes<Kernel, T> d;
-  overRow(n, hn::Lanes(d), [&](size_t x, auto amount) HWY_ATTR {
+  overRow(n, hn::Lanes(d), [&](size_t x, auto amount) RKD_BODY {
     store(scaled<Kernel, inverse, band>(load(d, from + x, amount)), d, to + x, amount);
   });
 }
@@ -181,7 +181,7 @@ RKD_BLOCK void scaleRow(const T* from, T* to, size_t n) {
 template <class Kernel, bool inverse, class T>
 RKD_BLOCK void scaleSingle(const T* from, T* to, size_t n) {
   const RowLanes<Kernel, T> d;
-  overRow(n, hn::Lanes(d), [&](size_t x, auto amount) HWY_ATTR {
+  overRow(n, hn::Lanes(d), [&](size_t x, auto amount) RKD_BODY {
     const auto v = load(d, from + x, amount);
     if constexpr (std::is_floating_point_v<T>) {
       store(hn::Mul(v, hn::Set(d, inverse ? .5F : 2.F)), d, to + x, amount);
@@ -216,7 +216,7 @@ enum class Keep { kNothing, kSecond, kAll };
 template <class Kernel, bool inverse, Keep keep, class T>
 RKD_BLOCK void liftPass(const PassRows<Kernel, T>& r, size_t n) {
   const RowLanes<Kernel, T> d;
-  overRow(n, hn::Lanes(d), [&](size_t x, auto amount) HWY_ATTR {
+  overRow(n, hn::Lanes(d), [&](size_t x, auto amount) RKD_BODY {
     auto first = load(d, r.first + x, amount);
     auto second = load(d, r.second + x, amount);
     if constexpr (inverse) {

@@ -128,7 +128,7 @@ class ForwardLine {
         m_phase(phase) {}
 
   // The length must be at least 2 * kLanes.
-  void run() {
+  RKD_BLOCK void run() {
     Along along;  // not a member: pointers into this object would keep it out of registers
     const ptrdiff_t middle = (m_length - m_start) / (2 * kLanes) * kLanes;
     const T* const tail = tailBehind(middle);
@@ -220,7 +220,7 @@ class InverseLine {
         m_phase(phase) {}
 
   // Both bands must have at least kLanes samples.
-  void run() {
+  RKD_BLOCK void run() {
     Along along;
     const ptrdiff_t middle = (std::min(m_lows + m_phase, m_highs) - kAhead) / kLanes * kLanes;
     prepareTail(middle);
