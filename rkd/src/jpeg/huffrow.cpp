@@ -12,15 +12,40 @@ RKD_PUSH_LZCNT
 namespace rkd::HWY_NAMESPACE {
 namespace {
 
+/// The differences of one column, one by one.
+template <int Planes, class Writer>
+HWY_INLINE uint64_t putColumn(const int16_t* const* src, int x,
+                              const RkdiEncodeHuffmanSpec* const spec[4], Writer* writer) {
+  uint64_t used = 0;
+  for (int p = 0; p < Planes; ++p) used |= putDifference(src[p][x], EncodeTable(spec[p]), writer);
+  return used;
+}
+
 template <int Planes>
 RkdStatus encodePlanes(const int16_t* const src[4], uint8_t* stream, int length, int* position,
                        int width, const RkdiEncodeHuffmanSpec* const spec[4],
                        RkdiEncodeHuffmanState* state) {
   StateWriter writer(stream, length, *position, state);
+  const int16_t* from[Planes];
+  std::copy_n(src, Planes, from);
   uint64_t used = 0;
   for (int x = 0; x < width; ++x) {
+    // Most columns have small differences only, which together fit into one word. Those without a
+    // code have an entry too long for it.
+    uint64_t word = 0;
+    unsigned bits = 0;
+    bool areSmall = true;
     for (int p = 0; p < Planes; ++p) {
-      used |= putDifference(src[p][x], EncodeTable(spec[p]), &writer);
+      const int value = from[p][x];
+      areSmall &= isSmall(value);
+      const uint32_t entry = EncodeTable(spec[p]).smallEntry(smallPlace(0, int8_t(value)));
+      word = word << (entry & 63) | entry >> 8;
+      bits += entry & 0xFF;
+    }
+    if (HWY_LIKELY(areSmall && bits < 64)) {
+      writer.put(word, bits);
+    } else {
+      used |= putColumn<Planes>(from, x, spec, &writer);
     }
   }
   if (HWY_UNLIKELY((used & EncodeEntry::missing) != 0)) return rkdStsCoefRangeErr;
@@ -98,14 +123,54 @@ RkdStatus decodeRow(int planes, const uint8_t* stream, int length, int* position
   return status;
 }
 
-void countRow(const int16_t* src, int width, int* statistics) {
-  // Equal neighbours are frequent: several sets of counts keep them from waiting for each other.
-  constexpr int sets = 4;
-  int counts[sets][17] = {};
-  for (int x = 0; x < width; ++x) ++counts[x % sets][Magnitude(src[x]).size];
-  for (const auto& set : counts) {
-    for (int size = 0; size <= 16; ++size) statistics[size] += set[size];
+namespace hn = hwy::HWY_NAMESPACE;
+using D = hn::ScalableTag<int16_t>;
+
+/// Adds to the first eight counts how many magnitudes have more than `kFirst` bits, kFirst + 1 and
+/// so on; whole vectors of at most 65535. That of the lowest number counts as the largest one.
+/// Returns the greatest.
+template <int kFirst>
+int countMoreBits(const int16_t* src, size_t count, int* moreBits) {
+  const D d;
+  const size_t lanes = hn::Lanes(d);
+  constexpr int kCounts = 8;
+  hn::Vec<D> greatest = hn::Zero(d), sum[kCounts];
+  for (auto& s : sum) s = hn::Zero(d);
+  for (size_t x = 0; x < count; x += lanes) {
+    const auto v = hn::LoadU(d, src + x);
+    const auto magnitude = hn::Max(v, hn::SaturatedSub(hn::Zero(d), v));
+    greatest = hn::Max(greatest, magnitude);
+    HWY_UNROLL(kCounts)
+    for (int i = 0; i < kCounts; ++i) {
+      const auto most = hn::Set(d, static_cast<int16_t>((1 << (kFirst + i)) - 1));
+      sum[i] = hn::Sub(sum[i], hn::VecFromMask(d, hn::Gt(magnitude, most)));
+    }
   }
+  HWY_ALIGN int16_t lane[HWY_MAX_BYTES / sizeof(int16_t)];
+  for (int i = 0; i < kCounts; ++i) {
+    hn::Store(sum[i], d, lane);
+    for (size_t l = 0; l < lanes; ++l) moreBits[i] += uint16_t(lane[l]);
+  }
+  hn::Store(greatest, d, lane);
+  return *std::max_element(lane, lane + lanes);
+}
+
+void countRow(const int16_t* src, int width, int* statistics) {
+  constexpr int kPiece = 8192;  // stays in the cache, and counts stay in 16 bits
+  const int whole = width & ~(int(hn::Lanes(D())) - 1);
+  int moreBits[16] = {}, lowest = 0;
+  for (int x = 0; x < whole; x += kPiece) {
+    const int count = HWY_MIN(whole - x, kPiece);
+    if (countMoreBits<0>(src + x, size_t(count), moreBits) < 256) continue;
+    if (countMoreBits<8>(src + x, size_t(count), moreBits + 8) == INT16_MAX) {
+      lowest += int(std::count(src + x, src + x + count, INT16_MIN));
+    }
+  }
+  statistics[0] += whole - moreBits[0];
+  for (int size = 1; size < 16; ++size) statistics[size] += moreBits[size - 1] - moreBits[size];
+  statistics[15] -= lowest;
+  statistics[16] += lowest;
+  for (int x = whole; x < width; ++x) ++statistics[Magnitude(src[x]).size];
 }
 
 }  // namespace
