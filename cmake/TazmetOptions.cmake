@@ -72,5 +72,6 @@ endfunction()
 
 if(TAZMET_TIDY)
   find_program(CLANG_TIDY clang-tidy REQUIRED)
-  set(CMAKE_CXX_CLANG_TIDY "${CLANG_TIDY};--quiet")
+  # It reads the options of the compiler, of which it does not know all.
+  set(CMAKE_CXX_CLANG_TIDY "${CLANG_TIDY};--quiet;--extra-arg=-Wno-unknown-warning-option")
 endif()

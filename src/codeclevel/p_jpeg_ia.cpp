@@ -1,5 +1,6 @@
 /// Whole runs of the JPEG codec: encoder and decoder on pictures of one, three and four channels.
 #include <array>
+#include <cmath>
 
 #include "codecimage.h"
 #include "jpeg.h"
@@ -173,7 +174,7 @@ std::vector<uint8_t> grayOf(const uint8_t* colours, size_t count, bool blueFirst
   std::vector<uint8_t> gray(count);
   for (size_t i = 0; i < count; ++i, colours += 3) {
     const double red = colours[blueFirst ? 2 : 0], blue = colours[blueFirst ? 0 : 2];
-    gray[i] = uint8_t(0.299 * red + 0.587 * colours[1] + 0.114 * blue + 0.5);
+    gray[i] = uint8_t(std::lround(0.299 * red + 0.587 * colours[1] + 0.114 * blue));
   }
   return gray;
 }

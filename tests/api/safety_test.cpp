@@ -257,7 +257,7 @@ TEST(Interruption, CompletesTheFilesAndEndsByTheSignal) {
                                   registerStubs();
                                   tzRegTest(new StubTest("stubBad", interruptedLoop));
                                 })
-                                .run("-r -u -g -f-__tz");
+                                .run("-r -u -g -j -f-__tz");
     EXPECT_EQ(-signal, outcome.exitCode);
     EXPECT_TRUE(outcome.shows(std::string("-- ") + name + ": stubBad is given up\n"))
         << outcome.console;
@@ -269,6 +269,8 @@ TEST(Interruption, CompletesTheFilesAndEndsByTheSignal) {
     EXPECT_TRUE(contains(table, "\nEND_DATA\n")) << table;
     EXPECT_TRUE(contains(folder.read("stub_sum.csv"), "END_DATA"));
     EXPECT_FALSE(contains(folder.read("stub_sum.csv"), "stubBad,Timing,-")) << "not complete";
+    EXPECT_TRUE(
+        contains(folder.read("stub.jsonl"), std::string(",\"signal\":\"") + name + "\"}\n"));
     EXPECT_TRUE(contains(folder.read("stub.end"), "Exit code: " + std::to_string(128 + signal) +
                                                       "\nEnded by: " + name + "\n"))
         << folder.read("stub.end");

@@ -2,21 +2,18 @@
 
 #include <gtest/gtest.h>
 
-#include <csignal>
-#include <filesystem>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "harnesskit.h"
 #include "testpaths.h"
-#include "tzinterrupt.h"
 #include "tzjson.h"
 #include "validated.h"
 
 using harnesskit::Outcome;
 using harnesskit::runProgram;
 using harnesskit::Session;
-using harnesskit::steadyLoop;
 using harnesskit::StubTest;
 using harnesskit::TempFolder;
 
@@ -32,21 +29,9 @@ std::vector<std::string> linesWith(const std::string& text, const std::string& p
 
 tzResult abortingLoop(int, long long*) { std::abort(); }
 
-// The function asks for the end of its own run.
-tzResult endingLoop(int n, long long* clocks) {
-  std::raise(SIGTERM);
-  *clocks = n;
-  return TZ_OK;
-}
-
 void registerBad() {
   harnesskit::registerStubs();
   tzRegTest(new StubTest("stubBad", abortingLoop, "Stub\"Suite\\\xE9\xC3\xA9\x01"));
-}
-
-void registerEnding() {
-  harnesskit::registerStubs();
-  tzRegTest(new StubTest("stubEnding", endingLoop));
 }
 
 }  // namespace
@@ -94,20 +79,7 @@ TEST(Lines, HoldTheSamplesOfAllPasses) {
   }
 }
 
-TEST(Lines, AreWholeUpToWhereTheFileIsCut) {
-  const TempFolder folder;
-  Session(folder).run("-B -j -f-__tz");
-  const std::string text = folder.read("stub.jsonl");
-  const size_t firstEnd = text.find('\n') + 1;
-  for (const size_t length : {firstEnd, firstEnd + 1, text.size() - 1, text.size() / 2}) {
-    std::filesystem::resize_file(folder.file("stub.jsonl"), length);
-    const std::string verdict = validated(folder, "stub.jsonl");
-    EXPECT_EQ("1 ", verdict.substr(0, 2)) << verdict;
-    folder.write("stub.jsonl", text);
-  }
-}
-
-TEST(Lines, TellOfRowsThatFailedAndRunsThatWereEnded) {
+TEST(Lines, TellOfRowsThatFailed) {
   const TempFolder folder;
   Session(folder).setup(registerBad).run("-B -j -f-__tz -k");
   EXPECT_EQ("1 7 1 0\n", validated(folder, "stub.jsonl"));
@@ -117,10 +89,6 @@ TEST(Lines, TellOfRowsThatFailedAndRunsThatWereEnded) {
                            "\"note\":\"SIGABRT\"", "\"reason\":\"exception: SIGABRT, Aborted\""}) {
     EXPECT_NE(std::string::npos, bad[0].find(part)) << part << " in " << bad[0];
   }
-
-  Session(folder).setup(registerEnding).run("-B -j -f-__tz");
-  validated(folder, "stub.jsonl");
-  EXPECT_EQ(1u, linesWith(folder.read("stub.jsonl"), "\"signal\":\"SIGTERM\"").size());
 }
 
 TEST(Lines, HoldTheWholeProgramsFacts) {

@@ -208,18 +208,6 @@ TEST(LongRuns, RefuseWhatIsNoFileOfARun) {
   }
 }
 
-// A failed row is there, too: the test ends with it again.
-TEST(LongRuns, KeepFailuresOfTheRunBefore) {
-  const TempFolder folder;
-  const auto failing = [] { tzRegTest(new StubTest("stubBad", steadyLoop<TZ_FUNCFAIL, 5>)); };
-  EXPECT_EQ(1, Session(folder).setup(failing).run("-B -J").exitCode);
-  const Outcome again = Session(folder).setup(failing).run("-B -J -r");
-  EXPECT_EQ(1, again.exitCode) << again.console;
-  EXPECT_EQ(1u, again.lines("-- FUNCFAIL: stubBad").size()) << again.console;
-  EXPECT_EQ(1u, tableRows(folder.read("stub.csv")).size());
-  EXPECT_EQ(1u, rowsIn(folder.read("stub.jsonl")).size());
-}
-
 namespace {
 
 tzResult tellingFailure(int, long long*) {
@@ -258,15 +246,23 @@ void registerEnded() {
 
 }  // namespace
 
-// What stands behind it was not measured before, and will not be.
-TEST(LongRuns, EndATestWithItsFailureInEachPass) {
-  const TempFolder folder;
+// A failed row is there, too: the test ends with it again, in each pass. What stands behind it was
+// not measured before, and will not be.
+TEST(LongRuns, KeepFailuresOfTheRunBefore) {
   const auto failing = [] { tzRegTest(new StubTest("stubBad", tellingFailure)); };
-  const std::string keys = "-B -J -dMethod=Spread -X3";
-  EXPECT_EQ(3u, Session(folder).setup(failing).run(keys).lines("called").size());
-  const Outcome again = Session(folder).setup(failing).run(keys);
-  EXPECT_EQ(0u, again.lines("called").size()) << again.console;
-  EXPECT_EQ(1u, again.lines("-- FUNCFAIL: stubBad").size()) << again.console;
+  for (const auto& [keys, calls] :
+       {std::pair{std::string("-B -J -r"), 1u}, {"-B -J -r -dMethod=Spread -X3", 3u}}) {
+    const TempFolder folder;
+    const Outcome first = Session(folder).setup(failing).run(keys);
+    EXPECT_EQ(1, first.exitCode);
+    EXPECT_EQ(calls, first.lines("called").size());
+    const Outcome again = Session(folder).setup(failing).run(keys);
+    EXPECT_EQ(1, again.exitCode) << again.console;
+    EXPECT_EQ(0u, again.lines("called").size()) << again.console;
+    EXPECT_EQ(1u, again.lines("-- FUNCFAIL: stubBad").size()) << again.console;
+    EXPECT_EQ(1u, tableRows(folder.read("stub.csv")).size());
+    EXPECT_EQ(1u, rowsIn(folder.read("stub.jsonl")).size());
+  }
 }
 
 // However many rows there are: the others have the time of the run, and no more.

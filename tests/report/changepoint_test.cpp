@@ -75,6 +75,7 @@ TEST(ChangePoint, IsSureOfWhatNoRandomOrderShows) {
 // Equal values on both sides of a step speak for it no more than if each of them spoke against it.
 TEST(ChangePoint, TakesTiesForNoStep) {
   std::vector<double> told;
+  told.reserve(30);
   for (int i = 0; i < 30; ++i) told.push_back(i < 15 ? i : 100 + i);
   std::vector<double> tied = told;
   for (const std::size_t i : {2, 7, 12}) {

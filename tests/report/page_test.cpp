@@ -13,7 +13,13 @@ using namespace reportkit;
 
 namespace {
 
-bool makesPages() { return !report::kChartLibrary.empty(); }
+class Page : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (report::kChartLibrary.empty()) GTEST_SKIP() << "built without libjs-chart.js";
+  }
+  const TempFolder folder;
+};
 
 std::size_t countOf(const std::string& text, const std::string& part) {
   std::size_t count = 0;
@@ -35,9 +41,7 @@ const char* const kSamples =
 
 }  // namespace
 
-TEST(Page, HoldsEveryFigureOfTheFiles) {
-  if (!makesPages()) GTEST_SKIP() << "built without libjs-chart.js";
-  const TempFolder folder;
+TEST_F(Page, HoldsEveryFigureOfTheFiles) {
   std::string text = kContext;
   for (int i = 0; i < 40; ++i) {
     text +=
@@ -63,9 +67,7 @@ TEST(Page, HoldsEveryFigureOfTheFiles) {
   EXPECT_NE(std::string::npos, page.find("\"caches\":[[\"L1\",32768],[\"L2\",1048576]]"));
 }
 
-TEST(Page, ComparesWithOlderRuns) {
-  if (!makesPages()) GTEST_SKIP() << "built without libjs-chart.js";
-  const TempFolder folder;
+TEST_F(Page, ComparesWithOlderRuns) {
   const std::string before =
       folder.write("a.jsonl", kContext + row("f", "8x8", 2) + row("g", "8x8", 1));
   const std::string after = folder.write("b.jsonl", kContext + row("f", "8x8", 3));
@@ -78,9 +80,7 @@ TEST(Page, ComparesWithOlderRuns) {
 }
 
 // What the harness compared itself: a file of key -D holds nothing else.
-TEST(Page, HoldsComparisonsOfTheHarness) {
-  if (!makesPages()) GTEST_SKIP() << "built without libjs-chart.js";
-  const TempFolder folder;
+TEST_F(Page, HoldsComparisonsOfTheHarness) {
   const std::string path = folder.write("d.jsonl", kContext + comparison("<f>") + kEnd);
   const Outcome made = run({"html", path, "-o", "-"});
   ASSERT_EQ(0, made.code) << made.err;
@@ -91,9 +91,7 @@ TEST(Page, HoldsComparisonsOfTheHarness) {
 }
 
 // Of a history: the runs that may be compared with those of the page, every figure of them.
-TEST(Page, ShowsRowsOverTime) {
-  if (!makesPages()) GTEST_SKIP() << "built without libjs-chart.js";
-  const TempFolder folder;
+TEST_F(Page, ShowsRowsOverTime) {
   const std::string place = folder.file("h.sqlite");
   std::vector<std::string> add{"history", "add", "--database", place};
   for (int day = 10; day < 22; ++day) {
@@ -133,9 +131,7 @@ TEST(Page, ShowsRowsOverTime) {
 }
 
 // A file may come from anywhere, and a page is opened with a click.
-TEST(Page, TakesNoTextForMarkup) {
-  if (!makesPages()) GTEST_SKIP() << "built without libjs-chart.js";
-  const TempFolder folder;
+TEST_F(Page, TakesNoTextForMarkup) {
   const std::string evil =
       "</script><script>alert(1)</script>'\\\"><img src=x onerror=alert(2)>&amp;<!--";
   std::string context = kContext;
@@ -162,9 +158,7 @@ TEST(Page, TakesNoTextForMarkup) {
   EXPECT_EQ("&lt;a b=&#39;&quot;&amp;", report::htmlText("<a b='\"&"));
 }
 
-TEST(Page, FetchesNothing) {
-  if (!makesPages()) GTEST_SKIP() << "built without libjs-chart.js";
-  const TempFolder folder;
+TEST_F(Page, FetchesNothing) {
   const std::string path = folder.write("a.jsonl", kContext + row("f", "8x8", 1) + kEnd);
   const Outcome made = run({"html", path, "-o", "-"});
   EXPECT_NE(std::string::npos, made.out.find("default-src 'none'"));
@@ -173,9 +167,7 @@ TEST(Page, FetchesNothing) {
   EXPECT_EQ(std::string::npos, std::string(report::kPageStyle).find("url("));
 }
 
-TEST(Page, IsWrittenAsAWholeOrNotAtAll) {
-  if (!makesPages()) GTEST_SKIP() << "built without libjs-chart.js";
-  const TempFolder folder;
+TEST_F(Page, IsWrittenAsAWholeOrNotAtAll) {
   const std::string path = folder.write("a.jsonl", kContext + row("f", "8x8", 1) + kEnd);
   const std::string page = folder.write("p.html", "before");
   EXPECT_EQ(2, run({"html", folder.file("none"), "-o", page}).code);

@@ -118,16 +118,6 @@ TEST_F(Decompress, OurChangesOfProgressionDecode) {
                    fromAnymap(made("-i " + file("x.jp2") + " -o " + file("out.ppm"), "out.ppm"))));
 }
 
-TEST_F(Decompress, OurRegionOfInterestDecodes) {
-  Picture picture = photograph(131, 117);
-  Options o;
-  o.roi = {30, 20, 50, 40};
-  write("x.j2k", encoded(picture, o));
-  EXPECT_EQ(0, largestDifference(
-                   picture,
-                   fromAnymap(made("-i " + file("x.j2k") + " -o " + file("out.ppm"), "out.ppm"))));
-}
-
 TEST_F(Compress, QualityIsAtLeastTheirsAtTheSameSize) {
   Picture picture = photograph(640, 480);
   write("in.ppm", anymap(picture));
