@@ -39,9 +39,9 @@ def commands_of(path):
 
 
 def make_results(binaries, folder):
-    """A run of one function under every name that the pages use."""
+    """A run of the functions that the pages look for, under every name that they use."""
     os.makedirs(os.path.join(folder, "results"), exist_ok=True)
-    words = ["-B", "-f=rkdiAdd128_JPEG_16s8u_C1R", "-j", "-nresult", f"-l{folder}", *SHORT]
+    words = ["-B", "-fAdd128", "-fDCTQuantFwd8x8LS", "-j", "-nresult", f"-l{folder}", *SHORT]
     subprocess.run([os.path.join(binaries, "tazmet"), *words], check=True, capture_output=True, cwd=folder)
     for name in RESULTS:
         shutil.copy(os.path.join(folder, "result.jsonl"), os.path.join(folder, name + ".jsonl"))
