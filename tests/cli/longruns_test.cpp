@@ -286,10 +286,13 @@ TEST(LongRuns, MakeThePassesThatASignalTookAway) {
   struct Case {
     const char* keys;
     int pass;
-    int run;      // the first ones only settle how many calls a sample has
-    size_t told;  // rows; 0: a child may be faster than the signal
+    int run;  // the first ones only settle how many calls a sample has
+    // Rows told: a slow machine is behind the first one by then, and a child may be faster than the
+    // signal.
+    size_t least, most;
   };
-  for (const Case& end : {Case{"", 1, 20, 1}, {"", 2, 1, 4}, {"", 3, 1, 4}, {"-k", 2, 1, 0}}) {
+  for (const Case& end :
+       {Case{"", 1, 20, 1, 3}, {"", 2, 1, 4, 4}, {"", 3, 1, 4, 4}, {"-k", 2, 1, 0, 4}}) {
     const TempFolder folder;
     const std::string keys = std::string("-B -dMethod=Spread -X3 -b0.006 -f-__tz -J ") + end.keys;
     endsInPass = end.pass;
@@ -297,9 +300,9 @@ TEST(LongRuns, MakeThePassesThatASignalTookAway) {
     endsParent = *end.keys != 0;
     const Outcome ended = Session(folder).setup(registerEnded).run(keys);
     EXPECT_EQ(-SIGINT, ended.exitCode) << ended.console;
-    if (end.told != 0) {
-      EXPECT_EQ(end.told, ended.lines("clocks/px").size()) << ended.console;
-    }
+    const size_t told = ended.lines("clocks/px").size();
+    EXPECT_GE(told, end.least) << ended.console;
+    EXPECT_LE(told, end.most) << ended.console;
     EXPECT_EQ(0u, rowsIn(folder.read("stub.jsonl")).size()) << end.keys << end.pass;
     endsInPass = 0;
     EXPECT_EQ(0, Session(folder).setup(registerEnded).run(keys).exitCode);
