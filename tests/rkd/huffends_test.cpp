@@ -219,7 +219,8 @@ void fillEveryLength(Kind kind, const Source& source, const Bytes& all) {
       --i;
       ++room;
     }
-    ASSERT_EQ(hex(all), hex(Bytes(bytes.begin(), bytes.begin() + longest)));
+    const Bytes got(bytes.begin(), bytes.begin() + longest);
+    ASSERT_TRUE(got == all) << hex(got) << "\ninstead of\n" << hex(all);
     ASSERT_EQ(longest, kind == direct ? (position + 7) / 8 : position);
   }
 }
