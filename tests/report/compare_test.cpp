@@ -7,6 +7,8 @@
 #include <cmath>
 #include <functional>
 #include <random>
+#include <string>
+#include <utility>
 
 #include "report/compare.h"
 #include "report/text.h"
@@ -245,12 +247,22 @@ TEST(CompareRuns, TellsRowsThatAreGoneNewOrFailing) {
 TEST(CompareRuns, TakesABoundedNumberOfObservations) {
   const TempFolder folder;
   std::string minima = "1";
-  for (int i = 0; i < 2000; ++i) minima += ",1";
-  const std::string path = folder.write(
-      "a", kContext + row("f", "8x8", 1, "OK", ",\"elements\":1,\"pass_minima\":[" + minima + "]"));
-  const Outcome refused = run({"compare", path, path});
-  EXPECT_EQ(2, refused.code);
-  EXPECT_EQ("tazreport: " + path + ": line 2: more than 2000 observations of a row\n", refused.err);
+  for (int i = 1; i < 2000; ++i) minima += ",1";
+  const auto rowOf = [](const std::string& size, const std::string& passes) {
+    return row("f", size, 1, "OK", ",\"elements\":1,\"pass_minima\":[" + passes + "]");
+  };
+  std::string rows = kContext;
+  for (int i = 1; i <= 25; ++i) rows += rowOf(std::to_string(i) + "x8", minima);
+  for (const auto& [text, reason] :
+       {std::pair{kContext + rowOf("8x8", minima + ",1"),
+                  "line 2: more than 2000 observations of a row"},
+        {rows + rowOf("26x8", "1"),
+         "more than 100000000 pairs of observations; compare fewer rows (--filter) or runs"}}) {
+    const std::string path = folder.write("a", text);
+    const Outcome refused = run({"compare", path, path});
+    EXPECT_EQ(2, refused.code);
+    EXPECT_EQ("tazreport: " + path + ": " + reason + "\n", refused.err);
+  }
 }
 
 TEST(CompareRuns, AsksForTwoSides) {
