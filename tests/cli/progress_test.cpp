@@ -168,13 +168,13 @@ TEST(Progress, KnowsTheTimesOfTheRunBefore) {
   Session(folder).run("-B -j -f-__tz");
   const Terminal terminal;
   Outcome outcome;
-  const auto run = [&] {
+  const auto run = [&](const std::string& name = "") {
     outcome = Session(folder)
                   .setup([&] {
                     terminal.become(STDERR_FILENO);
                     harnesskit::registerStubs();
                   })
-                  .run("-B -j -G -f-__tz");
+                  .run("-B -j -f-__tz -G" + name);
     return terminal.text();
   };
   EXPECT_NE(std::string::npos, run().find("about 0:00 left"));
@@ -182,4 +182,10 @@ TEST(Progress, KnowsTheTimesOfTheRunBefore) {
   EXPECT_NE(std::string::npos, run().find("time left not known yet"));
   EXPECT_TRUE(outcome.shows("-- No times of file ")) << outcome.console;
   EXPECT_TRUE(outcome.shows(": line 1 is no line of a run")) << outcome.console;
+  // A name that was misspelt is told; without one this may be the first run.
+  run("gone.jsonl");
+  EXPECT_TRUE(outcome.shows("gone.jsonl: it has no rows\n")) << outcome.console;
+  folder.write("stub.jsonl", "");
+  run();
+  EXPECT_FALSE(outcome.shows("-- No times of file ")) << outcome.console;
 }

@@ -60,8 +60,12 @@ const tzKeyAction progress = {
       if (!tzProgress::enable()) return;
       tzKnownRuns times;
       const tzString path = linesPath(arg);
-      const tzString reason = tzReadKnownRuns(path, times);
-      if (reason.empty()) return tzProgress::setTimes(std::move(times));
+      tzString reason = tzReadKnownRuns(path, times);
+      if (reason.empty() && !times.rows.empty()) return tzProgress::setTimes(std::move(times));
+      if (reason.empty()) {
+        if (arg.empty()) return;  // the first run of all
+        reason = "it has no rows";
+      }
       g_ostrm << L_WARN << "-- No times of file " + path + ": " + reason << "\n" << L_END;
     }};
 
