@@ -49,6 +49,14 @@ class Intervals {
   int length_, left_;
 };
 
+/// Units of a scan that one task codes or reads, counted over the scan.
+struct Chunk {
+  int64_t first = 0, end = 0;
+};
+/// Cuts units into at most so many chunks about as long, each but the first the beginning of a
+/// restart interval. No units are no chunk, and without intervals all are one.
+std::vector<Chunk> cutAtIntervals(const Chunk& units, int restartInterval, int most);
+
 /// Huffman tables of a file being written: first those of luminance, second those of the others.
 struct EncodeTables {
   std::array<HuffmanTable, 2> dc, ac;

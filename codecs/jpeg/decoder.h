@@ -68,6 +68,18 @@ class IntervalReader {
     return units;
   }
   bool hasData() const { return state_ == State::good; }
+  /// Whether no interval that follows has data.
+  bool hasEnded() const { return state_ == State::ended; }
+  /// As at the beginning of an interval that has data.
+  void restart() {
+    left_ = length_;
+    state_ = State::good;
+  }
+  /// Stands where another one of the same scan does.
+  void takeOver(const IntervalReader& other) {
+    left_ = other.left_;
+    state_ = other.state_;
+  }
   /// A unit could not be decoded: the rest of its interval has no data.
   void damage(RkdStatus status);
 
@@ -88,20 +100,41 @@ Status readBaseline(const ScanJob& job, InversePixels& pixels, RowSink& sink);
 /// Transforms a whole picture.
 Status inverseAll(const Coefficients& coefficients, InversePixels& pixels, RowSink& sink);
 
-/// Reads a sequential scan of all components some rows at a time.
+/// Reads a sequential scan of all components some rows at a time. Where restart intervals begin in
+/// them, tasks read some each: the first goes on where the rows before have ended, the others begin
+/// behind markers as if nothing in front of these were damaged. A task's blocks count only if the
+/// one before came to its marker in step, so that there are always the blocks of a single walk.
 class RowsReader {
  public:
-  explicit RowsReader(const ScanJob& job);
+  /// Where the blocks of some rows go.
+  struct Room {
+    int firstRow = 0, rows = 0;
+    CoefficientBlock* blocks = nullptr;  ///< receives the rows' units one after the other
+    uint8_t* last = nullptr;             ///< receives where the coefficients of each block end
+  };
+  /// @param most  tasks for the rows of a room
+  RowsReader(const ScanJob& job, int most);
   ~RowsReader();
   RowsReader(const RowsReader&) = delete;
   RowsReader& operator=(const RowsReader&) = delete;
-  /// @param blocks  receives the rows' units one after the other
-  /// @param last    receives where the coefficients of each block end
-  void read(int firstRow, int rows, CoefficientBlock* blocks, uint8_t* last);
+
+  /// Makes tasks for the rows that follow. @return ok, noMemory
+  Status begin(const Room& room);
+  int tasks() const { return int(chunks_.size()); }
+  /// Does a task; several threads may do one each.
+  void read(int task);
+  /// When all are done: reads again what was not to be read in this way.
+  void end();
 
  private:
   struct Walk;
-  std::unique_ptr<Walk> walk_;
+  Walk& walkOf(size_t task) const { return *walks_[task]; }
+  void readChunk(size_t task, Walk& walk);
+
+  const ScanJob& job_;
+  const size_t most_;
+  std::vector<std::unique_ptr<Walk>> walks_;  // first that of the job's reader
+  std::vector<Chunk> chunks_;
 };
 
 /// What it takes to turn blocks into pixels.

@@ -1,5 +1,5 @@
 // Decoding by several threads: bands of MCU rows become pixels side by side, while the blocks of
-// the next rows are read.
+// the next rows are read, by restart intervals where there are such.
 #include <algorithm>
 #include <functional>
 
@@ -98,7 +98,7 @@ Status readBaselineInWaves(const ScanJob& job, const InverseJob& inverse, RowSin
   std::vector<uint8_t> last[2];  // where the coefficients of their blocks end
   for (Wave& w : waves) w.blocks.resize(rowBlocks * size_t(most + 1));
   for (auto& l : last) l.resize(rowBlocks * size_t(most + 1));
-  RowsReader reader(job);
+  RowsReader reader(job, 2 * workers.count());
   int turn = 0;
   for (int first = 0; first < frame.mcusDown || waves[1 - turn].rows > 0; first += most) {
     const Wave& ready = waves[1 - turn];
@@ -113,14 +113,14 @@ Status readBaselineInWaves(const ScanJob& job, const InverseJob& inverse, RowSin
       pixels.units(unit, *job.scan, {0, frame.mcusAcross, &ready.blocks[at], &last[1 - turn][at]});
     };
     JPEG_RETURN_IF_ERROR(bands.begin(ready.firstRow, ready.rows, sink));
-    const int reading = next.rows > 0 ? 1 : 0;
+    JPEG_RETURN_IF_ERROR(
+        reader.begin({next.firstRow, next.rows, &next.blocks[rowBlocks], &last[turn][rowBlocks]}));
+    const int reading = reader.tasks();
     workers.run(reading + bands.tasks(), [&](int task, int worker) {
-      if (task < reading) {
-        return reader.read(next.firstRow, next.rows, &next.blocks[rowBlocks],
-                           &last[turn][rowBlocks]);
-      }
+      if (task < reading) return reader.read(task);
       bands.make(task - reading, worker, feed);
     });
+    reader.end();
     JPEG_RETURN_IF_ERROR(bands.end(sink));
     turn = 1 - turn;
   }

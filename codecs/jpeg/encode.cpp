@@ -92,6 +92,20 @@ int rowsInWave(const Frame& frame, int blocksInMcu, const Workers& workers, size
   return int(std::min({wanted, fitting, size_t(frame.mcusDown)}));
 }
 
+std::vector<Chunk> cutAtIntervals(const Chunk& units, int restartInterval, int most) {
+  std::vector<Chunk> chunks;
+  if (units.first == units.end) return chunks;
+  chunks.push_back(units);
+  for (int64_t i = 1; i < most && restartInterval > 0; ++i) {
+    const int64_t near = units.first + (units.end - units.first) * i / most;
+    const int64_t cut = (near + restartInterval - 1) / restartInterval * restartInterval;
+    if (cut <= chunks.back().first || cut >= units.end) continue;
+    chunks.back().end = cut;
+    chunks.push_back({cut, units.end});
+  }
+  return chunks;
+}
+
 // ---- sources and sinks in memory ----
 
 namespace {

@@ -49,11 +49,6 @@ Status transformAll(const ForwardSetup& setup, RowSource& source, Workers& worke
 
 namespace {
 
-/// Units that one task codes: those of whole restart intervals, but at a wave's ends.
-struct Chunk {
-  int64_t first = 0, end = 0;
-};
-
 /// What codes a chunk.
 struct ChunkCoder {
   ChunkCoder(const EncodeTables& tables, Color color, const Frame& frame)
@@ -118,19 +113,8 @@ Status WaveEncoder::start() {
 /// A wave's units, cut where intervals end.
 std::vector<Chunk> WaveEncoder::chunksOf(const Wave& wave) const {
   const int64_t from = int64_t{wave.firstRow} * frame_.mcusAcross;
-  const int64_t end = from + int64_t{wave.rows} * frame_.mcusAcross;
-  std::vector<Chunk> chunks;
-  if (from == end) return chunks;
-  chunks.push_back({from, end});
-  const auto most = int64_t(coders_.size());
-  for (int64_t i = 1; i < most && interval_ > 0; ++i) {
-    const int64_t near = from + (end - from) * i / most;
-    const int64_t cut = (near + interval_ - 1) / interval_ * interval_;
-    if (cut <= chunks.back().first || cut >= end) continue;
-    chunks.back().end = cut;
-    chunks.push_back({cut, end});
-  }
-  return chunks;
+  return cutAtIntervals({from, from + int64_t{wave.rows} * frame_.mcusAcross}, interval_,
+                        int(coders_.size()));
 }
 
 void WaveEncoder::transformRow(int row, int worker, Wave* wave) {

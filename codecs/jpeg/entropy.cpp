@@ -121,6 +121,12 @@ Status ScanReader::start(std::span<const uint8_t> file, size_t from) {
                                                                    : Status::libraryFailed;
 }
 
+Status ScanReader::startBehind(const ScanReader& reader, size_t place, int restarts) {
+  JPEG_RETURN_IF_ERROR(start(reader.file_, place));
+  restarts_ = restarts;
+  return Status::ok;
+}
+
 void ScanReader::rebase() {
   if (position_ < 1 << 30 && length_ > 0) return;
   stream_ += position_;
@@ -167,6 +173,16 @@ Resync ScanReader::restart(bool* isClean) {
   marker_ = 0;
   (void)rkdiDecodeHuffmanStateInit_JPEG_8u(state_);  // cannot fail
   return Resync::inStep;
+}
+
+std::vector<size_t> ScanReader::restartsAhead(int count) const {
+  std::vector<size_t> places;
+  int at = position_;
+  for (int i = 0; i < count && findMarker(at, &at) == kRST0 + ((restarts_ + i) & 7); ++i) {
+    at += 2;
+    places.push_back(offset() + size_t(at));
+  }
+  return places;
 }
 
 size_t ScanReader::end() const {

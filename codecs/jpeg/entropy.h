@@ -145,6 +145,10 @@ class ScanReader {
  public:
   /// @param from  first entropy-coded byte
   Status start(std::span<const uint8_t> file, size_t from);
+  /// Begins in another reader's file.
+  /// @param place     behind a restart marker, in the file
+  /// @param restarts  markers up to there
+  Status startBehind(const ScanReader& reader, size_t place, int restarts);
 
   /// Reads units of a sequential scan.
   /// @param dst      receives their blocks one after the other
@@ -170,6 +174,13 @@ class ScanReader {
   /// - lost: the marker found is that of a later interval, the next one has no data;
   /// - end: no more restart markers.
   Resync restart(bool* isClean);
+  /// Restart markers that were expected so far, there or not.
+  int restarts() const { return restarts_; }
+  /// Place in the file of the byte that is read next.
+  size_t place() const { return offset() + size_t(position_); }
+  /// Places in the file behind the next restart markers: at most `count`, and none from the first
+  /// marker on that is not the one expected there.
+  std::vector<size_t> restartsAhead(int count) const;
   /// Place in the file behind the entropy-coded data: the next marker that is no restart.
   size_t end() const;
   /// Whether the data have ended, with no marker behind them, for want of bytes.

@@ -73,23 +73,52 @@ class SequentialWalk {
         geometry_(ScanGeometry::of(*job.frame, *job.scan)),
         intervals_(job) {}
 
-  Status run() { return runRows(0, geometry_.down); }
-  Status runRows(int first, int end) {
-    const int most = UnitBuffer::kBlocks / tables_.count;
-    for (int y = first; y < end; ++y) {
-      job_.reader->rebase();
-      for (int x = 0, units = 0; x < geometry_.across; x += units) {
-        if (intervals_.begins() && intervals_.hasData()) previousDC_.fill(0);
-        units = 1 + intervals_.more(std::min(most, geometry_.across - x) - 1);
-        readUnits(target_.room(x, y), units);
-        target_.unitsDone(x, y, units);
-      }
+  Status run() {
+    for (int y = 0; y < geometry_.down; ++y) {
+      readRow(y, 0, geometry_.across);
       JPEG_RETURN_IF_ERROR(target_.rowDone(y));
     }
     return Status::ok;
   }
+  /// Units that are counted over the scan; the target is told of no row.
+  void read(const Chunk& chunk) {
+    int x = int(chunk.first % geometry_.across), y = int(chunk.first / geometry_.across);
+    for (int64_t unit = chunk.first; unit < chunk.end; ++y, x = 0) {
+      const int end = int(std::min<int64_t>(geometry_.across, x + chunk.end - unit));
+      readRow(y, x, end);
+      unit += end - x;
+    }
+  }
+  /// What comes before the next unit.
+  void begin() {
+    if (!isBegun_ && intervals_.begins() && intervals_.hasData()) previousDC_.fill(0);
+    isBegun_ = true;
+  }
+  /// Stands at the beginning of an interval, as its reader does.
+  void restart() {
+    intervals_.restart();
+    previousDC_.fill(0);
+    isBegun_ = false;
+  }
+  void takeOver(const SequentialWalk& other) {
+    intervals_.takeOver(other.intervals_);
+    previousDC_ = other.previousDC_;
+    isBegun_ = other.isBegun_;
+  }
+  const IntervalReader& intervals() const { return intervals_; }
 
  private:
+  void readRow(int y, int x, int end) {
+    const int most = UnitBuffer::kBlocks / tables_.count;
+    job_.reader->rebase();
+    for (int units = 0; x < end; x += units) {
+      begin();
+      isBegun_ = false;
+      units = 1 + intervals_.more(std::min(most, end - x) - 1);
+      readUnits(target_.room(x, y), units);
+      target_.unitsDone(x, y, units);
+    }
+  }
   void readUnits(UnitRoom room, int units) {
     int b = 0;
     if (intervals_.hasData()) [[likely]] {
@@ -111,6 +140,7 @@ class SequentialWalk {
   const UnitTables tables_;
   const ScanGeometry geometry_;
   IntervalReader intervals_;
+  bool isBegun_ = false;  // whether the next unit's interval is
   std::array<int, kMaxComponents> previousDC_{};
 };
 
@@ -189,35 +219,97 @@ Status readBaseline(const ScanJob& job, InversePixels& pixels, RowSink& sink) {
   return SequentialWalk<ToPixels>(job, target).run();
 }
 
+// ---- rows by several tasks ----
+
 struct RowsReader::Walk {
-  /// Blocks of a wave in the order of their units.
-  struct ToWave {
-    int count = 0, across = 0, firstRow = 0;
-    CoefficientBlock* blocks = nullptr;
-    uint8_t* last = nullptr;
+  /// Blocks of a room in the order of their units.
+  struct ToRoom {
+    Room room_;
+    int count = 0, across = 0;
     UnitRoom room(int x, int y) const {
-      const size_t unit = size_t(y - firstRow) * size_t(across) + size_t(x);
-      return {blocks + unit * size_t(count), last + unit * size_t(count)};
+      const size_t unit = size_t(y - room_.firstRow) * size_t(across) + size_t(x);
+      return {room_.blocks + unit * size_t(count), room_.last + unit * size_t(count)};
     }
     void unitsDone(int, int, int) {}
-    Status rowDone(int) { return Status::ok; }
   };
-  explicit Walk(const ScanJob& job) : walk(job, target) {
+  /// The walk of a job, or one of its own from where reader and walk are made to stand.
+  explicit Walk(const ScanJob& scan, bool isOwn = false) : job(scan), walk(job, target) {
     target.count = UnitBlocks::of(*job.frame, *job.scan).count;
     target.across = job.frame->mcusAcross;
+    if (!isOwn) return;
+    job.reader = &ownReader;
+    job.warnings = &ownWarnings;
   }
-  ToWave target;
-  SequentialWalk<ToWave> walk;
+  Status startBehind(const ScanReader& reader, size_t place, int restarts) {
+    walk.restart();
+    start = place;
+    return ownReader.startBehind(reader, place, restarts);
+  }
+  /// Whether it has come to where another walk has begun.
+  bool meets(const Walk& other) const {
+    return walk.intervals().hasData() && job.reader->place() == other.start;
+  }
+  /// Goes on where another one has ended.
+  void takeOver(Walk& other) {
+    walk.takeOver(other.walk);
+    std::swap(*job.reader, other.ownReader);
+    for (const Status w : other.ownWarnings.all()) job.warnings->add(w);
+  }
+
+  ScanReader ownReader;
+  Warnings ownWarnings;
+  ScanJob job;
+  ToRoom target;
+  SequentialWalk<ToRoom> walk;
+  size_t start = 0;  // in the file
 };
 
-RowsReader::RowsReader(const ScanJob& job) : walk_(std::make_unique<Walk>(job)) {}
+RowsReader::RowsReader(const ScanJob& job, int most) : job_(job), most_(size_t(most)) {
+  walks_.push_back(std::make_unique<Walk>(job));
+}
 RowsReader::~RowsReader() = default;
 
-void RowsReader::read(int firstRow, int rows, CoefficientBlock* blocks, uint8_t* last) {
-  walk_->target.firstRow = firstRow;
-  walk_->target.blocks = blocks;
-  walk_->target.last = last;
-  (void)walk_->walk.runRows(firstRow, firstRow + rows);  // nothing in it can fail
+Status RowsReader::begin(const Room& room) {
+  const int interval = job_.restartInterval, passed = job_.reader->restarts();
+  const int64_t across = job_.frame->mcusAcross;
+  const Chunk units{room.firstRow * across, (room.firstRow + room.rows) * across};
+  const bool isOver = walkOf(0).walk.intervals().hasEnded();
+  chunks_ = cutAtIntervals(units, interval, isOver ? 1 : int(most_));
+  if (chunks_.size() > 1) {
+    const auto places = job_.reader->restartsAhead(int(chunks_.back().first / interval) - passed);
+    while (chunks_.back().first / interval - passed > int64_t(places.size()) &&
+           chunks_.size() > 1) {
+      chunks_.pop_back();
+    }
+    chunks_.back().end = units.end;
+    for (size_t i = 1; i < chunks_.size(); ++i) {
+      if (walks_.size() == i) walks_.push_back(std::make_unique<Walk>(job_, true));
+      const int restarts = int(chunks_[i].first / interval);
+      JPEG_RETURN_IF_ERROR(
+          walkOf(i).startBehind(*job_.reader, places[size_t(restarts - passed) - 1], restarts));
+    }
+  }
+  for (size_t i = 0; i < chunks_.size(); ++i) walkOf(i).target.room_ = room;
+  return Status::ok;
+}
+
+/// A chunk, and the marker behind it unless the rows end there.
+void RowsReader::readChunk(size_t task, Walk& walk) {
+  walk.walk.read(chunks_[task]);
+  if (task + 1 < chunks_.size()) walk.walk.begin();
+}
+
+void RowsReader::read(int task) { readChunk(size_t(task), walkOf(size_t(task))); }
+
+void RowsReader::end() {
+  Walk& walk = walkOf(0);
+  for (size_t i = 1; i < chunks_.size(); ++i) {
+    if (walk.meets(walkOf(i))) {
+      walk.takeOver(walkOf(i));
+    } else {
+      readChunk(i, walk);
+    }
+  }
 }
 
 Status inverseAll(const Coefficients& coefficients, InversePixels& pixels, RowSink& sink) {

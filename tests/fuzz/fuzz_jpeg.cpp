@@ -48,7 +48,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   jpeg::DecodeOptions options;
   options.memoryLimit = size_t{1} << 26;
   options.maxScans = 20;
+  options.threads = size % 4 == 0 ? 3 : 1;
   decode(data, size, options);
+  options.threads = 1;
   options.scale = 2 << (size % 3);
   options.upsampling = jpeg::Upsampling::plain;
   options.crop = {0, 0, 1, 1};
