@@ -310,7 +310,7 @@ class Sweep {
 
   // Makes every step in one pass, the last one for row k: if each step has come to its row, and no
   // row is mirrored.
-  bool passAt(int k) {
+  RKD_BLOCK bool passAt(int k) {
     int at[kSteps + 2];  // the rows of the steps from -2 on
     at[kSteps + 1] = k;
     for (int t = kSteps - 1; t >= 0; --t) at[t + 1] = behind(bandOf(t), at[t + 2]);
@@ -325,7 +325,7 @@ class Sweep {
     return true;
   }
 
-  void pass(const int (&at)[kSteps + 2]) {
+  RKD_BLOCK void pass(const int (&at)[kSteps + 2]) {
     constexpr Band lastBand = bandOf(kSteps - 1), otherBand = bandOf(kSteps - 2);
     constexpr Keep keep = inverse && Kernel::kScales ? Keep::kSecond : Keep::kNothing;
     const int last = at[kSteps + 1], other = at[kSteps];
