@@ -1,6 +1,7 @@
 // Files of JSON Lines (-j): what a run writes agrees with the schema and with the table.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <string>
@@ -9,6 +10,7 @@
 #include "harnesskit.h"
 #include "testpaths.h"
 #include "tzjson.h"
+#include "tzjsonreader.h"
 #include "validated.h"
 
 using harnesskit::Outcome;
@@ -33,6 +35,15 @@ void registerBad() {
   harnesskit::registerStubs();
   tzRegTest(new StubTest("stubBad", abortingLoop, "Stub\"Suite\\\xE9\xC3\xA9\x01"));
 }
+
+// What takes time beside the rows: before the first one, and behind each.
+class SlowToStart : public StubTest {
+ public:
+  static constexpr int kMicroseconds = 20'000;
+  SlowToStart() : StubTest("stubSlow", harnesskit::steadyLoop<TZ_OK, 800>) {}
+  bool canStart() override { return usleep(kMicroseconds) == 0 && StubTest::canStart(); }
+  void flushData() override { usleep(kMicroseconds); }
+};
 
 }  // namespace
 
@@ -104,5 +115,22 @@ TEST(Lines, HoldTheWholeProgramsFacts) {
                            "\"presets\":{\"ImageSize\":\"32x16\"}",
                            "\"bytes_read\":2,\"bytes_written\":1,\"working_set\":2048,"}) {
     EXPECT_NE(std::string::npos, text.find(part)) << part << " in " << text.substr(0, 3000);
+  }
+}
+
+// Set-up and tear-down belong to the time of a row: the times of a run add up to the run.
+TEST(Lines, TellTheWholeTimeOfEachRow) {
+  for (const std::string child : {"", "-k "}) {
+    const TempFolder folder;
+    Session(folder)
+        .setup([] { tzRegTest(new SlowToStart); })
+        .run("-B -j -f=stubSlow -dMethod=Manual -dNumLoops=2 " + child);
+    const auto rows = linesWith(folder.read("stub.jsonl"), "\"type\":\"row\"");
+    ASSERT_EQ(2u, rows.size());
+    for (const std::string& row : rows) {
+      tzJsonReader line;
+      ASSERT_TRUE(line.read(row));
+      EXPECT_GE(line.number("seconds"), 1e-6 * SlowToStart::kMicroseconds) << row;
+    }
   }
 }

@@ -19,6 +19,7 @@
 #include "tzistream.h"
 #include "tzparm.h"
 #include "tzpasses.h"
+#include "tzprogress.h"
 #include "tzreport.h"
 #include "tzrunsummary.h"
 #include "tzrequest.h"
@@ -132,11 +133,7 @@ int tzSession::runTests() {
     result = writeNames();
   } else {
     if (m_comparison.isOn()) m_comparison.tellSides();
-    if (g_jstrm.hasTargets()) {
-      tzJson context = tzContextLine(m_commands, tzGetTestList());
-      tzResume::begin(context);
-      g_jstrm << context;
-    }
+    tellContext();
     settlePlan();
     putTableTitle();
     result = m_comparison.isOn() ? m_comparison.run(m_conditions)
@@ -144,6 +141,18 @@ int tzSession::runTests() {
   }
   if (!m_insist && tzInterrupt::signal() == 0) tellUnused();
   return result;
+}
+
+// To files of JSON Lines, and to what reads those of earlier runs.
+void tzSession::tellContext() {
+  if (!g_jstrm.hasTargets() && !tzProgress::hasTimes()) return;
+  tzJson context = tzContextLine(m_commands, tzGetTestList());
+  if (tzProgress::hasTimes() && !tzProgress::keepTimesOf(tzReadRunFacts(context.text()))) {
+    g_ostrm << L_WARN << "-- Progress: the times of the earlier run are of other settings\n"
+            << L_END;
+  }
+  tzResume::begin(context);
+  if (g_jstrm.hasTargets()) g_jstrm << context;
 }
 
 // What can be said about the measuring to come, once the settings are read.

@@ -213,6 +213,7 @@ class tzSession {
   bool isAnySelected();
   bool isAllUsed();
   void tellUnused() const;
+  void tellContext();
   void settlePlan() const;
   bool isFunction(const tzString& name) const;
   void prepareLibrary();

@@ -14,29 +14,64 @@ class tzTest;
 /// What is left of a run of several passes, told from what is done. Works on any clock.
 class tzEstimate {
  public:
+  struct Row {
+    std::string kind;    ///< rows of one kind take about as long as each other
+    double before = -1;  ///< seconds that it took before, with all that belongs to it; -1: not told
+  };
+  /// Seconds to the end.
+  struct Left {
+    double about = -1;    ///< -1: nothing tells
+    double least = 0;     ///< hardly less
+    double most = 0;      ///< and hardly more
+    bool isSure = false;  ///< `about` is the figure to show; else rows take too different times
+  };
+
   tzEstimate() = default;
-  /// @param work    of one pass: seconds as far as an earlier run tells, else rows
-  /// @param known   whether it is seconds
-  /// @param apart   seconds from the start of a pass to that of the next
-  tzEstimate(double work, bool known, int passes, double apart);
+  /// @param rows   of each pass, in their order
+  /// @param apart  seconds from the start of a pass to that of the next
+  tzEstimate(const std::vector<Row>& rows, int passes, double apart);
   void beginPass(int pass, double now);
-  /// @param work  of the present pass that is done
-  void setDone(double work, double now) {
-    m_done = work;
-    m_last = now;
-  }
-  /// Seconds to the end; negative while nothing tells.
-  double left(double now) const;
+  /// Rows before this one will not come any more.
+  void goTo(std::size_t row);
+  /// A row is done, and all that was before it.
+  void rowDone(std::size_t row, double now);
+  Left left(double now) const;
 
  private:
-  double m_work = 0;
+  struct Sum {
+    double seconds = 0;
+    std::size_t count = 0;
+    void add(double more) {
+      seconds += more;
+      ++count;
+    }
+    double mean() const { return count > 0 ? seconds / static_cast<double>(count) : 0; }
+  };
+  struct Entry {
+    std::size_t kind = 0;
+    double before = -1;
+    double took = -1;  // in this pass
+  };
+  struct Rest {
+    double seconds = 0;
+    double error = 0;  // standard error
+  };
+  double usual(const Entry& row) const;
+  bool isEarly() const;
+  Rest restOfPass(double now) const;
+  double wholeRest(double restOfPass, double now) const;
+
+  std::vector<Entry> m_rows;
+  std::vector<Sum> m_before;  // by kind
+  std::vector<Sum> m_took;    // by kind, in this pass
+  Sum m_done;                 // of this pass
   int m_passes = 1;
   double m_apart = 0;
   int m_pass = 1;
-  double m_begin = 0;
-  double m_done = 0;
-  double m_last = 0;  // when something was done last
-  double m_rate = 0;  // seconds for a unit of work before this pass; 0: not known
+  double m_runBegin = -1;
+  double m_begin = 0;  // of the pass
+  double m_last = 0;   // when something was done last
+  std::size_t m_next = 0;
 };
 
 /// The line of a terminal that tells how far the run is. Nothing is written while a function is
@@ -47,6 +82,10 @@ class tzProgress {
   static bool enable();
   /// The rows of an earlier run, for the time left.
   static void setTimes(tzKnownRuns times) { s_times = std::move(times); }
+  static bool hasTimes() { return !s_times.rows.empty(); }
+  /// Forgets times of runs with other settings or keys of measuring than this one's.
+  /// @return false when that leaves none
+  static bool keepTimesOf(const tzRunFacts& own);
 
   /// The tests of each pass, in their order.
   static void begin(const std::vector<tzTest*>& tests);
@@ -60,8 +99,8 @@ class tzProgress {
  private:
   struct Test {
     int place = 0;
-    double before = 0;         // work of a pass up to it
-    std::vector<double> done;  // work of the test behind each of its rows
+    std::size_t first = 0;          // of its rows among those of the pass
+    std::vector<std::size_t> rows;  // the place of each; of one that is refused, the next one's
   };
   static std::string text(double now);
 

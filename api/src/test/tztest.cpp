@@ -223,6 +223,7 @@ bool tzTest::beginRun() {
   tzTool::m_pResetVectors = resetAllVectors;
   m_startTime = std::time(nullptr);
   m_endTime = 0;
+  m_rowBegin = tzTool::seconds();
   m_bad87 = m_badSSX = m_toldUnverified = false;
   m_numMeasured = 0;
   m_rowFresh = false;  // this process may be a copy of one that took over a row
@@ -451,7 +452,6 @@ void tzTest::loopData() {
     if (!tzServe::wants(*this)) continue;
     if (m_cacheIterator == nullptr && takeEarlier()) continue;
     tzProgress::beginRow();
-    m_rowBegin = tzTool::seconds();
     const tzChild::Row row(*this);
     if (!buildData()) break;
     measureCombination();

@@ -118,6 +118,7 @@ void tzTest::keepRow(size_t number, const tzRow& row) {
   tzPace::note(measured.width);
   g_plan.rowDone(tzTool::seconds(), measured.seconds - before);
   tzProgress::rowDone(number);
+  m_rowBegin = tzTool::seconds();
   m_rowFresh = true;
 }
 
