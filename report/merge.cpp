@@ -13,6 +13,7 @@ namespace report {
 namespace {
 
 constexpr std::size_t kMostNamed = 5;
+constexpr std::size_t kMostMissing = 100;
 
 // Functions first, since that is the order of a whole run; rows of one function stay as they came.
 bool before(const std::string& a, const std::string& b) {
@@ -47,6 +48,10 @@ void Merger::begin(Source& source, Context&& context, const std::string& line) {
   source.identity = identity;
   source.context = std::move(context);
   if (!m_groups.contains(identity)) {
+    if (m_order.size() >= kMaxRuns) {
+      throw Error(source.path, "all files together are of more than " + std::to_string(kMaxRuns) +
+                                   " machines or kinds of settings");
+    }
     m_order.push_back(identity);
     m_groups[identity].context = withoutMember(line, {"part", "resumed"});
   }
@@ -71,6 +76,11 @@ void Merger::take(Source& source, Row&& row, const std::string& line) {
   const auto owner = source.group->owners.emplace(key, source.number).first;
   ++source.rows;
   if (owner->second == source.number) {
+    m_bytes += key.size() + line.size();
+    if (++m_rows > kMaxRows || m_bytes > m_maxBytes) {
+      throw Error(source.path, "all files together are more than " + std::to_string(kMaxRows) +
+                                   " rows or " + std::to_string(m_maxBytes >> 20) + " MiB");
+    }
     source.group->rows.push_back({key, line});
     ++source.taken;
     return;
@@ -132,12 +142,6 @@ void Merger::write(std::ostream& out) const {
   }
 }
 
-std::size_t Merger::rows() const {
-  std::size_t count = 0;
-  for (const auto& [identity, group] : m_groups) count += group.rows.size();
-  return count;
-}
-
 bool Merger::complete() const {
   const auto whole = [](const auto& entry) {
     const auto ended = [](const auto& part) { return part.second; };
@@ -148,11 +152,14 @@ bool Merger::complete() const {
   return m_cut.empty() && std::all_of(m_wholes.begin(), m_wholes.end(), whole);
 }
 
-std::vector<std::string> Merger::notes() const {
+std::vector<std::string> Merger::missingParts() const {
   std::vector<std::string> notes;
+  std::size_t missing = 0;
   for (const auto& [settings, whole] : m_wholes) {
     const std::string of = " of " + std::to_string(whole.count);
-    for (int index = 1; index <= whole.count; ++index) {
+    missing += static_cast<std::size_t>(whole.count);
+    for (const auto& [index, ended] : whole.parts) missing -= ended ? 1 : 0;
+    for (int index = 1; index <= whole.count && notes.size() < kMostMissing; ++index) {
       const auto part = whole.parts.find(index);
       const std::string name = "part " + std::to_string(index) + of;
       if (part == whole.parts.end()) {
@@ -162,6 +169,14 @@ std::vector<std::string> Merger::notes() const {
       }
     }
   }
+  if (missing > notes.size()) {
+    notes.push_back(counted(missing - notes.size(), "more part") + " likewise");
+  }
+  return notes;
+}
+
+std::vector<std::string> Merger::notes() const {
+  std::vector<std::string> notes = missingParts();
   for (const std::string& path : m_cut) notes.push_back(path + ": a run did not come to its end");
   if (m_twice > 0) {
     std::string note = counted(m_twice, "row") + " there already, the first counts:";

@@ -15,8 +15,14 @@ namespace report {
 /// Rows as the files have them, byte by byte; machines and settings are kept apart.
 class Merger {
  public:
+  /// Of the lines that are kept. Half a million rows with all their samples stay below it.
+  static constexpr std::size_t kMaxBytes = std::size_t{2} << 30;
+
+  /// @param maxBytes  lines of rows longer than that together are an error
+  explicit Merger(std::size_t maxBytes = kMaxBytes) : m_maxBytes(maxBytes) {}
   /// Takes all runs of a file.
-  /// @throws Error for what is no file of JSON Lines, and for parts of different runs
+  /// @throws Error for what is no file of JSON Lines, for parts of different runs, and for more
+  /// than all files together may hold
   void add(LineReader& reader);
 
   /// One run a machine and setting: a context, rows in the order of their functions, an end when
@@ -27,7 +33,7 @@ class Merger {
   std::vector<std::string> notes() const;
   /// Whether every part is there to its end.
   bool complete() const;
-  std::size_t rows() const;
+  std::size_t rows() const { return m_rows; }
   std::size_t machines() const { return m_groups.size(); }
 
  private:
@@ -54,6 +60,11 @@ class Merger {
   void take(Source& source, Row&& row, const std::string& line);
   void finish(Source& source);
 
+  std::vector<std::string> missingParts() const;
+
+  std::size_t m_maxBytes;
+  std::size_t m_bytes = 0;
+  std::size_t m_rows = 0;
   std::vector<std::string> m_order;  ///< keys of groups
   std::map<std::string, Group> m_groups;
   std::map<std::string, Whole> m_wholes;

@@ -20,6 +20,7 @@ struct ReadOptions {
 /// What a file may hold at most: enough for years of runs, too little to fill a machine.
 inline constexpr std::size_t kMaxRows = 500'000;
 inline constexpr std::size_t kMaxSamples = 20'000'000;
+inline constexpr std::size_t kMaxRuns = 10'000;
 
 /// All runs of a file of JSON Lines or of a csv table; which of them it is is told by its content.
 /// Each context begins a run, so a merged file has several; one that goes on with the run before it
@@ -36,7 +37,8 @@ std::vector<Run> readAll(const std::vector<std::string>& paths, const ReadOption
 using Record = std::variant<std::monostate, Context, Row, Comparison, End>;
 
 /// Calls `use` for each whole line with what it says and its text, which keeps members that the
-/// model does not know. A last line that was cut off is left out.
+/// model does not know. A last line that was cut off is left out; more rows or runs than a file may
+/// hold are an error.
 /// @return whether there was one
 /// @throws Error
 bool forEachRecord(LineReader& reader, const ReadOptions& options,

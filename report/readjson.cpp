@@ -288,11 +288,24 @@ Record recordOf(const json& line, const ReadOptions& options) {
   return {};
 }
 
+// What a file holds so far, for its bounds.
+struct RecordCounter {
+  std::size_t rows = 0;
+  std::size_t runs = 0;
+
+  void count(const Record& record) {
+    const bool isRun = std::holds_alternative<Context>(record);
+    const bool isRow =
+        std::holds_alternative<Row>(record) || std::holds_alternative<Comparison>(record);
+    if (isRow && ++rows > kMaxRows) refuse("more than " + std::to_string(kMaxRows) + " rows");
+    if (isRun && ++runs > kMaxRuns) refuse("more than " + std::to_string(kMaxRuns) + " runs");
+  }
+};
+
 // Puts the records of a file together.
 struct Collector {
   const LineReader& reader;
   std::vector<Run> runs;
-  std::size_t rows = 0;
   std::size_t samples = 0;
   std::size_t unknown = 0;
 
@@ -314,14 +327,12 @@ struct Collector {
   }
   void operator()(Row&& row) {
     row.line = reader.number();
-    if (++rows > kMaxRows) refuse("more than " + std::to_string(kMaxRows) + " rows");
     samples += row.samples.size();
     if (samples > kMaxSamples) refuse("more than " + std::to_string(kMaxSamples) + " samples");
     run().rows.push_back(std::move(row));
   }
   void operator()(Comparison&& comparison) {
     comparison.line = reader.number();
-    if (++rows > kMaxRows) refuse("more than " + std::to_string(kMaxRows) + " rows");
     run().comparisons.push_back(std::move(comparison));
   }
   void operator()(End&& end) { run().end = std::move(end); }
@@ -348,11 +359,14 @@ std::string endLine(const End& end) {
 bool forEachRecord(LineReader& reader, const ReadOptions& options,
                    const std::function<void(Record&& record, const std::string& line)>& use) {
   std::string line;
+  RecordCounter counter;
   while (reader.next(line)) {
     if (line.find_first_not_of(" \t") == std::string::npos) continue;
     try {
       if (isTooDeep(line)) refuse("nested too deeply");
-      use(recordOf(json::parse(line), options), line);
+      Record record = recordOf(json::parse(line), options);
+      counter.count(record);
+      use(std::move(record), line);
     } catch (const json::parse_error& error) {
       // Only the last line of a file can lack its end, and it was being written.
       if (!reader.closed()) return true;

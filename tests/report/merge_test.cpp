@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "report/merge.h"
 #include "reportkit.h"
 
 using namespace reportkit;
@@ -115,4 +116,20 @@ TEST(Merge, RefusesWhatIsNoPartOfTheRun) {
   }
   EXPECT_EQ(2, run({"merge", folder.file("1"), "-o", folder.file("no/such/folder")}).code);
   EXPECT_EQ("", folder.read("all"));
+}
+
+// What all files together hold is bounded, and so is what is told of a run with thousands of parts.
+TEST(Merge, KeepsNoMoreThanFits) {
+  const std::string text = context(partOf(1, 10000)) + kFirst + kTwin + kEnd;
+  report::LineReader one("F", text);
+  report::Merger merger;
+  merger.add(one);
+  EXPECT_EQ(2u, merger.rows());
+  const auto notes = merger.notes();
+  ASSERT_EQ(101u, notes.size());
+  EXPECT_EQ("part 101 of 10000 is missing", notes[99]);
+  EXPECT_EQ("9899 more parts likewise", notes[100]);
+  report::LineReader again("F", text);
+  report::Merger small(kFirst.size() + 100);
+  EXPECT_THROW(small.add(again), report::Error);
 }

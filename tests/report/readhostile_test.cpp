@@ -68,6 +68,17 @@ TEST(ReadHostile, LinesAreOfBoundedLength) {
   EXPECT_EQ("F: line 1: longer than 16 MiB", readingError(text));
 }
 
+TEST(ReadHostile, RunsOfAFileAreBounded) {
+  std::string text;
+  for (std::size_t i = 0; i < report::kMaxRuns; ++i) {
+    text += R"({"type":"context","schema":1,"program":"tazmet"})";
+    text += '\n';
+  }
+  EXPECT_EQ("", readingError(text));
+  EXPECT_EQ("F: line 10001: more than 10000 runs",
+            readingError(text + text.substr(0, text.find('\n') + 1)));
+}
+
 TEST(ReadHostile, FilesThatCannotBeReadAreTold) {
   const TempFolder folder;
   for (const std::string& name : {folder.file("none"), folder.file("")}) {
