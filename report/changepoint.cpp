@@ -15,6 +15,7 @@ namespace {
 
 constexpr int kPermutations = 1999;
 constexpr double kLeastP = 1.0 / (kPermutations + 1);
+constexpr double kNoStepP = 0.25;
 constexpr std::size_t kShortestLevel = 3;
 
 // Twice the rank of each value, less that of the middle; equal values share theirs.
@@ -68,6 +69,7 @@ double permutedP(std::vector<long long> ranks, double height) {
   for (int i = 0; i < kPermutations; ++i) {
     shuffle(ranks, random);
     asHigh += peakOf(ranks).height >= height ? 1 : 0;
+    if (asHigh * kLeastP > kNoStepP) break;
   }
   return asHigh * kLeastP;
 }

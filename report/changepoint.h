@@ -13,8 +13,8 @@ namespace report {
 struct ChangePoint {
   std::size_t at = 0;  ///< the first value behind it
   /// How often values in random order show as much, counted over 1,999 orders that are the same in
-  /// each call; where none of them does, at most the sum of the exact chances of all places. 1 for
-  /// fewer than six values.
+  /// each call; where none of them does, at most the sum of the exact chances of all places. Above
+  /// a quarter it is at least that. 1 for fewer than six values.
   double p = 1;
 };
 ChangePoint changePoint(const std::vector<double>& values);

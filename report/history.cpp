@@ -17,6 +17,7 @@
 #include <map>
 #include <set>
 #include <tuple>
+#include <unordered_map>
 
 #include "report/error.h"
 #include "report/identity.h"
@@ -152,6 +153,35 @@ std::string reasonOf(const soci::soci_error& error) {
   return isFunction ? reason.substr(name + 2) : reason;
 }
 
+/// The ids of series by their keys, as far as they were read. Nobody takes one away.
+class SeriesIds {
+ public:
+  /// Reads those that came since the last time.
+  void update(soci::session& sql) {
+    std::string key;
+    long long id = 0;
+    soci::statement fresh =
+        (sql.prepare << "SELECT row_key, id FROM tazreport_series WHERE id > :i", soci::use(m_last),
+         soci::into(key), soci::into(id));
+    fresh.execute();
+    long long last = m_last;
+    while (fresh.fetch()) {
+      m_ids[key] = id;
+      last = std::max(last, id);
+    }
+    m_last = last;
+  }
+  /// 0: there is none.
+  long long of(const std::string& key) const {
+    const auto found = m_ids.find(key);
+    return found == m_ids.end() ? 0 : found->second;
+  }
+
+ private:
+  std::unordered_map<std::string, long long> m_ids;
+  long long m_last = 0;
+};
+
 }  // namespace
 
 std::string postgresOptions(const std::string& url) {
@@ -229,6 +259,7 @@ class History::Database {
         } catch (const soci::soci_error&) {
           // The first fault is the one to tell.
         }
+        m_series = {};
         throw;
       }
     });
@@ -257,6 +288,11 @@ class History::Database {
   }
 
   soci::session& sql() { return m_sql; }
+  /// Up to date while nobody else writes.
+  SeriesIds& series() {
+    m_series.update(m_sql);
+    return m_series;
+  }
 
  private:
   // 0: there are no tables.
@@ -281,6 +317,7 @@ class History::Database {
 
   std::string m_place;
   soci::session m_sql;
+  SeriesIds m_series;
 };
 
 History::History(const std::string& place, bool create, int schema)
@@ -310,23 +347,11 @@ void insertRun(soci::session& sql, const Context& context, const std::string& id
       soci::use(computer), soci::use(processor), soci::use(context.codePath), soci::use(label);
 }
 
-std::map<std::string, long long> seriesIds(soci::session& sql) {
-  std::map<std::string, long long> ids;
-  std::string key;
-  long long id = 0;
-  soci::statement all =
-      (sql.prepare << "SELECT row_key, id FROM tazreport_series", soci::into(key), soci::into(id));
-  all.execute();
-  while (all.fetch()) ids[key] = id;
-  return ids;
-}
-
-void insertSeries(soci::session& sql, const std::vector<Row>& rows) {
-  const std::map<std::string, long long> known = seriesIds(sql);
+void insertSeries(soci::session& sql, const SeriesIds& known, const std::vector<Row>& rows) {
   std::map<std::string, const Row*> fresh;
   for (const Row& row : rows) {
     const std::string key = rowKey(row);
-    if (!known.contains(key)) fresh.emplace(key, &row);
+    if (known.of(key) == 0) fresh.emplace(key, &row);
   }
   std::string key;
   std::string function;
@@ -346,8 +371,9 @@ void insertSeries(soci::session& sql, const std::vector<Row>& rows) {
 }
 
 // Of rows with one key, which only a doubled value makes, the first counts.
-void insertPoints(soci::session& sql, long long run, const std::vector<Row>& rows) {
-  std::map<std::string, long long> ids = seriesIds(sql);
+void insertPoints(soci::session& sql, const SeriesIds& ids, long long run,
+                  const std::vector<Row>& rows) {
+  std::set<long long> done;
   long long series = 0;
   double clocks = 0;
   soci::indicator told = soci::i_ok;
@@ -358,10 +384,8 @@ void insertPoints(soci::session& sql, long long run, const std::vector<Row>& row
        soci::use(run), soci::use(series), soci::use(clocks, told), soci::use(result));
   // NOLINTBEGIN(clang-analyzer-deadcode.DeadStores): the statement reads what it was bound to
   for (const Row& row : rows) {
-    const auto id = ids.find(rowKey(row));
-    if (id == ids.end()) continue;
-    series = id->second;
-    ids.erase(id);
+    series = ids.of(rowKey(row));
+    if (series == 0 || !done.insert(series).second) continue;
     clocks = row.clocksPerElement.value_or(0);
     told = row.clocksPerElement ? soci::i_ok : soci::i_null;
     result = resultName(row.result);
@@ -397,8 +421,8 @@ History::Added History::add(const Run& run, const std::string& label) {
       insertRun(sql, run.context, identity, content, label);
       id = idOf(sql, identity, before);
     }
-    insertSeries(sql, run.rows);
-    insertPoints(sql, id, run.rows);
+    insertSeries(sql, m_database->series(), run.rows);
+    insertPoints(sql, m_database->series(), id, run.rows);
   });
   return added;
 }

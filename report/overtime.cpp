@@ -13,9 +13,10 @@ constexpr double kAlpha = 0.05;
 }  // namespace
 
 SteppedRow stepsOfRow(const HistorySeries& series, double gate) {
-  SteppedRow row{&series, {}, {}};
+  SteppedRow row{&series, {}, {}, 1};
   for (const HistoryPoint& point : series.points) row.values.push_back(point.clocks);
-  row.steps = findSteps(row.values, kAlpha, gate);
+  row.p = changePoint(row.values).p;
+  if (row.p <= kAlpha) row.steps = findSteps(row.values, kAlpha, gate);
   return row;
 }
 
@@ -24,7 +25,7 @@ std::vector<SteppedRow> stepsOfRows(const std::vector<HistorySeries>& series, do
   std::vector<double> p;
   for (const HistorySeries& one : series) {
     rows.push_back(stepsOfRow(one, gate));
-    p.push_back(changePoint(rows.back().values).p);
+    p.push_back(rows.back().p);
   }
   const std::vector<bool> real = believed(p, kAlpha);
   for (std::size_t i = 0; i < rows.size(); ++i) {

@@ -49,6 +49,7 @@ struct SteppedRow {
   const HistorySeries* series = nullptr;
   std::vector<double> values;
   std::vector<Step> steps;
+  double p = 1;  ///< of the strongest place (changePoint)
   bool isSlower() const { return !steps.empty() && steps.back().ratio() > 1; }
   /// The last run before it became slower for good.
   std::size_t lastGood() const { return series->points[steps.back().at - 1].run; }

@@ -140,6 +140,27 @@ TEST(History, LosesNothingOfTwoWriters) {
   }
 }
 
+// Each knows the rows that the other one has added since.
+TEST(History, TwoThatAreOpenShareTheirRows) {
+  const TempFolder folder;
+  const std::string place = database(folder);
+  History one(place);
+  History two(place);
+  constexpr int kDays = 6;
+  for (int day = 1; day <= kDays; ++day) {
+    const std::string name = "fnOf" + std::to_string((day + 1) / 2);  // two days have a new row
+    const auto runs = report::readRuns("F", runOf(day, day, 2) + row(name, "8x8", day), {});
+    (day % 2 == 0 ? one : two).add(runs.at(0), "");
+  }
+  History all(place);
+  const auto series = all.series(all.runs());
+  ASSERT_EQ(5u, series.size());
+  for (const auto& row : series) {
+    const bool always = row.function == "fnFirst" || row.function == "fnSecond";
+    EXPECT_EQ(always ? 6u : 2u, row.points.size()) << row.function;
+  }
+}
+
 TEST(History, TellsWhatIsWrongInALine) {
   const TempFolder folder;
   const std::string good = folder.write("good", runOf(1, 1, 2));
