@@ -35,6 +35,8 @@ class Options {
                     const char* help) = 0;
   /// The option that was declared last has to be there.
   virtual void require() = 0;
+  /// What the first of the words without an option may be, for shells.
+  virtual void offer(const std::vector<std::string>&) {}
 };
 
 class Command {

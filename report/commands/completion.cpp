@@ -10,6 +10,12 @@ namespace report {
 
 namespace {
 
+std::string joined(const std::vector<std::string>& words) {
+  std::string all;
+  for (const std::string& word : words) all += (all.empty() ? "" : " ") + word;
+  return all;
+}
+
 // Takes down names and words instead of values.
 class Words : public Options {
  public:
@@ -28,13 +34,11 @@ class Words : public Options {
   void choice(const char* name, std::string&, std::vector<std::string> words,
               const char*) override {
     add(name);
-    for (const std::string& word : words) {
-      std::string& all = *name == '-' ? m_options.back().words : m_first;
-      all += (all.empty() ? "" : " ") + word;
-    }
+    m_options.back().words = joined(words);
   }
   void list(const char* name, std::vector<std::string>&, int, const char*) override { add(name); }
   void require() override {}
+  void offer(const std::vector<std::string>& words) override { m_first = joined(words); }
 
   const std::vector<Option>& options() const { return m_options; }
   const std::string& first() const { return m_first; }
@@ -44,7 +48,7 @@ class Words : public Options {
     if (name.starts_with('-')) m_options.push_back({split(name, ','), "", true});
   }
   std::vector<Option> m_options;
-  std::string m_first;  // words that stand without an option
+  std::string m_first;  // what the first word without an option may be
 };
 
 class Completion : public Command {
@@ -67,7 +71,9 @@ void writeCommand(std::ostream& out, const CommandEntry& entry) {
     }
   }
   out << "    \"" << entry.name << " \"*) [[ $current == -* ]] && words=\"" << names << "\"";
-  if (!words.first().empty()) out << " || words=\"" << words.first() << '"';
+  if (!words.first().empty()) {
+    out << " || { ((COMP_CWORD == 2)) && words=\"" << words.first() << "\"; }";
+  }
   out << " ;;\n";
 }
 

@@ -21,6 +21,7 @@ class HistoryCommand : public Command {
   void declare(Options& options) override {
     options.list("ACTION", m_words, 1,
                  "add FILE... | list | show WORDS... | steps [WORDS...]: words of rows");
+    options.offer({"add", "list", "show", "steps"});
     options.text("-d,--database", m_place,
                  "A SQLite file, or PostgreSQL by its URL (history.sqlite)");
     options.text("--label", m_label, "What runs are called that are added: a revision");

@@ -69,6 +69,8 @@ TEST(ReportProgram, IsToldInTheManualAndCompleted) {
   EXPECT_EQ("show\n", bashOffers(script, {"sh"}));
   EXPECT_EQ("GB/s\n", bashOffers(script, {"show", "--unit", "G"}));
   EXPECT_EQ("", bashOffers(script, {"show", "results"}));
+  EXPECT_EQ("add\nlist\nshow\nsteps\n", bashOffers(script, {"history", ""}));
+  EXPECT_EQ("", bashOffers(script, {"history", "add", "s"}));
 }
 
 TEST(ReportProgram, TellsWhatAFileHolds) {
