@@ -47,12 +47,15 @@ const Bytes palette = {0, 0, 0, 26, 'p', 'c', 'l', 'r', 0,   4,   3,   7,   7,
 const Bytes mapping = {0, 0, 0, 20, 'c', 'm', 'a', 'p', 0, 0, 1, 0, 0, 0, 1, 1, 0, 0, 1, 2};
 
 TEST(Palette, MapsIndexesToColoursAndHoldsThoseOutside) {
-  Bytes boxes = palette;
-  boxes.insert(boxes.end(), mapping.begin(), mapping.end());
+  // The mapping may stand before the palette, too.
+  Bytes boxes[2] = {palette, mapping};
+  boxes[0].insert(boxes[0].end(), mapping.begin(), mapping.end());
+  boxes[1].insert(boxes[1].end(), palette.begin(), palette.end());
   for (const int most : {3, 6}) {
     Picture picture = indexes(most);
     Messages messages;
-    const j2k::Pixels pixels = pixelsOf(withHeaderBoxes(encoded(picture, {}), boxes), messages);
+    const Bytes file = withHeaderBoxes(encoded(picture, {}), boxes[most % 2]);
+    const j2k::Pixels pixels = pixelsOf(file, messages);
     ASSERT_EQ(3, pixels.channels) << messages.text;
     EXPECT_EQ(most > 3, messages.has(706)) << messages.text;
     for (size_t i = 0; i < picture.planes[0].size(); ++i) {

@@ -112,6 +112,22 @@ TEST(Seek, ARegionReadsOnlyTheTilePartsThatTlmTellsOf) {
   EXPECT_LT(with.share * 3, without.share);
 }
 
+TEST(Seek, TlmMayBeOfSeveralSegments) {
+  Picture picture = photograph(700, 600);
+  Bytes file = encoded(picture, tiled());
+  const size_t tlm = find(file, tlmMarker);
+  // 42 entries of six bytes: of all behind the tenth a segment of their own is made.
+  const size_t own = 6 + 10 * 6, rest = 32 * 6;
+  insert(file, tlm + own, {0xFF, 0x55, 0, uint8_t(4 + rest), 1, 0x60});
+  put(file, tlm + 2, uint32_t(own - 2), 2);
+  Options region;
+  region.crop = {210, 310, 80, 60};
+  const Reading got = readingOf(file, region);
+  EXPECT_EQ(part(picture, region.crop), got.picture.planes);
+  EXPECT_EQ("", got.messages.text);
+  EXPECT_GT(0.06, got.share);
+}
+
 TEST(Seek, TlmThatLiesIsToldAndLeftAside) {
   Picture picture = photograph(300, 200);
   const Bytes file = encoded(picture, tiled());

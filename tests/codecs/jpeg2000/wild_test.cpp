@@ -125,6 +125,41 @@ TEST(Wild, PackedHeadersMayBeSplitAnywhereAndStandInAnyOrder) {
   }
 }
 
+TEST(Wild, MarkersOfPacketsMayBeAnnouncedAndMissingOrTheOtherWayRound) {
+  for (const uint8_t announced : {2, 4, 6}) {  // SOP, EPH, both
+    Messages messages;
+    const Bytes file = edited(codMarker, 4, announced, 1);
+    EXPECT_EQ(small().planes, decoded(file, {}, messages).planes) << messages.text;
+    // SOP may be left out of any packet.
+    EXPECT_EQ((announced & 4) != 0, messages.has(605)) << messages.text;
+  }
+  for (const int written : {1, 2, 3}) {
+    Options options;
+    options.sop = (written & 1) != 0;
+    options.eph = (written & 2) != 0;
+    Bytes file = stream(options);
+    file[find(file, codMarker) + 4] = 0;
+    Messages messages;
+    EXPECT_EQ(small().planes, decoded(file, {}, messages).planes) << messages.text;
+    EXPECT_TRUE(messages.has(604)) << messages.text;
+  }
+}
+
+TEST(Hostile, PackedHeadersAreNoLongerThanWhatIsThere) {
+  Options options;
+  options.packedHeaders = 'M';
+  Bytes file = stream(options);
+  const size_t length = find(file, 0xFF60) + 5;
+  for (const uint32_t told : {get(file, length, 4) + 1, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
+    put(file, length, told, 4);
+    Options limits;
+    limits.memoryMiB = 8;
+    Messages messages;
+    EXPECT_FALSE(decoded(file, limits, messages).planes.empty()) << messages.text;
+    EXPECT_TRUE(messages.has(508)) << messages.text;
+  }
+}
+
 /// A segment one byte longer or shorter, its length told or not.
 TEST(Wild, SegmentsAByteTooLongOrShortDoNoHarm) {
   Options options;
@@ -326,6 +361,54 @@ TEST(Wild, ChannelsOfEveryNumberAndKindGiveAPicture) {
         EXPECT_EQ(3, pixels.channels) << channel << " " << association << messages.text;
         EXPECT_EQ(21U * 11 * 3, pixels.bytes.size());
       }
+    }
+  }
+}
+
+/// Luma, and chroma at half the width and height.
+Picture subsampled() {
+  Picture picture = waves(20, 10, 3);
+  for (size_t c = 1; c < 3; ++c) {
+    const Picture chroma = waves(10, 5, 3);
+    picture.planes[c] = chroma.planes[c];
+    picture.info.components[c] = {10, 5, 8, false, 2, 2};
+  }
+  return picture;
+}
+
+TEST(Wild, LumaAndChromaInAnotherOrderGiveTheSameColours) {
+  Picture picture = subsampled(), other = picture;
+  picture.info.colour = other.info.colour = j2k::ColourSpace::sycc;
+  Options options;
+  options.transform = 0;
+  Messages messages;
+  const j2k::Pixels want = pixelsOf(encoded(picture, options), messages);
+  // Cr, luma, Cb
+  for (const auto& [to, from] : {std::pair<size_t, size_t>{0, 2}, {1, 0}, {2, 1}}) {
+    other.planes[to] = picture.planes[from];
+    other.info.components[to] = picture.info.components[from];
+  }
+  const Bytes file =
+      withBoxes(encoded(other, options),
+                boxOf("cdef", {0, 3, 0, 0, 0, 0, 0, 3, 0, 1, 0, 0, 0, 1, 0, 2, 0, 0, 0, 2}));
+  const j2k::Pixels got = pixelsOf(file, messages);
+  EXPECT_EQ("", messages.text);
+  EXPECT_EQ(want.bytes, got.bytes);
+}
+
+TEST(Wild, SubsampledColoursOfNoToldSpaceAreHandedOverAtTheSizeOfThePicture) {
+  Picture picture = subsampled();
+  Options options;
+  options.transform = 0;
+  options.rawStream = true;
+  Messages messages;
+  const j2k::Pixels pixels = pixelsOf(encoded(picture, options), messages);
+  EXPECT_EQ("", messages.text);
+  ASSERT_EQ(600U, pixels.bytes.size());
+  for (size_t y = 0; y < 10; ++y) {
+    for (size_t x = 0; x < 20; ++x) {
+      ASSERT_EQ(picture.planes[0][y * 20 + x], pixels.bytes[(y * 20 + x) * 3]);
+      ASSERT_EQ(picture.planes[2][y / 2 * 10 + x / 2], pixels.bytes[(y * 20 + x) * 3 + 2]);
     }
   }
 }
