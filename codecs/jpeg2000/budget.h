@@ -2,6 +2,7 @@
 /// @file
 /// Memory that may still be taken, asked before it is.
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 
@@ -9,20 +10,27 @@
 
 namespace j2k {
 
+/// Threads may take from one; a copy is another one with as much left.
 class Budget {
  public:
   explicit Budget(int64_t bytes) : m_left(bytes) {}
+  Budget(const Budget& other) : m_left(other.left()) {}
+  Budget& operator=(const Budget& other) {
+    m_left = other.left();
+    return *this;
+  }
+
   void take(int64_t bytes) {
-    if (bytes > m_left) {
-      fail(Diag::memoryLimit, std::to_string((bytes - m_left + 1048575) >> 20) + " MiB more");
-    }
-    m_left -= bytes;
+    const int64_t left = m_left -= bytes;
+    if (left >= 0) return;
+    m_left += bytes;
+    fail(Diag::memoryLimit, std::to_string(-(left >> 20)) + " MiB more");
   }
   void giveBack(int64_t bytes) { m_left += bytes; }
   int64_t left() const { return m_left; }
 
  private:
-  int64_t m_left;
+  std::atomic<int64_t> m_left;
 };
 
 }  // namespace j2k

@@ -1,6 +1,8 @@
 // The decoder: headers, the plan of what is wanted, tile after tile.
 #include <algorithm>
+#include <atomic>
 #include <new>
+#include <optional>
 
 #include "boxes.h"
 #include "codestream.h"
@@ -153,6 +155,111 @@ Status Decoder::open(std::span<const uint8_t> file) {
   return guarded(m_parts->report, [&] { readHeaders(file); });
 }
 
+namespace {
+
+/// Numbers of tiles that a part of the picture touches.
+std::vector<int64_t> tilesIn(const ImageShape& shape, const Rect& window) {
+  const Rect tiles = shape.tilesOf(window);
+  std::vector<int64_t> list;
+  list.reserve(size_t(tiles.width() * tiles.height()));
+  for (int64_t y = tiles.y0; y < tiles.y1; ++y) {
+    for (int64_t x = tiles.x0; x < tiles.x1; ++x) list.push_back(y * shape.tilesWide() + x);
+  }
+  return list;
+}
+
+/// What became of a tile that one thread has decoded.
+struct Outcome {
+  std::vector<Warning> warnings;
+  std::optional<Failure> failure;
+  bool lackedMemory = false;  ///< of the share that a thread has
+};
+
+/// Tiles that threads share: each decodes whole ones.
+class SharedTiles {
+ public:
+  SharedTiles(const Codestream& stream, const DecodePlan& plan, const Budget& budget, bool strict)
+      : m_plan(plan), m_workers(plan.threads) {
+    const Budget share(budget.left() / m_workers.count());
+    m_plan.threads = 1;
+    for (int t = 0; t < m_workers.count(); ++t) {
+      m_hands.push_back(std::make_unique<Hand>(stream, m_plan, share, strict));
+    }
+  }
+
+  /// Behind a tile that fails no other is begun; all before it are decoded.
+  std::vector<Outcome> decode(std::span<const int64_t> tiles, std::span<const SampleView> samples) {
+    std::vector<Outcome> outcomes(tiles.size());
+    std::atomic<size_t> failed = tiles.size();
+    m_workers.run(tiles.size(), [&](size_t i, int worker) {
+      if (i > failed) return;
+      outcomes[i] = m_hands[size_t(worker)]->decode(tiles[i], samples);
+      if (!outcomes[i].failure) return;
+      size_t first = failed;
+      while (i < first && !failed.compare_exchange_weak(first, i)) {
+      }
+    });
+    return outcomes;
+  }
+
+ private:
+  struct Hand {
+    Hand(const Codestream& stream, const DecodePlan& plan, const Budget& budget, bool strict)
+        : report(strict), decoder(stream, plan, budget, report) {}
+
+    Outcome decode(int64_t tile, std::span<const SampleView> samples) {
+      Outcome outcome;
+      try {
+        decoder.decode(tile, samples);
+      } catch (const Failure& failure) {
+        outcome.lackedMemory = failure.number == Diag::memoryLimit;
+        if (!outcome.lackedMemory) outcome.failure = failure;
+      } catch (const std::bad_alloc&) {
+        outcome.lackedMemory = true;
+      }
+      outcome.warnings = report.takeKept();
+      return outcome;
+    }
+
+    Reporter report;
+    TileDecoder decoder;
+  };
+
+  DecodePlan m_plan;
+  codecs::Workers m_workers;
+  std::vector<std::unique_ptr<Hand>> m_hands;
+};
+
+/// Decodes all tiles. What is told comes in their order, whoever has decoded them.
+void decodeTiles(const Codestream& stream, const DecodePlan& plan, const Budget& budget,
+                 std::span<const SampleView> samples, bool strict, Reporter& report) {
+  const std::vector<int64_t> tiles = tilesIn(stream.shape, plan.window);
+  const bool shared = sharesTiles(stream.shape, tiles.size(), plan.threads, budget.left());
+  // Enough for threads to wait little at the end, and no more warnings at a time than there is
+  // memory for.
+  const size_t batch = 128 * size_t(plan.threads);
+  std::vector<Outcome> outcomes;
+  std::optional<TileDecoder> together;
+  for (size_t i = 0; i < tiles.size(); ++i) {
+    if (shared && i % batch == 0) {
+      together.reset();
+      const auto some = std::span(tiles).subspan(i, std::min(batch, tiles.size() - i));
+      outcomes = SharedTiles(stream, plan, budget, strict).decode(some, samples);
+    }
+    if (!shared || outcomes[i % batch].lackedMemory) {
+      // One after the other has all of the memory.
+      if (!together) together.emplace(stream, plan, budget, report);
+      together->decode(tiles[i], samples);
+      continue;
+    }
+    const Outcome& outcome = outcomes[i % batch];
+    report.warnOf(outcome.warnings);
+    if (outcome.failure) throw Failure(*outcome.failure);
+  }
+}
+
+}  // namespace
+
 Status Decoder::decode(std::span<const SampleView> samples) {
   return guarded(m_parts->report, [&] {
     const Parts& parts = *m_parts;
@@ -161,13 +268,7 @@ Status Decoder::decode(std::span<const SampleView> samples) {
       output += int64_t(c.width) * c.height * (c.precision <= 8 ? 1 : c.precision <= 16 ? 2 : 4);
     }
     const Budget budget((m_options.memoryMiB << 20) - output);
-    TileDecoder decoder(parts.stream, parts.plan, budget, m_parts->report);
-    const ImageShape& shape = parts.stream.shape;
-    const Rect tiles = shape.tilesOf(parts.plan.window);
-    for (int64_t y = tiles.y0; y < tiles.y1; ++y) {
-      for (int64_t x = tiles.x0; x < tiles.x1; ++x)
-        decoder.decode(y * shape.tilesWide() + x, samples);
-    }
+    decodeTiles(parts.stream, parts.plan, budget, samples, m_options.strict, m_parts->report);
   });
 }
 

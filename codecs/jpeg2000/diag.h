@@ -5,6 +5,7 @@
 #include <array>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "diagtexts.h"
 #include "jpeg2000.h"
@@ -28,23 +29,36 @@ struct Failure {
   throw Failure{number, std::move(detail)};
 }
 
+/// A warning that waits to be told.
+struct Warning {
+  Diag number;
+  std::string detail;
+  int hidden = 0;  ///< how many there were beyond those that are shown; 0: this one is
+};
+
 /// Takes warnings; with `strict` the first one is an exception.
 class Reporter {
  public:
-  Reporter(Diagnostics& out, bool strict) : m_out(out), m_strict(strict) {}
+  Reporter(Diagnostics& out, bool strict) : m_out(&out), m_strict(strict) {}
+  /// Keeps warnings for another one to tell.
+  explicit Reporter(bool strict) : m_strict(strict) {}
 
   void warn(Diag number, const std::string& detail = {});
+  /// What was kept since the last time, as far as it may be shown.
+  std::vector<Warning> takeKept();
+  /// Warns as if what another one kept had been met here.
+  void warnOf(const std::vector<Warning>& kept);
   /// Tells how often warnings came that were held back: a damaged stream may cause millions.
   void finish();
   void failed(const Failure& failure);
-  Diagnostics& out() { return m_out; }
 
  private:
   static constexpr int shown = 4;
 
-  Diagnostics& m_out;
+  Diagnostics* m_out = nullptr;
   bool m_strict;
   std::array<int, 1000> m_count{};
+  std::vector<Warning> m_kept;
 };
 
 }  // namespace j2k

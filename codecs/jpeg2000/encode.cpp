@@ -23,7 +23,8 @@ class PictureEncoder {
         m_plan(makeEncodePlan(options, info)),
         m_workers(m_plan.threads),
         m_budget(m_plan.memory),
-        m_tiles(size_t(m_plan.shape.tiles())) {}
+        m_tiles(size_t(m_plan.shape.tiles())),
+        m_encoders(m_tiles.size()) {}
 
   void encode(std::vector<uint8_t>& file);
 
@@ -32,7 +33,9 @@ class PictureEncoder {
     uint32_t tile, job;
   };
 
+  bool codesAsNeeded() const;
   void transformAndCode();
+  void makeTile(size_t tile, bool cut, EncodeWorkers& workers);
   void codeAsNeeded(const std::vector<JobIndex>& all, double bytes);
   const EncodeJob& jobAt(JobIndex at) const { return m_encoders[at.tile]->jobs()[at.job]; }
   const CodedBlock& blockAt(JobIndex at) const { return m_tiles[at.tile].blocks[at.job]; }
@@ -40,8 +43,7 @@ class PictureEncoder {
               const ThresholdModel& model, double threshold);
   /// How deep to code a job of those that are given, of so many planes.
   using DepthOf = std::function<Depth(size_t, int)>;
-  void code(const std::vector<JobIndex>& jobs, const DepthOf& depth);
-  void countCoded();
+  void code(const std::vector<JobIndex>& jobs, const DepthOf& depth, EncodeWorkers& workers);
   void addGuardBits();
   int64_t chooseLayers(int64_t boxes);
 
@@ -50,54 +52,75 @@ class PictureEncoder {
   std::span<const SampleView> m_samples;
   EncodePlan m_plan;
   EncodeWorkers m_workers;
+  std::vector<std::unique_ptr<EncodeWorkers>> m_alone;  ///< of one thread each, for whole tiles
   Budget m_budget;
-  int64_t m_coded = 0;  ///< BYTES of coded blocks that the budget knows of
   std::vector<TilePackets> m_tiles;
   std::vector<std::unique_ptr<TileEncoder>> m_encoders;
 };
 
 /// Codes these blocks, each so deep.
-void PictureEncoder::code(const std::vector<JobIndex>& jobs, const DepthOf& depth) {
-  m_workers.team.run(jobs.size(), [&](size_t i, int worker) {
+void PictureEncoder::code(const std::vector<JobIndex>& jobs, const DepthOf& depth,
+                          EncodeWorkers& workers) {
+  workers.team.run(jobs.size(), [&](size_t i, int worker) {
     const EncodeJob& job = jobAt(jobs[i]);
-    BlockEncoder& encoder = *m_workers.blocks[size_t(worker)];
+    BlockEncoder& encoder = *workers.blocks[size_t(worker)];
     encoder.load(job.plane, *job.coding, job.roi);
     m_tiles[jobs[i].tile].blocks[jobs[i].job] = encoder.encode(
-        *job.coding, job.weight, depth(i, encoder.planes()), m_workers.arenas[size_t(worker)]);
+        *job.coding, job.weight, depth(i, encoder.planes()), workers.arenas[size_t(worker)]);
   });
-  countCoded();
+  workers.countCoded(m_budget);
 }
 
-void PictureEncoder::countCoded() {
-  int64_t coded = 0;
-  for (const Arena& arena : m_workers.arenas) coded += arena.size();
-  m_budget.take(coded - m_coded);
-  m_coded = coded;
-}
-
-void PictureEncoder::transformAndCode() {
-  const LayerGoal& last = m_plan.goals.back();
+/// Whether blocks are coded about as far as they are going to be cut, when all of them are known.
+bool PictureEncoder::codesAsNeeded() const {
   const Partition& partition = m_plan.coding.components[0].partition;
   const int64_t samples = m_plan.shape.image.width() * m_plan.shape.image.height() *
                           int64_t(m_plan.shape.components.size());
   // A sample of few blocks would not tell much.
   constexpr int64_t enough = 256;
-  const bool cut = last.kind == LayerGoal::bytes && m_plan.roi.empty() &&
-                   samples >> (partition.blockWidth + partition.blockHeight) >= enough;
-  std::vector<JobIndex> all;
-  for (size_t t = 0; t < m_tiles.size(); ++t) {
-    m_encoders.push_back(std::make_unique<TileEncoder>(m_plan, int64_t(t)));
-    TileEncoder& encoder = *m_encoders[t];
-    encoder.layOut(m_tiles[t], m_budget);
-    if (!cut) all.clear();
-    for (size_t j = 0; j < encoder.jobs().size(); ++j) all.push_back({uint32_t(t), uint32_t(j)});
-    encoder.transform(m_samples, m_workers, m_budget);
-    if (cut) continue;
-    code(all, [](size_t, int) { return Depth{rkdCodeBlockMaxPasses, 0, 0}; });
-    encoder.release(m_budget);
+  return m_plan.goals.back().kind == LayerGoal::bytes && m_plan.roi.empty() &&
+         samples >> (partition.blockWidth + partition.blockHeight) >= enough;
+}
+
+/// A tile to coefficients and, unless these are cut later, on to coded blocks.
+void PictureEncoder::makeTile(size_t tile, bool cut, EncodeWorkers& workers) {
+  m_encoders[tile] = std::make_unique<TileEncoder>(m_plan, int64_t(tile));
+  TileEncoder& encoder = *m_encoders[tile];
+  encoder.layOut(m_tiles[tile], m_budget);
+  encoder.transform(m_samples, workers, m_budget);
+  if (cut) return;
+  std::vector<JobIndex> jobs;
+  for (size_t j = 0; j < encoder.jobs().size(); ++j) jobs.push_back({uint32_t(tile), uint32_t(j)});
+  code(
+      jobs,
+      [](size_t, int) {
+        return Depth{rkdCodeBlockMaxPasses, 0, 0};
+      },
+      workers);
+  encoder.release(m_budget);
+}
+
+void PictureEncoder::transformAndCode() {
+  const bool cut = codesAsNeeded();
+  // Tiles that are cut later are all in memory anyway.
+  if (sharesTiles(m_plan.shape, m_tiles.size(), m_plan.threads,
+                  cut ? INT64_MAX : m_budget.left())) {
+    for (int t = 0; t < m_workers.team.count(); ++t) {
+      m_alone.push_back(std::make_unique<EncodeWorkers>(1));
+    }
+    m_workers.team.run(m_tiles.size(),
+                       [&](size_t t, int worker) { makeTile(t, cut, *m_alone[size_t(worker)]); });
+  } else {
+    for (size_t t = 0; t < m_tiles.size(); ++t) makeTile(t, cut, m_workers);
   }
   if (!cut) return;
-  codeAsNeeded(all, last.value);
+  std::vector<JobIndex> all;
+  for (size_t t = 0; t < m_tiles.size(); ++t) {
+    for (size_t j = 0; j < m_encoders[t]->jobs().size(); ++j) {
+      all.push_back({uint32_t(t), uint32_t(j)});
+    }
+  }
+  codeAsNeeded(all, m_plan.goals.back().value);
   for (const auto& encoder : m_encoders) encoder->release(m_budget);
 }
 
@@ -144,7 +167,9 @@ void PictureEncoder::codeTo(const std::vector<JobIndex>& all, const std::vector<
   std::vector<JobIndex> jobs;
   jobs.reserve(which.size());
   for (const size_t i : which) jobs.push_back(all[i]);
-  code(jobs, [&](size_t i, int planes) { return model.depth(which[i], planes, threshold); });
+  code(
+      jobs, [&](size_t i, int planes) { return model.depth(which[i], planes, threshold); },
+      m_workers);
 }
 
 /// The largest coefficients may need more bits than the usual guard.

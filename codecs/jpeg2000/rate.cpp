@@ -88,6 +88,14 @@ RateControl::RateControl(std::span<TilePackets> tiles, const LayerCosts& costs,
   for (const TilePackets& tile : tiles) {
     m_states.push_back(tile.lanes);
     m_blocks += tile.blocks.size();
+  }
+}
+
+/// All passes that blocks may be cut at, for layers that do not take everything.
+void RateControl::makeSteps() {
+  if (!m_steps.empty()) return;
+  m_total = 0;
+  for (const TilePackets& tile : m_tiles) {
     for (const CodedBlock& block : tile.blocks) {
       PassRecord last;
       for (int i = 0; i < block.count; ++i) {
@@ -257,6 +265,7 @@ bool RateControl::choose(int layer, const LayerGoal& goal) {
     keep(layer);
     return true;
   }
+  makeSteps();
   if (goal.kind == LayerGoal::distortion) {
     m_threshold = goal.value >= m_total ? 1e30 : thresholdForGain(m_total - goal.value);
     cut(layer, m_threshold);

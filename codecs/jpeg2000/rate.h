@@ -84,6 +84,7 @@ class RateControl {
     int64_t bytes = 0;
   };
   void listLanes();
+  void makeSteps();
   void beginCuts(int layer);
   void cutBlocks(int layer, TilePackets& tile, const PrecinctOutput::PerBand& band,
                  double threshold) const;

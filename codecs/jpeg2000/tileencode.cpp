@@ -12,6 +12,13 @@ EncodeWorkers::EncodeWorkers(int threads)
   for (int t = 0; t < team.count(); ++t) blocks.push_back(std::make_unique<BlockEncoder>());
 }
 
+void EncodeWorkers::countCoded(Budget& budget) {
+  int64_t bytes = 0;
+  for (const Arena& arena : arenas) bytes += arena.size();
+  budget.take(bytes - codedBytes);
+  codedBytes = bytes;
+}
+
 TileEncoder::TileEncoder(const EncodePlan& plan, int64_t tile)
     : m_plan(plan), m_rect(plan.shape.tile(tile)) {
   for (size_t c = 0; c < plan.shape.components.size(); ++c) {

@@ -24,6 +24,10 @@ struct EncodeWorkers {
   std::vector<Arena> arenas;
   Wavelets wavelets;
   int64_t stripBytes = 0;  ///< that the budget knows of
+  int64_t codedBytes = 0;  ///< the same of the arenas
+
+  /// Tells the budget of what the arenas have grown by.
+  void countCoded(Budget& budget);
 };
 
 /// A block to be coded, and where it goes.

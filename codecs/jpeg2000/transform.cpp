@@ -18,6 +18,16 @@ Arithmetic arithmeticFor(bool reversible, int precision, bool transformed) {
   return precision + (transformed ? 1 : 0) <= 11 ? Arithmetic::narrow : Arithmetic::wide;
 }
 
+bool sharesTiles(const ImageShape& shape, size_t tiles, int threads, int64_t memory) {
+  constexpr size_t rounds = 4;
+  if (threads < 2 || tiles < rounds * size_t(threads)) return false;
+  const double width = double(std::min(shape.firstTile.width(), shape.image.width()));
+  const double height = double(std::min(shape.firstTile.height(), shape.image.height()));
+  constexpr double sample = 4, part = 0.25;
+  return width * height * double(shape.components.size()) * sample * threads <=
+         part * double(memory);
+}
+
 namespace {
 
 /// Rows begin at a cache line, and not at the same place of every page.

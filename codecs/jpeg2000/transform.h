@@ -41,6 +41,11 @@ class PlaneMemory {
   std::unique_ptr<std::atomic<size_t>[]> m_finished;  ///< BYTES of a large page
 };
 
+/// Whether threads take whole tiles, rather than parts of one tile after the other: where tiles are
+/// enough for all threads to end at about the same time, and one for each takes a small part of the
+/// memory.
+bool sharesTiles(const ImageShape& shape, size_t tiles, int threads, int64_t memory);
+
 /// One level of a wavelet, in place.
 struct WaveletLevel {
   PlaneView plane;

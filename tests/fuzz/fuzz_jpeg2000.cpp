@@ -14,6 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (data[0] & 16) options.crop = {3, 5, 20, 17};
   options.strict = (data[0] & 32) != 0;
   options.listing = (data[0] & 64) != 0;
+  options.threads = (data[0] & 128) != 0 ? 2 : 1;
   j2k::Diagnostics none;
   j2k::Pixels pixels;
   j2k::PictureInfo info;

@@ -2,7 +2,8 @@
 #include <cstring>
 #include <random>
 
-#include "j2kkit.h"
+#include "damagekit.h"
+#include "rkd/rkdjpeg_codeblock.h"
 #include "wavelet.h"
 
 namespace {
@@ -107,6 +108,98 @@ TEST(Threads, TakeMemoryForStripsWithinTheLimit) {
   };
   const auto one = least(1);
   EXPECT_LE(one + 4, least(2));
+}
+
+// ---- tiles ----
+
+/// So many tiles that threads take whole ones.
+Options manyTiles() {
+  Options options;
+  options.rawStream = true;
+  options.tileWidth = 20;
+  options.tileHeight = 17;
+  options.levels = 2;
+  options.blockWidth = options.blockHeight = 8;
+  return options;
+}
+
+/// What a file gives with so many threads: samples, and all that is told.
+std::pair<Picture, std::string> madeWith(int threads, const j2kkit::Bytes& file, Options options) {
+  options.threads = threads;
+  j2kkit::Messages messages;
+  Picture picture = j2kkit::decoded(file, options, messages);
+  return {std::move(picture), messages.text};
+}
+
+TEST(Threads, ThatTakeWholeTilesChangeNoByteAndNoSample) {
+  Picture picture = j2kkit::photograph(170, 130);
+  for (const bool lossy : {false, true}) {
+    for (const char parts : {char(0), 'R'}) {
+      Options options = manyTiles();
+      options.tileParts = parts;
+      options.plt = options.tlm = true;
+      options.ratios = {20, lossy ? 3.0 : 1.0};
+      if (lossy) options.wavelet = Wavelet::irreversible97;
+      const j2kkit::Bytes one = j2kkit::encoded(picture, options);
+      Options region;
+      region.crop = {11, 9, 140, 100};
+      for (const int threads : {2, 5}) {
+        options.threads = threads;
+        EXPECT_EQ(one, j2kkit::encoded(picture, options)) << threads;
+        for (const Options& how : {Options(), region}) {
+          const auto [want, nothing] = madeWith(1, one, how);
+          const auto [got, told] = madeWith(threads, one, how);
+          EXPECT_EQ("", told);
+          EXPECT_EQ(want.planes, got.planes) << threads;
+        }
+      }
+    }
+  }
+}
+
+TEST(Threads, ThatTakeWholeTilesTellOfDamageInTheOrderOfTiles) {
+  Picture picture = j2kkit::photograph(170, 130);
+  // 63 tiles; 374, which are more than two threads are given at a time.
+  for (const int tile : {20, 8}) {
+    Options coding = manyTiles();
+    coding.tileWidth = coding.tileHeight = tile;
+    coding.sop = true;
+    const j2kkit::Bytes whole = j2kkit::encoded(picture, coding);
+    std::mt19937 random(5);
+    for (int turn = 0; turn < 6; ++turn) {
+      j2kkit::Bytes file = whole;
+      for (int i = 0; i < 40; ++i) file[200 + random() % (file.size() - 200)] = uint8_t(random());
+      for (const bool strict : {false, true}) {
+        Options options;
+        options.strict = strict;
+        const auto [want, wanted] = madeWith(1, file, options);
+        const auto [got, told] = madeWith(tile == 8 ? 2 : 4, file, options);
+        EXPECT_NE("", wanted);
+        EXPECT_EQ(wanted, told);
+        EXPECT_EQ(want.planes, got.planes);
+      }
+    }
+  }
+}
+
+TEST(Threads, ThatTakeWholeTilesOpenWhatOneOpensInTheSameMemory) {
+  // Blocks and chunks of a tile take many times what its samples do.
+  Picture picture = j2kkit::photograph(512, 320);
+  Options coding = manyTiles();
+  coding.tileWidth = coding.tileHeight = 64;
+  coding.levels = 1;
+  coding.blockWidth = coding.blockHeight = 4;
+  coding.layers = 30;
+  coding.style = rkdCodeBlockTermAll;
+  const j2kkit::Bytes file = j2kkit::encoded(picture, coding);
+  for (int mib = 1; mib < 8; ++mib) {
+    Options options;
+    options.memoryMiB = mib;
+    const auto [want, wanted] = madeWith(1, file, options);
+    const auto [got, told] = madeWith(8, file, options);
+    EXPECT_EQ(wanted, told) << mib;
+    EXPECT_EQ(want.planes, got.planes) << mib;
+  }
 }
 
 }  // namespace
