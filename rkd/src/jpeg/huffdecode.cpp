@@ -131,11 +131,15 @@ HWY_INLINE RkdStatus takeBlock(Reader& reader, int16_t* dst, int previousDC, Dec
   if (HWY_UNLIKELY(!isDctDifference(difference))) return symbolStatus(reader);
   dst[0] = int16_t(previousDC + difference.value);
 
+  // Bits that short steps are enough for: what was read ahead often is, and a block is at its end
+  // before more must be taken in. Later ones of a round are long in few blocks.
+  constexpr int kRound = 4, kBitsOfRound = 40;
+  constexpr int kUnchecked = kBitsOfRound / int(StepEntry::mostBits);
   const uint8_t* const acSteps = ac.acSteps();
   for (unsigned k = 1;;) {
-    reader.need(kBitsOfSteps);
-    HWY_UNROLL(kSteps)
-    for (int i = 0; i < kSteps; ++i) {
+    reader.need(kBitsOfRound);
+    HWY_UNROLL(kRound)
+    for (int i = 0; i < kRound; ++i) {
       const Step step(acSteps, reader.bits());
       const unsigned next = k + step.advance();
       // No step, or beyond position 63: damaged data, or a block that is full before the second
@@ -145,6 +149,7 @@ HWY_INLINE RkdStatus takeBlock(Reader& reader, int16_t* dst, int previousDC, Dec
         if (k == 64) return rkdStsNoErr;
         break;
       }
+      if (i >= kUnchecked && HWY_UNLIKELY(reader.count() < int(step.length()))) break;
       step.store(reader.bits(), zigzag.data() + k, dst);
       reader.skip(unsigned(step.word), step.length());
       if ((next & StepEntry::blockEnd) != 0) return rkdStsNoErr;

@@ -120,30 +120,42 @@ class Step {
   uint16_t base_;
 };
 
-/// The entry of a window at the high end of `bits`.
-uint64_t makeStep(const uint32_t* look, uint64_t bits, bool isDC) {
-  constexpr unsigned windowBits = DecodeSpecLayout::stepBits;
-  const auto lookAt = [look](uint64_t at) {
-    return DecodeEntry{look[at >> (64 - DecodeSpecLayout::lookBits)]};
-  };
-  const DecodeEntry entry = lookAt(bits);
-  if (!Step::isOne(entry, isDC) || entry.codeLength() >= windowBits) return StepEntry::noStep;
-  const Step first(entry, bits, isDC);
-  if (isDC || first.isEnd() || first.length() >= windowBits) return first.alone();
+/// The symbol that the look at the high end of `bits` begins with.
+DecodeEntry lookAt(const DecodeSpecLayout& spec, uint64_t bits) {
+  return {spec.look[bits >> (64 - DecodeSpecLayout::lookBits)]};
+}
+
+/// The entry of a window at the high end of `bits`, whose first symbol leaves room for another.
+uint64_t makeStep(const DecodeSpecLayout& spec, const Step& first, uint64_t bits) {
   const uint64_t rest = bits << first.length();
-  const DecodeEntry second = lookAt(rest);
-  if (!Step::isOne(second, false) || first.length() + second.length() > windowBits) {
+  const DecodeEntry second = lookAt(spec, rest);
+  if (!Step::isOne(second, false) ||
+      first.length() + second.length() > unsigned(DecodeSpecLayout::stepBits)) {
     return first.alone();
   }
   const int value = second.value(rest);
   return value == int8_t(value) ? first.with(second, value) : first.alone();
 }
 
+/// Windows that begin with the same code and sign are one run.
 void buildSteps(bool isDC, DecodeSpecLayout* spec) {
   constexpr unsigned windowBits = DecodeSpecLayout::stepBits;
+  constexpr unsigned windows = 1u << windowBits;
+  const auto bitsOf = [](unsigned window) { return uint64_t{window} << (64 - windowBits); };
   spec->isForDC = isDC ? 1 : 0;
-  for (uint64_t window = 0; window < uint64_t{1} << windowBits; ++window) {
-    spec->step[window] = makeStep(spec->look, window << (64 - windowBits), isDC);
+  for (unsigned window = 0, end; window < windows; window = end) {
+    const DecodeEntry entry = lookAt(*spec, bitsOf(window));
+    const unsigned told = entry.codeLength() + (entry.size() > 0 ? 1 : 0);
+    if (!Step::isOne(entry, isDC) || entry.codeLength() >= windowBits) {
+      spec->step[window] = StepEntry::noStep;
+      end = window + 1;
+      continue;
+    }
+    end = window + (1u << (windowBits - told));
+    const Step first(entry, bitsOf(window), isDC);
+    std::fill(spec->step + window, spec->step + end, first.alone());
+    if (isDC || first.isEnd() || first.length() >= windowBits) continue;
+    for (unsigned w = window; w < end; ++w) spec->step[w] = makeStep(*spec, first, bitsOf(w));
   }
 }
 
