@@ -534,4 +534,24 @@ TEST(HuffmanRow, InterleavesUpToFourPlanes) {
   });
 }
 
+// Rows are counted by pieces, and small differences apart from large ones.
+TEST(HuffmanRow, CountsLongRowsWithLargeDifferencesAnywhere) {
+  for (const int width : {8191, 8193, 20'000, 70'001}) {
+    std::vector<int16_t> row(static_cast<size_t>(width), 3);
+    const int16_t* const src[4] = {row.data()};
+    for (const int at : {width - 1, width / 2, 0}) {
+      row[static_cast<size_t>(at)] = static_cast<int16_t>(at == 0 ? 300 : -32768);
+      int want[256] = {};
+      int* const wantCounts[4] = {want};
+      Reference::countRow(src, width, wantCounts);
+      forEachLevel([&] {
+        int got[256] = {};
+        int* const gotCounts[4] = {got};
+        ASSERT_EQ(rkdStsNoErr, Library::countRow(src, width, gotCounts));
+        EXPECT_EQ(0, std::memcmp(want, got, sizeof want)) << width << ", large from " << at;
+      });
+    }
+  }
+}
+
 }  // namespace

@@ -157,6 +157,59 @@ TEST(HuffmanUnits, AreTheirBlocksAtEveryLevelAndInAnyNumber) {
   });
 }
 
+// Optimised tables of flat pictures: values without zeros between them, and the ends of blocks.
+// Such a table is told from one for DCs by nothing.
+TEST(HuffmanUnits, AreTheirBlocksWhereACsHaveNothingButCategories) {
+  const Coding coding = {{dcLuma, dcLuma}, {dcLuma, dcLuma}, {0, 2, 2}};
+  Random random;
+  std::vector<Block> blocks;
+  for (int i = 0; i < 120; ++i) {
+    Block block{};
+    const int last = std::array{0, 0, 1, 2, 9, 63}[size_t(random.between(0, 5))];
+    for (int k = 0; k <= last; ++k) {
+      const int value = random.between(1, k == 1 ? 2000 : 20);
+      block[zigzag[size_t(k)]] = int16_t(random.between(0, 1) == 0 ? value : -value);
+    }
+    blocks.push_back(block);
+  }
+  const Bytes whole = encode(coding, blocks);
+  forEachLevel([&] {
+    for (const int units : {1, 7, 40}) expectAsBlockByBlock(coding, whole, 120, units);
+    for (size_t length = 1; length < 200; ++length) {
+      const Bytes cut(whole.begin(), whole.begin() + ptrdiff_t(length));
+      ASSERT_NO_FATAL_FAILURE(expectAsBlockByBlock(coding, cut, 120, 40)) << length;
+    }
+  });
+}
+
+// Values that leave room for two in the bits taken in for several.
+TEST(HuffmanUnits, AreTheirBlocksWhereEveryValueIsLong) {
+  const Coding coding = {{everySymbol(), everySymbol()}, {everySymbol(), everySymbol()}, {0}};
+  Random random;
+  std::vector<Block> blocks(20);
+  for (Block& block : blocks) {
+    for (int16_t& value : block) {
+      const int magnitude = random.between(1, 3) << random.between(7, 12);
+      value = int16_t(random.between(0, 1) == 0 ? magnitude : -magnitude);
+    }
+  }
+  const Bytes stream = encode(coding, blocks);
+  forEachLevel([&] {
+    expectAsBlockByBlock(coding, stream, 20, 20);
+    const DecodeSpec<Library> spec(everySymbol());
+    DecodeState<Library> state;
+    In in(stream);
+    int previousDC = 0;
+    for (size_t i = 0; i < blocks.size(); ++i) {
+      Block one{};
+      ASSERT_EQ(rkdStsNoErr,
+                Library::decode(in.data(), in.length(), &in.position, one.data(), &previousDC,
+                                &in.marker, spec.get(), spec.get(), state.get()));
+      ASSERT_EQ(blocks[i], one) << "block " << i;
+    }
+  });
+}
+
 TEST(HuffmanUnits, TellWhereCoefficientsEnd) {
   const Coding coding = {{dcLuma, dcLuma}, {acLuma, acLuma}, {0}};
   std::vector<Block> blocks;
