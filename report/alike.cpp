@@ -1,5 +1,4 @@
 // Which runs may be compared.
-#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -47,8 +46,7 @@ std::string methodOf(const Context& context) {
 
 }  // namespace
 
-std::string unlike(const Run& first, const Run& second,
-                   const std::vector<std::string>& parameters) {
+std::string unlike(const Run& first, const Run& second, const std::set<std::string>& parameters) {
   const Context& a = first.context;
   const Context& b = second.context;
   const std::string machine = machineDifference(a, b);
@@ -60,8 +58,7 @@ std::string unlike(const Run& first, const Run& second,
   for (const auto& [one, other] : {std::pair{&a, &b}, {&b, &a}}) {
     for (const Named& setting : one->settings) {
       const std::string value = valueOf(other->settings, setting.name);
-      const bool chooses =
-          std::find(parameters.begin(), parameters.end(), setting.name) != parameters.end();
+      const bool chooses = parameters.contains(setting.name);
       if (!chooses && value != setting.value) {
         return "another setting: " + told(setting.name, valueOf(a.settings, setting.name),
                                           valueOf(b.settings, setting.name));

@@ -72,11 +72,10 @@ void refuseUnlike(const std::vector<Run>& before, const std::vector<Run>& after,
       }
     }
   }
-  const std::vector<std::string> parameters(names.begin(), names.end());
   const Run& model = before.at(0);
   for (const auto* runs : {&before, &after}) {
     for (const Run& run : *runs) {
-      const std::string difference = unlike(model, run, parameters);
+      const std::string difference = unlike(model, run, names);
       if (difference.empty()) continue;
       if (!anyway) {
         throw Error(run.file, "is from " + difference + " than " + model.file +

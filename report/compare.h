@@ -7,6 +7,7 @@
 #pragma once
 
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -74,7 +75,7 @@ struct Compared {
 /// In what two runs differ so that their figures must not be compared; empty: in nothing.
 /// @param parameters  names of parameters of rows: presets of these choose rows and are no
 /// difference
-std::string unlike(const Run& first, const Run& second, const std::vector<std::string>& parameters);
+std::string unlike(const Run& first, const Run& second, const std::set<std::string>& parameters);
 
 /// The runs must outlive what is returned.
 /// @throws Error when the runs are not alike

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
+#include <utility>
 
 #include "report/text.h"
 
@@ -20,6 +22,7 @@ std::string valueOf(const Row& row, const std::string& parameter) {
 std::vector<SizedLine> draftLines(const std::vector<const Row*>& rows) {
   std::vector<SizedLine> drafts;
   std::map<std::string, std::size_t> places;
+  std::set<std::pair<std::size_t, std::string>> taken;
   for (const Row* row : rows) {
     const std::string parameter = sizeParameter(*row);
     const std::string size = valueOf(*row, parameter);
@@ -29,12 +32,13 @@ std::vector<SizedLine> draftLines(const std::vector<const Row*>& rows) {
     const std::string key =
         row->function + '\n' + row->unit + '\n' + parameter + '\n' + parametersText(others);
     const auto [place, isNew] = places.try_emplace(key, drafts.size());
-    const bool taken =
-        !isNew && std::find(drafts[place->second].sizes.begin(), drafts[place->second].sizes.end(),
-                            size) != drafts[place->second].sizes.end();
     // A size that is there already begins a line of its own: nothing is hidden.
-    if (taken) place->second = drafts.size();
-    if (isNew || taken) drafts.push_back({parameter, {row->function, others, row->unit, {}}, {}});
+    const bool isTwice = !taken.emplace(place->second, size).second;
+    if (isTwice) place->second = drafts.size();
+    if (isTwice) taken.emplace(place->second, size);
+    if (isNew || isTwice) {
+      drafts.push_back({parameter, {row->function, others, row->unit, {}}, {}});
+    }
     drafts[place->second].line.rows.push_back(row);
     drafts[place->second].sizes.push_back(size);
   }

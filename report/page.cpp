@@ -6,6 +6,7 @@
 #include <ostream>
 #include <set>
 
+#include "report/error.h"
 #include "report/grouping.h"
 #include "report/text.h"
 
@@ -18,6 +19,9 @@ std::string baseName(const std::string& path) { return path.substr(path.find_las
 bool isSmaller(const std::string& a, const std::string& b) {
   return sizeOf(a).value_or(0) < sizeOf(b).value_or(0);
 }
+
+// Rows that share no sizes make a table that is mostly empty.
+constexpr std::size_t kMostCells = 2'000'000;
 
 void finish(FunctionView& view) {
   std::set<std::string> seen;
@@ -69,7 +73,15 @@ std::vector<FunctionView> functionViews(const std::vector<Run>& runs) {
       views[place->second].series.push_back({r, label, line.sizes, rows.rows});
     }
   }
-  for (FunctionView& view : views) finish(view);
+  std::size_t cells = 0;
+  for (FunctionView& view : views) {
+    finish(view);
+    cells += view.sizes.size() * view.series.size();
+    if (cells > kMostCells) {
+      throw Error(runs.at(0).file, "more than " + std::to_string(kMostCells) +
+                                       " cells in the tables of a page, with " + view.function);
+    }
+  }
   return views;
 }
 

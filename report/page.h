@@ -53,6 +53,7 @@ struct FunctionView {
   bool hasSamples = false;
 };
 
+/// @throws Error where the tables would have more than two million cells
 std::vector<FunctionView> functionViews(const std::vector<Run>& runs);
 /// A short name for each run: its code path where they differ in it, else its file.
 std::vector<std::string> runLabels(const std::vector<Run>& runs);

@@ -5,6 +5,7 @@
 #include <map>
 #include <ostream>
 #include <set>
+#include <string_view>
 
 #include "report/page.h"
 #include "report/statistics.h"
@@ -418,14 +419,12 @@ void writeSeriesRow(std::ostream& out, const FunctionView& view, const Series& s
                     const Run& run) {
   out << "<tr><th scope=\"row\">" << htmlText(series.label.empty() ? "Figure" : series.label)
       << "</th>";
+  std::map<std::string_view, const Row*> rows;
+  for (std::size_t i = 0; i < series.rows.size(); ++i) rows[series.sizes[i]] = series.rows[i];
   for (const std::string& size : view.sizes) {
-    const auto found = std::find(series.sizes.begin(), series.sizes.end(), size);
-    if (found == series.sizes.end()) {
-      out << "<td class=\"n\">-</td>";
-    } else {
-      out << figureCell(*series.rows[static_cast<std::size_t>(found - series.sizes.begin())],
-                        run.context, true);
-    }
+    const auto found = rows.find(size);
+    out << (found == rows.end() ? "<td class=\"n\">-</td>"
+                                : figureCell(*found->second, run.context, true));
   }
   out << "</tr>\n";
 }

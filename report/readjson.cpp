@@ -19,6 +19,7 @@ using json = nlohmann::ordered_json;
 
 constexpr std::size_t kMaxText = 65536;
 constexpr int kMaxDepth = 8;
+constexpr std::size_t kMaxMembers = 1000;  // views look for each among the others
 
 // Brackets outside of texts: a line of nothing else must not become a tree of millions of nodes.
 bool isTooDeep(const std::string& line) {
@@ -79,6 +80,9 @@ const json& needed(const json& object, const char* name) {
 const json* objectAt(const json& object, const char* name) {
   const json* found = member(object, name);
   if (found != nullptr && !found->is_object()) refuse(std::string(name) + " is no object");
+  if (found != nullptr && found->size() > kMaxMembers) {
+    refuse(std::string(name) + " has more than " + std::to_string(kMaxMembers) + " members");
+  }
   return found;
 }
 

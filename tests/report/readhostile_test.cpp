@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "report/page.h"
 #include "reportkit.h"
 
 using namespace reportkit;
@@ -88,6 +89,30 @@ TEST(ReadHostile, FilesThatCannotBeReadAreTold) {
     EXPECT_EQ(0u, done.err.find("tazreport: " + name + ": ")) << done.err;
     EXPECT_EQ(done.err.size() - 1, done.err.find('\n'));
   }
+}
+
+// What views look for among others must not be many: no file makes them take forever.
+TEST(ReadHostile, MembersAndTablesAreBounded) {
+  std::string parameters;
+  for (int i = 0; i < 1001; ++i) parameters += ",\"p" + std::to_string(i) + "\":\"1\"";
+  EXPECT_EQ(
+      "F: line 2: parameters has more than 1000 members",
+      readingError(kContext + replaced(row("f", "8x8", 1), "\"8x8\"", "\"8x8\"" + parameters)));
+  // Rows that share neither size nor other parameters make a table of their product.
+  std::string text = kContext;
+  for (int i = 1; i <= 1500; ++i) {
+    const std::string one = std::to_string(i);
+    text += replaced(row("f", one + "x8", 1), "x8\"", "x8\",\"Mode\":\"" + one + '"');
+  }
+  const TempFolder folder;
+  const std::string file = folder.write("sparse", text);
+  EXPECT_EQ(0, reportkit::run({"show", file}).code);
+  if (report::kChartLibrary.empty()) GTEST_SKIP() << "built without libjs-chart.js";
+  const auto done = reportkit::run({"html", file, "-o", folder.file("page")});
+  EXPECT_EQ(2, done.code);
+  EXPECT_EQ("tazreport: " + file + ": more than 2000000 cells in the tables of a page, with f\n",
+            done.err);
+  EXPECT_EQ("", folder.read("page"));
 }
 
 // Texts in files reach terminals and pages: no view may be made to do something else by them.
