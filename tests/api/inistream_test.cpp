@@ -112,7 +112,7 @@ TEST(IniFile, RewritesWhatItHolds) {
 }
 
 TEST(IniFile, WhatCantBeReadWholeIsLeftAsItIs) {
-  const std::string wide("[a]\nb=1\n\0c", 11);
+  const std::string wide("[a]\nb=1\n\0c", 10);
   const std::string endless = "[a]\nb=1\n" + std::string(i_stream::MAX_LINE + 1, 'x');
   for (const std::string& text : {wide, endless}) {
     const TemporaryFolder folder;

@@ -36,7 +36,7 @@ std::string refusal(tzParameter& parm, const char* definition) {
   }
 }
 
-const std::string REFUSED = "--RKD. Exception: ";
+const std::string kRefused = "--RKD. Exception: ";
 
 tzString cellOf(const tzParameter& parm, int column = 0) {
   tzCStream table;
@@ -55,7 +55,7 @@ TEST(Parameter, PlainOneIsASinglePassAgainAndAgain) {
   EXPECT_EQ(parm.description(), "len = 8");
   parm.translate("0x1F");
   EXPECT_EQ(parm.value(), 31);
-  EXPECT_EQ(refusal(parm, "abc"), REFUSED + "Invalid value of len = abc");
+  EXPECT_EQ(refusal(parm, "abc"), kRefused + "Invalid value of len = abc");
   EXPECT_EQ(refusal(parm, " "), "") << "nothing is no failure, and no value";
   EXPECT_EQ(parm.value(), 31) << "a refused definition must leave the value";
 }
@@ -102,11 +102,14 @@ TEST(ListIterator, TakesListsAndKeepsOrderAndDuplicates) {
   }
   EXPECT_EQ(len.defaultString(), "16; -3");
   EXPECT_EQ(refusal(len, ";"), "--RKD. Signal: Empty iterator definition");
-  EXPECT_EQ(refusal(len, "1;x;2"), REFUSED + "Invalid value of len = x");
+  EXPECT_EQ(refusal(len, "1;x;2"), kRefused + "Invalid value of len = x");
   EXPECT_THAT(iterate(len), ElementsAre(16, -3)) << "the list before stands";
   EXPECT_EQ(refusal(len, "1; ;2"), "");
   EXPECT_THAT(iterate(len), ElementsAre(1, 2)) << "nothing is no item, and no error";
   EXPECT_EQ(refusal(len, " ; "), "--RKD. Signal: Empty iterator definition");
+  tzIterator<RkdiSize> size("Size");
+  EXPECT_EQ(refusal(size, "8x8; ;16x16"), "");
+  EXPECT_EQ(size.defaultString(), "8x8; 16x16");
 }
 
 TEST(ListIterator, IsMadeAnewByInitAndEmptyHasNoValue) {
@@ -164,7 +167,7 @@ TEST(StepIterator, ZeroStepStaysWhereItIs) {
 }
 
 TEST(StepIterator, RefusesRangesAndKeepsWhatItHad) {
-  const std::string conflict = REFUSED + "Conflict between iterator limits and operation";
+  const std::string conflict = kRefused + "Conflict between iterator limits and operation";
   const struct {
     const char* text;
     std::string refusal;
@@ -181,10 +184,10 @@ TEST(StepIterator, RefusesRangesAndKeepsWhatItHad) {
       {"1 9 -1", conflict},
       {"9 1 --1", conflict},
       {"9 1 -0", conflict},
-      {"16 x *2", REFUSED + "Invalid last value = x"},
-      {"y;16;*2", REFUSED + "Invalid first value = y"},
-      {"1;16;*", REFUSED + "Invalid step = "},
-      {"1;16;+z", REFUSED + "Invalid step = z"},
+      {"16 x *2", kRefused + "Invalid last value = x"},
+      {"y;16;*2", kRefused + "Invalid first value = y"},
+      {"1;16;*", kRefused + "Invalid step = "},
+      {"1;16;+z", kRefused + "Invalid step = z"},
   };
   for (const auto& [text, refused] : cases) {
     tzStepIterator<int> len("len");
@@ -222,7 +225,7 @@ TEST(EnumIterator, HoldsValuesToTheAcceptedOnes) {
   channels.initValidation();
   channels.addValidation(accepted);
   EXPECT_EQ(refusal(channels, "3; 1;3"), "");
-  EXPECT_EQ(refusal(channels, "1;2"), REFUSED + "Invalid value of channels = 2");
+  EXPECT_EQ(refusal(channels, "1;2"), kRefused + "Invalid value of channels = 2");
   EXPECT_THAT(iterate(channels), ElementsAre(3, 1, 3));
   channels.add(4);
   EXPECT_EQ(channels.prompt(), "channels {1|3|4}");
@@ -240,8 +243,8 @@ TEST(MapIterator, FindsTheFirstNameThatFits) {
   rounding.translate("N; ZE;nearesT; ");
   EXPECT_THAT(iterate(rounding), ElementsAre(20, 10, 30, 10)) << "an empty item is the first name";
   EXPECT_EQ(rounding.defaultString(), "near; zero; nearest; zero");
-  EXPECT_EQ(refusal(rounding, "20"), REFUSED + "Invalid value of rounding = 20");
-  EXPECT_EQ(refusal(rounding, "nearly"), REFUSED + "Invalid value of rounding = nearly");
+  EXPECT_EQ(refusal(rounding, "20"), kRefused + "Invalid value of rounding = 20");
+  EXPECT_EQ(refusal(rounding, "nearly"), kRefused + "Invalid value of rounding = nearly");
   rounding.addValidation(30);
   rounding.translate("n");
   EXPECT_THAT(iterate(rounding), ElementsAre(30)) << "of the accepted ones";
@@ -264,7 +267,7 @@ TEST(MapIterator, WithNumbersTakesBoth) {
   level.add("hi");
   level.add(7);
   EXPECT_EQ(level.defaultString(), "high; 5; 16; low; high; 7");
-  EXPECT_EQ(refusal(level, "middle"), REFUSED + "Invalid value of level = middle");
+  EXPECT_EQ(refusal(level, "middle"), kRefused + "Invalid value of level = middle");
   level.initValidation();
   level.addValidation(9);
   EXPECT_NE(refusal(level, "5"), "");

@@ -8,9 +8,6 @@
 #include "harnesskit.h"
 #include "tz.h"
 
-using harnesskit::steadyLoop;
-using harnesskit::StubTest;
-
 namespace {
 
 // A test that does nothing but return what it is told to.

@@ -21,7 +21,6 @@
 using harnesskit::Outcome;
 using harnesskit::registerStubs;
 using harnesskit::Session;
-using harnesskit::splitLines;
 using harnesskit::steadyLoop;
 using harnesskit::StubTest;
 using harnesskit::TempFolder;
@@ -49,7 +48,7 @@ bool contains(const std::string& text, const std::string& part) {
 // ---- ini files ----
 
 TEST(IniSafety, WhatIsNoIniFileIsLeftAsItIs) {
-  const std::string binary("[a]\nb=1\n\0c", 11);
+  const std::string binary("[a]\nb=1\n\0c", 10);
   const std::string endless = "[a]\n" + std::string((1 << 20) + 1, 'x') + "\nb=1\n";
   for (const std::string& text : {binary, endless, std::string("Function,Clocks\nf,1\n")}) {
     const TempFolder folder;

@@ -128,6 +128,16 @@ TEST_F(SettingsTest, TheTimeLimitOfARowIsInSeconds) {
   EXPECT_EQ(g_tool.timeLimit(), 0.1);
 }
 
+TEST_F(SettingsTest, AnEmptyNumberLeavesWhatIsThere) {
+  for (const char* nothing : {"", " "}) {
+    g_istrm.setPreset("TimeLimit", nothing);
+    readTimeLimit();
+    EXPECT_EQ(m_console.take(), " TimeLimit = 10\n");
+  }
+  g_istrm.setPreset("Accuracy", "");
+  EXPECT_DOUBLE_EQ(tzPreviewTool().accuracyLimit(), 0.05);
+}
+
 TEST_F(SettingsTest, PlacementGoesToTrackedMemory) {
   readDataOffset();
   EXPECT_EQ(VectorAlign, 0);

@@ -138,12 +138,15 @@ TEST(Work, ReachesAllPlanesRowsAndBlocksToTheLast) {
   auto values = suitekit::sized("96x64");
   values.insert({{"Coefs", "dense"}, {"Picture", "jaehne"}, {"Table", "ones"}});
   values["BlockSize"] = "64x32";
-  int checked = 0;
+  int sparse = 0;
   for (rkTest* test : suiteTests()) {
     const std::string name = test->funcName().c_str();
     // Dividing by one changes nothing.
     if (name.find("rkdiQuant") == 0) values["Table"] = "q75";
-    if (!fillsItsDestination(*test)) continue;
+    if (!fillsItsDestination(*test)) {
+      ++sparse;
+      continue;
+    }
     const rkGuard guarded(rkGuard::AT_END);  // without padding behind the last row
     const Prepared data(*test, values);
     ASSERT_TRUE(data.good()) << name;
@@ -156,18 +159,17 @@ TEST(Work, ReachesAllPlanesRowsAndBlocksToTheLast) {
       if (!buffer.changed(0, size)) continue;
       ++written;
       // Rows of predictors have one above them that stays.
-      constexpr std::size_t PARTS = 32;
-      for (std::size_t part = PARTS / 8; size >= 8 * PARTS && part < PARTS; ++part) {
-        EXPECT_TRUE(buffer.changed(size * part / PARTS, size * (part + 1) / PARTS))
+      constexpr std::size_t kParts = 32;
+      for (std::size_t part = kParts / 8; size >= 8 * kParts && part < kParts; ++part) {
+        EXPECT_TRUE(buffer.changed(size * part / kParts, size * (part + 1) / kParts))
             << name << ", part " << part << " of a destination of " << size << " bytes";
       }
       EXPECT_TRUE(buffer.changed(size - std::min<std::size_t>(size, 8), size))
           << name << ", the end of " << size << " bytes";
     }
     EXPECT_GE(written, destinations(*test)) << name;
-    ++checked;
   }
-  EXPECT_EQ(188 - 19, checked);
+  EXPECT_EQ(19, sparse) << "what is not checked here";
 }
 
 // ---- the data of comparisons ----

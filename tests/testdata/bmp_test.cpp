@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -102,8 +103,8 @@ class Bmp : public testing::Test {
   rkImage m_image;
 };
 
-const std::vector<std::array<uint8_t, 3>> GRAYS = {{10, 10, 10}, {20, 20, 20}, {30, 30, 30}};
-const std::vector<std::array<uint8_t, 3>> COLOURS = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}};
+const std::vector<std::array<uint8_t, 3>> kGrays = {{10, 10, 10}, {20, 20, 20}, {30, 30, 30}};
+const std::vector<std::array<uint8_t, 3>> kColours = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}};
 
 }  // namespace
 
@@ -118,10 +119,10 @@ TEST_F(Bmp, EveryDepthInBothByteOrders) {
   bits1.palette = {{0, 0, 0}, {255, 255, 255}};
   bits1.pixels = text({0b10110001, 0b01000000, 0, 0, 0, 0b10111111, 0, 0});
   BmpSource bits4{.width = 3, .height = 2, .bits = 4, .clrUsed = 3};
-  bits4.palette = COLOURS;
+  bits4.palette = kColours;
   bits4.pixels = text({0x01, 0x2F, 0, 0, 0x9A, 0x0F, 0, 0});  // 9 and 10 are beyond the palette
   BmpSource bits8{.width = 3, .height = 2, .bits = 8, .clrUsed = 3};
-  bits8.palette = GRAYS;
+  bits8.palette = kGrays;
   bits8.pixels = text({0, 1, 2, 99, 255, 3, 0, 99});
   BmpSource bits16{.width = 1, .height = 2, .bits = 16};
   bits16.pixels = text({1, 2, 99, 99, 3, 4, 99, 99});
@@ -160,7 +161,7 @@ TEST_F(Bmp, EveryDepthInBothByteOrders) {
 TEST_F(Bmp, WhatWritersDoDifferently) {
   // A longer information header stands before the palette.
   BmpSource v5{.width = 1, .bits = 8, .infoBytes = 124, .clrUsed = 3};
-  v5.palette = COLOURS;
+  v5.palette = kColours;
   v5.pixels = text({1, 0, 0, 0});
   ASSERT_TRUE(load(v5));
   EXPECT_EQ(row(m_image, 0), (Row{4, 5, 6}));
@@ -240,9 +241,20 @@ TEST_F(Bmp, LyingSizesAreRefusedBeforeAnythingIsAllocated) {
   EXPECT_EQ(console.text(), "");
 }
 
+TEST_F(Bmp, WhatNoImageHoldsIsRefusedWithTheReason) {
+  const BmpSource huge{.width = 40000, .height = 40000, .bits = 24};
+  m_name = m_folder.make("huge.bmp", huge.bytes());
+  // All its pixels are there, in a file that takes no room on the disk.
+  std::filesystem::resize_file(m_name.c_str(), 54 + std::uintmax_t{40000} * 40000 * 3);
+  EXPECT_FALSE(rkImage::canLoadImage(m_name));
+  Console console(L_ERR);
+  EXPECT_FALSE(m_image.loadImage(m_name));
+  EXPECT_EQ(console.text(), ("--- Can't load file " + m_name + ": The image is too large\n").str());
+}
+
 TEST_F(Bmp, HeadersAloneAndCutFiles) {
   BmpSource source{.width = 3, .height = 2, .bits = 8, .clrUsed = 3};
-  source.palette = GRAYS;
+  source.palette = kGrays;
   source.pixels = std::string(8, '\1');
   const std::string whole = source.bytes();
   Console quiet(0);

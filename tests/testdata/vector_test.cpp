@@ -406,7 +406,9 @@ TEST_F(Image, RefusesWhatCannotBeMade) {
   EXPECT_TRUE(image.createImage(100, 100, -1, 0)) << "below 1 is the default";
   EXPECT_EQ(image.step() % 64, 0);
   EXPECT_FALSE(image.createImage(100, 100, -1, INT_MAX));
+  Console console(L_ERR);
   EXPECT_FALSE(image.createImage(20000, 20000)) << "four planes of 1.6 GB";
+  EXPECT_EQ(console.text(), "-- Memory error: an image of 20000x20000 pixels is too large\n");
   EXPECT_EQ(image.planes32f()[0], nullptr);
   EXPECT_EQ(image.imageSize().width, 0);
   EXPECT_FALSE(image.setConst());
