@@ -14,9 +14,9 @@
 namespace {
 
 /// What a performance codes: so many samples that no branch predictor learns the blocks by heart.
-constexpr int SAMPLES = 1 << 16;
-constexpr int MOST_BLOCKS = 256;
-constexpr int COMPARED_BLOCKS = 4;  ///< enough where nothing is timed
+constexpr int kSamples = 1 << 16;
+constexpr int kMostBlocks = 256;
+constexpr int kComparedBlocks = 4;  ///< enough where nothing is timed
 int numBlocks;
 
 /// Standard deviation's relation to the quantiser, in per cent: fine detail of an 8-bit photograph
@@ -40,13 +40,13 @@ struct Coded {
   std::vector<int> segments;
   int bitPlanes = 0, passes = 0;
 };
-Coded coded[MOST_BLOCKS];
+Coded coded[kMostBlocks];
 
 RkdiSize size() { return blockSize.value(); }
 int samples() { return size().width * size().height; }
 int step() { return size().width * int(sizeof(int32_t)); }
-constexpr int BAND = rkdBandHL;
-constexpr int MAX_BYTES = 1 << 15;  ///< of a coded block
+constexpr int kBand = rkdBandHL;
+constexpr int kMaxBytes = 1 << 15;  ///< of a coded block
 
 // ---- the coder's objects, one set for each binding ----
 
@@ -64,7 +64,7 @@ struct Coder;
   struct Coder<B> {                                                                              \
     static inline base::Made<Scope RkdiEncodeCodeBlockState,                                     \
                              &Scope rkdiEncodeCodeBlockStateFree_JPEG2K>                         \
-        encoders[MOST_BLOCKS];                                                                   \
+        encoders[kMostBlocks];                                                                   \
     static inline base::Made<Scope RkdiDecodeCodeBlockState,                                     \
                              &Scope rkdiDecodeCodeBlockStateFree_JPEG2K>                         \
         decoder;                                                                                 \
@@ -82,19 +82,19 @@ struct Coder;
     }                                                                                            \
     static int load(int i) {                                                                     \
       return Scope rkdiEncodeLoadCodeBlock_JPEG2K_32s_C1R(src.data32s() + i * samples(), step(), \
-                                                          size(), BAND, codeStyle.value(),       \
+                                                          size(), kBand, codeStyle.value(),      \
                                                           rkdCodeBlockMaxPasses, encoder(i));    \
     }                                                                                            \
     static int store(int i) {                                                                    \
       int planes = 0, passes = 0, position = 0;                                                  \
       Scope rkdiEncodeGetCodeBlockInfo_JPEG2K(&planes, &passes, encoder(i));                     \
-      return Scope rkdiEncodeStoreBits_JPEG2K_1u(bytes.data8u() + i * MAX_BYTES, MAX_BYTES,      \
+      return Scope rkdiEncodeStoreBits_JPEG2K_1u(bytes.data8u() + i * kMaxBytes, kMaxBytes,      \
                                                  &position, passes, encoder(i));                 \
     }                                                                                            \
     static int start(int i) {                                                                    \
       const Coded& c = coded[i];                                                                 \
       return Scope rkdiDecodeCBProgrStart_JPEG2K(                                                \
-          int(c.bytes.size()), c.segments.data(), int(c.segments.size()), size(), BAND,          \
+          int(c.bytes.size()), c.segments.data(), int(c.segments.size()), size(), kBand,         \
           codeStyle.value(), c.bitPlanes, c.passes, decoder);                                    \
     }                                                                                            \
     static int get(int i) {                                                                      \
@@ -125,22 +125,22 @@ int startFirst() {
 /// Values between random corners eight samples apart: detail gathers where there are edges.
 class Activity {
  public:
-  Activity(RkdiSize area, std::mt19937& random) : m_across(area.width / CELL + 2) {
-    m_corner.resize(size_t(m_across) * size_t(area.height / CELL + 2));
+  Activity(RkdiSize area, std::mt19937& random) : m_across(area.width / kCell + 2) {
+    m_corner.resize(size_t(m_across) * size_t(area.height / kCell + 2));
     std::normal_distribution<double> corner(0, 1.1);
     for (double& c : m_corner) c = corner(random);
   }
   double at(int x, int y) const {
-    const double fx = double(x % CELL) / CELL;
-    const double fy = double(y % CELL) / CELL;
-    const double* const c = &m_corner[size_t(y / CELL) * size_t(m_across) + size_t(x / CELL)];
+    const double fx = double(x % kCell) / kCell;
+    const double fy = double(y % kCell) / kCell;
+    const double* const c = &m_corner[size_t(y / kCell) * size_t(m_across) + size_t(x / kCell)];
     const double top = c[0] * (1 - fx) + c[1] * fx;
     const double bottom = c[m_across] * (1 - fx) + c[m_across + 1] * fx;
     return std::exp(top * (1 - fy) + bottom * fy);
   }
 
  private:
-  static constexpr int CELL = 8;
+  static constexpr int kCell = 8;
   int m_across;
   std::vector<double> m_corner;
 };
@@ -160,34 +160,34 @@ void fillBlock(int32_t* block, RkdiSize area, double scale, std::mt19937& random
 /// The HL band of a sample picture's first level of 5/3, cut into blocks from its middle on; what
 /// is left where the picture ends comes from its beginning.
 bool fillFromPicture(const char* name) {
-  constexpr RkdiSize WHOLE = {1024, 512};
-  constexpr RkdiSize HALF = {WHOLE.width / 2, WHOLE.height};
-  constexpr RkdiSize QUARTER = {HALF.width, HALF.height / 2};
-  constexpr int WHOLE_STEP = WHOLE.width * 4, HALF_STEP = HALF.width * 4;
+  constexpr RkdiSize kWhole = {1024, 512};
+  constexpr RkdiSize kHalf = {kWhole.width / 2, kWhole.height};
+  constexpr RkdiSize kQuarter = {kHalf.width, kHalf.height / 2};
+  constexpr int kWholeStep = kWhole.width * 4, kHalfStep = kHalf.width * 4;
   rkImage image;
   image.init(rk8u, 1, false);
-  if (!image.createImage(WHOLE) || !rkFillPicture(image, name)) return false;
-  std::vector<int32_t> all(size_t(WHOLE.width) * size_t(WHOLE.height));
+  if (!image.createImage(kWhole) || !rkFillPicture(image, name)) return false;
+  std::vector<int32_t> all(size_t(kWhole.width) * size_t(kWhole.height));
   std::vector<int32_t> low(all.size() / 2), high(all.size() / 2), band(all.size() / 4),
       rest(all.size() / 4);
-  for (int y = 0; y < WHOLE.height; ++y) {
+  for (int y = 0; y < kWhole.height; ++y) {
     const auto* const row = static_cast<const uint8_t*>(image.getRowPointer(y));
-    std::copy(row, row + WHOLE.width, all.begin() + std::ptrdiff_t{WHOLE.width} * y);
+    std::copy(row, row + kWhole.width, all.begin() + std::ptrdiff_t{kWhole.width} * y);
   }
-  if (ref::rkdiWTFwdRow_B53_JPEG2K_32s_C1R(all.data(), WHOLE_STEP, low.data(), HALF_STEP,
-                                           high.data(), HALF_STEP, WHOLE, 0) < 0 ||
-      ref::rkdiWTFwdCol_B53_JPEG2K_32s_C1R(high.data(), HALF_STEP, band.data(), HALF_STEP,
-                                           rest.data(), HALF_STEP, HALF, 0) < 0) {
+  if (ref::rkdiWTFwdRow_B53_JPEG2K_32s_C1R(all.data(), kWholeStep, low.data(), kHalfStep,
+                                           high.data(), kHalfStep, kWhole, 0) < 0 ||
+      ref::rkdiWTFwdCol_B53_JPEG2K_32s_C1R(high.data(), kHalfStep, band.data(), kHalfStep,
+                                           rest.data(), kHalfStep, kHalf, 0) < 0) {
     return false;
   }
   int32_t* to = src.data32s();
   for (int i = 0; i < numBlocks; ++i) {
-    const int across = std::max(QUARTER.width / size().width, 1);
+    const int across = std::max(kQuarter.width / size().width, 1);
     const int left = i % across * size().width, top = i / across * size().height;
     for (int y = 0; y < size().height; ++y) {
       for (int x = 0; x < size().width; ++x) {
-        const int row = (top + y) % QUARTER.height, column = (left + x) % QUARTER.width;
-        *to++ = band[size_t(row) * QUARTER.width + size_t(column)];
+        const int row = (top + y) % kQuarter.height, column = (left + x) % kQuarter.width;
+        *to++ = band[size_t(row) * kQuarter.width + size_t(column)];
       }
     }
   }
@@ -230,8 +230,8 @@ class TimjCode2K : public rkTest {
     comparing = verifying();
     tool().setLoopFactor(3);  // long performances: at most 2048 >> 3
     // A size that the coder refuses makes one block, or none.
-    const int fitting = std::clamp(SAMPLES / std::max(samples(), 1), 1, MOST_BLOCKS);
-    numBlocks = comparing ? COMPARED_BLOCKS : fitting;
+    const int fitting = std::clamp(kSamples / std::max(samples(), 1), 1, kMostBlocks);
+    numBlocks = comparing ? kComparedBlocks : fitting;
     const bool stores = func().baseName().find("StoreBits", 0) >= 0;
     numStates = stores ? numBlocks : 1;
     src.init(rk32s);
@@ -239,7 +239,7 @@ class TimjCode2K : public rkTest {
     bytes.init(rk8u);
     if (!src.createVector(numBlocks * samples(), rkModeZero) ||
         !dst.createVector(numBlocks * samples(), rkModeZero) ||
-        !bytes.createVector(numBlocks * MAX_BYTES, rkModeZero)) {
+        !bytes.createVector(numBlocks * kMaxBytes, rkModeZero)) {
       return false;
     }
     return fill() && makeObjects();
@@ -311,21 +311,21 @@ RK_SUITE(TimjCode2K, "src/p_jencode2k_ia",
                   rkdiDecodeCBProgrGet_JPEG2K_32s_C1R));
 
 RK_REG_X(rkdiEncodeLoadCodeBlock_JPEG2K_32s_C1R, perBlock([](int i) {
-           const int status = F(src.data32s() + i * samples(), step(), size(), BAND,
+           const int status = F(src.data32s() + i * samples(), step(), size(), kBand,
                                 codeStyle.value(), rkdCodeBlockMaxPasses, Coder<B>::encoder(i));
            return comparing && status >= 0 ? Coder<B>::store(i) : status;
          }));
 
 RK_REG_X(rkdiEncodeStoreBits_JPEG2K_1u, perBlock([](int i) {
            int position = 0;
-           return F(bytes.data8u() + i * MAX_BYTES, MAX_BYTES, &position, coded[i].passes,
+           return F(bytes.data8u() + i * kMaxBytes, kMaxBytes, &position, coded[i].passes,
                     Coder<B>::encoder(i));
          }));
 
 RK_REG_X(rkdiDecodeCodeBlock_JPEG2K_1u32s_C1R, perBlock([](int i) {
            const Coded& c = coded[i];
            return F(c.bytes.data(), int(c.bytes.size()), c.segments.data(), int(c.segments.size()),
-                    dst.data32s() + i * samples(), step(), size(), BAND, codeStyle.value(),
+                    dst.data32s() + i * samples(), step(), size(), kBand, codeStyle.value(),
                     c.bitPlanes, c.passes, Coder<B>::decoder);
          }));
 

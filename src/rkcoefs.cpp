@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int TABLE_LENGTH = 256;
+constexpr int kTableLength = 256;
 
 bool buildQ75(rkVector& table, bool isForward) {
   const auto build = isForward ? rkdiQuantFwdTableInit_JPEG_16u : rkdiQuantInvTableInit_JPEG_16u;
@@ -54,9 +54,9 @@ void rkCoefsChoice::initCoefs(rkCoefsKind first) {
 
 bool rkFillQuantTable(rkVector& table, int kind, bool isForward, bool verifying) {
   table.init(rk16u);
-  if (kind == rkTableOnes && !verifying) return table.createVector(TABLE_LENGTH, rkModeOne);
+  if (kind == rkTableOnes && !verifying) return table.createVector(kTableLength, rkModeOne);
   // Entries from 64 on stay zero: no mark of a table builder there.
-  if (!table.createVector(TABLE_LENGTH, rkModeZero)) return false;
+  if (!table.createVector(kTableLength, rkModeZero)) return false;
   if (kind == rkTableQ75) return buildQ75(table, isForward);
   for (int i = 0; i < 64; ++i) {
     table.data16u()[i] =

@@ -25,21 +25,21 @@ void rkFillPhoto(rkImage& image) {
 
 std::vector<int16_t> rkPhotoCoefs(const char* picture) {
   // Enough blocks that no branch predictor knows them.
-  constexpr int SIDE = 512;
+  constexpr int kSide = 512;
   rkImage image;
   image.init(rk8u, 1, false);
-  if (!image.createImage(SIDE, SIDE)) return {};
+  if (!image.createImage(kSide, kSide)) return {};
   if (picture == nullptr) {
     rkFillPhoto(image);
   } else if (!rkFillPicture(image, picture)) {
     return {};
   }
-  std::vector<int16_t> coefs(size_t{SIDE} * SIDE);
+  std::vector<int16_t> coefs(size_t{kSide} * kSide);
   uint16_t table[RKD_QUANT_TABLE_LENGTH] = {};
   std::copy(rkQuality75.begin(), rkQuality75.end(), table);
   int16_t* block = coefs.data();
-  for (int y = 0; y < SIDE; y += 8) {
-    for (int x = 0; x < SIDE; x += 8, block += 64) {
+  for (int y = 0; y < kSide; y += 8) {
+    for (int x = 0; x < kSide; x += 8, block += 64) {
       const auto* pixels = static_cast<const uint8_t*>(image.getPointerAt(x, y, 0));
       ref::rkdiDCT8x8FwdLS_JPEG_8u16s_C1R(pixels, image.step(), block);
       ref::rkdiQuantFwd8x8_JPEG_16s_C1I(block, table);

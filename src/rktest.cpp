@@ -111,15 +111,15 @@ void rkTest::printAllMemoryBlocks(const tzString& heading) const {
 // Whole up to the size of the smallest image, beyond it the beginning: the dump of a large image
 // would take minutes to print and nobody reads it.
 void rkTest::printData(const tzObject& object) const {
-  constexpr int MOST_WHOLE = 64 * 64;
-  constexpr int BEGINNING = 512;
+  constexpr int kMostWhole = 64 * 64;
+  constexpr int kBeginning = 512;
   const auto* vector = dynamic_cast<const rkVector*>(&object);
   if (vector == nullptr || !vector->isCreated()) return;
-  if (vector->length() <= MOST_WHOLE) {
+  if (vector->length() <= kMostWhole) {
     g_ostrm << vector->getString();
     return;
   }
-  const int shown = std::min(BEGINNING, vector->getRowLen());
+  const int shown = std::min(kBeginning, vector->getRowLen());
   g_ostrm << rkVector::getDataString(vector->type(), vector->getDataConst(), shown) << "     ... "
           << vector->length() - shown << " elements more\n";
 }

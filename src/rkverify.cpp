@@ -56,11 +56,11 @@ Element elementOf(rkType type) {
 // Whole blocks and MCUs, so that an operand ends where the last one does; then sides that no vector
 // divides: prime, even, shorter than any vector, one. Even widths are for pixels that come in
 // pairs.
-constexpr RkdiSize OWN_SIZES[] = {{48, 32}, {67, 37}, {70, 3}, {31, 2}, {10, 2},
+constexpr RkdiSize kOwnSizes[] = {{48, 32}, {67, 37}, {70, 3}, {31, 2}, {10, 2},
                                   {7, 5},   {1, 23},  {2, 1},  {1, 1}};
-constexpr int OWN_LENGTHS[] = {1, 2, 3, 7, 13, 31, 64, 67, 131, 257};
+constexpr int kOwnLengths[] = {1, 2, 3, 7, 13, 31, 64, 67, 131, 257};
 
-constexpr rkGuard::Side SIDES[] = {rkGuard::AT_END, rkGuard::AT_START};
+constexpr rkGuard::Side kSides[] = {rkGuard::AT_END, rkGuard::AT_START};
 
 }  // namespace
 
@@ -99,8 +99,8 @@ bool rkVerify::isFirstWithTheseParms() const {
 }
 
 tzResult rkVerify::compareAtOwnSizes(tzString& note) {
-  if (m_test.m_sizeParm != nullptr) return compareAt(*m_test.m_sizeParm, OWN_SIZES, note);
-  if (m_test.m_lengthParm != nullptr) return compareAt(*m_test.m_lengthParm, OWN_LENGTHS, note);
+  if (m_test.m_sizeParm != nullptr) return compareAt(*m_test.m_sizeParm, kOwnSizes, note);
+  if (m_test.m_lengthParm != nullptr) return compareAt(*m_test.m_lengthParm, kOwnLengths, note);
   return TZ_OK;
 }
 
@@ -111,7 +111,7 @@ tzResult rkVerify::compareAt(tzDefault_NSC<T>& parm, const T (&values)[N], tzStr
   for (const T& value : values) {
     parm.setValue(value);
     if (!m_test.refusal().empty()) continue;
-    for (const rkGuard::Side side : SIDES) {
+    for (const rkGuard::Side side : kSides) {
       result = compareBetweenGuards(side, note);
       if (result == TZ_OK) continue;
       note = tzString("at ") + parm.name() + "=" + parm.valueString() + ": " + note;

@@ -46,9 +46,10 @@ bool rkBmpFile::SetImageHeight(int& height) const {
 }
 
 bool rkBmpFile::SetImageType(rkType& type) const {
-  constexpr int DEPTHS[] = {1, 4, 8, 16, 24, 32};
+  constexpr int kDepths[] = {1, 4, 8, 16, 24, 32};
   type = rk8u;
-  return std::find(std::begin(DEPTHS), std::end(DEPTHS), m_info.biBitCount) != std::end(DEPTHS) ||
+  return std::find(std::begin(kDepths), std::end(kDepths), m_info.biBitCount) !=
+             std::end(kDepths) ||
          error("Bitmap header is corrupted: biBitCount is invalid");
 }
 
@@ -119,8 +120,8 @@ long long rkBmpFile::GetDataStep() const {
 long long rkBmpFile::GetDataSize() const {
   const long long step = GetDataStep();
   const long long rows = static_cast<long long>(m_info.biHeight) * m_info.biPlanes;
-  constexpr long long LARGEST = std::numeric_limits<long long>::max();
-  return step > 0 && rows > LARGEST / step ? LARGEST : step * rows;
+  constexpr long long kLargest = std::numeric_limits<long long>::max();
+  return step > 0 && rows > kLargest / step ? kLargest : step * rows;
 }
 
 // Reading ---------------------------------------------------------------------------------------

@@ -79,22 +79,22 @@ void setRandUniform(T* data, long long n, double lo, double hi, unsigned int* se
 template <typename T>
 T rkConvert(double value) {
   using Limits = std::numeric_limits<T>;
-  constexpr double LOWEST = double(Limits::lowest());
-  constexpr double HIGHEST = double(Limits::max());
+  constexpr double kLowest = double(Limits::lowest());
+  constexpr double kHighest = double(Limits::max());
   if constexpr (!Limits::is_integer) {
-    return static_cast<T>(std::isfinite(value) ? std::clamp(value, LOWEST, HIGHEST) : value);
+    return static_cast<T>(std::isfinite(value) ? std::clamp(value, kLowest, kHighest) : value);
   } else {
     if (std::isnan(value)) return T(0);
     if constexpr (sizeof(T) <= 4) {
       // At this magnitude a double's last bit is worth 1, so that the sum is rounded as wanted; a
       // call of the standard function costs several times as much, for millions of elements.
-      constexpr double TO_UNITS = 0x1.8p52;
-      return static_cast<T>(std::clamp(value, LOWEST, HIGHEST) + TO_UNITS - TO_UNITS);
+      constexpr double kToUnits = 0x1.8p52;
+      return static_cast<T>(std::clamp(value, kLowest, kHighest) + kToUnits - kToUnits);
     } else {
       // The largest integers are no doubles: their double is one above, and so out of range.
       const double rounded = std::nearbyint(value);
-      if (rounded >= HIGHEST) return Limits::max();
-      return rounded <= LOWEST ? Limits::lowest() : static_cast<T>(rounded);
+      if (rounded >= kHighest) return Limits::max();
+      return rounded <= kLowest ? Limits::lowest() : static_cast<T>(rounded);
     }
   }
 }

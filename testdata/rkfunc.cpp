@@ -278,11 +278,11 @@ void rkFunc::updateTypes(rkType& src, rkType& dst, rkType& src2, rkType& dst2) c
 
 rkType rkFunc::typeFromBase() const {
   // Longer and complex forms stand before what they begin with.
-  static constexpr const char* SOUGHT[] = {"64fc", "64sc", "64s", "64f",  "32fc", "32sc",
-                                           "32u",  "32s",  "32f", "16sc", "16uc", "16u",
-                                           "16s",  "8sc",  "8u",  "8s"};
+  static constexpr const char* kSought[] = {"64fc", "64sc", "64s", "64f",  "32fc", "32sc",
+                                            "32u",  "32s",  "32f", "16sc", "16uc", "16u",
+                                            "16s",  "8sc",  "8u",  "8s"};
   const tzString base = baseName();
-  for (const char* text : SOUGHT) {
+  for (const char* text : kSought) {
     if (contains(base, text)) return stringToType(text);
   }
   return rkUndef;

@@ -15,8 +15,8 @@
 namespace {
 
 /// On each side; wide enough that what runs on by a row or two ends there.
-constexpr std::size_t GUARD = 64 * 1024;
-constexpr unsigned char CANARY = 0xA5;
+constexpr std::size_t kGuard = 64 * 1024;
+constexpr unsigned char kCanary = 0xA5;
 
 struct Mapping {
   char* base;
@@ -46,18 +46,18 @@ void* rkGuard::allocate(int bytes, tzObject* owner) {
   const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
   const auto size = static_cast<std::size_t>(bytes);
   const std::size_t room = (size + page - 1) / page * page;
-  Mapping mapping{nullptr, room + 2 * GUARD, nullptr, size};
+  Mapping mapping{nullptr, room + 2 * kGuard, nullptr, size};
   void* const base =
       mmap(nullptr, mapping.size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
   if (base == MAP_FAILED) return nullptr;
   mapping.base = static_cast<char*>(base);
-  char* const inner = mapping.base + GUARD;
+  char* const inner = mapping.base + kGuard;
   if (room > 0) {
     if (mprotect(inner, room, PROT_READ | PROT_WRITE) != 0) {
       munmap(base, mapping.size);
       return nullptr;
     }
-    std::memset(inner, CANARY, room);
+    std::memset(inner, kCanary, room);
   }
   mapping.data = s_active->m_side == AT_END ? inner + room - size : inner;
   mappings().push_back(mapping);
@@ -66,7 +66,7 @@ void* rkGuard::allocate(int bytes, tzObject* owner) {
 }
 
 void* rkGuard::begun(void* buffer, int bytes) {
-  if (s_fillsOthers && buffer != nullptr) std::memset(buffer, CANARY, std::size_t(bytes));
+  if (s_fillsOthers && buffer != nullptr) std::memset(buffer, kCanary, std::size_t(bytes));
   return buffer;
 }
 

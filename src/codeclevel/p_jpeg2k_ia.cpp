@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr const char* PROGRAM_NAME = "jpeg2kcodec.exe";
+constexpr const char* kProgramName = "jpeg2kcodec.exe";
 
 rkCodecPicture picture;
 tzMapIterator<int> codecMode("Encode");  ///< fixed: what the test does
@@ -78,7 +78,7 @@ int x_Decoder() {
 }
 
 /// Least PSNR by bits a pixel of the stream.
-const std::vector<rkFloor> FLOORS = {
+const std::vector<rkFloor> kFloors = {
     // Measured, and half a decibel less; of the two component transforms the worse.
     {"rose.", 0.22, false, 30.4},     {"rose.", 0.45, false, 32.6},
     {"rose.", 1.1, false, 36.7},      {"rose.", 2.3, false, 40.5},
@@ -167,7 +167,7 @@ class TimJ2kitCodec : public rkCodecTest {
       return false;
     }
     return bmpData.createVector(int(bytes), rkModeZero) &&
-           jp2Data.createVector(int(2 * bytes) + HEADER_BYTES, rkModeZero);
+           jp2Data.createVector(int(2 * bytes) + kHeaderBytes, rkModeZero);
   }
   static void freeData() {
     bmpData.deleteVector();
@@ -225,7 +225,7 @@ class TimJ2kitCodec : public rkCodecTest {
     return setArgcArgv() && validModeKeys();
   }
   bool setArgcArgv() {
-    m_argv = {PROGRAM_NAME};
+    m_argv = {kProgramName};
     for (const std::string& key : m_keys) m_argv.push_back(key.c_str());
     argc = int(m_argv.size());
     argv = m_argv.data();
@@ -259,13 +259,13 @@ class TimJ2kitCodec : public rkCodecTest {
     const bool isLossless = ratio.value() == 1 && wavelet.value() == 53;
     // Few levels cannot reach what the table was made with.
     const tzString known = levels.value() < 5 ? tzString() : picture.name();
-    return rkJudgePsnr(psnr, isLossless ? 999 : rkFloorOf(FLOORS, known, quality, false), note);
+    return rkJudgePsnr(psnr, isLossless ? 999 : rkFloorOf(kFloors, known, quality, false), note);
   }
   static tzResult verify(tzTest& test, tzString& note) {
     return static_cast<TimJ2kitCodec&>(test).compare(note);
   }
 
-  static constexpr int HEADER_BYTES = 65536;
+  static constexpr int kHeaderBytes = 65536;
 
   std::vector<std::string> m_keys;
   std::vector<const char*> m_argv;

@@ -22,7 +22,7 @@ struct Conversion {
   Color from, to;
   int use;
 };
-constexpr Conversion CONVERSIONS[] = {
+constexpr Conversion kConversions[] = {
     {"Unknown->Unknown", Color::unknown, Color::unknown, ENCODES},
     {"Gray->Gray", Color::gray, Color::gray, ENCODES | DECODES},
     {"CMYK->CMYK", Color::cmyk, Color::cmyk, ENCODES | DECODES},
@@ -36,11 +36,11 @@ constexpr Conversion CONVERSIONS[] = {
     {"YCbCr->RGB", Color::ycbcr, Color::rgb, DECODES},
     {"YCbCr->BGR", Color::ycbcr, Color::bgr, DECODES},
 };
-constexpr int NUM_CONVERSIONS = int(std::size(CONVERSIONS));
+constexpr int kNumConversions = int(std::size(kConversions));
 
 int conversionOf(const char* name) {
-  for (int i = 0; i < NUM_CONVERSIONS; ++i) {
-    if (std::strcmp(CONVERSIONS[i].name, name) == 0) return i;
+  for (int i = 0; i < kNumConversions; ++i) {
+    if (std::strcmp(kConversions[i].name, name) == 0) return i;
   }
   return 0;
 }
@@ -73,7 +73,7 @@ void strColorSampling() {
 
 void initColor() {
   color.resetMap();
-  for (int i = 0; i < NUM_CONVERSIONS; ++i) color.addName(i, CONVERSIONS[i].name);
+  for (int i = 0; i < kNumConversions; ++i) color.addName(i, kConversions[i].name);
 }
 
 // ---- one call ----
@@ -110,7 +110,7 @@ jpeg::Status cleanDecoder() {
 }
 
 int encode() {
-  static constexpr Step STEPS[] = {
+  static constexpr Step kSteps[] = {
       {"Encoder.Clean", cleanEncoder},
       {"Encoder.SetSource", [] { return encoder.setSource(shape, pixels.data()); }},
       {"Encoder.SetDestination",
@@ -118,13 +118,13 @@ int encode() {
       {"Encoder.WriteHeader", [] { return encoder.writeHeader(); }},
       {"Encoder.WriteData", [] { return encoder.writeData(); }},
   };
-  const int status = runSteps(STEPS);
+  const int status = runSteps(kSteps);
   streamLength = int(encoder.size());
   return status;
 }
 
 int decode() {
-  static constexpr Step STEPS[] = {
+  static constexpr Step kSteps[] = {
       {"Decoder.Clean", cleanDecoder},
       {"Decoder.SetSource",
        [] { return decoder.setSource(stream.data8u(), size_t(streamLength)); }},
@@ -133,13 +133,13 @@ int decode() {
       {"Decoder.ReadHeader", [] { return decoder.readHeader(); }},
       {"Decoder.ReadData", [] { return decoder.readData(); }},
   };
-  return runSteps(STEPS);
+  return runSteps(kSteps);
 }
 
 // ---- the judge ----
 
 /// Least PSNR by quality.
-const std::vector<rkFloor> FLOORS = {
+const std::vector<rkFloor> kFloors = {
     // Measured, and half a decibel less; of the coarser samplings the coarsest.
     {"rose.", 25, false, 32.1},
     {"rose.", 50, false, 34.3},
@@ -243,7 +243,7 @@ class TimJpegCodec : public rkCodecTest {
     if (samples > rkVector::MAX_BYTES / 4) return tooLarge();
     stream.init(rk8u);
     decoded.init(rk8u);
-    return stream.createVector(int(factor * samples) + HEADER_BYTES, rkModeZero) &&
+    return stream.createVector(int(factor * samples) + kHeaderBytes, rkModeZero) &&
            decoded.createVector(int(samples), rkModeZero) && (isEncoder() || prepareStream());
   }
 
@@ -258,9 +258,9 @@ class TimJpegCodec : public rkCodecTest {
   tzString getUnit() const override { return "px"; }
 
  private:
-  static constexpr int HEADER_BYTES = 4096;
+  static constexpr int kHeaderBytes = 4096;
 
-  static const Conversion& conversion() { return CONVERSIONS[color.value()]; }
+  static const Conversion& conversion() { return kConversions[color.value()]; }
   const char* usualConversion() const {
     if (channels() == 3) return isEncoder() ? "RGB->YCbCr" : "YCbCr->RGB";
     return losslessConversion();
@@ -313,7 +313,7 @@ class TimJpegCodec : public rkCodecTest {
 
   double floorPsnr() const {
     if (mode.value() == int(Mode::lossless)) return 999;
-    return rkFloorOf(FLOORS, picture.name(), quality.value(),
+    return rkFloorOf(kFloors, picture.name(), quality.value(),
                      sampling.value() != int(Sampling::s444));
   }
 

@@ -45,7 +45,7 @@ std::string framed(std::string text) {
   return "| " + text + " |\n";
 }
 
-const std::string FRAME = "+" + std::string(77, '-') + "+\n";
+const std::string kFrame = "+" + std::string(77, '-') + "+\n";
 
 // The calendar time of a number, whatever the time zone of this machine is.
 std::string timeText(time_t time) { return tzTimeString(time).str(); }
@@ -160,13 +160,13 @@ TEST_F(ReportTitle, TellsMachineLibraryAndWhatIsMeasured) {
   const std::string console = onConsole(tzReportTitle(m_tests));
   g_tool = before;
 
-  EXPECT_THAT(console, testing::StartsWith("\n" + FRAME + "| CPU      : " + tzCpuName().str()));
+  EXPECT_THAT(console, testing::StartsWith("\n" + kFrame + "| CPU      : " + tzCpuName().str()));
   EXPECT_THAT(console, HasSubstr(framed("Library  : rkdcore, 1.0, Mar 16 2010") +
                                  framed("Library  : rkdjpeg, 1.0, Mar 16 2010") +
                                  framed("Start    : " + timeText(1000000)) +
                                  framed("Timing   : statistical, at least 12 calls and 10000 "
                                         "clocks, accuracy 5.0%") +
-                                 framed("Test     : all") + FRAME));
+                                 framed("Test     : all") + kFrame));
   std::istringstream lines(console.substr(1));
   for (std::string line; std::getline(lines, line);) EXPECT_EQ(line.size(), 79u) << line;
 
@@ -297,13 +297,13 @@ TEST(ReportEnd, CountsAddUp) {
   tests.startTime = 1000;
   tests.endTime = 1000 + 3725;
   const tzReportEnd report(tests);
-  EXPECT_EQ(onConsole(report), "\n" + FRAME + framed("TZ Summary") + FRAME +
+  EXPECT_EQ(onConsole(report), "\n" + kFrame + framed("TZ Summary") + kFrame +
                                    framed(".Number of tests: 8") + framed(".Successes      : 2") +
                                    framed(".Failures       : 6") + framed("...Fails        : 3") +
                                    framed(".....-FAIL      : 2") + framed(".....-EXCPTFAIL : 1") +
                                    framed("...Warnings     : 2") + framed(".....-WARNING   : 1") +
                                    framed(".....-BADSTSWRN : 1") + framed("...Undefined    : 1") +
-                                   framed(".Total time     : 01:02:05") + FRAME);
+                                   framed(".Total time     : 01:02:05") + kFrame);
   EXPECT_EQ(inTable(report),
             "END_DATA\n.Number of tests,8\n.Successes      ,2\n.Failures       ,6\n"
             "...Fails        ,3\n.....-FAIL      ,2\n.....-EXCPTFAIL ,1\n...Warnings     ,2\n"

@@ -90,8 +90,8 @@ size_t splitLinesOf(const TempFolder& folder, const char* file) {
   return harnesskit::splitLines(folder.read(file)).size();
 }
 
-const std::string FATAL_OUTPUT = "FATAL ERROR: can't open output file for writing\n";
-const std::string FATAL_INI = "FATAL ERROR: can't open ini-file for writing\n";
+const std::string kFatalOutput = "FATAL ERROR: can't open output file for writing\n";
+const std::string kFatalIni = "FATAL ERROR: can't open ini-file for writing\n";
 
 }  // namespace
 
@@ -147,13 +147,13 @@ TEST(SessionExit, FatalErrorsEndTheRunWithZero) {
   for (const char* keys : {"-o missing/x", "-O missing/x", "-r missing/x", "-R missing/x",
                            "-q missing/x", "-u missing/x", "-U missing/x", "-m missing/x"}) {
     const Outcome outcome = Session(folder).run(keys);
-    EXPECT_TRUE(outcome.shows(FATAL_OUTPUT)) << keys;
+    EXPECT_TRUE(outcome.shows(kFatalOutput)) << keys;
     EXPECT_TRUE(outcome.shows("-- Can't open file " + folder.file("missing/x"))) << keys;
     EXPECT_FALSE(outcome.shows("stubAlpha")) << keys;
     EXPECT_EQ(0, outcome.exitCode) << keys;
   }
   const Outcome ini = Session(folder).run("-I missing/x.ini");
-  EXPECT_TRUE(ini.shows(FATAL_INI)) << ini.console;
+  EXPECT_TRUE(ini.shows(kFatalIni)) << ini.console;
   EXPECT_EQ(0, ini.exitCode);
 }
 

@@ -65,7 +65,7 @@ struct Fault {
   const char* info;
 };
 
-const Fault FAULTS[] = {
+const Fault kFaults[] = {
     {writeNowhere, SIGSEGV, "SIGSEGV", "Illegal storage access."},
     {divideByZero, SIGFPE, "SIGFPE",
      "FP error, such as overflow, division by zero, invalid operation."},
@@ -78,7 +78,7 @@ const Fault FAULTS[] = {
 TEST(CallGuard, CatchesEveryFaultAgainAndAgain) {
   tzCallGuard guard;
   for (int round = 0; round < 3; ++round) {
-    for (const Fault& fault : FAULTS) {
+    for (const Fault& fault : kFaults) {
       EXPECT_FALSE(guard.call(fault.function));
       EXPECT_EQ(guard.code(), fault.code);
       EXPECT_STREQ(guard.name(), fault.name);

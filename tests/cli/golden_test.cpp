@@ -137,13 +137,13 @@ struct Row {
   const char* typed = "";
 };
 
-const char* const ALPHA = " stubAlpha  Length=8%ANY%100 clocks/px  nLps=4%ANY%OK";
-const char* const BETA = " stubBeta  Length=8%ANY%200 clocks/px  nLps=4%ANY%OK";
-const char* const GAMMA = " stubGamma  Length=8%ANY%50.0 clocks/px  nLps=4%ANY%FUNCWRN";
-const char* const COUNT_3 = "Number of tests: 3 ";
+const char* const kAlpha = " stubAlpha  Length=8%ANY%100 clocks/px  nLps=4%ANY%OK";
+const char* const kBeta = " stubBeta  Length=8%ANY%200 clocks/px  nLps=4%ANY%OK";
+const char* const kGamma = " stubGamma  Length=8%ANY%50.0 clocks/px  nLps=4%ANY%FUNCWRN";
+const char* const kCount3 = "Number of tests: 3 ";
 
-const Row ROWS[] = {
-    {"-B -f-__tz", {ALPHA, BETA, GAMMA, COUNT_3}, {"] = "}, {}},
+const Row kRows[] = {
+    {"-B -f-__tz", {kAlpha, kBeta, kGamma, kCount3}, {"] = "}, {}},
     {"-ATiming -fAlpha",
      {"Method {Auto|%ANY%} [Auto] =%ANY%Method = Manual", "NumLoops [10] =%ANY%NumLoops = 5",
       "nLps=5 "},
@@ -152,7 +152,7 @@ const Row ROWS[] = {
      0,
      "",
      "Manual\n5\n"},
-    {"-AParams -fAlpha", {ALPHA}, {"Method %ANY%] = "}, {}},
+    {"-AParams -fAlpha", {kAlpha}, {"Method %ANY%] = "}, {}},
     {"-A m -fAlpha",
      {"VectorAlign by Element, 0..63 [0] =%ANY%VectorAlign = 3"},
      {},
@@ -167,7 +167,7 @@ const Row ROWS[] = {
      0,
      "",
      "\n\n\n\n\n\n\n4\n"},
-    {"-AAll -B", {"-AAll%ANY%ignored: batch mode", ALPHA}, {"] = "}, {}, 0, "", "Manual\n"},
+    {"-AAll -B", {"-AAll%ANY%ignored: batch mode", kAlpha}, {"] = "}, {}, 0, "", "Manual\n"},
     {"-d Length=32 -fAlpha", {"Length=32%ANY%25.0 clocks"}, {"Length=8"}, {}},
     {"-i -fAlpha",
      {"parameters read from %ANY%/stub.ini", "Length=4%ANY%200 clocks", "Length=2%ANY%400 clocks"},
@@ -185,13 +185,13 @@ const Row ROWS[] = {
      {"parameters written to %ANY%/new.ini", "Parameters written to %ANY%/new.ini"},
      {"clocks/px"},
      {"new.ini"}},
-    {"-i few.ini -P", {BETA, "Number of tests: 1 "}, {"stubAlpha"}, {}, 0, "few.ini|[stubBeta]"},
-    {"-o -fAlpha", {ALPHA}, {}, {"stub.txt"}},
+    {"-i few.ini -P", {kBeta, "Number of tests: 1 "}, {"stubAlpha"}, {}, 0, "few.ini|[stubBeta]"},
+    {"-o -fAlpha", {kAlpha}, {}, {"stub.txt"}},
     {"-O log -fAlpha", {"console output added to %ANY%/log"}, {}, {"log"}},
     {"-LERR", {}, {"clocks/px", "Summary", "performance"}, {}},
-    {"-LWARN", {GAMMA}, {"Summary"}, {}},
-    {"-LTRACE -fAlpha", {"* trace into   loopData", ALPHA, "* trace out of loopData"}, {}, {}},
-    {"-LINFO -fAlpha", {"Auto method: start", "Auto method: stop", ALPHA}, {}, {}},
+    {"-LWARN", {kGamma}, {"Summary"}, {}},
+    {"-LTRACE -fAlpha", {"* trace into   loopData", kAlpha, "* trace out of loopData"}, {}, {}},
+    {"-LINFO -fAlpha", {"Auto method: start", "Auto method: stop", kAlpha}, {}, {}},
     {"-r -fAlpha", {"results written to %ANY%/stub.csv"}, {}, {"stub.csv"}},
     {"-R all.csv -fAlpha", {"results added to %ANY%/all.csv"}, {}, {"all.csv"}},
     {"-q -fAlpha", {"parameter names written to"}, {}, {"stub_name.csv"}},
@@ -202,32 +202,32 @@ const Row ROWS[] = {
     {"-g -fAlpha", {"signal file written to"}, {}, {"stub.end"}},
     {"-g x -g y -fAlpha", {}, {}, {"y"}},
     {"-nrun -r -fAlpha", {}, {}, {"run.csv"}},
-    {"-p /nowhere -i -fAlpha", {"Can't open file /nowhere/stub.ini to read", ALPHA}, {}, {}},
+    {"-p /nowhere -i -fAlpha", {"Can't open file /nowhere/stub.ini to read", kAlpha}, {}, {}},
     {"-r -l /nowhere",
      {"Can't open file /nowhere/stub.csv to write", "FATAL ERROR: can't open output"},
      {"clocks/px"},
      {}},
-    {"-fAlpha", {ALPHA, "Number of tests: 1 "}, {"stubBeta"}, {}},
-    {"-f- Alpha -f-__tz", {BETA, GAMMA}, {"stubAlpha"}, {}},
+    {"-fAlpha", {kAlpha, "Number of tests: 1 "}, {"stubBeta"}, {}},
+    {"-f- Alpha -f-__tz", {kBeta, kGamma}, {"stubAlpha"}, {}},
     {"-f=stubBet", {"Number of tests: 0 "}, {"clocks/px"}, {}},
-    {"-f+stub -f+eta", {BETA}, {"stubAlpha"}, {}},
-    {"-tOtherSuite", {GAMMA}, {"stubBeta"}, {}},
-    {"-t-Stub -t-__tz", {GAMMA}, {"stubBeta"}, {}},
-    {"-F stubBeta", {BETA, GAMMA, "Number of tests: 2 "}, {"stubAlpha", "Result %ANY%__tz"}, {}},
+    {"-f+stub -f+eta", {kBeta}, {"stubAlpha"}, {}},
+    {"-tOtherSuite", {kGamma}, {"stubBeta"}, {}},
+    {"-t-Stub -t-__tz", {kGamma}, {"stubBeta"}, {}},
+    {"-F stubBeta", {kBeta, kGamma, "Number of tests: 2 "}, {"stubAlpha", "Result %ANY%__tz"}, {}},
     {"-F nothing", {"Number of tests: 0 "}, {"clocks/px"}, {}},
-    {"-YHIGH -fAlpha", {"high process priority", ALPHA}, {}, {}},
-    {"-HONLY", {BETA, "Number of tests: 1 "}, {"stubAlpha"}, {}},
+    {"-YHIGH -fAlpha", {"high process priority", kAlpha}, {}, {}},
+    {"-HONLY", {kBeta, "Number of tests: 1 "}, {"stubAlpha"}, {}},
     {"-H -r -q+ -fAlpha", {"column 'Interest'"}, {}, {"stub.csv"}},
     {"-T SSE41 -fAlpha",
-     {"code for SSE41", "--calling rkdInitCpu", "--status = rkdStsNoErr", ALPHA},
+     {"code for SSE41", "--calling rkdInitCpu", "--status = rkdStsNoErr", kAlpha},
      {},
      {}},
     {"-N2 -fAlpha", {"2 threads", "--calling rkdSetNumThreads( 2 )"}, {}, {}},
     {"-N -fAlpha", {"threads of the library", "--calling rkdSetNumThreads"}, {}, {}},
     {"-SU -fAlpha", {"no call function", "Undefined    : 1 "}, {"clocks/px"}, {}},
     {"-C -fAlpha", {"In-Outof-Cache="}, {}, {}},
-    {"-s- -f-__tz", {BETA, ALPHA, GAMMA}, {}, {}},
-    {"-s- -s -f-__tz", {ALPHA, BETA, GAMMA}, {}, {}},
+    {"-s- -f-__tz", {kBeta, kAlpha, kGamma}, {}, {}},
+    {"-s- -s -f-__tz", {kAlpha, kBeta, kGamma}, {}, {}},
     {"-e -fAlpha", {"1\tstubAlpha"}, {"stubBeta", "clocks/px"}, {}},
     {"-e -r -o -u", {"-u%ANY%ignored because of -e option"}, {}, {"stub.csv", "stub.txt"}},
     {"-e+", {"Exist"}, {"clocks/px"}, {}},
@@ -239,13 +239,13 @@ const Row ROWS[] = {
     {"-m -fAlpha", {"memory info written to"}, {}, {"stub_mem.csv"}},
     {"-V -fAlpha", {"compared with their references first"}, {}, {}},
     {"-VONLY -fAlpha", {"compared with their references only"}, {"clocks/px"}, {}},
-    {"-W -fAlpha", {"nothing is measured unless", ALPHA}, {}, {}},
-    {"-k -fAlpha -fGamma", {"each test in a child process", ALPHA, GAMMA}, {}, {}},
-    {"-k-1 -fAlpha", {"ignored: incorrect number of seconds", ALPHA}, {}, {}},
-    {"-j -fAlpha", {"results with all samples written to", ALPHA}, {}, {"stub.jsonl"}},
-    {"-D /nowhere/at/all -fAlpha", {"ignored: not a directory", ALPHA}, {}, {}},
-    {"-cSSE2 -c SSE2,Z80 -fAlpha", {"the last -c counts", "type Z80", ALPHA}, {}, {}},
-    {"-cSSE2 -fAlpha", {"ignored: two processors at least", ALPHA}, {}, {}},
+    {"-W -fAlpha", {"nothing is measured unless", kAlpha}, {}, {}},
+    {"-k -fAlpha -fGamma", {"each test in a child process", kAlpha, kGamma}, {}, {}},
+    {"-k-1 -fAlpha", {"ignored: incorrect number of seconds", kAlpha}, {}, {}},
+    {"-j -fAlpha", {"results with all samples written to", kAlpha}, {}, {"stub.jsonl"}},
+    {"-D /nowhere/at/all -fAlpha", {"ignored: not a directory", kAlpha}, {}, {}},
+    {"-cSSE2 -c SSE2,Z80 -fAlpha", {"the last -c counts", "type Z80", kAlpha}, {}, {}},
+    {"-cSSE2 -fAlpha", {"ignored: two processors at least", kAlpha}, {}, {}},
     {"-B -dMethod=Spread -X2 -b0.002,0.5 -fAlpha",
      {"-X2%ANY%2 passes over all tests",
       "-b0.002,0.5%ANY%0.002 s of samples a row, 0.5 s for the run",
@@ -255,13 +255,13 @@ const Row ROWS[] = {
       "Rows that are not OK: 0"},
      {"Pass 2"},
      {}},
-    {"-B -X2 -fAlpha", {"One pass is made: passes need Method=Spread", ALPHA}, {"Pass 1"}, {}},
+    {"-B -X2 -fAlpha", {"One pass is made: passes need Method=Spread", kAlpha}, {"Pass 1"}, {}},
     {"-X0", {"-X0%ANY%ignored: no number of passes"}, {}, {}},
     {"-X2,x", {"-X2,x%ANY%ignored: no number of passes"}, {}, {}},
     {"-b0", {"-b0%ANY%ignored: no seconds"}, {}, {}},
     {"-a99999", {"-a99999%ANY%ignored: not a processor that this process may use"}, {}, {}},
-    {"-a -fAlpha", {"-a%ANY%pinned to processor %NUM%", ALPHA}, {}, {}},
-    {"-wSTRICT -fAlpha", {"-wSTRICT%ANY%runs are watched strictly", ALPHA}, {}, {}},
+    {"-a -fAlpha", {"-a%ANY%pinned to processor %NUM%", kAlpha}, {}, {}},
+    {"-wSTRICT -fAlpha", {"-wSTRICT%ANY%runs are watched strictly", kAlpha}, {}, {}},
     {"-wX", {"-wX%ANY%ignored: only ON, OFF or STRICT may follow"}, {}, {}},
     {"-M", {"-M%ANY%facts about the machine", " counter_step%ANY%%NUM%"}, {"stubAlpha"}, {}},
     {"-W -cSSE2,SSE41 -fAlpha -k -X2",
@@ -269,13 +269,13 @@ const Row ROWS[] = {
      {},
      {},
      2},
-    {"-K2/2 -f-__tz", {"-K2/2%ANY%part 2 of 2 of the selected tests", BETA}, {"stubAlpha"}, {}},
-    {"-K3/2 -fAlpha", {"-K3/2%ANY%ignored: no part of parts, as 2/4", ALPHA}, {}, {}},
+    {"-K2/2 -f-__tz", {"-K2/2%ANY%part 2 of 2 of the selected tests", kBeta}, {"stubAlpha"}, {}},
+    {"-K3/2 -fAlpha", {"-K3/2%ANY%ignored: no part of parts, as 2/4", kAlpha}, {}, {}},
     {"-J -fAlpha",
-     {"-J%ANY%rows that %ANY%/stub.jsonl lacks are measured and added", ALPHA},
+     {"-J%ANY%rows that %ANY%/stub.jsonl lacks are measured and added", kAlpha},
      {"Resumed"},
      {"stub.jsonl"}},
-    {"-G -fAlpha", {"-G%ANY%progress on the terminal, with times of", ALPHA}, {" gone"}, {}},
+    {"-G -fAlpha", {"-G%ANY%progress on the terminal, with times of", kAlpha}, {" gone"}, {}},
     {"-W -x", {"incorrect option key", "The run is not started"}, {"clocks/px"}, {}, 2},
 };
 
@@ -301,7 +301,7 @@ std::string unmet(const Row& row, const Outcome& outcome) {
 
 TEST(EndToEnd, EveryKeyDoesWhatTheTableSays) {
   std::string covered;
-  for (const Row& row : ROWS) {
+  for (const Row& row : kRows) {
     const TempFolder folder;
     const std::string given(row.given);
     const std::string name = given.substr(0, given.find('|'));

@@ -19,19 +19,19 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-const std::string PROGRAM = std::string(TAZMET_BIN_DIR) + "/tazmet";
+const std::string kProgram = std::string(TAZMET_BIN_DIR) + "/tazmet";
 
 // The functions that the other library has, the last with a fault, and one that it lacks, that
 // comes before them and has the same work as the first.
-const std::string GREY = "rkdiRGBToY_JPEG_8u_C3C1R";
-const std::string PLANES = "rkdiRGBToYCbCr_JPEG_8u_C3P3R";
-const std::string FAULTY = "rkdiYCbCrToRGB_JPEG_8u_P3C3R";
-const std::string LACKED = "rkdiBGRToY_JPEG_8u_C3C1R";
+const std::string kGrey = "rkdiRGBToY_JPEG_8u_C3C1R";
+const std::string kPlanes = "rkdiRGBToYCbCr_JPEG_8u_C3P3R";
+const std::string kFaulty = "rkdiYCbCrToRGB_JPEG_8u_P3C3R";
+const std::string kLacked = "rkdiBGRToY_JPEG_8u_C3C1R";
 
 // Empty folder: the bundled libraries.
 Outcome run(const TempFolder& folder, const std::string& libraries, const Words& keys,
             const std::string& fault = "") {
-  Words words = {"LD_LIBRARY_PATH=" + libraries, "TAZMET_OTHER_FAULT=" + fault, PROGRAM};
+  Words words = {"LD_LIBRARY_PATH=" + libraries, "TAZMET_OTHER_FAULT=" + fault, kProgram};
   words.insert(words.end(), keys.begin(), keys.end());
   return runProgram("/usr/bin/env", words, folder.path());
 }
@@ -68,22 +68,22 @@ std::map<std::string, Row> table(const TempFolder& folder) {
 TEST(OtherLibrary, IsLoadedFromTheSearchPathAndTold) {
   const TempFolder folder;
   const std::string told = "Library  : librkdcolor.so.1, 0.1.0 (another), 2020-02-02 ";
-  EXPECT_FALSE(run(folder, "", measuring(folder, {GREY})).shows(told));
-  const Outcome other = run(folder, TAZMET_OTHER_LIBRARY_DIR, measuring(folder, {GREY}));
+  EXPECT_FALSE(run(folder, "", measuring(folder, {kGrey})).shows(told));
+  const Outcome other = run(folder, TAZMET_OTHER_LIBRARY_DIR, measuring(folder, {kGrey}));
   EXPECT_EQ(1u, other.lines(told).size()) << other.console;
 
   // The lists of functions are those of the libraries that are loaded.
-  EXPECT_TRUE(run(folder, "", {"-e+", "-f" + LACKED}).shows("\t" + LACKED + "\tyes\n"));
+  EXPECT_TRUE(run(folder, "", {"-e+", "-f" + kLacked}).shows("\t" + kLacked + "\tyes\n"));
   const Outcome listed = run(folder, TAZMET_OTHER_LIBRARY_DIR, {"-e+"});
-  EXPECT_TRUE(listed.shows("\t" + GREY + "\tyes\n")) << listed.console;
-  EXPECT_FALSE(listed.shows("\t" + LACKED + "\tyes\n"));
+  EXPECT_TRUE(listed.shows("\t" + kGrey + "\tyes\n")) << listed.console;
+  EXPECT_FALSE(listed.shows("\t" + kLacked + "\tyes\n"));
 }
 
 TEST(OtherLibrary, SlowerFunctionsTakeMoreClocks) {
   const TempFolder folder;
-  ASSERT_EQ(0, run(folder, "", measuring(folder, {GREY, PLANES})).exitCode);
+  ASSERT_EQ(0, run(folder, "", measuring(folder, {kGrey, kPlanes})).exitCode);
   const auto bundled = table(folder);
-  ASSERT_EQ(0, run(folder, TAZMET_OTHER_LIBRARY_DIR, measuring(folder, {GREY, PLANES})).exitCode);
+  ASSERT_EQ(0, run(folder, TAZMET_OTHER_LIBRARY_DIR, measuring(folder, {kGrey, kPlanes})).exitCode);
   const auto other = table(folder);
   ASSERT_EQ(2u, bundled.size());
   ASSERT_EQ(2u, other.size());
@@ -96,10 +96,10 @@ TEST(OtherLibrary, SlowerFunctionsTakeMoreClocks) {
 TEST(OtherLibrary, FunctionsItLacksAreSkippedAndTheRunGoesOn) {
   const TempFolder folder;
   const Outcome outcome = run(folder, TAZMET_OTHER_LIBRARY_DIR,
-                              measuring(folder, {LACKED, GREY, "rkdiICTFwd_JPEG2K_32s_P3IR"}));
+                              measuring(folder, {kLacked, kGrey, "rkdiICTFwd_JPEG2K_32s_P3IR"}));
   EXPECT_EQ(0, outcome.exitCode) << outcome.console;
   EXPECT_EQ(2u, outcome.lines("the library lacks the function").size()) << outcome.console;
-  EXPECT_EQ(1u, outcome.lines(" " + GREY + "  ImageSize=64x48").size()) << outcome.console;
+  EXPECT_EQ(1u, outcome.lines(" " + kGrey + "  ImageSize=64x48").size()) << outcome.console;
   EXPECT_TRUE(outcome.shows("Number of tests: 3 ")) << outcome.console;
   EXPECT_EQ(1u, table(folder).size()) << folder.read("tazmet.csv");
 }
@@ -109,31 +109,31 @@ TEST(OtherLibrary, PreloadedFunctionsReplaceOnlyThemselves) {
   GTEST_SKIP() << "the sanitizer's own library wants to be the first";
 #endif
   const TempFolder folder;
-  Words words = measuring(folder, {LACKED, GREY});
-  words.insert(words.begin(), {std::string("LD_PRELOAD=") + TAZMET_OTHER_FUNCTIONS, PROGRAM});
+  Words words = measuring(folder, {kLacked, kGrey});
+  words.insert(words.begin(), {std::string("LD_PRELOAD=") + TAZMET_OTHER_FUNCTIONS, kProgram});
   EXPECT_EQ(0, runProgram("/usr/bin/env", words, folder.path()).exitCode);
   auto rows = table(folder);
-  EXPECT_GT(rows[LACKED].clocks, 0) << folder.read("tazmet.csv");
-  EXPECT_GT(rows[GREY].clocks, 10 * rows[LACKED].clocks);
+  EXPECT_GT(rows[kLacked].clocks, 0) << folder.read("tazmet.csv");
+  EXPECT_GT(rows[kGrey].clocks, 10 * rows[kLacked].clocks);
 }
 
 TEST(OtherLibrary, ComparisonCatchesItsFault) {
   const TempFolder folder;
   for (const char* key : {"-V", "-VONLY"}) {
     const Outcome outcome =
-        run(folder, TAZMET_OTHER_LIBRARY_DIR, measuring(folder, {GREY, PLANES, FAULTY}, {key}));
+        run(folder, TAZMET_OTHER_LIBRARY_DIR, measuring(folder, {kGrey, kPlanes, kFaulty}, {key}));
     EXPECT_EQ(1, outcome.exitCode) << outcome.console;
-    EXPECT_EQ(1u, outcome.lines("-- FUNCFAIL: " + FAULTY).size()) << outcome.console;
+    EXPECT_EQ(1u, outcome.lines("-- FUNCFAIL: " + kFaulty).size()) << outcome.console;
     auto rows = table(folder);
-    EXPECT_EQ("FUNCFAIL", rows[FAULTY].result) << folder.read("tazmet.csv");
-    EXPECT_EQ(0, rows[FAULTY].clocks);
-    for (const std::string& right : {GREY, PLANES}) {
+    EXPECT_EQ("FUNCFAIL", rows[kFaulty].result) << folder.read("tazmet.csv");
+    EXPECT_EQ(0, rows[kFaulty].clocks);
+    for (const std::string& right : {kGrey, kPlanes}) {
       EXPECT_TRUE(rows[right].result == "OK" || rows[right].result == "ACCURWRN")
           << folder.read("tazmet.csv");
     }
   }
   // Without it the wrong function is timed like any other.
-  EXPECT_EQ(0, run(folder, TAZMET_OTHER_LIBRARY_DIR, measuring(folder, {FAULTY})).exitCode);
+  EXPECT_EQ(0, run(folder, TAZMET_OTHER_LIBRARY_DIR, measuring(folder, {kFaulty})).exitCode);
 }
 
 // At the sizes of the run, whose rows fill whole vectors and whose operands end anywhere, none of
@@ -156,13 +156,13 @@ TEST(OtherLibrary, ComparisonCatchesWhatTheSizesOfTheRunHide) {
               "SIGSEGV, Illegal storage access. byte 1 before the start of buffer 1"},
         Fault{"aligned", "EXCPTFAIL", " - at ImageSize="}}) {
     const Outcome outcome = run(folder, TAZMET_OTHER_LIBRARY_DIR,
-                                measuring(folder, {GREY, PLANES}, {"-VONLY"}), fault.name);
+                                measuring(folder, {kGrey, kPlanes}, {"-VONLY"}), fault.name);
     EXPECT_EQ(1, outcome.exitCode) << fault.name;
-    const auto told = outcome.lines(std::string("-- ") + fault.result + ": " + GREY);
+    const auto told = outcome.lines(std::string("-- ") + fault.result + ": " + kGrey);
     ASSERT_EQ(1u, told.size()) << fault.name << "\n" << outcome.console;
     EXPECT_NE(std::string::npos, told[0].find(fault.reason)) << told[0];
-    EXPECT_EQ(1u, outcome.lines(" " + PLANES + "  ImageSize=64x48").size()) << outcome.console;
-    EXPECT_EQ(fault.result, table(folder)[GREY].result) << folder.read("tazmet.csv");
+    EXPECT_EQ(1u, outcome.lines(" " + kPlanes + "  ImageSize=64x48").size()) << outcome.console;
+    EXPECT_EQ(fault.result, table(folder)[kGrey].result) << folder.read("tazmet.csv");
   }
 }
 

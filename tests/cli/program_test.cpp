@@ -20,17 +20,17 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-const std::string PROGRAM = std::string(TAZMET_BIN_DIR) + "/tazmet";
+const std::string kProgram = std::string(TAZMET_BIN_DIR) + "/tazmet";
 
 // One small measured size: two functions, some milliseconds.
-const Words SMALL = {"-B",
-                     "-f=rkdiAdd128_JPEG_16s8u_C1R",
-                     "-f=rkdiSub128_JPEG_8u16s_C1R",
-                     "-dImageSize=32x16",
-                     "-r",
-                     "-u",
-                     "-o",
-                     "-g"};
+const Words kSmall = {"-B",
+                      "-f=rkdiAdd128_JPEG_16s8u_C1R",
+                      "-f=rkdiSub128_JPEG_8u16s_C1R",
+                      "-dImageSize=32x16",
+                      "-r",
+                      "-u",
+                      "-o",
+                      "-g"};
 
 Words with(Words keys, const Words& more) {
   keys.insert(keys.end(), more.begin(), more.end());
@@ -61,7 +61,7 @@ std::string steadyPart(const std::string& line) {
 // Instructions that callgrind counts.
 long long instructions(const std::string& key, const TempFolder& folder) {
   const Outcome outcome = runProgram(
-      "/usr/bin/valgrind", {"--tool=callgrind", "--callgrind-out-file=/dev/null", PROGRAM, key},
+      "/usr/bin/valgrind", {"--tool=callgrind", "--callgrind-out-file=/dev/null", kProgram, key},
       folder.path());
   const std::string label = "Collected : ";
   const size_t at = outcome.console.find(label);
@@ -73,7 +73,7 @@ long long instructions(const std::string& key, const TempFolder& folder) {
 
 TEST(Program, MeasuresAndWritesAllItsFiles) {
   const TempFolder folder;
-  const Outcome outcome = runProgram(PROGRAM, with(SMALL, {"-l", folder.path()}), folder.path());
+  const Outcome outcome = runProgram(kProgram, with(kSmall, {"-l", folder.path()}), folder.path());
   EXPECT_EQ(0, outcome.exitCode) << outcome.console;
   EXPECT_EQ((Words{"tazmet.csv", "tazmet.end", "tazmet.txt", "tazmet_sum.csv"}), folder.list());
   const Words measured = outcome.lines(" rkdiAdd128_JPEG_16s8u_C1R  ImageSize=32x16");
@@ -103,12 +103,12 @@ TEST(Program, MeasuresAndWritesAllItsFiles) {
 TEST(Program, GivesTheSameTableAgainAlsoFromTheIniFileItWrote) {
   const TempFolder folder;
   const Words there = {"-l", folder.path(), "-p", folder.path()};
-  EXPECT_EQ(0, runProgram(PROGRAM, with({"-I", "-fAdd128"}, there), folder.path()).exitCode);
+  EXPECT_EQ(0, runProgram(kProgram, with({"-I", "-fAdd128"}, there), folder.path()).exitCode);
   const std::string ini = folder.read("tazmet.ini");
   EXPECT_NE(std::string::npos, ini.find("[rkdiAdd128_JPEG_16s8u_C1R]")) << ini;
 
-  runProgram(PROGRAM, with({"-B", "-fAdd128", "-rplain.csv"}, there), folder.path());
-  runProgram(PROGRAM, with({"-B", "-i", "-P", "-ragain.csv"}, there), folder.path());
+  runProgram(kProgram, with({"-B", "-fAdd128", "-rplain.csv"}, there), folder.path());
+  runProgram(kProgram, with({"-B", "-i", "-P", "-ragain.csv"}, there), folder.path());
   const Words plain = splitLines(folder.read("plain.csv"));
   const Words again = splitLines(folder.read("again.csv"));
   ASSERT_GT(plain.size(), 8u);
@@ -118,7 +118,7 @@ TEST(Program, GivesTheSameTableAgainAlsoFromTheIniFileItWrote) {
 
 TEST(Program, KnowsItselfByTheNameItWasCalledBy) {
   const TempFolder folder;
-  std::filesystem::create_symlink(PROGRAM, folder.file("other"));
+  std::filesystem::create_symlink(kProgram, folder.file("other"));
   folder.write("other.cfg", "-e -o\n");
   const Outcome outcome = runProgram(folder.file("other"), {"-fAdd128"}, folder.path());
   EXPECT_TRUE(outcome.shows("read from " + folder.file("other.cfg") + " file\n"))
@@ -130,7 +130,7 @@ TEST(Program, KnowsItselfByTheNameItWasCalledBy) {
 TEST(Program, ReportsAFullDiskOnceAndExitsWithOne) {
   const TempFolder folder;
   const Outcome outcome = runProgram(
-      PROGRAM, {"-B", "-f=rkdiAdd128_JPEG_16s8u_C1R", "-dImageSize=16x16", "-r/dev/full"},
+      kProgram, {"-B", "-f=rkdiAdd128_JPEG_16s8u_C1R", "-dImageSize=16x16", "-r/dev/full"},
       folder.path());
   EXPECT_EQ(1, outcome.exitCode);
   EXPECT_EQ(1u, outcome.lines("/dev/full: ").size()) << outcome.console;
@@ -139,7 +139,7 @@ TEST(Program, ReportsAFullDiskOnceAndExitsWithOne) {
 TEST(Program, ComparesFunctionsWithTheirReferences) {
   const TempFolder folder;
   const Outcome outcome = runProgram(
-      PROGRAM,
+      kProgram,
       {"-B", "-VONLY", "-fAdd128", "-fSub128", "-dImageSize=32x16", "-l", folder.path(), "-r"},
       folder.path());
   EXPECT_EQ(0, outcome.exitCode) << outcome.console;
@@ -150,7 +150,7 @@ TEST(Program, ComparesFunctionsWithTheirReferences) {
 TEST(Program, TellsTheCodePathThatAProcessorTypeSelected) {
   const TempFolder folder;
   const auto run = [&](const std::string& key) {
-    return runProgram(PROGRAM, with(SMALL, {"-l", folder.path(), key}), folder.path());
+    return runProgram(kProgram, with(kSmall, {"-l", folder.path(), key}), folder.path());
   };
   for (const auto& [key, path] : {std::pair{"-TSSSE3", "SSSE3"}, {"-TSSE41", "SSE4"}}) {
     const Outcome outcome = run(key);
@@ -171,24 +171,24 @@ TEST(Program, TellsTheCodePathThatAProcessorTypeSelected) {
 
 TEST(Program, ListsTheFunctionsOfTheLoadedLibrary) {
   const TempFolder folder;
-  const Outcome all = runProgram(PROGRAM, {"-e+"}, folder.path());
+  const Outcome all = runProgram(kProgram, {"-e+"}, folder.path());
   EXPECT_TRUE(all.shows("\trkdiAdd128_JPEG_16s8u_C1R\tyes\n")) << all.console;
   EXPECT_TRUE(all.shows("\trkdsZero_8u\tno\n"));
   EXPECT_FALSE(all.shows("\trkdGetCpuType\t"));  // a helper
   EXPECT_FALSE(all.shows("__tz"));               // of the harness, not of the library
 
-  const Outcome untested = runProgram(PROGRAM, {"-e-"}, folder.path());
+  const Outcome untested = runProgram(kProgram, {"-e-"}, folder.path());
   EXPECT_FALSE(untested.shows("\tyes\n"));
   EXPECT_TRUE(untested.shows("\trkdsZero_8u\tno\n"));
 
   // Conditions select functions without a test by their names.
-  EXPECT_EQ(1u, runProgram(PROGRAM, {"-e-", "-fZero_8u"}, folder.path()).lines("\tno").size());
+  EXPECT_EQ(1u, runProgram(kProgram, {"-e-", "-fZero_8u"}, folder.path()).lines("\tno").size());
 }
 
 TEST(Program, MeasuresInCacheAndOutOfIt) {
   const TempFolder folder;
   const Outcome outcome =
-      runProgram(PROGRAM, {"-B", "-C", "-f=rkdiAdd128_JPEG_16s8u_C1R", "-l", folder.path(), "-r"},
+      runProgram(kProgram, {"-B", "-C", "-f=rkdiAdd128_JPEG_16s8u_C1R", "-l", folder.path(), "-r"},
                  folder.path());
   EXPECT_EQ(0, outcome.exitCode) << outcome.console;
   const std::string table = folder.read("tazmet.csv");

@@ -18,11 +18,11 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-const std::string GREY = "rkdiRGBToY_JPEG_8u_C3C1R";
-const std::string PLANES = "rkdiRGBToYCbCr_JPEG_8u_C3P3R";
-const std::string LACKED = "rkdiBGRToY_JPEG_8u_C3C1R";
-const std::string OTHER = TAZMET_OTHER_LIBRARY_DIR;
-const std::string SLOWER = TAZMET_SLOWER_LIBRARY_DIR;
+const std::string kGrey = "rkdiRGBToY_JPEG_8u_C3C1R";
+const std::string kPlanes = "rkdiRGBToYCbCr_JPEG_8u_C3P3R";
+const std::string kLacked = "rkdiBGRToY_JPEG_8u_C3C1R";
+const std::string kOther = TAZMET_OTHER_LIBRARY_DIR;
+const std::string kSlower = TAZMET_SLOWER_LIBRARY_DIR;
 
 // @param first  folder of the first side's libraries; empty: the bundled ones
 Outcome compare(const TempFolder& folder, const std::string& first, const Words& keys,
@@ -75,7 +75,7 @@ std::string validated(const TempFolder& folder) {
 TEST(Sides, APlantedSlowdownIsFoundAndEndsWithOne) {
   const TempFolder folder;
   const Outcome outcome =
-      compare(folder, OTHER, {"-D" + SLOWER, "-f=" + GREY, "-f=" + PLANES, "-f=" + LACKED});
+      compare(folder, kOther, {"-D" + kSlower, "-f=" + kGrey, "-f=" + kPlanes, "-f=" + kLacked});
   EXPECT_EQ(1, outcome.exitCode) << outcome.console;
   for (const char* name : {"rkdiRGBToY_JPEG", "rkdiRGBToYCbCr_JPEG"}) {
     const Words row = rowOf(folder, name);
@@ -83,23 +83,23 @@ TEST(Sides, APlantedSlowdownIsFoundAndEndsWithOne) {
     EXPECT_EQ("slower", row[kVerdict]) << outcome.console;
     // How exactly is a matter of the trust tools: a test has neighbours.
     EXPECT_NEAR(38.0 / 25, number(row[kRatio]), 0.15) << outcome.console;
-    EXPECT_EQ(SLOWER, row[7]);
+    EXPECT_EQ(kSlower, row[7]);
   }
   EXPECT_EQ(1u, outcome.lines(" Compared   : 2, slower 2, faster 0, same 0, unresolved 0").size())
       << outcome.console;
   EXPECT_EQ("1 2 1 0\n", validated(folder));
 
   // The other way round, and above the gate.
-  EXPECT_EQ(0, compare(folder, SLOWER, {"-D" + OTHER, "-f=" + GREY}).exitCode);
+  EXPECT_EQ(0, compare(folder, kSlower, {"-D" + kOther, "-f=" + kGrey}).exitCode);
   EXPECT_EQ("faster", rowOf(folder, "rkdiRGBToY_JPEG")[kVerdict]);
-  const Outcome gated = compare(folder, OTHER, {"-D" + SLOWER, "-f=" + GREY, "-dGate=90"});
+  const Outcome gated = compare(folder, kOther, {"-D" + kSlower, "-f=" + kGrey, "-dGate=90"});
   EXPECT_EQ(0, gated.exitCode) << gated.console;
   EXPECT_EQ("same", rowOf(folder, "rkdiRGBToY_JPEG")[kVerdict]) << gated.console;
 }
 
 TEST(Sides, ABuildIsNeitherFasterNorSlowerThanItself) {
   const TempFolder folder;
-  const Outcome outcome = compare(folder, OTHER, {"-D" + OTHER, "-f=" + GREY, "-f=" + PLANES});
+  const Outcome outcome = compare(folder, kOther, {"-D" + kOther, "-f=" + kGrey, "-f=" + kPlanes});
   EXPECT_EQ(0, outcome.exitCode) << outcome.console;
   EXPECT_TRUE(outcome.shows(" load the same libraries\n")) << outcome.console;
   for (const char* name : {"rkdiRGBToY_JPEG", "rkdiRGBToYCbCr_JPEG"}) {
@@ -113,12 +113,12 @@ TEST(Sides, ABuildIsNeitherFasterNorSlowerThanItself) {
 TEST(Sides, AFaultOnOneSideIsARowAndTheOthersAreCompared) {
   for (const char* fault : {"aborts", "writes to nowhere"}) {
     const TempFolder folder;
-    const Outcome outcome =
-        compare(folder, "", {"-D" + OTHER, "-f=" + GREY, "-f=" + PLANES, "-f=" + LACKED}, fault);
+    const Outcome outcome = compare(
+        folder, "", {"-D" + kOther, "-f=" + kGrey, "-f=" + kPlanes, "-f=" + kLacked}, fault);
     EXPECT_EQ(1, outcome.exitCode) << outcome.console;
-    EXPECT_EQ(1u, outcome.lines("-- EXCPTFAIL: " + GREY + " ImageSize=32x16 - " + OTHER).size())
+    EXPECT_EQ(1u, outcome.lines("-- EXCPTFAIL: " + kGrey + " ImageSize=32x16 - " + kOther).size())
         << outcome.console;
-    EXPECT_EQ(1u, outcome.lines("-- not compared: " + LACKED).size()) << outcome.console;
+    EXPECT_EQ(1u, outcome.lines("-- not compared: " + kLacked).size()) << outcome.console;
     const Words row = rowOf(folder, "rkdiRGBToYCbCr_JPEG");
     ASSERT_EQ(13u, row.size()) << folder.read("tazmet.csv");
     EXPECT_EQ("slower", row[kVerdict]);

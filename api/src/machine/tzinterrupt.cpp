@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr int SIGNALS[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 volatile std::sig_atomic_t s_signal = 0;
 bool s_mayRepeat = false;
@@ -30,7 +30,7 @@ void listen(int signal, int flags) {
 }  // namespace
 
 void tzInterrupt::watch() {
-  for (const int signal : SIGNALS) {
+  for (const int signal : kSignals) {
     struct sigaction before {};
     sigaction(signal, nullptr, &before);
     if (before.sa_handler != SIG_IGN) listen(signal, SA_RESTART);
@@ -39,14 +39,14 @@ void tzInterrupt::watch() {
 
 void tzInterrupt::watchAsChild() {
   s_mayRepeat = true;
-  for (const int signal : SIGNALS) {
+  for (const int signal : kSignals) {
     if (isWatched(signal)) listen(signal, SA_RESTART);
   }
 }
 
 void tzInterrupt::fill(sigset_t& signals) {
   sigemptyset(&signals);
-  for (const int signal : SIGNALS) sigaddset(&signals, signal);
+  for (const int signal : kSignals) sigaddset(&signals, signal);
 }
 
 int tzInterrupt::signal() { return s_signal; }
@@ -66,13 +66,13 @@ void tzInterrupt::obey() {
 }
 
 tzInterrupt::Reading::Reading() {
-  for (const int signal : SIGNALS) {
+  for (const int signal : kSignals) {
     if (isWatched(signal)) listen(signal, 0);
   }
 }
 
 tzInterrupt::Reading::~Reading() {
-  for (const int signal : SIGNALS) {
+  for (const int signal : kSignals) {
     if (isWatched(signal)) listen(signal, SA_RESTART);
   }
 }

@@ -39,12 +39,12 @@ tzReceived receive(int file, double seconds, char* bytes, std::size_t length) {
 }  // namespace
 
 tzReceived tzReceive(int file, double seconds, char& kind, tzPacket& packet) {
-  constexpr std::size_t LONGEST = std::size_t{1} << 28;
+  constexpr std::size_t kLongest = std::size_t{1} << 28;
   std::string head(1 + sizeof(std::size_t), 0);
   if (const tzReceived end = receive(file, seconds, head.data(), head.size())) return end;
   std::size_t length = 0;
   tzPacket(head) >> kind >> length;
-  if (length > LONGEST) return RECEIVED_END;
+  if (length > kLongest) return RECEIVED_END;
   std::string body(length, 0);
   if (const tzReceived end = receive(file, seconds, body.data(), length)) return end;
   packet = tzPacket(std::move(body));

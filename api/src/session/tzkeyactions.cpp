@@ -40,25 +40,25 @@ int parsePriority(Text arg) {
 
 // A plain decimal number of threads; without an argument every processor. 0 when it is neither.
 int parseThreads(Text arg) {
-  constexpr int MAX_THREADS = 65536;
+  constexpr int kMaxThreads = 65536;
   if (arg.empty()) return tzGetNumOfProcessors();
   long long count = 0;
   for (const char* c = arg.c_str(); *c != 0; ++c) {
     if (std::isdigit(static_cast<unsigned char>(*c)) == 0) return 0;
     count = count * 10 + (*c - '0');
-    if (count > MAX_THREADS) return 0;
+    if (count > kMaxThreads) return 0;
   }
   return static_cast<int>(count);
 }
 
 // Seconds, at most a day; without an argument more than a row may take. Negative: neither.
 double parseLimit(Text arg) {
-  constexpr double USUAL = 60;
-  constexpr double LONGEST = 86400;
-  if (arg.empty()) return USUAL;
+  constexpr double kUsual = 60;
+  constexpr double kLongest = 86400;
+  if (arg.empty()) return kUsual;
   char* end = nullptr;
   const double seconds = std::strtod(arg.c_str(), &end);
-  return *end == 0 && seconds >= 0 && seconds <= LONGEST ? seconds : -1;
+  return *end == 0 && seconds >= 0 && seconds <= kLongest ? seconds : -1;
 }
 
 tzString folderPath(Text arg) {

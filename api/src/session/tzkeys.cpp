@@ -5,10 +5,10 @@
 
 namespace {
 
-constexpr const char* SIGNS = "-+=";
-constexpr const char* WORD_SEPARATORS = " \t\r\n";
+constexpr const char* kSigns = "-+=";
+constexpr const char* kWordSeparators = " \t\r\n";
 
-bool isSign(char c) { return c != 0 && tzString(SIGNS).find(c) >= 0; }
+bool isSign(char c) { return c != 0 && tzString(kSigns).find(c) >= 0; }
 
 // Words of a command file keep the quote characters that grouped them.
 tzString withoutQuotes(const tzString& word) {
@@ -79,7 +79,7 @@ void tzCommandList::setArgs(int argc, char** argv) {
 
 void tzCommandList::setArgs(const tzString& line) {
   tzStringList words;
-  line.parse(words, WORD_SEPARATORS);
+  line.parse(words, kWordSeparators);
   for (tzString& word : words) word = withoutQuotes(word);
   setArgs(words);
 }

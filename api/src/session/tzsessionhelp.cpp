@@ -8,15 +8,15 @@
 
 namespace {
 
-constexpr const char* LONG_NAME = "Tazmet, performance measurement of JPEG primitives, version ";
-constexpr const char* BUILD_DATE = "Mar 16 2010";
-constexpr const char* INDENT = "     ";
+constexpr const char* kLongName = "Tazmet, performance measurement of JPEG primitives, version ";
+constexpr const char* kBuildDate = "Mar 16 2010";
+constexpr const char* kIndent = "     ";
 
 tzString indented(const tzString& text) {
   tzString out;
   bool lineStart = true;
   for (const char* c = text.c_str(); *c != 0; ++c) {
-    if (lineStart) out += INDENT;
+    if (lineStart) out += kIndent;
     out += *c;
     lineStart = *c == '\n';
   }
@@ -30,16 +30,16 @@ tzString heading(const char* title, bool withHidden) {
 }  // namespace
 
 bool tzSession::quickOutput() {
-  const int NO_ENUMERATION_ABOVE = 1;
+  const int kNoEnumerationAbove = 1;
   const bool help = m_hint != HINT_NONE;
   if (help || m_version) {
-    g_ostrm << tzString("\n") + LONG_NAME + TAZMET_VERSION + " " + BUILD_DATE + "\n";
+    g_ostrm << tzString("\n") + kLongName + TAZMET_VERSION + " " + kBuildDate + "\n";
   }
   if (help) {
     hint(m_hint, m_hintHidden);
     return true;
   }
-  if (m_enumMode > NO_ENUMERATION_ABOVE) {
+  if (m_enumMode > kNoEnumerationAbove) {
     if (m_factsOnly && !m_version) g_ostrm << tzFactsText(tzMachineFacts());
     return m_version || m_factsOnly;
   }

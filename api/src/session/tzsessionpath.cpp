@@ -10,8 +10,8 @@
 
 namespace {
 
-constexpr const char* EXTENSIONS[NUM_OUT_FILES] = {".txt",     ".csv",     "_name.csv",
-                                                   "_sum.csv", "_mem.csv", ".jsonl"};
+constexpr const char* kExtensions[NUM_OUT_FILES] = {".txt",     ".csv",     "_name.csv",
+                                                    "_sum.csv", "_mem.csv", ".jsonl"};
 
 bool canWrite(const tzString& directory) {
   return faccessat(AT_FDCWD, directory.c_str(), W_OK, AT_EACCESS) == 0;
@@ -32,7 +32,7 @@ tzString getDirPath(const tzString& dir, const tzString& name) {
   return io_stream::pathIn(dir, name);
 }
 
-const char* tzSession::extension(tzOutFile kind) { return EXTENSIONS[kind]; }
+const char* tzSession::extension(tzOutFile kind) { return kExtensions[kind]; }
 
 // A name with a slash is the user's own way to the program and is kept, symbolic links included, so
 // that a link may have a default name and a command file of its own. A bare name was found through

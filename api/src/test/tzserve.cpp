@@ -121,22 +121,22 @@ namespace {
 // Calls that fill a sample: the shortest of a few tries counts, so that one that was disturbed does
 // not make it too short.
 int calibrated(tzTool& tool) {
-  constexpr int MOST = 1'000'000;
-  constexpr int TRIES = 3;
+  constexpr int kMost = 1'000'000;
+  constexpr int kTries = 3;
   const double wanted = tzServe::SAMPLE_TIME * std::max(tzCpuTicker::getFreq(), 1000);
   double calls = 1;
   for (;;) {
     double least = 0;
-    for (int i = 0; i < TRIES; ++i) {
+    for (int i = 0; i < kTries; ++i) {
       const double clocks = tool.sample(static_cast<int>(calls));
       if (tzIsFailure(tool.result())) return 0;
       least = i == 0 ? clocks : std::min(least, clocks);
       if (calls * clocks > 10 * wanted) break;  // long enough to be sure
     }
-    if (calls * least >= wanted / 2 || calls >= MOST) {
-      return static_cast<int>(std::clamp(wanted / std::max(least, 1e-3), 1.0, double{MOST}));
+    if (calls * least >= wanted / 2 || calls >= kMost) {
+      return static_cast<int>(std::clamp(wanted / std::max(least, 1e-3), 1.0, double{kMost}));
     }
-    calls = std::min(calls * 4, double{MOST});
+    calls = std::min(calls * 4, double{kMost});
   }
 }
 

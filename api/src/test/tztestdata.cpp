@@ -30,12 +30,12 @@ void forEachObject(Visit visit) {
 
 // The beginning tells what a buffer holds; a whole image would bury everything else.
 void printBytes(const unsigned char* bytes, int size) {
-  constexpr int BYTES_SHOWN = 128;
-  constexpr int BYTES_A_LINE = 16;
-  const int shown = std::min(size, BYTES_SHOWN);
-  for (int from = 0; from < shown; from += BYTES_A_LINE) {
+  constexpr int kBytesShown = 128;
+  constexpr int kBytesALine = 16;
+  const int shown = std::min(size, kBytesShown);
+  for (int from = 0; from < shown; from += kBytesALine) {
     tzString line = "     ";
-    for (int i = from; i < std::min(from + BYTES_A_LINE, shown); ++i) {
+    for (int i = from; i < std::min(from + kBytesALine, shown); ++i) {
       char text[8];
       std::snprintf(text, sizeof text, " %02X", unsigned{bytes[i]});
       line += text;
