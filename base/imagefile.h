@@ -80,8 +80,8 @@ class ImageLayout {
 
   /// @param fileRow  fileRowBytes bytes from rowOffset() on
   /// @param samples  shape.rowBytes() bytes, aligned as a sample is
-  /// @return sampleRange when a value exceeds what the header allows; the row is stored all the
-  /// same
+  /// @return sampleRange when a value exceeds what the header allows;
+  /// the row is stored all the same
   ImageStatus decodeRow(const uint8_t* fileRow, void* samples) const {
     return m_decode(*this, fileRow, samples);
   }

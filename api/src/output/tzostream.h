@@ -162,8 +162,8 @@ class tzMistakes {
 };
 
 /// Opens a file for writing, in the output directory unless the name is absolute.
-/// @return null, after a message on the console, when it can't be opened; the caller owns the
-/// stream
+/// @return null, after a message on the console, when it can't be opened;
+/// the caller owns the stream
 o_stream* createOStream(const tzString& name, bool append);
 
 /// The targets that one text goes to, in the order in which they were added.

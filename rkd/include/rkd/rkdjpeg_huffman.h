@@ -104,8 +104,8 @@ RKD_API RkdStatus rkdiDecodeHuffmanStateFree_JPEG_8u(RkdiDecodeHuffmanState* sta
 
 /// @name How far a decoder came
 /// To be asked behind a call that failed.
-/// @param reached  receives, of a block, the zigzag index of the first coefficient that is not
-/// known:
+/// @param reached  receives, of a block, the zigzag index of the first coefficient
+///                 that is not known:
 ///                 0 when the DC is not, never less than `ss` in AC scans; of a row, how many
 ///                 differences are known, in the order of the stream; 0 for a single value
 /// @return rkdStsNoErr; rkdStsNullPtrErr; rkdStsContextErr
@@ -170,8 +170,8 @@ RKD_API RkdStatus rkdiDecodeHuffman8x8_JPEG_1u16s_C1(const uint8_t* stream, int 
 /// @param blocksInUnit   1..RKD_HUFFMAN_UNIT_BLOCKS
 /// @param previousDC     of four components
 /// @param dcSpec,acSpec  tables of four components; those that no block has may be null
-/// @param decoded        receives how many blocks were decoded whole; when not all of them,
-/// position,
+/// @param decoded        receives how many blocks were decoded whole; when not all
+///                       of them, position,
 ///                       previous DCs, marker and state are as behind the last of them, the block
 ///                       behind it is as rkdiDecodeHuffman8x8 leaves it, and the rest is undefined
 /// @param stream, length, position, marker, state  see sequential blocks

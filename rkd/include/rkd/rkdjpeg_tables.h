@@ -17,9 +17,9 @@ enum { rkdTableLuma = 0, rkdTableChroma = 1 };
 enum { rkdTableDC = 0, rkdTableAC = 1 };
 
 /// @name Zigzag order
-/// @param order  receives 64 entries: where in natural order (row by row) coefficient k of a
-/// segment
-///               or scan stands
+/// @param order  receives 64 entries: where in natural order, which goes
+///               row by row, coefficient k of a segment
+///               or of a scan stands
 /// @return rkdStsNoErr; rkdStsNullPtrErr
 /// @see ITU-T T.81, figure A.6
 /// @{

@@ -160,15 +160,15 @@ struct DecodeEntry {
 /// Answer to a look at the coefficients of a sequential block: one symbol with its value, and a
 /// second one where it is in the look whole. Eight bytes, which may be read one by one:
 ///
-/// | byte | |
-/// |---|---|
-/// | 0 | how many bits the symbols take, `mostBits` at most |
-/// | 1 | by how much they move the zigzag position, and `blockEnd` more if the block ends; `none`
-/// if the code is longer than may be here, or the symbol is none of such a block | | 2 | zeros in
-/// front of the first coefficient | | 3 | by how much stream bits are shifted right to end with the
-/// first value | | 4, 5 | what to add to bits so shifted: the code goes, numbers that begin with a
-/// 0 are negative | | 6, 7 | the second coefficient: its place from the same position on, and its
-/// value |
+/// - 0: how many bits the symbols take, `mostBits` at most
+/// - 1: by how much they move the zigzag position, and `blockEnd` more if the block ends;
+///   `none` if the code is longer than may be here, or the symbol is none of such a block
+/// - 2: zeros in front of the first coefficient
+/// - 3: by how much stream bits are shifted right to end with the first value
+/// - 4, 5: what to add to bits so shifted: the code goes,
+///   numbers that begin with a 0 are negative
+/// - 6, 7: the second coefficient: its place from the same position on,
+///   and its value
 ///
 /// Where there is no second coefficient, one is told in the place of the first, to be stored before
 /// it; where there is none at all, the first is a zero in the next place, which is not filled yet.
