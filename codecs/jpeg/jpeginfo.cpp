@@ -61,7 +61,7 @@ std::string textOfFrame(int marker, std::span<const uint8_t> p) {
   if (p.size() < 6) return "";
   char text[160];
   std::snprintf(text, sizeof text, ", %s, %dx%d, %d bits, %d components", processOf(marker),
-                p[3] << 8 | p[4], p[1] << 8 | p[2], p[0], p[5]);
+                get16(p, 3), get16(p, 1), p[0], p[5]);
   std::string all = text;
   for (size_t i = 7; i < std::min(p.size(), 6 + 3 * size_t(p[5])); i += 3) {
     std::snprintf(text, sizeof text, " %dx%d", p[i] >> 4, p[i] & 15);
@@ -89,7 +89,7 @@ std::string textOfSegment(const MarkerSegment& s) {
   text += ", " + std::to_string(s.payload.size()) + " bytes";
   if (isFrameHeader(s.marker)) return text + textOfFrame(s.marker, s.payload);
   if (s.marker == kDRI && s.payload.size() >= 2) {
-    return text + ", every " + std::to_string(s.payload[0] << 8 | s.payload[1]) + " MCUs";
+    return text + ", every " + std::to_string(get16(s.payload, 0)) + " MCUs";
   }
   const bool isApp = s.marker >= kAPP0 && s.marker <= kAPP15;
   return isApp || s.marker == kCOM ? text + textOfName(s.payload, isApp ? 40 : 400) : text;

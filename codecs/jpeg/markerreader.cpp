@@ -9,8 +9,6 @@
 namespace jpeg {
 namespace {
 
-int get16(std::span<const uint8_t> bytes, size_t at) { return bytes[at] << 8 | bytes[at + 1]; }
-
 bool startsWith(std::span<const uint8_t> bytes, std::string_view name) {
   return bytes.size() >= name.size() && std::memcmp(bytes.data(), name.data(), name.size()) == 0;
 }

@@ -8,6 +8,7 @@
 #include <span>
 #include <vector>
 
+#include "base/bytes.h"
 #include "jpeg.h"
 
 namespace jpeg {
@@ -72,15 +73,17 @@ class MarkerWriter {
 
  private:
   void put8(int value) { bytes_.push_back(uint8_t(value)); }
-  void put16(int value) {
-    put8(value >> 8);
-    put8(value);
-  }
+  void put16(int value) { base::appendBytes(bytes_, uint16_t(value), base::ByteOrder::big); }
   void begin(int marker, int payload);
   std::vector<uint8_t> bytes_;
 };
 
 // ---- reading ----
+
+/// The number that stands at `at`, both bytes within.
+inline int get16(std::span<const uint8_t> bytes, size_t at) {
+  return base::loadBytes<uint16_t>(&bytes[at], base::ByteOrder::big);
+}
 
 /// Tables that segments define, as they stand at some place of the file.
 struct Tables {

@@ -50,7 +50,7 @@ std::vector<MarkerSegment> segmentsOf(std::span<const uint8_t> file, bool untilS
       continue;
     }
     if (body + 2 > file.size()) break;
-    const size_t length = size_t(file[body] << 8 | file[body + 1]);
+    const size_t length = size_t(get16(file, body));
     if (length > file.size() - body) break;
     if (length >= 2) {
       segments.push_back({marker, at, file.subspan(body + 2, length - 2)});

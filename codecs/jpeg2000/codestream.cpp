@@ -49,9 +49,9 @@ std::vector<Progression> Coding::progressions() const {
 std::vector<Segment> listSegments(ByteSpan bytes, size_t position) {
   std::vector<Segment> segments;
   while (position + 4 <= bytes.size()) {
-    const int marker = bytes[position] << 8 | bytes[position + 1];
+    const int marker = get16(bytes, position);
     if (marker == markerSot || marker == markerSod || marker == markerEoc) break;
-    const size_t length = size_t(bytes[position + 2] << 8 | bytes[position + 3]);
+    const size_t length = size_t(get16(bytes, position + 2));
     if (length < 2 || position + 2 + length > bytes.size()) break;
     segments.push_back({marker, position, bytes.subspan(position + 4, length - 2)});
     position += 2 + length;
@@ -60,13 +60,11 @@ std::vector<Segment> listSegments(ByteSpan bytes, size_t position) {
 }
 
 void put16(std::vector<uint8_t>& out, uint32_t value) {
-  out.push_back(uint8_t(value >> 8));
-  out.push_back(uint8_t(value));
+  base::appendBytes(out, uint16_t(value), base::ByteOrder::big);
 }
 
 void put32(std::vector<uint8_t>& out, uint32_t value) {
-  put16(out, value >> 16);
-  put16(out, value);
+  base::appendBytes(out, value, base::ByteOrder::big);
 }
 
 namespace {
@@ -81,8 +79,7 @@ class SegmentWriter {
   }
   ~SegmentWriter() {
     const size_t length = m_out.size() - m_start;
-    m_out[m_start] = uint8_t(length >> 8);
-    m_out[m_start + 1] = uint8_t(length);
+    base::storeBytes(&m_out[m_start], uint16_t(length), base::ByteOrder::big);
   }
   SegmentWriter(const SegmentWriter&) = delete;
   SegmentWriter& operator=(const SegmentWriter&) = delete;

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "base/bytes.h"
 #include "bits.h"
 #include "diag.h"
 #include "geometry.h"
@@ -140,6 +141,11 @@ Codestream readMainHeader(ByteSpan bytes, Reporter& report);
 /// @param tiles  columns and rows of tiles
 void findTileParts(Codestream& stream, ByteSpan bytes, const Rect& tiles, Reporter& report);
 TileHeader readTileHeader(const Codestream& stream, int64_t tile, Reporter& report);
+
+/// The marker or length that stands at `at`, both bytes within.
+inline int get16(ByteSpan bytes, size_t at) {
+  return base::loadBytes<uint16_t>(&bytes[at], base::ByteOrder::big);
+}
 
 /// One marker segment, for lists.
 struct Segment {

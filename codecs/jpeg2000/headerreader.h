@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "base/bytes.h"
 #include "bits.h"
 #include "diag.h"
 
@@ -15,9 +16,9 @@ class HeaderReader {
  public:
   HeaderReader(ByteSpan bytes, std::string name) : m_bytes(bytes), m_name(std::move(name)) {}
 
-  uint32_t u8() { return number(1); }
-  uint32_t u16() { return number(2); }
-  uint32_t u32() { return number(4); }
+  uint32_t u8() { return number<uint8_t>(); }
+  uint32_t u16() { return number<uint16_t>(); }
+  uint32_t u32() { return number<uint32_t>(); }
   size_t left() const { return m_bytes.size() - m_position; }
   ByteSpan rest() { return take(left()); }
   ByteSpan take(size_t count) {
@@ -29,10 +30,9 @@ class HeaderReader {
   const std::string& name() const { return m_name; }
 
  private:
-  uint32_t number(size_t count) {
-    uint32_t value = 0;
-    for (const uint8_t byte : take(count)) value = value << 8 | byte;
-    return value;
+  template <typename T>
+  uint32_t number() {
+    return base::loadBytes<T>(take(sizeof(T)).data(), base::ByteOrder::big);
   }
 
   ByteSpan m_bytes;

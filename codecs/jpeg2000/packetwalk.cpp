@@ -27,12 +27,12 @@ PacketWalk::PacketWalk(const Codestream& stream, int64_t tile, const TileHeader&
       m_body(m_parts[m_ofTile[0]].body),
       m_packed(header.packedHeaders) {}
 
-/// Takes an SOP marker where one stands. @return false when the packet that stands here is a later
-/// one
+/// Takes an SOP marker where one stands.
+/// @return false when the packet that stands here is a later one
 bool PacketWalk::takeSop() {
   if (!sopAt(m_body)) return true;
   if (!m_header.coding.sop) m_report.warn(Diag::sopUnannounced, m_name);
-  const int64_t told = m_body[4] << 8 | m_body[5];
+  const int64_t told = get16(m_body, 4);
   m_body = m_body.subspan(sopLength);
   const int64_t ahead = (told - m_number) & 0xFFFF;
   if (ahead == 0) return true;

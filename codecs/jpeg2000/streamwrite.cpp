@@ -183,9 +183,8 @@ size_t writeTlm(std::vector<uint8_t>& out, size_t parts) {
 
 void fillTlm(std::vector<uint8_t>& out, size_t start, size_t index, int64_t tile, size_t length) {
   uint8_t* const entry = &out[start + (index / tlmEntries + 1) * 6 + index * tlmEntry];
-  entry[0] = uint8_t(tile >> 8);
-  entry[1] = uint8_t(tile);
-  for (int i = 0; i < 4; ++i) entry[2 + i] = uint8_t(length >> (24 - 8 * i));
+  base::storeBytes(entry, uint16_t(tile), base::ByteOrder::big);
+  base::storeBytes(entry + 2, uint32_t(length), base::ByteOrder::big);
 }
 
 }  // namespace

@@ -34,7 +34,7 @@ class TilePartFinder {
   }
 
  private:
-  int marker(size_t at) const { return m_bytes[at] << 8 | m_bytes[at + 1]; }
+  int marker(size_t at) const { return get16(m_bytes, at); }
 
   size_t tilePart(size_t sot) {
     HeaderReader in(m_bytes.subspan(sot + 2, 10), "SOT");
