@@ -31,6 +31,7 @@ void require(bool holds, const char* what) {
 
 std::vector<j2k::SampleView> viewsOf(const Photo& photo, uint8_t* pixels) {
   std::vector<j2k::SampleView> views;
+  views.reserve(size_t(photo.channels));
   for (int c = 0; c < photo.channels; ++c) {
     views.push_back(
         {pixels + c, j2k::SampleType::u8, photo.channels, ptrdiff_t(photo.width) * photo.channels});

@@ -19,7 +19,6 @@
 using harnesskit::compareGolden;
 using harnesskit::holds;
 using harnesskit::Outcome;
-using harnesskit::runProgram;
 using harnesskit::Session;
 using harnesskit::splitLines;
 using harnesskit::TempFolder;

@@ -45,6 +45,22 @@ Color colorOfSpace(J_COLOR_SPACE space) {
   return Color::unknown;
 }
 
+/// A file that the peer reads, given up when the peer refuses it, too.
+struct Reading {
+  explicit Reading(const Bytes& file) {
+    d.err = jpeg_std_error(&errors);
+    errors.error_exit = fail;
+    jpeg_create_decompress(&d);
+    jpeg_mem_src(&d, file.data(), file.size());
+  }
+  ~Reading() { jpeg_destroy_decompress(&d); }
+  Reading(const Reading&) = delete;
+  Reading& operator=(const Reading&) = delete;
+
+  jpeg_decompress_struct d{};
+  jpeg_error_mgr errors{};
+};
+
 }  // namespace
 
 Bytes peerEncode(const Picture& picture, const PeerEncode& options) {
@@ -96,12 +112,8 @@ Bytes peerEncode(const Picture& picture, const PeerEncode& options) {
 }
 
 Picture peerDecode(const Bytes& file, const PeerDecode& options) {
-  jpeg_decompress_struct d;
-  jpeg_error_mgr errors;
-  d.err = jpeg_std_error(&errors);
-  errors.error_exit = fail;
-  jpeg_create_decompress(&d);
-  jpeg_mem_src(&d, file.data(), file.size());
+  Reading reading(file);
+  jpeg_decompress_struct& d = reading.d;
   jpeg_read_header(&d, TRUE);
   d.dct_method = JDCT_ISLOW;
   d.do_fancy_upsampling = options.smooth ? TRUE : FALSE;
@@ -119,17 +131,12 @@ Picture peerDecode(const Bytes& file, const PeerDecode& options) {
     jpeg_read_scanlines(&d, &row, 1);
   }
   jpeg_finish_decompress(&d);
-  jpeg_destroy_decompress(&d);
   return p;
 }
 
 std::vector<std::vector<int16_t>> peerCoefficients(const Bytes& file) {
-  jpeg_decompress_struct d;
-  jpeg_error_mgr errors;
-  d.err = jpeg_std_error(&errors);
-  errors.error_exit = fail;
-  jpeg_create_decompress(&d);
-  jpeg_mem_src(&d, file.data(), file.size());
+  Reading reading(file);
+  jpeg_decompress_struct& d = reading.d;
   jpeg_read_header(&d, TRUE);
   jvirt_barray_ptr* const arrays = jpeg_read_coefficients(&d);
   std::vector<std::vector<int16_t>> components;
@@ -146,7 +153,6 @@ std::vector<std::vector<int16_t>> peerCoefficients(const Bytes& file) {
     components.push_back(std::move(blocks));
   }
   jpeg_finish_decompress(&d);
-  jpeg_destroy_decompress(&d);
   return components;
 }
 
