@@ -94,15 +94,21 @@ Options oneTile() {
   return options;
 }
 
+// The region comes without a message from less than a share of the file; what was read is returned.
+Reading expectRead(const Picture& picture, const Bytes& file, const Options& region, double share) {
+  Reading got = readingOf(file, region);
+  EXPECT_EQ(part(picture, region.crop), got.picture.planes);
+  EXPECT_EQ("", got.messages.text);
+  EXPECT_GT(share, got.share);
+  return got;
+}
+
 TEST(Seek, ARegionReadsOnlyTheTilePartsThatTlmTellsOf) {
   Picture picture = photograph(700, 600);
   const Bytes file = encoded(picture, tiled());
   Options region;
   region.crop = {210, 310, 80, 60};  // within one of 42 tiles
-  const Reading with = readingOf(file, region);
-  EXPECT_EQ(part(picture, region.crop), with.picture.planes);
-  EXPECT_EQ("", with.messages.text);
-  EXPECT_GT(0.06, with.share);
+  const Reading with = expectRead(picture, file, region, 0.06);
   // Without TLM every tile-part's head is looked at.
   Bytes plain = file;
   const size_t tlm = find(plain, tlmMarker), sot = find(plain, sotMarker, tlm);
@@ -122,10 +128,7 @@ TEST(Seek, TlmMayBeOfSeveralSegments) {
   put(file, tlm + 2, uint32_t(own - 2), 2);
   Options region;
   region.crop = {210, 310, 80, 60};
-  const Reading got = readingOf(file, region);
-  EXPECT_EQ(part(picture, region.crop), got.picture.planes);
-  EXPECT_EQ("", got.messages.text);
-  EXPECT_GT(0.06, got.share);
+  expectRead(picture, file, region, 0.06);
 }
 
 TEST(Seek, TlmThatLiesIsToldAndLeftAside) {
@@ -175,10 +178,8 @@ TEST(Seek, ARegionReadsOnlyThePacketsThatPltTellsOf) {
     const Bytes file = encoded(picture, coding);
     Options region;
     region.crop = {400, 300, 60, 50};
-    const Reading got = readingOf(file, region);
-    EXPECT_EQ(part(picture, region.crop), got.picture.planes) << order;
-    EXPECT_EQ("", got.messages.text);
-    EXPECT_GT(0.2, got.share) << order;
+    SCOPED_TRACE(order);
+    expectRead(picture, file, region, 0.2);
   }
 }
 
@@ -201,10 +202,7 @@ TEST(Seek, PlmServesAsPltDoes) {
   const Bytes file = withPlm(encoded(picture, oneTile()));
   Options region;
   region.crop = {700, 500, 60, 50};
-  const Reading got = readingOf(file, region);
-  EXPECT_EQ(part(picture, region.crop), got.picture.planes);
-  EXPECT_EQ("", got.messages.text);
-  EXPECT_GT(0.2, got.share);
+  expectRead(picture, file, region, 0.2);
 }
 
 TEST(Seek, PacketLengthsThatLieAreToldAndLeftAside) {
