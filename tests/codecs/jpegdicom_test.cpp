@@ -9,7 +9,6 @@
 namespace {
 
 using namespace jpegkit;
-using jpeg::Color;
 using jpeg::EncodeOptions;
 using jpeg::Mode;
 using jpeg::Status;
@@ -145,9 +144,10 @@ TEST_F(Dcmcjpeg, ItsFilesOfTwelveBitsDecodeAsItDecodesThem) {
   Picture source = noise(64, 48, 1, 12);
   for (int y = 0; y < 48; ++y) {  // smooth, which twelve bits are for
     for (int x = 0; x < 64; ++x) {
-      const int v = 2048 + 20 * x - 15 * y + source.pixels[size_t(2 * (y * 64 + x))] % 9;
-      source.pixels[size_t(2 * (y * 64 + x))] = uint8_t(v);
-      source.pixels[size_t(2 * (y * 64 + x)) + 1] = uint8_t(v >> 8);
+      uint8_t* const sample = &source.pixels[2 * (size_t(y) * 64 + size_t(x))];
+      const int v = 2048 + 20 * x - 15 * y + sample[0] % 9;
+      sample[0] = uint8_t(v);
+      sample[1] = uint8_t(v >> 8);
     }
   }
   write("a.dcm", Dicom(source.shape, kPlain).withPixels(source));

@@ -37,7 +37,7 @@ Bytes named(const char* name, size_t size, const Bytes& rest) {
 Bytes cutOut(Bytes* file, int marker) {
   const size_t at = findMarker(*file, marker);
   const auto first = file->begin() + ptrdiff_t(at);
-  const Bytes cut(first, first + 2 + ((*file)[at + 2] << 8 | (*file)[at + 3]));
+  Bytes cut(first, first + 2 + ((*file)[at + 2] << 8 | (*file)[at + 3]));
   file->erase(first, first + ptrdiff_t(cut.size()));
   return cut;
 }
@@ -208,7 +208,7 @@ TEST(JpegWild, TriangleUpsamplingDownIsThatAcrossTurned) {
   for (int y = 0; y < 48; ++y) {
     for (int x = 0; x < 48; ++x) {
       for (int c = 0; c < 3; ++c) {
-        turned.pixels[size_t((y * 48 + x) * 3 + c)] = uint8_t(source.sample(y, x, c));
+        turned.pixels[(size_t(y) * 48 + size_t(x)) * 3 + size_t(c)] = uint8_t(source.sample(y, x, c));
       }
     }
   }
