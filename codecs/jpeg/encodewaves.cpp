@@ -2,6 +2,7 @@
 // and while one wave is transformed the one before is coded, by restart intervals where there are
 // such.
 #include <algorithm>
+#include <numeric>
 
 #include "coder.h"
 
@@ -203,19 +204,25 @@ Status WaveEncoder::run() {
   return coders_[0]->writer.flush();
 }
 
-/// Pictures whose MCU rows begin intervals: a task does everything for some rows, and its blocks
-/// never leave the cache.
+/// Pictures where every so many MCU rows an interval begins with the row: a task does everything
+/// for these rows, and its blocks never leave the cache.
 class RowEncoder {
  public:
   RowEncoder(const EncodeTables& tables, int restartInterval, const ForwardSetup& setup)
       : tables_(tables), interval_(restartInterval), setup_(setup), frame_(setup.frame) {}
   static bool suits(int restartInterval, const Frame& frame) {
-    return restartInterval > 0 &&
-           (restartInterval % frame.mcusAcross == 0 || frame.mcusAcross % restartInterval == 0);
+    if (restartInterval == 0) return false;
+    // Rows that are more than one interval long are worth it as long as they share a cache.
+    const int rows = rowsInTask(restartInterval, frame);
+    return restartInterval % frame.mcusAcross == 0 || rows <= std::min(8, frame.mcusDown / 4);
   }
   Status run(RowSource& source, Workers& workers, Output& output);
 
  private:
+  /// From one row that begins an interval to the next.
+  static int rowsInTask(int restartInterval, const Frame& frame) {
+    return restartInterval / std::gcd(restartInterval, frame.mcusAcross);
+  }
   Status code(int first, int end, ForwardPixels& pixels, MemoryOutput* made);
 
   const EncodeTables& tables_;
@@ -254,18 +261,18 @@ Status RowEncoder::code(int first, int end, ForwardPixels& pixels, MemoryOutput*
 Status RowEncoder::run(RowSource& source, Workers& workers, Output& output) {
   std::vector<ForwardPixels> pixels(size_t(workers.count()));
   for (ForwardPixels& p : pixels) JPEG_RETURN_IF_ERROR(setup_.make(&p));
-  const int rowsInTask = std::max(1, interval_ / frame_.mcusAcross);
-  const int tasks = std::min(8 * workers.count(), ceilDiv(frame_.mcusDown, rowsInTask));
+  const int rowsEach = rowsInTask(interval_, frame_);
+  const int tasks = std::min(8 * workers.count(), ceilDiv(frame_.mcusDown, rowsEach));
   std::vector<MemoryOutput> made(static_cast<size_t>(tasks));
   std::vector<Status> outcomes(size_t(tasks), Status::ok);
-  const int rowsInWave = int(std::min(int64_t{rowsInTask} * tasks, int64_t{frame_.mcusDown}));
+  const int rowsInWave = int(std::min(int64_t{rowsEach} * tasks, int64_t{frame_.mcusDown}));
   for (int first = 0; first < frame_.mcusDown; first += rowsInWave) {
     const int rows = std::min(rowsInWave, frame_.mcusDown - first);
-    const int count = ceilDiv(rows, rowsInTask);
+    const int count = ceilDiv(rows, rowsEach);
     JPEG_RETURN_IF_ERROR(band_.take(source, frame_, first, rows));
     workers.run(count, [&](int task, int worker) {
-      const int from = first + task * rowsInTask;
-      outcomes[size_t(task)] = code(from, std::min(from + rowsInTask, first + rows),
+      const int from = first + task * rowsEach;
+      outcomes[size_t(task)] = code(from, std::min(from + rowsEach, first + rows),
                                     pixels[size_t(worker)], &made[size_t(task)]);
     });
     JPEG_RETURN_IF_ERROR(firstError(outcomes));
