@@ -45,9 +45,8 @@ class BlockSource {
  private:
   static bool basisSign(int frequency, int i) {
     const double pi = 3.14159265358979;
-    return std::cos((2 * (i % 8) + 1) * (frequency % 8) * pi / 16) *
-               std::cos((2 * (i / 8) + 1) * (frequency / 8) * pi / 16) >
-           0;
+    const int x = i % 8, y = i / 8, u = frequency % 8, v = frequency / 8;
+    return std::cos((2 * x + 1) * u * pi / 16) * std::cos((2 * y + 1) * v * pi / 16) > 0;
   }
   int m_low, m_high, m_count = 0;
   Random m_random;
