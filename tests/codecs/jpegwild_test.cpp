@@ -208,7 +208,8 @@ TEST(JpegWild, TriangleUpsamplingDownIsThatAcrossTurned) {
   for (int y = 0; y < 48; ++y) {
     for (int x = 0; x < 48; ++x) {
       for (int c = 0; c < 3; ++c) {
-        turned.pixels[(size_t(y) * 48 + size_t(x)) * 3 + size_t(c)] = uint8_t(source.sample(y, x, c));
+        turned.pixels[(size_t(y) * 48 + size_t(x)) * 3 + size_t(c)] =
+            uint8_t(source.sample(y, x, c));
       }
     }
   }

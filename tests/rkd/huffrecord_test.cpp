@@ -14,7 +14,7 @@ constexpr int kMost = RKD_HUFFMAN_RECORD_LENGTH;
 struct Records {
   RkdStatus add(const Block& block) {
     begins.push_back(position);
-    values.resize(size_t(position + kMost));
+    values.resize(size_t(position) + kMost);
     return rkdiRecordHuffman8x8_JPEG_16s16u_C1(block.data(), values.data(), int(values.size()),
                                                &position, &previousDC, dc.data(), ac.data());
   }
