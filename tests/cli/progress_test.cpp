@@ -147,6 +147,17 @@ TEST(Progress, TellsARangeWhereRowsTakeWhateverTheyTake) {
   EXPECT_GE(between, kRuns * 9 / 10);
 }
 
+// Passes share the budget of a run, so a slow spell does not make it longer.
+TEST(Progress, ExpectsNoMoreThanTheBudgetOfTheRun) {
+  tzEstimate estimate(std::vector<tzEstimate::Row>(10, {"", 1}), 8, 0, 80);
+  double now = 0;
+  estimate.beginPass(1, now);
+  for (std::size_t i = 0; i < 10; ++i) estimate.rowDone(i, now += 1);
+  estimate.beginPass(2, now);
+  for (std::size_t i = 0; i < 3; ++i) estimate.rowDone(i, now += 3);
+  EXPECT_NEAR(80 - now, estimate.left(now).about, 0.2 * (80 - now));
+}
+
 // Rows that a run leaves out, since a test failed or takes no part, are not waited for.
 TEST(Progress, GoesOnBehindRowsThatDoNotCome) {
   tzEstimate estimate(std::vector<tzEstimate::Row>(10, {"", -1}), 1, 0);

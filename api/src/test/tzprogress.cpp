@@ -25,6 +25,8 @@ constexpr double kLeastKinds = 0.1;
 constexpr double kErrorsBelow = 2;
 constexpr double kErrorsAbove = 4;
 constexpr double kSure = 0.25;
+// Of its budget a run needs at most this, with what it does beside taking samples.
+constexpr double kOver = 1.1;
 
 std::string clockText(double seconds) {
   const auto whole = std::llround(seconds);
@@ -53,8 +55,8 @@ std::string kindOf(const std::string& identity) {
 
 }  // namespace
 
-tzEstimate::tzEstimate(const std::vector<Row>& rows, int passes, double apart)
-    : m_passes(std::max(passes, 1)), m_apart(apart) {
+tzEstimate::tzEstimate(const std::vector<Row>& rows, int passes, double apart, double most)
+    : m_passes(std::max(passes, 1)), m_apart(apart), m_most(most) {
   std::map<std::string, std::size_t> kinds;
   for (const Row& row : rows) {
     const std::size_t kind = kinds.emplace(row.kind, kinds.size()).first->second;
@@ -145,7 +147,11 @@ double tzEstimate::wholeRest(double restOfPass, double now) const {
   const double elapsed = now - m_begin;
   const double wholePass = elapsed + rest;
   const double between = std::max(wholePass, m_apart);
-  return std::max(rest, m_apart - elapsed) + (m_passes - m_pass - 1) * between + wholePass;
+  const double whole =
+      std::max(rest, m_apart - elapsed) + (m_passes - m_pass - 1) * between + wholePass;
+  if (m_most <= 0) return whole;
+  // Passes that come late take less for each row, so a slow one does not make the run longer.
+  return std::min(whole, std::max(rest, m_runBegin + kOver * m_most - now));
 }
 
 tzEstimate::Left tzEstimate::left(double now) const {
@@ -204,7 +210,7 @@ void tzProgress::begin(const std::vector<tzTest*>& tests) {
       rows.push_back({kindOf(identity), time != times.end() ? time->second : -1});
     }
   }
-  s_estimate = tzEstimate(rows, g_plan.passes, g_plan.apart);
+  s_estimate = tzEstimate(rows, g_plan.passes, g_plan.apart, g_plan.runBudget);
   s_begin = tzTool::seconds();
 }
 

@@ -29,7 +29,8 @@ class tzEstimate {
   tzEstimate() = default;
   /// @param rows   of each pass, in their order
   /// @param apart  seconds from the start of a pass to that of the next
-  tzEstimate(const std::vector<Row>& rows, int passes, double apart);
+  /// @param most   seconds that all passes may take; 0: as long as it takes
+  tzEstimate(const std::vector<Row>& rows, int passes, double apart, double most = 0);
   void beginPass(int pass, double now);
   /// Rows before this one will not come any more.
   void goTo(std::size_t row);
@@ -67,6 +68,7 @@ class tzEstimate {
   Sum m_done;                 // of this pass
   int m_passes = 1;
   double m_apart = 0;
+  double m_most = 0;
   int m_pass = 1;
   double m_runBegin = -1;
   double m_begin = 0;  // of the pass

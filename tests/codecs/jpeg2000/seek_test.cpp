@@ -94,6 +94,12 @@ Options oneTile() {
   return options;
 }
 
+Options regionOf(int x, int y, int width, int height) {
+  Options options;
+  options.crop = {x, y, width, height};
+  return options;
+}
+
 // The region comes without a message from less than a share of the file; what was read is returned.
 Reading expectRead(const Picture& picture, const Bytes& file, const Options& region, double share) {
   Reading got = readingOf(file, region);
@@ -106,8 +112,7 @@ Reading expectRead(const Picture& picture, const Bytes& file, const Options& reg
 TEST(Seek, ARegionReadsOnlyTheTilePartsThatTlmTellsOf) {
   Picture picture = photograph(700, 600);
   const Bytes file = encoded(picture, tiled());
-  Options region;
-  region.crop = {210, 310, 80, 60};  // within one of 42 tiles
+  const Options region = regionOf(210, 310, 80, 60);  // within one of 42 tiles
   const Reading with = expectRead(picture, file, region, 0.06);
   // Without TLM every tile-part's head is looked at.
   Bytes plain = file;
@@ -126,8 +131,7 @@ TEST(Seek, TlmMayBeOfSeveralSegments) {
   const size_t own = 6 + 10 * 6, rest = 32 * 6;
   insert(file, tlm + own, {0xFF, 0x55, 0, uint8_t(4 + rest), 1, 0x60});
   put(file, tlm + 2, uint32_t(own - 2), 2);
-  Options region;
-  region.crop = {210, 310, 80, 60};
+  const Options region = regionOf(210, 310, 80, 60);
   expectRead(picture, file, region, 0.06);
 }
 
@@ -135,8 +139,7 @@ TEST(Seek, TlmThatLiesIsToldAndLeftAside) {
   Picture picture = photograph(300, 200);
   const Bytes file = encoded(picture, tiled());
   const size_t tlm = find(file, tlmMarker);
-  Options region;
-  region.crop = {110, 110, 80, 60};
+  const Options region = regionOf(110, 110, 80, 60);
   // Entries of six bytes begin at 6; the region lies in tile 4 of 6.
   for (const auto& [at, value] : {std::pair<size_t, int>{30, 0x7F},  // a tile that is none
                                   {31, 5},                           // another tile
@@ -161,8 +164,8 @@ TEST(Seek, TlmThatEndsBeforeTheTilePartsIsToldAndLeftAside) {
   const size_t tlm = find(file, tlmMarker), sot = find(file, sotMarker, tlm);
   file.erase(file.begin() + std::ptrdiff_t(sot - 6), file.begin() + std::ptrdiff_t(sot));
   put(file, tlm + 2, uint32_t(sot - 6 - tlm - 2), 2);
-  Options region;
-  region.crop = {210, 110, 80, 60};  // within the last tile, whose last part it leaves out
+  const Options region =
+      regionOf(210, 110, 80, 60);  // within the last tile, whose last part it leaves out
   Messages messages;
   EXPECT_EQ(part(picture, region.crop), decoded(file, region, messages).planes);
   EXPECT_TRUE(messages.has(503)) << messages.text;
@@ -176,8 +179,7 @@ TEST(Seek, ARegionReadsOnlyThePacketsThatPltTellsOf) {
     coding.sop = order == 2;
     coding.tileParts = order == 0 ? 'R' : char(0);
     const Bytes file = encoded(picture, coding);
-    Options region;
-    region.crop = {400, 300, 60, 50};
+    const Options region = regionOf(400, 300, 60, 50);
     SCOPED_TRACE(order);
     expectRead(picture, file, region, 0.2);
   }
@@ -200,8 +202,7 @@ Bytes withPlm(Bytes file) {
 TEST(Seek, PlmServesAsPltDoes) {
   Picture picture = waves(900, 800, 1);
   const Bytes file = withPlm(encoded(picture, oneTile()));
-  Options region;
-  region.crop = {700, 500, 60, 50};
+  const Options region = regionOf(700, 500, 60, 50);
   expectRead(picture, file, region, 0.2);
 }
 
@@ -209,8 +210,7 @@ TEST(Seek, PacketLengthsThatLieAreToldAndLeftAside) {
   Picture picture = photograph(300, 260);
   const Bytes file = encoded(picture, oneTile());
   const size_t plt = find(file, pltMarker);
-  Options region;
-  region.crop = {200, 180, 60, 50};
+  const Options region = regionOf(200, 180, 60, 50);
   const auto expectTold = [&](const Bytes& lying, const char* what) {
     Messages messages;
     EXPECT_EQ(part(picture, region.crop), decoded(lying, region, messages).planes) << what;
