@@ -102,8 +102,10 @@ Status inverseAll(const Coefficients& coefficients, InversePixels& pixels, RowSi
 
 /// Reads a sequential scan of all components some rows at a time. Where restart intervals begin in
 /// them, tasks read some each: the first goes on where the rows before have ended, the others begin
-/// behind markers as if nothing in front of these were damaged. A task's blocks count only if the
-/// one before came to its marker in step, so that there are always the blocks of a single walk.
+/// behind markers that follow one another by their numbers. To such a marker a single walk comes in
+/// step, too, whatever stands in front of it: no reader gets past a marker, and the next one is the
+/// one that it expects. So blocks and warnings are those of a single walk also where data are
+/// damaged.
 class RowsReader {
  public:
   /// Where the blocks of some rows go.
@@ -123,13 +125,12 @@ class RowsReader {
   int tasks() const { return int(chunks_.size()); }
   /// Does a task; several threads may do one each.
   void read(int task);
-  /// When all are done: reads again what was not to be read in this way.
+  /// When all are done.
   void end();
 
  private:
   struct Walk;
   Walk& walkOf(size_t task) const { return *walks_[task]; }
-  void readChunk(size_t task, Walk& walk);
 
   const ScanJob& job_;
   const size_t most_;

@@ -176,8 +176,6 @@ class ScanReader {
   Resync restart(bool* isClean);
   /// Restart markers that were expected so far, there or not.
   int restarts() const { return restarts_; }
-  /// Place in the file of the byte that is read next.
-  size_t place() const { return offset() + size_t(position_); }
   /// Places in the file behind the next restart markers: at most `count`, and none from the first
   /// marker on that is not the one expected there.
   std::vector<size_t> restartsAhead(int count) const;

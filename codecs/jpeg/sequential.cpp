@@ -242,18 +242,7 @@ struct RowsReader::Walk {
   }
   Status startBehind(const ScanReader& reader, size_t place, int restarts) {
     walk.restart();
-    start = place;
     return ownReader.startBehind(reader, place, restarts);
-  }
-  /// Whether it has come to where another walk has begun.
-  bool meets(const Walk& other) const {
-    return walk.intervals().hasData() && job.reader->place() == other.start;
-  }
-  /// Goes on where another one has ended.
-  void takeOver(Walk& other) {
-    walk.takeOver(other.walk);
-    std::swap(*job.reader, other.ownReader);
-    for (const Status w : other.ownWarnings.all()) job.warnings->add(w);
   }
 
   ScanReader ownReader;
@@ -261,7 +250,6 @@ struct RowsReader::Walk {
   ScanJob job;
   ToRoom target;
   SequentialWalk<ToRoom> walk;
-  size_t start = 0;  // in the file
 };
 
 RowsReader::RowsReader(const ScanJob& job, int most) : job_(job), most_(size_t(most)) {
@@ -293,23 +281,22 @@ Status RowsReader::begin(const Room& room) {
   return Status::ok;
 }
 
-/// A chunk, and the marker behind it unless the rows end there.
-void RowsReader::readChunk(size_t task, Walk& walk) {
-  walk.walk.read(chunks_[task]);
-  if (task + 1 < chunks_.size()) walk.walk.begin();
+void RowsReader::read(int task) {
+  Walk& walk = walkOf(size_t(task));
+  walk.walk.read(chunks_[size_t(task)]);
+  // The marker behind it may deserve a warning.
+  if (task + 1 < tasks()) walk.walk.begin();
 }
 
-void RowsReader::read(int task) { readChunk(size_t(task), walkOf(size_t(task))); }
-
 void RowsReader::end() {
-  Walk& walk = walkOf(0);
+  if (tasks() < 2) return;
   for (size_t i = 1; i < chunks_.size(); ++i) {
-    if (walk.meets(walkOf(i))) {
-      walk.takeOver(walkOf(i));
-    } else {
-      readChunk(i, walk);
-    }
+    for (const Status w : walkOf(i).ownWarnings.all()) job_.warnings->add(w);
+    walkOf(i).ownWarnings.clear();
   }
+  Walk& last = walkOf(chunks_.size() - 1);
+  walkOf(0).walk.takeOver(last.walk);
+  std::swap(*job_.reader, last.ownReader);
 }
 
 Status inverseAll(const Coefficients& coefficients, InversePixels& pixels, RowSink& sink) {
