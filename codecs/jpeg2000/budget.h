@@ -21,10 +21,13 @@ class Budget {
   }
 
   void take(int64_t bytes) {
-    const int64_t left = m_left -= bytes;
-    if (left >= 0) return;
-    m_left += bytes;
-    fail(Diag::memoryLimit, std::to_string(-(left >> 20)) + " MiB more");
+    // What is refused is at no moment taken, or others would be refused for it.
+    int64_t left = m_left;
+    do {
+      if (bytes > left) {
+        fail(Diag::memoryLimit, std::to_string((bytes - left + 1048575) >> 20) + " MiB more");
+      }
+    } while (!m_left.compare_exchange_weak(left, left - bytes));
   }
   void giveBack(int64_t bytes) { m_left += bytes; }
   int64_t left() const { return m_left; }

@@ -91,12 +91,8 @@ void PictureEncoder::makeTile(size_t tile, bool cut, EncodeWorkers& workers) {
   if (cut) return;
   std::vector<JobIndex> jobs;
   for (size_t j = 0; j < encoder.jobs().size(); ++j) jobs.push_back({uint32_t(tile), uint32_t(j)});
-  code(
-      jobs,
-      [](size_t, int) {
-        return Depth{rkdCodeBlockMaxPasses, 0, 0};
-      },
-      workers);
+  const DepthOf whole = [](size_t, int) { return Depth{rkdCodeBlockMaxPasses, 0, 0}; };
+  code(jobs, whole, workers);
   encoder.release(m_budget);
 }
 
@@ -167,9 +163,10 @@ void PictureEncoder::codeTo(const std::vector<JobIndex>& all, const std::vector<
   std::vector<JobIndex> jobs;
   jobs.reserve(which.size());
   for (const size_t i : which) jobs.push_back(all[i]);
-  code(
-      jobs, [&](size_t i, int planes) { return model.depth(which[i], planes, threshold); },
-      m_workers);
+  const DepthOf depth = [&](size_t i, int planes) {
+    return model.depth(which[i], planes, threshold);
+  };
+  code(jobs, depth, m_workers);
 }
 
 /// The largest coefficients may need more bits than the usual guard.

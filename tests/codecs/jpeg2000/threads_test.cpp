@@ -1,9 +1,11 @@
 // Several threads make the bits that one makes.
+#include <atomic>
 #include <cstring>
 #include <random>
+#include <thread>
 
+#include "budget.h"
 #include "damagekit.h"
-#include "rkd/rkdjpeg_codeblock.h"
 #include "wavelet.h"
 
 namespace {
@@ -182,21 +184,35 @@ TEST(Threads, ThatTakeWholeTilesTellOfDamageInTheOrderOfTiles) {
   }
 }
 
+TEST(Threads, AreNotRefusedMemoryForWhatOthersAreRefused) {
+  j2k::Budget budget(1000);
+  std::atomic<bool> isOver = false;
+  std::thread greedy([&] {
+    for (int i = 0; i < 20'000; ++i) EXPECT_THROW(budget.take(100'000), j2k::Failure);
+    isOver = true;
+  });
+  while (!isOver) {
+    EXPECT_NO_THROW(budget.take(10));
+    budget.giveBack(10);
+  }
+  greedy.join();
+  EXPECT_EQ(1000, budget.left());
+}
+
 TEST(Threads, ThatTakeWholeTilesOpenWhatOneOpensInTheSameMemory) {
-  // Blocks and chunks of a tile take many times what its samples do.
-  Picture picture = j2kkit::photograph(512, 320);
+  // Precincts and blocks of a tile take many times what its samples do.
+  Picture picture = j2kkit::photograph(384, 256);
   Options coding = manyTiles();
   coding.tileWidth = coding.tileHeight = 64;
   coding.levels = 1;
   coding.blockWidth = coding.blockHeight = 4;
-  coding.layers = 30;
-  coding.style = rkdCodeBlockTermAll;
+  coding.precincts = {{0, 0, 2, 2}};
   const j2kkit::Bytes file = j2kkit::encoded(picture, coding);
-  for (int mib = 1; mib < 8; ++mib) {
+  for (int mib = 1; mib < 5; ++mib) {
     Options options;
     options.memoryMiB = mib;
     const auto [want, wanted] = madeWith(1, file, options);
-    const auto [got, told] = madeWith(8, file, options);
+    const auto [got, told] = madeWith(6, file, options);
     EXPECT_EQ(wanted, told) << mib;
     EXPECT_EQ(want.planes, got.planes) << mib;
   }
