@@ -212,8 +212,8 @@ class RowEncoder {
       : tables_(tables), interval_(restartInterval), setup_(setup), frame_(setup.frame) {}
   static bool suits(int restartInterval, const Frame& frame) {
     if (restartInterval == 0) return false;
-    // Rows that are more than one interval long are worth it as long as they share a cache.
     const int rows = rowsInTask(restartInterval, frame);
+    // Where tasks would be long, waves whose intervals begin anywhere are better shared.
     return restartInterval % frame.mcusAcross == 0 || rows <= std::min(8, frame.mcusDown / 4);
   }
   Status run(RowSource& source, Workers& workers, Output& output);
@@ -262,7 +262,10 @@ Status RowEncoder::run(RowSource& source, Workers& workers, Output& output) {
   std::vector<ForwardPixels> pixels(size_t(workers.count()));
   for (ForwardPixels& p : pixels) JPEG_RETURN_IF_ERROR(setup_.make(&p));
   const int rowsEach = rowsInTask(interval_, frame_);
-  const int tasks = std::min(8 * workers.count(), ceilDiv(frame_.mcusDown, rowsEach));
+  // Enough for threads to wait little at the end, and no more of the picture at a time than that
+  // takes.
+  const int wanted = std::max(workers.count(), 8 * workers.count() / rowsEach);
+  const int tasks = std::min(wanted, ceilDiv(frame_.mcusDown, rowsEach));
   std::vector<MemoryOutput> made(static_cast<size_t>(tasks));
   std::vector<Status> outcomes(size_t(tasks), Status::ok);
   const int rowsInWave = int(std::min(int64_t{rowsEach} * tasks, int64_t{frame_.mcusDown}));

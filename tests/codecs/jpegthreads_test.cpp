@@ -34,6 +34,10 @@ struct Damage {
 std::vector<Damage> damagesOf(const Bytes& file) {
   const std::vector<size_t> at = restartsOf(file);
   std::vector<Damage> all{{"none", file}};
+  // More than a reader reads ahead; and any marker may be where one task ends and the next begins.
+  for (const size_t place : at) {
+    all.push_back({"bytes in front of a marker", inserted(file, place, Bytes(20, 0x12))});
+  }
   for (const size_t i : {at.size() / 4, at.size() / 2, at.size() - 2}) {
     const auto begin = file.begin() + ptrdiff_t(at[i]), next = file.begin() + ptrdiff_t(at[i + 1]);
     Bytes changed = file;
@@ -48,7 +52,6 @@ std::vector<Damage> damagesOf(const Bytes& file) {
                   changed.begin() + (begin - file.begin()) + 2);
     all.push_back({"a marker is missing", changed});
     all.push_back({"an interval twice", inserted(file, at[i], Bytes(begin, next))});
-    all.push_back({"bytes in front of a marker", inserted(file, at[i], {0x12, 0x34, 0x56})});
     all.push_back({"fill bytes", inserted(file, at[i], {0xFF, 0xFF})});
     all.push_back({"the end of the image", inserted(file, at[i], {0xFF, 0xD9})});
     all.push_back({"cut short", Bytes(file.begin(), next - 3)});
