@@ -39,8 +39,8 @@ namespace {
 
 // Comparisons need no estimate of the frequency, which takes longer than comparing a row does.
 void takeFreqOfCounter() {
-  const int mhz = static_cast<int>(std::lround(tzCounter().mhz));
-  if (!tzCpuTicker::hasFreq()) tzCpuTicker::setFreq(tzNearestFreqMHz(mhz));
+  if (tzCpuTicker::hasFreq()) return;
+  tzCpuTicker::setFreq(tzNearestFreqMHz(static_cast<int>(std::lround(tzCounter().mhz))));
 }
 
 bool isInformation(const tzTest& test) { return test.funcName().find("__tz") == 0; }
