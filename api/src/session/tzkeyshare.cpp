@@ -54,7 +54,7 @@ const tzKeyAction resume = {
 const tzKeyAction progress = {
     [](Text) -> tzString { return refuseComparison(); },
     [](Text arg) -> tzString {
-      return "progress on the terminal, with times of " + linesPath(arg);
+      return "progress on the terminal, with times of " + linesPath(arg) + " if there are any";
     },
     [](Text arg, tzSession*) {
       if (!tzProgress::enable()) return;
