@@ -100,25 +100,39 @@ HWY_INLINE void interleave(V8 a, V8 b, V8* both) {
   orderPairs(both);
 }
 
+// ---- pixels of three channels ----
+
 #if HWY_TARGET <= HWY_AVX3_DL
-// Index tables of three-channel permutes.
-struct Index3 {
-  alignas(64) uint8_t merge[3][64];  // of planes 0 and 1
-  alignas(64) uint8_t last[3][64];   // of plane 2
-  uint64_t lastMask[3];
-};
-inline constexpr Index3 kIndex3 = [] {
-  Index3 index{};
-  for (int v = 0; v < 3; ++v) {
-    for (int i = 0; i < 64; ++i) {
-      const int to = 64 * v + i;
-      index.merge[v][i] = static_cast<uint8_t>(to / 3 + (to % 3 == 1 ? 64 : 0));
-      index.last[v][i] = static_cast<uint8_t>(to / 3);
-      if (to % 3 == 2) index.lastMask[v] |= uint64_t{1} << i;
+// Since 64 is no multiple of 3, the samples of a channel stand in lanes of their own whichever of
+// the three vectors of pixels they are in. So each plane is brought in the order of its lanes, and
+// the planes are blended: that takes three permutes where moving samples to their vector takes
+// nine.
+struct Thirds {
+  alignas(64) uint8_t order[3][64]{};  // the pixel whose sample of a channel stands in a lane
+  uint64_t lanes[3][3]{};              // of each vector, those of a channel
+
+  constexpr Thirds() {
+    for (int i = 0; i < 3 * 64; ++i) {
+      const int vector = i / 64, lane = i % 64, channel = i % 3;
+      order[channel][lane] = static_cast<uint8_t>(i / 3);
+      lanes[vector][channel] |= uint64_t{1} << lane;
     }
   }
-  return index;
-}();
+};
+inline constexpr Thirds kThirds;
+
+HWY_INLINE void storeThree(const V8* plane, uint8_t* to) {
+  V8 in[3];
+  for (int p = 0; p < 3; ++p) in[p] = inOrder(plane[p], kThirds.order[p]);
+  for (int v = 0; v < 3; ++v) {
+    const uint64_t* const lanes = kThirds.lanes[v];
+    hn::StoreU(blended(blended(in[0], lanes[1], in[1]), lanes[2], in[2]), D8(), to + 64 * v);
+  }
+}
+#else
+HWY_INLINE void storeThree(const V8* plane, uint8_t* to) {
+  hn::StoreInterleaved3(plane[0], plane[1], plane[2], D8(), to);
+}
 #endif
 
 template <int C>
@@ -132,14 +146,7 @@ RKD_BLOCK void storePixels(const V8* plane, uint8_t* to) {
     hn::StoreU(pixels[0], d8, to);
     hn::StoreU(pixels[1], d8, to + kTile);
   } else if constexpr (C == 3) {
-#if HWY_TARGET <= HWY_AVX3_DL
-    for (int p = 0; p < 3; ++p) {
-      const V8 ab = fromTwo(plane[0], plane[1], kIndex3.merge[p]);
-      hn::StoreU(mergedFrom(ab, kIndex3.lastMask[p], plane[2], kIndex3.last[p]), d8, to + 64 * p);
-    }
-#else
-    hn::StoreInterleaved3(plane[0], plane[1], plane[2], d8, to);
-#endif
+    storeThree(plane, to);
   } else {
     hn::StoreInterleaved4(plane[0], plane[1], plane[2], plane[3], d8, to);
   }

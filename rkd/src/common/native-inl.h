@@ -527,10 +527,14 @@ template <uint64_t kept, class V>
 HWY_INLINE V fromTwoOrZero(V a, V b, const uint8_t* index) {
   return V{_mm512_maskz_permutex2var_epi8(kept, a.raw, _mm512_load_si512(index), b.raw)};
 }
-// a, but where a bit of `taken` is set the byte of b that the index tells.
+// The bytes of v in the order of `index`, and a, but b where a bit of `taken` is set.
 template <class V>
-HWY_INLINE V mergedFrom(V a, uint64_t taken, V b, const uint8_t* index) {
-  return V{_mm512_mask_permutexvar_epi8(a.raw, taken, _mm512_load_si512(index), b.raw)};
+HWY_INLINE V inOrder(V v, const uint8_t* index) {
+  return V{_mm512_permutexvar_epi8(_mm512_load_si512(index), v.raw)};
+}
+template <class V>
+HWY_INLINE V blended(V a, uint64_t taken, V b) {
+  return V{_mm512_mask_blend_epi8(taken, a.raw, b.raw)};
 }
 
 // The first 48 or 24 bytes from any address; nothing behind them is touched.

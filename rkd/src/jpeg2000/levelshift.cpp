@@ -158,8 +158,13 @@ HWY_INLINE void inverse(const Region<S, SP, D, 1>& region, Depth depth) {
     if constexpr (SP == 1) {
       hn::StoreU(pictureOf<D>(shift, from[0]), d, to[0]);
     } else {
-      hn::StoreInterleaved3(pictureOf<D>(shift, from[0]), pictureOf<D>(shift, from[1]),
-                            pictureOf<D>(shift, from[2]), d, to[0]);
+      const hn::Vec<LanesOf<D>> v[3] = {pictureOf<D>(shift, from[0]), pictureOf<D>(shift, from[1]),
+                                        pictureOf<D>(shift, from[2])};
+      if constexpr (sizeof(D) == 1) {
+        storeThree(v, to[0]);
+      } else {
+        hn::StoreInterleaved3(v[0], v[1], v[2], d, to[0]);
+      }
     }
   });
 }

@@ -75,6 +75,19 @@ bool packBits(const uint8_t* src, size_t length, uint8_t* dst, size_t room, size
   return complete;
 }
 
+// Calls step(x) until vectors of `lanes` samples cover a row of `length`: the first and the last
+// overlap their neighbours, so that the stores to dst between them, a vector each, lie on whole
+// cache lines. Returns false where the row is shorter than a vector.
+template <class T, class Step>
+HWY_INLINE bool overVectors(const T* dst, size_t lanes, size_t length, Step step) {
+  if (length < lanes) return false;
+  step(0);
+  const size_t misplaced = reinterpret_cast<uintptr_t>(dst) / sizeof(T) % lanes;
+  for (size_t x = lanes - misplaced; x + lanes <= length; x += lanes) step(x);
+  step(length - lanes);
+  return true;
+}
+
 void splitRow(const uint16_t* src, uint8_t* dst, size_t length) {
   const D8 d8;
   const hn::Repartition<uint16_t, D8> d16;
@@ -82,14 +95,15 @@ void splitRow(const uint16_t* src, uint8_t* dst, size_t length) {
   const auto lower = [&](auto v) HWY_ATTR {
     return hn::BitCast(D16(), hn::And(v, hn::Set(d16, uint16_t{255})));
   };
-  size_t x = 0;
-  for (; x + kTile <= length; x += kTile) {
-    const auto first = hn::LoadU(d16, src + x);
-    const auto second = hn::LoadU(d16, src + x + kTile / 2);
-    hn::StoreU(packInOrder(upper(first), upper(second)), d8, dst + x);
-    hn::StoreU(packInOrder(lower(first), lower(second)), d8, dst + length + x);
+  if (overVectors(dst, kTile, length, [&](size_t x) RKD_BODY {
+        const auto first = hn::LoadU(d16, src + x);
+        const auto second = hn::LoadU(d16, src + x + kTile / 2);
+        hn::StoreU(packInOrder(upper(first), upper(second)), d8, dst + x);
+        hn::StoreU(packInOrder(lower(first), lower(second)), d8, dst + length + x);
+      })) {
+    return;
   }
-  for (; x < length; ++x) {
+  for (size_t x = 0; x < length; ++x) {
     uint16_t sample;
     std::memcpy(&sample, static_cast<const void*>(src + x), sizeof(sample));
     dst[x] = static_cast<uint8_t>(sample >> 8);
@@ -100,14 +114,14 @@ void splitRow(const uint16_t* src, uint8_t* dst, size_t length) {
 void joinRow(const uint8_t* src, uint16_t* dst, size_t length) {
   const hn::Repartition<uint16_t, D8> d16;
   const hn::Rebind<uint8_t, decltype(d16)> d8;
-  const size_t lanes = hn::Lanes(d16);
-  size_t x = 0;
-  for (; x + lanes <= length; x += lanes) {
-    const auto upper = hn::PromoteTo(d16, hn::LoadU(d8, src + x));
-    const auto lower = hn::PromoteTo(d16, hn::LoadU(d8, src + length + x));
-    hn::StoreU(hn::Or(hn::ShiftLeft<8>(upper), lower), d16, dst + x);
+  if (overVectors(dst, hn::Lanes(d16), length, [&](size_t x) RKD_BODY {
+        const auto upper = hn::PromoteTo(d16, hn::LoadU(d8, src + x));
+        const auto lower = hn::PromoteTo(d16, hn::LoadU(d8, src + length + x));
+        hn::StoreU(hn::Or(hn::ShiftLeft<8>(upper), lower), d16, dst + x);
+      })) {
+    return;
   }
-  for (; x < length; ++x) {
+  for (size_t x = 0; x < length; ++x) {
     const auto sample = static_cast<uint16_t>(src[x] << 8 | src[length + x]);
     std::memcpy(static_cast<void*>(dst + x), &sample, sizeof(sample));
   }
