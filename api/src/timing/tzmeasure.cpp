@@ -139,11 +139,18 @@ double tzMeasurement::clocksAt(double counted, double rate) const {
   return counted * (memoryShare + (1 - memoryShare) * rate);
 }
 
+std::vector<double> tzMeasurement::judged() const {
+  std::vector<double> values;
+  for (const tzSample& sample : samples) {
+    if (passesShared == passesSampled || !isShared(sample)) values.push_back(sample.clocks);
+  }
+  return values;
+}
+
 void tzMeasurement::summarise() {
   for (tzSample& sample : samples) {
     if (sample.counted > 0) sample.clocks = clocksAt(sample.counted, sample.rate);
   }
-  std::vector<double> values;
   std::vector<double> sharedMinima;
   std::vector<double> widths;
   passMinima.clear();
@@ -155,7 +162,6 @@ void tzMeasurement::summarise() {
     for (; begin != samples.cend() && begin->pass == pass; ++begin) {
       double& least = isShared(*begin) ? shared : alone;
       least = std::min(least, begin->clocks);
-      values.push_back(begin->clocks);
       if (begin->width > 0) widths.push_back(begin->width);
     }
     ++passesSampled;
@@ -165,10 +171,8 @@ void tzMeasurement::summarise() {
   }
   if (passMinima.empty()) passMinima = std::move(sharedMinima);
   width = tzPace::typicalWidth(std::move(widths));
-  statistics = tzSampleStatistics(values);
+  statistics = tzSampleStatistics(judged());
   passDifference = 0;
-  if (passMinima.empty()) return;
-  statistics.minimum = *std::min_element(passMinima.begin(), passMinima.end());
   if (statistics.minimum <= 0) return;
   passDifference = *std::max_element(passMinima.begin(), passMinima.end()) / statistics.minimum - 1;
 }
@@ -180,10 +184,7 @@ int tzMeasurement::passesNeeded() const {
 double tzMeasurement::reach() const {
   std::vector<double> minima = passMinima;
   if (minima.size() < 2) {
-    std::vector<double> values;
-    for (const tzSample& sample : samples) {
-      if (passesShared == passesSampled || !isShared(sample)) values.push_back(sample.clocks);
-    }
+    const std::vector<double> values = judged();
     if (values.size() < 2) return 1;
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     minima = {*std::min_element(values.begin(), middle), *std::min_element(middle, values.end())};

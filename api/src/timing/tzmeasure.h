@@ -45,7 +45,7 @@ struct tzStatistics {
 /// One row.
 struct tzMeasurement {
   std::vector<tzSample> samples;   ///< in the order of their taking, disturbed ones left out
-  tzStatistics statistics;         ///< of these samples
+  tzStatistics statistics;         ///< of the judged() ones of them
   double figure = 0;               ///< what the row tells: clocks of one call
   long long dropped = 0;           ///< samples left out because they were disturbed
   tzDisturbances disturbances;     ///< of all samples, dropped ones included
@@ -72,6 +72,9 @@ struct tzMeasurement {
   void summarise();
   /// Clocks of a call in which the counter counted so many while the core had this rate.
   double clocksAt(double counted, double rate) const;
+  /// Clocks of the samples that the figure and the statistics rest on, in the order of their
+  /// taking: those that had the core for themselves; all when no pass had one.
+  std::vector<double> judged() const;
   bool isShared(const tzSample& sample) const {
     return sample.width > 0 && sample.width < sharedBelow;
   }

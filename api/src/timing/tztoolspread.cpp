@@ -264,8 +264,11 @@ void tzTool::Spread::judgePasses() {
   const double accuracy = m_tool.m_accuracy;
   if (accuracy <= m_tool.m_accuracyLimit) return;
   m_tool.m_infoText << " acc=" << percent(accuracy);
-  if (m_row.samples.size() < 2) {
-    if (m_row.reason.empty()) doubt("there is one sample only");
+  if (m_row.statistics.count < 2) {
+    if (m_row.reason.empty()) {
+      doubt(m_row.samples.size() < 2 ? "there is one sample only"
+                                     : "one sample only had the core for itself");
+    }
     return;
   }
   doubt(tzString(m_row.passMinima.size() > 1 ? "passes differ by " : "halves differ by ") +
