@@ -103,18 +103,44 @@ TEST(Compare, VerdictsFollowIntervalAndGate) {
   }
 }
 
-TEST(Compare, AllPairsOfProcessesMustAgree) {
+TEST(Compare, PairsOfProcessesMustAgree) {
   const tzRatio slower = interval(1.03, 1.02, 1.04);
   const tzRatio more = interval(1.05, 1.03, 1.06);
   const tzRatio same = interval(1.0, 0.995, 1.005);
-  EXPECT_EQ(VERDICT_SLOWER, tzAgree({slower, slower, more}, .01).verdict);
-  EXPECT_EQ(VERDICT_UNRESOLVED, tzAgree({slower, slower, same}, .01).verdict);
-  EXPECT_EQ(VERDICT_SAME, tzAgree({same, same, same}, .01).verdict);
-  EXPECT_EQ(VERDICT_UNRESOLVED, tzAgree({}, .01).verdict);
-  const tzAgreement agreement = tzAgree({slower, more, slower}, .01);
+  const tzRatio wide = interval(1.02, 0.98, 1.08);
+  const tzRatio faster = interval(0.97, 0.96, 0.98);
+  const struct {
+    std::vector<tzRatio> pairs;
+    tzVerdict verdict;
+    bool open;
+  } cases[] = {
+      {{}, VERDICT_UNRESOLVED, false},
+      {{slower, slower, more}, VERDICT_UNRESOLVED, true},  // that happens to the same code
+      {{slower, slower, more, slower, slower}, VERDICT_SLOWER, false},
+      {{faster, faster, faster, faster, faster}, VERDICT_FASTER, false},
+      {{slower, slower, slower, slower, same, slower}, VERDICT_UNRESOLVED, true},
+      {{slower, slower, slower, slower, faster, slower, slower}, VERDICT_SLOWER, false},
+      {{slower, slower, slower, slower, wide, wide, slower, slower}, VERDICT_UNRESOLVED, true},
+      {{slower, slower, slower, slower, wide, wide, slower, slower, same, slower},
+       VERDICT_SLOWER,
+       false},
+      {{same, same, same}, VERDICT_SAME, false},
+      {{same, wide, same}, VERDICT_UNRESOLVED, false},
+      {{same, same, wide, same}, VERDICT_SAME, false},
+      {{same, same, slower}, VERDICT_UNRESOLVED, true},
+      {{same, same, slower, faster}, VERDICT_UNRESOLVED, false},
+      {{same, same, slower, same, same}, VERDICT_UNRESOLVED, false},
+      {{wide, wide, wide}, VERDICT_UNRESOLVED, true},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.verdict, tzAgree(c.pairs, .01).verdict) << &c - cases;
+    EXPECT_EQ(c.open, tzIsOpen(c.pairs, .01)) << &c - cases;
+  }
+  const tzAgreement agreement = tzAgree({slower, more, slower, slower, same, slower, slower}, .01);
   EXPECT_EQ(1.03, agreement.ratio.ratio);
-  EXPECT_EQ(1.02, agreement.ratio.low);
+  EXPECT_EQ(1.02, agreement.ratio.low) << "of those that agree";
   EXPECT_EQ(1.06, agreement.ratio.high);
+  EXPECT_EQ(0.98, tzAgree({slower, wide, wide}, .01).ratio.low);
 }
 
 // Fixed seeds: what a noisy machine does to both sides alike must alarm nobody, and 3 % be found.

@@ -45,6 +45,7 @@ class tzComparison {
     tzSideRow facts;
     double elements = 0;
     bool failed = false;
+    bool told = false;
     std::vector<std::vector<tzRatio>> ratios;  // of each further side, a set of processes each
     std::vector<double> best;                  // clocks of a call, of each side
     std::vector<tzJson> sets;                  // the rounds, for the file of lines
@@ -54,14 +55,16 @@ class tzComparison {
   void countRows(tzConditions& conditions);
   bool startSides();
   void checkLibraries() const;
-  void compareRows(bool last);
-  void compareRow(bool last);
+  void compareRows(int set);
+  void compareRow(Row& row);
+  bool isDue(const Row& row) const;
+  bool isOpen(const Row& row) const;
   bool prepareRow(Row& row, int& calls, int& firstLook);
   bool measureRow(Row& row, int calls, int firstLook, Rounds& rounds);
   bool isResolved(const Rounds& rounds) const;
   void keep(Row& row, const Rounds& rounds, int calls);
   void fail(Row& row, const tzSide& side);
-  void report(const Row& row) const;
+  void report(Row& row) const;
   tzString figures(const Row& row, std::vector<tzAgreement>& agreements) const;
   void reportTable(const Row& row, const std::vector<tzAgreement>& agreements) const;
   void reportLine(const Row& row, const std::vector<tzAgreement>& agreements) const;

@@ -52,7 +52,8 @@ tzString tzComparison::figures(const Row& row, std::vector<tzAgreement>& agreeme
   return line;
 }
 
-void tzComparison::report(const Row& row) const {
+void tzComparison::report(Row& row) const {
+  row.told = true;
   std::vector<tzAgreement> agreements;
   const tzString line = figures(row, agreements);
   bool slower = false;

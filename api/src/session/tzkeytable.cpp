@@ -296,13 +296,12 @@ constexpr KeyRow kTable[] = {
      "both\n"
      "on one processor, and the two measure in turns: 51 rounds, where that does not settle it "
      "101\n"
-     "or 201, with three sets of processes that must agree (-dProcessSets=). Each row has the "
-     "ratio\n"
-     "of new to old, its interval at 95 % for all rows together, and \"slower\", \"faster\", "
-     "\"same\"\n"
-     "or \"unresolved\"; changes below -dGate= (1 %) do not count. The exit code is 1 when a row "
-     "is\n"
-     "slower or fails.\n"
+     "or 201, with three sets of processes (-dProcessSets=), and with up to six times as many "
+     "until\n"
+     "enough of them agree where a row seems to differ. Each row has the ratio of new to old, its\n"
+     "interval at 95 % for all rows together, and \"slower\", \"faster\", \"same\" or "
+     "\"unresolved\";\n"
+     "changes below -dGate= (1 %) do not count. The exit code is 1 when a row is slower or fails.\n"
      "Example: tazmet -D /home/me/new/lib -fDCT -dGate=2\n"},
     {'c', "c", SHOWN, WITH_LIBRARY, ANY_EXIT, &act::paths, LAST, ARG_ANY,
      "-c<cpu>,<cpu>... = compare the library's code for these processors, sample by sample\n",

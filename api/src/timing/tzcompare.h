@@ -46,11 +46,20 @@ constexpr int kTzNumLooks = 3;
 double tzLookAlpha(double alpha, int comparisons);
 /// @}
 
+/// @name Agreement
 /// Several pairs of processes, each with its ratio and verdict: processes differ by where their
 /// memory lies, so one pair proves nothing.
+/// @{
 struct tzAgreement {
-  tzRatio ratio;  ///< median of the ratios; the outermost ends of the intervals
+  tzRatio ratio;  ///< median of the ratios; the outermost ends of the intervals of the pairs that
+                  ///< share the verdict, of all pairs where there is none
   tzVerdict verdict = VERDICT_UNRESOLVED;
 };
-/// The verdict that all pairs share, else "unresolved".
+/// "slower" and "faster" when more pairs say so than would by chance: all of five, 7 of ten, 8 of
+/// twelve. "same" when two thirds of the pairs do, and three at least, and none says one of those.
+/// Else "unresolved".
 tzAgreement tzAgree(const std::vector<tzRatio>& pairs, double gate);
+/// Further pairs may settle it: there is no verdict yet, but the median is beyond the gate, or more
+/// pairs say one way than the other while there are too few for a verdict.
+bool tzIsOpen(const std::vector<tzRatio>& pairs, double gate);
+/// @}
