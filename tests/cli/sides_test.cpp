@@ -1,9 +1,11 @@
 // Two builds, or code paths of one, side by side (-D, -c): the whole program with substitute
 // libraries, one of which does 38 times what the other does 25 times.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -13,6 +15,9 @@
 using harnesskit::Outcome;
 using harnesskit::runProgram;
 using harnesskit::TempFolder;
+using testing::Each;
+using testing::ElementsAre;
+using testing::Ge;
 
 namespace {
 
@@ -70,6 +75,19 @@ std::string validated(const TempFolder& folder) {
       .console;
 }
 
+// The sets of processes of every row that was compared, in the order of the rows.
+std::vector<size_t> setsOf(const TempFolder& folder) {
+  std::vector<size_t> counts;
+  std::istringstream lines(folder.read("tazmet.jsonl"));
+  for (std::string line; std::getline(lines, line);) {
+    size_t count = 0;
+    const std::string set = "\"sides\":";
+    for (size_t at = line.find(set); at != std::string::npos; at = line.find(set, at + 1)) ++count;
+    if (line.find("\"type\":\"comparison\"") != std::string::npos) counts.push_back(count);
+  }
+  return counts;
+}
+
 }  // namespace
 
 TEST(Sides, APlantedSlowdownIsFoundAndEndsWithOne) {
@@ -88,6 +106,7 @@ TEST(Sides, APlantedSlowdownIsFoundAndEndsWithOne) {
   EXPECT_EQ(1u, outcome.lines(" Compared   : 2, slower 2, faster 0, same 0, unresolved 0").size())
       << outcome.console;
   EXPECT_EQ("1 2 1 0\n", validated(folder));
+  EXPECT_THAT(setsOf(folder), Each(Ge(5u))) << "three that agree are no proof";
 
   // The other way round, and above the gate.
   EXPECT_EQ(0, compare(folder, kSlower, {"-D" + kOther, "-f=" + kGrey}).exitCode);
@@ -95,6 +114,7 @@ TEST(Sides, APlantedSlowdownIsFoundAndEndsWithOne) {
   const Outcome gated = compare(folder, kOther, {"-D" + kSlower, "-f=" + kGrey, "-dGate=90"});
   EXPECT_EQ(0, gated.exitCode) << gated.console;
   EXPECT_EQ("same", rowOf(folder, "rkdiRGBToY_JPEG")[kVerdict]) << gated.console;
+  EXPECT_THAT(setsOf(folder), ElementsAre(3u)) << "nothing seems to differ";
 }
 
 TEST(Sides, ABuildIsNeitherFasterNorSlowerThanItself) {
