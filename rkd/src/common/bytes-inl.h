@@ -100,7 +100,7 @@ HWY_INLINE void interleave(V8 a, V8 b, V8* both) {
   orderPairs(both);
 }
 
-// ---- pixels of three channels ----
+// ---- pixels ----
 
 #if HWY_TARGET <= HWY_AVX3_DL
 // Since 64 is no multiple of 3, the samples of a channel stand in lanes of their own whichever of

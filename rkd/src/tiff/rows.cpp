@@ -83,8 +83,9 @@ HWY_INLINE bool overVectors(const T* dst, size_t lanes, size_t length, Step step
   if (length < lanes) return false;
   step(0);
   const size_t misplaced = reinterpret_cast<uintptr_t>(dst) / sizeof(T) % lanes;
-  for (size_t x = lanes - misplaced; x + lanes <= length; x += lanes) step(x);
-  step(length - lanes);
+  size_t x = lanes - misplaced;
+  for (; x + lanes <= length; x += lanes) step(x);
+  if (x < length) step(length - lanes);
   return true;
 }
 
