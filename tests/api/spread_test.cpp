@@ -192,6 +192,17 @@ TEST_F(SpreadTool, APassThatHadToShareTheCoreHasNoSay) {
   shots.resize(60, Shot(1e5, TZ_OK, shares));
   EXPECT_EQ(loop(shots), TZ_OK);
   EXPECT_EQ(tool.funcClocks(), 1e5);
+  EXPECT_EQ(tool.measurement().statistics.minimum, 1e5);
+  EXPECT_EQ(tool.measurement().statistics.median, 1e5) << "no less than the smallest";
+  EXPECT_LT(tool.measurement().statistics.count, tool.measurement().samples.size());
+
+  // A single sample outside of it.
+  const auto oneAlone = [] {
+    passTime();
+    pace.width = script.loops.size() == 20 || script.loops.size() == 21 ? 5 : 2.5;
+  };
+  EXPECT_EQ(loop(std::vector<Shot>(60, Shot(1e5, TZ_OK, oneAlone))), TZ_ACCURWRN);
+  EXPECT_EQ(tool.measurement().reason, "one sample only had the core for itself");
 }
 
 TEST_F(SpreadTool, ClocksOfTheCoreAreTheSameAtEachOfItsRates) {

@@ -87,21 +87,24 @@ double tzComparison::alpha() const {
 
 int tzComparison::run(tzConditions& conditions) {
   countRows(conditions);
+  bool started = true;
   bool due = true;
   for (int set = 0; due && tzInterrupt::signal() == 0; ++set) {
-    if (!startSides()) return 1;
+    started = startSides();
+    if (!started) break;
     if (set == 0) checkLibraries();
     compareRows(set);
     m_sides.clear();
     due = set + 1 < m_numSets || std::any_of(m_rows.begin(), m_rows.end(),
                                              [this](const auto& row) { return isDue(row.second); });
   }
+  // Whatever ended the sets: a row that has those asked for is told.
   for (auto& [place, row] : m_rows) {
-    // Left open by a signal.
-    if (static_cast<int>(row.sets.size()) >= m_numSets && !row.told) report(row);
+    const bool isMeasured = static_cast<int>(row.sets.size()) >= m_numSets && !row.failed;
+    if (isMeasured && !row.told) report(row);
   }
-  reportTotals();
-  return tzGetTestList().counts[TZ_FAIL] != 0 ? 1 : 0;
+  if (!m_rows.empty()) reportTotals();
+  return !started || tzGetTestList().counts[TZ_FAIL] != 0 ? 1 : 0;
 }
 
 bool tzComparison::isOpen(const Row& row) const {
@@ -109,8 +112,8 @@ bool tzComparison::isOpen(const Row& row) const {
                      [this](const auto& ratios) { return tzIsOpen(ratios, m_gate); });
 }
 
-// One that has no verdict though it seems to differ gets further sets: of three, one that met a
-// slow spell of the machine is enough to hide what the others saw.
+// One that seems to differ gets further sets: three of three say so of identical code, too, and one
+// that met a slow spell of the machine hides what the others saw.
 bool tzComparison::isDue(const Row& row) const {
   const int sets = static_cast<int>(row.sets.size());
   if (row.failed || row.told) return false;
