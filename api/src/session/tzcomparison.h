@@ -64,6 +64,7 @@ class tzComparison {
   bool isResolved(const Rounds& rounds) const;
   void keep(Row& row, const Rounds& rounds, int calls);
   void fail(Row& row, const tzSide& side);
+  void reportSettled();
   void report(Row& row) const;
   tzString figures(const Row& row, std::vector<tzAgreement>& agreements) const;
   void reportTable(const Row& row, const std::vector<tzAgreement>& agreements) const;
