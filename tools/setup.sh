@@ -63,13 +63,17 @@ tazmet_page_packages=(chromium chromium-driver)
 tazmet_bench_packages=(pkg-config libjpeg62-turbo-dev libopenjp2-7-dev libjxr-dev
   libstb-dev libsquish-dev libdcmtk-dev libbenchmark-dev mate-backgrounds lomiri-wallpapers-16.04)
 
+# What the fuzz targets need: a compiler with libFuzzer, whose library for sanitizers carries its version.
+tazmet_fuzz_packages=(clang)
+tazmet_fuzz_runtime() { echo "libclang-rt-$(clang -dumpversion | cut -d. -f1)-dev"; }
+
 # Ubuntu names one of them differently.
 if [[ -r /etc/os-release ]] && grep -q '^ID=ubuntu' /etc/os-release; then
   tazmet_check_packages=("${tazmet_check_packages[@]/#libjpeg62-turbo-dev/libjpeg-turbo8-dev}")
   tazmet_bench_packages=("${tazmet_bench_packages[@]/#libjpeg62-turbo-dev/libjpeg-turbo8-dev}")
 fi
 
-# Run instead of sourced: installs what the named tasks need, of build, check, bench and page.
+# Run instead of sourced: installs what the named tasks need, of build, check, bench, fuzz and page.
 if [[ ${BASH_SOURCE[0]} == "$0" ]]; then
   set -euo pipefail
   for task in "$@"; do
@@ -80,8 +84,12 @@ if [[ ${BASH_SOURCE[0]} == "$0" ]]; then
         tazmet_setup_known "${tazmet_judge_packages[@]}"
         ;;
       bench) tazmet_setup "${tazmet_bench_packages[@]}" ;;
+      fuzz)
+        tazmet_setup "${tazmet_build_packages[@]}" "${tazmet_fuzz_packages[@]}"
+        tazmet_setup "$(tazmet_fuzz_runtime)"
+        ;;
       page) tazmet_setup "${tazmet_page_packages[@]}" ;;
-      *) echo "setup.sh: no task $task; there are build, check, bench and page" >&2 && exit 2 ;;
+      *) echo "setup.sh: no task $task; there are build, check, bench, fuzz and page" >&2 && exit 2 ;;
     esac
   done
 fi
