@@ -210,6 +210,33 @@ TEST(HuffmanUnits, AreTheirBlocksWhereEveryValueIsLong) {
   });
 }
 
+// More stuffed bytes than a window of the stream has room for, in rows and far apart, and fill
+// bytes in front of some; calls that begin and end among them.
+TEST(HuffmanUnits, AreTheirBlocksAmongStuffedAndFillBytes) {
+  const Coding coding = {{dcLuma, dcLuma}, {acLuma, acLuma}, {0}};
+  Random random;
+  std::vector<Block> blocks(150);
+  for (size_t i = 0; i < blocks.size(); ++i) {
+    blocks[i].fill(0);
+    for (size_t k = 1; k < (i % 3 > 0 ? 64 : 5); ++k) {  // a long code of ones, and ones
+      blocks[i][zigzag[k]] = int16_t(random.between(0, 9) > 0 ? 1023 : random.between(513, 1023));
+    }
+  }
+  const Bytes plain = encode(coding, blocks);
+  Bytes filled;
+  for (const uint8_t byte : plain) {
+    if (byte == 0xFF) filled.insert(filled.end(), size_t(random.between(-90, 9) > 0 ? 3 : 0), byte);
+    filled.push_back(byte);
+  }
+  ASSERT_GT(std::count(plain.begin(), plain.end(), 0xFF), 4000);
+  forEachLevel([&] {
+    for (const int units : {1, 7, 150}) {
+      ASSERT_NO_FATAL_FAILURE(expectAsBlockByBlock(coding, plain, 150, units));
+      ASSERT_NO_FATAL_FAILURE(expectAsBlockByBlock(coding, filled, 150, units));
+    }
+  });
+}
+
 TEST(HuffmanUnits, TellWhereCoefficientsEnd) {
   const Coding coding = {{dcLuma, dcLuma}, {acLuma, acLuma}, {0}};
   std::vector<Block> blocks;

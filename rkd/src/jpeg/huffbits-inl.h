@@ -257,7 +257,7 @@ template <class Reader>
 HWY_INLINE Symbol nextSymbol(Reader& reader, DecodeTable table) {
   const uint64_t bits = reader.bits();
   DecodeEntry entry = table.look(bits);
-  if (HWY_UNLIKELY(entry.word == 0)) entry = table.search(bits);
+  if (HWY_UNLIKELY(entry.word == 0)) entry = table.lookFurther(bits);
   reader.skip(entry.word, entry.codeLength() + entry.size());
   return {entry, entry.value(bits)};
 }

@@ -193,8 +193,12 @@ struct DecodeSpecLayout {
   uint32_t isForDC;  ///< what the steps are for
   uint32_t look[1 << lookBits];
   uint64_t step[1 << stepBits];
-  /// For codes longer than a look, by length: the first 16-bit window above all codes of up to that
-  /// length, and what to add to the code to find its symbol.
+  /// Looks at the longest codes: by the last windows of 16 bits, whatever code is in front. That is
+  /// where tables, which give no code of ones alone, have the long codes of rare symbols.
+  static constexpr uint32_t lastWindows = 1024;
+  uint32_t lastLook[lastWindows];
+  /// For other long codes, by length: the first 16-bit window above all codes of up to that length,
+  /// and what to add to the code to find its symbol.
   uint32_t limit[17];
   int32_t symbolOffset[17];
   uint8_t symbol[256];
@@ -215,10 +219,17 @@ class DecodeTable {
   /// The entries of steps, by the high bits of what is looked at.
   const uint8_t* acSteps() const { return steps(0); }
   const uint8_t* dcSteps() const { return steps(1); }
-  /// The entry of a code longer than a look; all zero if no code fits.
-  DecodeEntry search(uint64_t bits) const;
+  /// The entry of any code, most quickly of one longer than a look; all zero if no code fits.
+  DecodeEntry lookFurther(uint64_t bits) const {
+    constexpr uint32_t first = (1 << 16) - DecodeSpecLayout::lastWindows;
+    const uint64_t window = bits >> 48;
+    if (window < first) [[unlikely]]
+      return search(bits);
+    return {load<uint32_t>(base_ + offsetof(DecodeSpecLayout, lastLook) + 4 * (window - first))};
+  }
 
  private:
+  DecodeEntry search(uint64_t bits) const;
   const uint8_t* steps(uint32_t isForDC) const {
     return load<uint32_t>(base_ + offsetof(DecodeSpecLayout, isForDC)) == isForDC
                ? base_ + offsetof(DecodeSpecLayout, step)

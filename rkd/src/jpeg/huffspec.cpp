@@ -159,6 +159,15 @@ void buildSteps(bool isDC, DecodeSpecLayout* spec) {
   }
 }
 
+/// Fills the windows of 16 bits that begin with a code, of those that are looked at.
+void fillLastWindows(const Code& code, uint32_t word, DecodeSpecLayout* spec) {
+  constexpr uint32_t first = (1 << 16) - DecodeSpecLayout::lastWindows;
+  const unsigned free = 16 - code.length;
+  const uint32_t begin = std::max(uint32_t(code.code) << free, first);
+  const uint32_t end = (uint32_t(code.code) + 1) << free;
+  for (uint32_t window = begin; window < end; ++window) spec->lastLook[window - first] = word;
+}
+
 void build(const CodeList& list, DecodeSpecLayout* spec) {
   constexpr unsigned lookBits = DecodeSpecLayout::lookBits;
   *spec = {};
@@ -171,9 +180,11 @@ void build(const CodeList& list, DecodeSpecLayout* spec) {
       const Code& c = list.code[size_t(at)];
       spec->symbol[at] = c.symbol;
       above = (c.code + 1) << (16 - length);
+      const uint32_t word = makeEntry(length, c.symbol).word;
+      fillLastWindows(c, word, spec);
       if (length > lookBits) continue;
       uint32_t* const first = spec->look + (c.code << (lookBits - length));
-      std::fill_n(first, 1u << (lookBits - length), makeEntry(length, c.symbol).word);
+      std::fill_n(first, 1u << (lookBits - length), word);
     }
     spec->limit[length] = above;
   }
@@ -306,6 +317,7 @@ constexpr std::array<uint64_t, 1 << DecodeSpecLayout::stepBits> kNoSteps = [] {
 }();
 
 DecodeEntry DecodeTable::search(uint64_t bits) const {
+  if (const DecodeEntry entry = look(bits); entry.word != 0) return entry;
   const uint32_t window = uint32_t(bits >> 48);
   // The limits ascend: without branches, as lengths cannot be predicted.
   unsigned length = DecodeSpecLayout::lookBits + 1;
