@@ -20,19 +20,8 @@
 #include "common/native-inl.h"
 #include "common/zigzag.h"
 
-// Every processor of the AVX2 level counts leading zeros in one step; Highway does not ask g++ for
-// it. (clang has no pragma that adds to a target; it gets by without.)
 #undef RKD_HAS_COEFFICIENT_LIST
 #undef RKD_HAS_SMALL_VALUES
-#undef RKD_PUSH_LZCNT
-#undef RKD_POP_LZCNT
-#if HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
-#define RKD_PUSH_LZCNT HWY_PRAGMA(GCC push_options) HWY_PRAGMA(GCC target("lzcnt"))
-#define RKD_POP_LZCNT HWY_PRAGMA(GCC pop_options)
-#else
-#define RKD_PUSH_LZCNT
-#define RKD_POP_LZCNT
-#endif
 
 HWY_BEFORE_NAMESPACE();
 RKD_PUSH_LZCNT

@@ -16,6 +16,7 @@
 #include "jpeg2000/state.h"
 
 HWY_BEFORE_NAMESPACE();
+RKD_PUSH_LZCNT
 namespace rkd::HWY_NAMESPACE {
 namespace {
 
@@ -197,6 +198,7 @@ RkdStatus encode(const int32_t* src, int srcStep, RkdiSize size, int band, int s
 
 }  // namespace
 }  // namespace rkd::HWY_NAMESPACE
+RKD_POP_LZCNT
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
