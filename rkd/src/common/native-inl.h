@@ -37,8 +37,8 @@
 #define RKD_BLOCK HWY_INLINE
 #endif
 
-// Every processor of the AVX2 level counts leading zeros in one step; Highway does not ask g++ for
-// it. (clang has no pragma that adds to a target; it gets by without.)
+// All of the AVX2 level count leading zeros in one step; Highway does not ask g++ for it. (clang,
+// which has no pragma that adds to a target, gets by without.)
 #undef RKD_PUSH_LZCNT
 #undef RKD_POP_LZCNT
 #if HWY_TARGET <= HWY_AVX2 && HWY_COMPILER_GCC_ACTUAL
@@ -48,7 +48,6 @@
 #define RKD_PUSH_LZCNT
 #define RKD_POP_LZCNT
 #endif
-
 HWY_BEFORE_NAMESPACE();
 namespace rkd::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
