@@ -132,25 +132,6 @@ void Decoder::readHeaders(std::span<const uint8_t> file) {
   describe();
 }
 
-namespace {
-
-/// Runs one step of the codec; what it throws becomes a message and a status.
-template <typename Step>
-Status guarded(Reporter& report, const Step& step) {
-  try {
-    step();
-    report.finish();
-    return Status::ok;
-  } catch (const Failure& failure) {
-    report.failed(failure);
-  } catch (const std::bad_alloc&) {
-    report.failed({Diag::outOfMemory, {}});
-  }
-  return Status::failed;
-}
-
-}  // namespace
-
 Status Decoder::open(std::span<const uint8_t> file) {
   return guarded(m_parts->report, [&] { readHeaders(file); });
 }

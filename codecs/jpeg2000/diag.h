@@ -3,6 +3,7 @@
 /// Warnings and exceptions: numbers, texts, and the way from where they are met to whoever listens.
 
 #include <array>
+#include <new>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -60,5 +61,22 @@ class Reporter {
   std::array<int, 1000> m_count{};
   std::vector<Warning> m_kept;
 };
+
+/// Runs one step of the codec; what it throws becomes a message and a status. A status that it
+/// throws is of something that has told its own.
+template <typename Step>
+Status guarded(Reporter& report, const Step& step) {
+  try {
+    step();
+    report.finish();
+    return Status::ok;
+  } catch (const Failure& failure) {
+    report.failed(failure);
+  } catch (const std::bad_alloc&) {
+    report.failed({Diag::outOfMemory, {}});
+  } catch (Status) {
+  }
+  return Status::failed;
+}
 
 }  // namespace j2k

@@ -217,15 +217,7 @@ void PictureEncoder::encode(std::vector<uint8_t>& file) {
 Status encodePicture(const Options& options, Diagnostics& diagnostics, const PictureInfo& info,
                      std::span<const SampleView> samples, std::vector<uint8_t>& file) {
   Reporter report(diagnostics, options.strict);
-  try {
-    PictureEncoder(options, info, samples).encode(file);
-    return Status::ok;
-  } catch (const Failure& failure) {
-    report.failed(failure);
-  } catch (const std::bad_alloc&) {
-    report.failed({Diag::outOfMemory, {}});
-  }
-  return Status::failed;
+  return guarded(report, [&] { PictureEncoder(options, info, samples).encode(file); });
 }
 
 }  // namespace j2k

@@ -148,24 +148,6 @@ void decodeComponents(Decoder& decoder, std::vector<Channel>& channels) {
   if (decoder.decode(views) != Status::ok) throw Status::failed;
 }
 
-/// Runs one step; what it throws is told.
-template <typename Step>
-Status guarded(const Options& options, Diagnostics& diagnostics, const Step& step) {
-  Reporter report(diagnostics, options.strict);
-  try {
-    step(report);
-    report.finish();
-    return Status::ok;
-  } catch (const Failure& failure) {
-    report.failed(failure);
-  } catch (const std::bad_alloc&) {
-    report.failed({Diag::outOfMemory, {}});
-  } catch (Status) {
-    // The decoder has told it.
-  }
-  return Status::failed;
-}
-
 void openOrThrow(Decoder& decoder, std::span<const uint8_t> file) {
   if (decoder.open(file) != Status::ok) throw Status::failed;
 }
@@ -225,7 +207,8 @@ void coloursFrom(std::vector<Channel>& channels, int colours, Reporter& report,
 Status decodeChannels(const Options& options, Diagnostics& diagnostics,
                       std::span<const uint8_t> file, std::vector<Channel>& channels,
                       PictureInfo& info) {
-  return guarded(options, diagnostics, [&](Reporter& report) {
+  Reporter report(diagnostics, options.strict);
+  return guarded(report, [&] {
     Decoder decoder(options, diagnostics);
     openOrThrow(decoder, file);
     info = decoder.info();
@@ -239,7 +222,8 @@ Status decodeChannels(const Options& options, Diagnostics& diagnostics,
 
 Status decodePixels(const Options& options, Diagnostics& diagnostics, std::span<const uint8_t> file,
                     int mostDepth, Pixels& pixels, PictureInfo& info) {
-  return guarded(options, diagnostics, [&](Reporter& report) {
+  Reporter report(diagnostics, options.strict);
+  return guarded(report, [&] {
     Decoder decoder(options, diagnostics);
     openOrThrow(decoder, file);
     info = decoder.info();
