@@ -98,7 +98,7 @@ void TileDecoder::prepare(const Rect& tile, const Coding& coding, Budget& budget
     }
     component.planes = std::make_unique<CoefficientPlanes>(arithmetic, std::move(windows));
   }
-  budget.take(m_wavelets.stripBytes(wantedPlanes()));
+  budget.take(m_wavelets.seamBytes(wantedPlanes()));
 }
 
 bool TileDecoder::needed(const PacketIndex& packet) const {

@@ -183,10 +183,10 @@ void TileEncoder::transform(std::span<const SampleView> samples, EncodeWorkers& 
   }
   std::vector<const CoefficientPlanes*> planes;
   for (const auto& p : m_planes) planes.push_back(p.get());
-  const int64_t strips = workers.wavelets.stripBytes(planes);
-  if (strips > workers.stripBytes) {
-    budget.take(strips - workers.stripBytes);
-    workers.stripBytes = strips;
+  const int64_t seams = workers.wavelets.seamBytes(planes);
+  if (seams > workers.seamBytes) {
+    budget.take(seams - workers.seamBytes);
+    workers.seamBytes = seams;
   }
   workers.wavelets.forward(planes);
 }

@@ -1,4 +1,4 @@
-// Levels of wavelets, of whole components and in strips.
+// Levels of wavelets, of whole components and in parts.
 #include "wavelet.h"
 
 #include <algorithm>
@@ -57,121 +57,171 @@ void lift(const WaveletLevel& l, WorkMemory& work) {
   }
 }
 
-/// A level of samples, to coefficients elsewhere.
-void liftTo(const WaveletLevel& l, const PlaneView& dst, WorkMemory& work) {
-  const auto run = [&](auto call, const auto* from, auto* to) {
-    checked(call(from, int(l.plane.step), to, int(dst.step), sizeOf(l.plane), l.phaseX, l.phaseY,
-                 workFor(l.plane, work)));
-  };
-  switch (l.plane.arithmetic) {
-    case Arithmetic::narrow:
-      run(rkdiWTFwd_B53_JPEG2K_16s_C1R, l.plane.row<int16_t>(0), dst.row<int16_t>(0));
-      break;
-    case Arithmetic::wide:
-      run(rkdiWTFwd_B53_JPEG2K_32s_C1R, l.plane.row<int32_t>(0), dst.row<int32_t>(0));
-      break;
-    case Arithmetic::real:
-      run(rkdiWTFwd_D97_JPEG2K_32f_C1R, l.plane.row<float>(0), dst.row<float>(0));
-      break;
-  }
-}
+// ---- parts of a level, by a thread each ----
 
-// ---- strips ----
-
-/// Rows of a level that begin with a low one, except the first strip's; and the rows around them
-/// that their results depend on.
-struct Strip {
+struct Rows {
   int first, end;
-  int from, to;
-  int rows() const { return to - from; }
+  int count() const { return end - first; }
 };
-
-constexpr int leastRows = 64;
-
-std::vector<Strip> stripsOf(int height, int phase, int threads) {
-  const int count = std::min(2 * threads, height / leastRows);
-  std::vector<Strip> strips;
-  const auto cut = [&](int i) {
-    if (i == 0 || i == count) return i == 0 ? 0 : height;
-    return (int(int64_t(height) * i / count) + phase) / 2 * 2 - phase;
-  };
-  for (int i = 0; i < count; ++i) {
-    const int first = cut(i), end = cut(i + 1);
-    strips.push_back(
-        {first, end, std::max(0, first - waveletReach), std::min(height, end + waveletReach)});
-  }
-  return strips;
-}
 
 /// Low ones among the first rows of a level.
 int lowRows(int rows, int phase) { return (rows + 1 - phase) / 2; }
 
-/// The place of a strip: all have room for as many rows, and their margins.
-PlaneView placeOf(size_t index, const std::vector<Strip>& strips, const PlaneView& level,
-                  uint8_t* memory) {
+/// Rows around a cut between two parts: of these the results depend on both sides, and on no more
+/// than `around`.
+struct Seam {
+  Rows rows, around;
+};
+constexpr int rowsAroundSeam = 4 * waveletReach;
+
+/// A level cut into halves, and these again. Coefficients of a level lie low rows first; those of
+/// its halves do so half by half. One changes into the other by an exchange of neighbouring blocks
+/// of as many rows: the first half's high ones and the second half's low ones.
+class Division {
+ public:
+  struct Exchange {
+    int first, count;  ///< rows from `first` on, and as many behind them
+  };
+
+  Division(int height, int phase, int threads) : parts_{{0, height}} {
+    const bool isPowerOfTwo = (threads & (threads - 1)) == 0;
+    const size_t wanted = size_t(isPowerOfTwo ? threads : 2 * threads);
+    while (parts_.size() < wanted && height / int(2 * parts_.size()) >= leastRows) halve(phase);
+    for (size_t i = 1; i < parts_.size(); ++i) {
+      const int cut = parts_[i].first;
+      seams_.push_back({{cut - waveletReach, cut + waveletReach},
+                        {cut - 2 * waveletReach, cut + 2 * waveletReach}});
+    }
+  }
+  static constexpr int leastRows = 64;
+
+  const std::vector<Rows>& parts() const { return parts_; }
+  const std::vector<Seam>& seams() const { return seams_; }
+  /// In the order in which a level is cut.
+  const std::vector<std::vector<Exchange>>& exchanges() const { return exchanges_; }
+
+ private:
+  void halve(int phase) {
+    std::vector<Rows> halves;
+    std::vector<Exchange> exchanges;
+    for (const Rows& part : parts_) {
+      const int own = (part.first + phase) & 1;
+      // So that both blocks of an exchange have as many rows.
+      const int half = lowRows(part.count(), own), lows = lowRows(half, own);
+      exchanges.push_back({part.first + lows, half - lows});
+      halves.push_back({part.first, part.first + half});
+      halves.push_back({part.first + half, part.end});
+    }
+    parts_ = std::move(halves);
+    exchanges_.push_back(std::move(exchanges));
+  }
+
+  std::vector<Rows> parts_;
+  std::vector<Seam> seams_;
+  std::vector<std::vector<Exchange>> exchanges_;
+};
+
+/// The memory of what is around a seam.
+PlaneView placeOf(size_t index, const PlaneView& level, uint8_t* memory) {
   PlaneView view = level;
-  size_t before = 0;
-  for (size_t i = 0; i < index; ++i) before += size_t(strips[i].rows());
-  view.data = memory + before * level.step;
-  view.height = strips[index].rows();
+  view.data = memory + index * rowsAroundSeam * level.step;
+  view.height = rowsAroundSeam;
   return view;
 }
 
-int64_t bytesOf(const std::vector<Strip>& strips, const PlaneView& level) {
-  int64_t rows = 0;
-  for (const Strip& s : strips) rows += s.rows();
-  return rows * int64_t(level.step);
+size_t rowBytes(const PlaneView& plane) {
+  return size_t(plane.width) * sampleSize(plane.arithmetic);
 }
 
 void copyRows(const PlaneView& from, int fromRow, const PlaneView& to, int toRow, int rows) {
-  const size_t bytes = size_t(from.width) * sampleSize(from.arithmetic);
   for (int y = 0; y < rows; ++y) {
-    std::memcpy(to.row<uint8_t>(toRow + y), from.row<uint8_t>(fromRow + y), bytes);
+    std::memcpy(to.row<uint8_t>(toRow + y), from.row<uint8_t>(fromRow + y), rowBytes(from));
   }
+}
+
+/// Where the coefficients of the rows `wanted` lie in a level of so many rows, and in a copy of its
+/// rows `around`: calls copy(row of the level, row of the copy, count) for the low ones and for the
+/// high ones.
+template <class Copy>
+void eachHalf(const Rows& wanted, const Rows& around, int height, int phase, const Copy& copy) {
+  const int lowsAbove = lowRows(around.first, phase),
+            lowsAround = lowRows(around.end, phase) - lowsAbove;
+  const int low = lowRows(wanted.first, phase), endLow = lowRows(wanted.end, phase);
+  copy(low, low - lowsAbove, endLow - low);
+  const int high = wanted.first - low, endHigh = wanted.end - endLow;
+  copy(lowRows(height, phase) + high, lowsAround + high - (around.first - lowsAbove),
+       endHigh - high);
+}
+
+void exchangeRows(const PlaneView& plane, int one, int other) {
+  constexpr size_t chunk = 4096;
+  alignas(64) uint8_t kept[chunk];
+  for (size_t at = 0; at < rowBytes(plane); at += chunk) {
+    const size_t bytes = std::min(chunk, rowBytes(plane) - at);
+    uint8_t *const a = plane.row<uint8_t>(one) + at, *const b = plane.row<uint8_t>(other) + at;
+    std::memcpy(kept, a, bytes);
+    std::memcpy(a, b, bytes);
+    std::memcpy(b, kept, bytes);
+  }
+}
+
+void exchange(const PlaneView& plane, const std::vector<Division::Exchange>& exchanges,
+              codecs::Workers& workers) {
+  const auto shares = size_t(workers.count());
+  workers.run(exchanges.size() * shares, [&](size_t i, int) {
+    const Division::Exchange& e = exchanges[i / shares];
+    const auto share = int64_t(i % shares);
+    const auto rowOf = [&](int64_t at) { return int(e.count * at / int64_t(shares)); };
+    for (int y = rowOf(share); y < rowOf(share + 1); ++y) {
+      exchangeRows(plane, e.first + y, e.first + e.count + y);
+    }
+  });
 }
 
 }  // namespace
 
-/// Strips to memory of their own, for the coefficients of one lie where the samples of another are.
-void Wavelets::forwardInStrips(const WaveletLevel& level) {
+/// Each part in place, with wrong results at the seams; these from copies of what is around them.
+template <bool Forward>
+void Wavelets::liftInParts(const WaveletLevel& level) {
   const PlaneView& plane = level.plane;
   const int phase = level.phaseY;
-  const std::vector<Strip> strips = stripsOf(plane.height, phase, m_workers.count());
-  m_workers.run(strips.size(), [&](size_t i, int worker) {
-    const Strip& s = strips[i];
-    liftTo({plane.part(0, s.from, plane.width, s.rows()), level.phaseX, (s.from + phase) & 1},
-           placeOf(i, strips, plane, m_strips->data()), m_work[size_t(worker)]);
-  });
-  const int lows = lowRows(plane.height, phase);
-  m_workers.run(strips.size(), [&](size_t i, int) {
-    const Strip& s = strips[i];
-    const PlaneView made = placeOf(i, strips, plane, m_strips->data());
-    const int fromLow = lowRows(s.from, phase), toLow = lowRows(s.to, phase);
-    const int low = lowRows(s.first, phase), endLow = lowRows(s.end, phase);
-    copyRows(made, low - fromLow, plane, low, endLow - low);
-    const int high = s.first - low, endHigh = s.end - endLow;
-    copyRows(made, toLow - fromLow + high - (s.from - fromLow), plane, lows + high, endHigh - high);
-  });
-}
+  const Division division(plane.height, phase, m_workers.count());
+  const std::vector<Seam>& seams = division.seams();
+  const auto at = [&](size_t i) { return placeOf(i, plane, m_seams->data()); };
 
-void Wavelets::inverseInStrips(const WaveletLevel& level) {
-  const PlaneView& plane = level.plane;
-  const int phase = level.phaseY, lows = lowRows(plane.height, phase);
-  const std::vector<Strip> strips = stripsOf(plane.height, phase, m_workers.count());
-  m_workers.run(strips.size(), [&](size_t i, int) {
-    const Strip& s = strips[i];
-    const PlaneView own = placeOf(i, strips, plane, m_strips->data());
-    const int low = lowRows(s.from, phase), endLow = lowRows(s.to, phase);
-    copyRows(plane, low, own, 0, endLow - low);
-    const int high = s.from - low, endHigh = s.to - endLow;
-    copyRows(plane, lows + high, own, endLow - low, endHigh - high);
+  for (size_t i = 0; i < seams.size(); ++i) {
+    const Rows& around = seams[i].around;
+    if (Forward) {
+      copyRows(plane, around.first, at(i), 0, around.count());
+    } else {
+      eachHalf(around, around, plane.height, phase,
+               [&](int row, int own, int count) { copyRows(plane, row, at(i), own, count); });
+    }
+  }
+  if (!Forward) {
+    for (const auto& exchanges : division.exchanges()) exchange(plane, exchanges, m_workers);
+  }
+  m_workers.run(division.parts().size(), [&](size_t i, int worker) {
+    const Rows& part = division.parts()[i];
+    lift<Forward>({plane.part(0, part.first, plane.width, part.count()), level.phaseX,
+                   (part.first + phase) & 1},
+                  m_work[size_t(worker)]);
   });
-  m_workers.run(strips.size(), [&](size_t i, int worker) {
-    const Strip& s = strips[i];
-    const PlaneView own = placeOf(i, strips, plane, m_strips->data());
-    lift<false>({own, level.phaseX, (s.from + phase) & 1}, m_work[size_t(worker)]);
-    copyRows(own, s.first - s.from, plane, s.first, s.end - s.first);
-  });
+  if (Forward) {
+    for (size_t i = division.exchanges().size(); i-- > 0;) {
+      exchange(plane, division.exchanges()[i], m_workers);
+    }
+  }
+  for (size_t i = 0; i < seams.size(); ++i) {
+    const Rows &rows = seams[i].rows, &around = seams[i].around;
+    lift<Forward>({at(i), level.phaseX, (around.first + phase) & 1}, m_work[0]);
+    if (Forward) {
+      eachHalf(rows, around, plane.height, phase,
+               [&](int row, int own, int count) { copyRows(at(i), own, plane, row, count); });
+    } else {
+      copyRows(at(i), rows.first - around.first, plane, rows.first, rows.count());
+    }
+  }
 }
 
 template <bool Forward>
@@ -181,11 +231,8 @@ void Wavelets::transformLevels(const CoefficientPlanes& planes, int worker) {
 }
 
 template <bool Forward>
-void Wavelets::transformInStrips(const CoefficientPlanes& planes) {
-  planes.forEachLevel<Forward>([&](const WaveletLevel& level) {
-    if (level.plane.height < 2 * leastRows) return lift<Forward>(level, m_work[0]);
-    Forward ? forwardInStrips(level) : inverseInStrips(level);
-  });
+void Wavelets::transformInParts(const CoefficientPlanes& planes) {
+  planes.forEachLevel<Forward>([&](const WaveletLevel& level) { liftInParts<Forward>(level); });
 }
 
 /// How many of the components, from the first on, keep every thread busy as they are.
@@ -194,13 +241,14 @@ size_t Wavelets::wholeOnes(Planes planes) const {
   return planes.size() / threads * threads;
 }
 
-int64_t Wavelets::stripBytes(Planes planes) const {
+int64_t Wavelets::seamBytes(Planes planes) const {
   int64_t most = 0;
   for (const CoefficientPlanes* p : planes.subspan(wholeOnes(planes))) {
     const PlaneView& top = p->samples();
-    if (p->top() == 0 || top.height < 2 * leastRows) continue;
+    if (p->top() == 0) continue;
     // The phase moves cuts, and changes no number of rows.
-    most = std::max(most, bytesOf(stripsOf(top.height, 0, m_workers.count()), top));
+    const size_t seams = Division(top.height, 0, m_workers.count()).seams().size();
+    most = std::max(most, int64_t(seams * rowsAroundSeam * top.step));
   }
   return most;
 }
@@ -209,13 +257,13 @@ template <bool Forward>
 void Wavelets::transform(Planes planes) {
   const size_t whole = wholeOnes(planes);
   m_workers.run(whole, [&](size_t i, int worker) { transformLevels<Forward>(*planes[i], worker); });
-  const int64_t bytes = stripBytes(planes);
-  if (bytes > m_stripBytes) {
-    m_strips.reset();
-    m_strips = std::make_unique<PlaneMemory>(size_t(bytes));
-    m_stripBytes = bytes;
+  const int64_t bytes = seamBytes(planes);
+  if (bytes > m_seamBytes) {
+    m_seams.reset();
+    m_seams = std::make_unique<PlaneMemory>(size_t(bytes));
+    m_seamBytes = bytes;
   }
-  for (const CoefficientPlanes* p : planes.subspan(whole)) transformInStrips<Forward>(*p);
+  for (const CoefficientPlanes* p : planes.subspan(whole)) transformInParts<Forward>(*p);
 }
 
 void Wavelets::forward(Planes planes) { transform<true>(planes); }

@@ -1,7 +1,7 @@
 #pragma once
 /// @file
 /// Adapter of the library's wavelets: the levels of whole components, by one thread each or, where
-/// threads would be left without one, by all of them in strips of rows.
+/// threads would be left without one, by all of them in parts of rows.
 
 #include <memory>
 #include <span>
@@ -31,8 +31,8 @@ class Wavelets {
   /// Samples to coefficients and back. The same bits for every number of threads.
   void forward(Planes planes);
   void inverse(Planes planes);
-  /// BYTES of strips that these planes take while they are transformed.
-  int64_t stripBytes(Planes planes) const;
+  /// Bytes of seams between parts that these planes take while they are transformed.
+  int64_t seamBytes(Planes planes) const;
 
  private:
   template <bool Forward>
@@ -40,15 +40,15 @@ class Wavelets {
   template <bool Forward>
   void transformLevels(const CoefficientPlanes& planes, int worker);
   template <bool Forward>
-  void transformInStrips(const CoefficientPlanes& planes);
-  void forwardInStrips(const WaveletLevel& level);
-  void inverseInStrips(const WaveletLevel& level);
+  void transformInParts(const CoefficientPlanes& planes);
+  template <bool Forward>
+  void liftInParts(const WaveletLevel& level);
   size_t wholeOnes(Planes planes) const;
 
   codecs::Workers& m_workers;
   std::vector<WorkMemory> m_work;  ///< of workers
-  std::unique_ptr<PlaneMemory> m_strips;
-  int64_t m_stripBytes = 0;
+  std::unique_ptr<PlaneMemory> m_seams;
+  int64_t m_seamBytes = 0;
 };
 
 }  // namespace j2k
