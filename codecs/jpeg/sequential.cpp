@@ -36,7 +36,7 @@ void IntervalReader::nextInterval() {
 namespace {
 
 /// Units that are read in one go: what stays in a first-level cache until it is used. Whole units
-/// of nearly every number of blocks; half as many take 1.5 % longer, for what each go begins and
+/// of nearly every number of blocks; half as many take 1.3 % longer, for what each go begins and
 /// ends with.
 struct UnitBuffer {
   static constexpr int kBlocks = 240;

@@ -91,9 +91,6 @@ constexpr int kSteps = 3;
 constexpr int kBitsOfSteps = kSteps * int(StepEntry::mostBits);
 static_assert(kBitsOfSteps <= 56);
 
-// ---------------------------------------------------------------------------------------------
-// Many blocks
-//
 // Where a block ends cannot be predicted, so the walk over blocks does not branch on it: the end of
 // a block moves everything on by conditional moves. Behind the last block there are no steps. DCs
 // stay differences until all blocks are read.
