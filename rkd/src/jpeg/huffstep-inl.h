@@ -30,7 +30,8 @@ struct Step : StepEntry {
   /// Stores its coefficients, which begin at a place of the zigzag order.
   HWY_INLINE void store(uint64_t bits, const uint8_t* place, int16_t* dst) const {
     const size_t second = place[entry[6]], first = place[entry[2]];
-    const auto secondValue = static_cast<int16_t>(static_cast<int8_t>(entry[7]));
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse): a small number, no character
+    const int16_t secondValue = static_cast<int8_t>(entry[7]);
     const int16_t value = firstValue(bits, load<uint16_t>(entry + 4));
     dst[second] = secondValue;
     dst[first] = value;
