@@ -73,7 +73,7 @@ inline int tableSetOf(int component, Color color) {
   return isChroma ? 1 : 0;
 }
 
-/// MCU rows between pixels and entropy coder, while others are on the other side: the blocks of
+/// MCU rows between entropy decoder and pixels, while others are on the other side: the blocks of
 /// their units one after the other.
 struct Wave {
   int firstRow = 0, rows = 0;
@@ -126,7 +126,11 @@ class UnitCoder {
   void resetPredictions() { previousDC_.fill(0); }
   const std::array<int, kMaxComponents>& predictions() const { return previousDC_; }
   void setPredictions(const std::array<int, kMaxComponents>& dc) { previousDC_ = dc; }
-  /// The same of records from `*at` on, which moves.
+  /// Has a unit taken for the one before, without coding it.
+  void predictFrom(const int16_t* blocks) {
+    for (int b = 0; b < count_; ++b) *coded_[size_t(b)].previousDC = blocks[64 * b];
+  }
+  /// Codes a unit of records from `*at` on, which moves.
   RkdStatus codeRecords(ScanWriter& writer, const uint16_t* records, int length, int* at) {
     RkdStatus status = rkdStsNoErr;
     for (int b = 0; b < count_; ++b) {
@@ -158,9 +162,9 @@ class UnitCoder {
 /// the same.
 Status writeBaseline(const EncodeTables& tables, int restartInterval, const ForwardSetup& setup,
                      RowSource& source, Output& output);
-Status writeBaselineInWaves(const EncodeTables& tables, int restartInterval,
-                            const ForwardSetup& setup, RowSource& source, Workers& workers,
-                            size_t memoryLimit, Output& output);
+Status writeBaselineInRows(const EncodeTables& tables, int restartInterval,
+                           const ForwardSetup& setup, RowSource& source, Workers& workers,
+                           size_t memoryLimit, Output& output);
 
 /// How often a sequential scan's symbols occur, by table.
 struct SymbolCounts {

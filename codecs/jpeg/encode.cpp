@@ -459,8 +459,8 @@ Status Encoder::Work::writeTransformed() {
     JPEG_RETURN_IF_ERROR(tables.begin(frame, options.color, *output));
     return options.threads == 1
                ? writeBaseline(tables, options.restartInterval, setup, *source, *output)
-               : writeBaselineInWaves(tables, options.restartInterval, setup, *source, team,
-                                      options.memoryLimit, *output);
+               : writeBaselineInRows(tables, options.restartInterval, setup, *source, team,
+                                     options.memoryLimit, *output);
   }
   Coefficients coefficients;
   coefficients.frame = frame;

@@ -72,10 +72,10 @@ Status MemoryOutput::moveTo(Output& to) {
   return Status::ok;
 }
 
-Status ScanWriter::start() {
+Status ScanWriter::start(int restarts) {
   state_ = static_cast<RkdiEncodeHuffmanState*>(object_.get());
   if (state_ == nullptr) return Status::noMemory;
-  restarts_ = 0;
+  restarts_ = restarts;
   return rkdiEncodeHuffmanStateInit_JPEG_8u(state_) == rkdStsNoErr ? Status::ok
                                                                    : Status::libraryFailed;
 }
@@ -93,15 +93,6 @@ Status ScanWriter::restart() {
   JPEG_RETURN_IF_ERROR(output_->makeRoom());
   output_->buffer()[output_->position++] = 0xFF;
   output_->buffer()[output_->position++] = uint8_t(kRST0 + (restarts_++ & 7));
-  return Status::ok;
-}
-
-Status ScanWriter::startBehind(int number) {
-  JPEG_RETURN_IF_ERROR(start());
-  JPEG_RETURN_IF_ERROR(output_->makeRoom());
-  output_->buffer()[output_->position++] = 0xFF;
-  output_->buffer()[output_->position++] = uint8_t(kRST0 + (number & 7));
-  restarts_ = number + 1;
   return Status::ok;
 }
 

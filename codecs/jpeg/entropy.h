@@ -85,6 +85,12 @@ class MemoryOutput {
   MemoryOutput(const MemoryOutput&) = delete;
   MemoryOutput& operator=(const MemoryOutput&) = delete;
   Output output{&made_};
+  /// Everything; until more is written.
+  std::span<const uint8_t> bytes() {
+    (void)output.drain();  // into memory
+    return made_.bytes;
+  }
+  void clear() { made_.bytes.clear(); }
   /// Empties it.
   Status moveTo(Output& to);
 
@@ -96,7 +102,8 @@ class MemoryOutput {
 class ScanWriter {
  public:
   explicit ScanWriter(Output* output) : output_(output) {}
-  Status start();
+  /// @param restarts  markers of the scan before what it writes
+  Status start(int restarts = 0);
 
   /// Call makeRoom of the output before every MCU.
   RkdStatus block(const int16_t* block, int* previousDC, const EncodeSpec& dc,
@@ -118,10 +125,6 @@ class ScanWriter {
   Status flush();
   /// Ends an interval.
   Status restart();
-  /// Begins behind an interval that another writer has ended. @param number  of its marker, 0 first
-  Status startBehind(int number);
-  /// Goes on in another output.
-  void moveTo(Output* output) { output_ = output; }
 
  private:
   Output* output_;

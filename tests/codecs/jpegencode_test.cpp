@@ -156,7 +156,10 @@ TEST(JpegEncode, EveryNumberOfThreadsWritesTheSameBytes) {
         {jpeg::Mode::progressive, false, 0},
         {jpeg::Mode::progressive, false, 4},
         {jpeg::Mode::lossless, false, 0}}) {
-    for (const auto& [width, height] : {std::pair{1, 1}, {40, 300}, {333, 517}}) {
+    // The last one is several waves of rows, and so fine that many bytes are stuffed.
+    for (const auto& [width, height] : {std::pair{1, 1}, {40, 300}, {333, 517}, {1100, 700}}) {
+      const bool isFine = width > 1000;
+      if (isFine && (c.mode != jpeg::Mode::baseline || c.optimize)) continue;
       const Picture source = picture(width, height, Color::rgb);
       Bytes first;
       for (const int threads : {1, 2, 3, 8}) {
@@ -168,6 +171,7 @@ TEST(JpegEncode, EveryNumberOfThreadsWritesTheSameBytes) {
           o.optimize = c.optimize;
           o.restartInterval = c.interval;
           o.threads = threads;
+          if (isFine) o.quality = 100;
         });
         ASSERT_EQ(Status::ok, e.status);
         if (threads == 1) first = e.file;
