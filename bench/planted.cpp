@@ -26,46 +26,39 @@ Function* theFunction(const char* name) {
   return reinterpret_cast<Function*>(found);
 }
 
-// Of every hundred blocks, those that are done once more.
-[[maybe_unused]] bool isDoneAgain() {
-  static int block = 0;
-  block = block == 99 ? 0 : block + 1;
-  return block < PLANTED_PERCENT;
+// Two calls on both sides: all rows but the last 3 %, and these; or, to do as many again, all rows,
+// and some from the middle. Those lie half an image away from what was done before and will be done
+// next, so operands out of cache come from memory then, too.
+template <class Rows>
+RkdStatus inTwo(int height, int unit, Rows rows) {
+  const int some = height * 3 / 100 / unit * unit;
+  const bool again = PLANTED_PERCENT > 0;
+  const RkdStatus status = rows(0, again ? height : height - some);
+  const int from = again ? height / 2 / unit * unit : height - some;
+  return status < 0 || some == 0 ? status : rows(from, some);
 }
 
 }  // namespace
 
 #if defined(PLANTED_JPEG)
-// What the suite cannot do without.
-RkdStatus rkdiQuantFwdTableInit_JPEG_16u(const uint16_t* quantisers, uint16_t* table) {
-  return theFunction<decltype(rkdiQuantFwdTableInit_JPEG_16u)>("rkdiQuantFwdTableInit_JPEG_16u")(
-      quantisers, table);
-}
-RkdStatus rkdiQuantInvTableInit_JPEG_16u(const uint16_t* quantisers, uint16_t* table) {
-  return theFunction<decltype(rkdiQuantInvTableInit_JPEG_16u)>("rkdiQuantInvTableInit_JPEG_16u")(
-      quantisers, table);
-}
-
-RkdStatus rkdiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(const uint8_t* src, int srcStep, int16_t* dst,
-                                              const uint16_t* table) {
-  static auto* const function = theFunction<decltype(rkdiDCTQuantFwd8x8LS_JPEG_8u16s_C1R)>(
-      "rkdiDCTQuantFwd8x8LS_JPEG_8u16s_C1R");
-  if (isDoneAgain()) function(src, srcStep, dst, table);
-  return function(src, srcStep, dst, table);
+RkdStatus rkdiTextureEncodeBlockFromRGBA_DXT1_8u_C4C1R(const uint8_t* src, int srcStep,
+                                                       uint8_t* dst, int dstStep, RkdiSize size) {
+  static auto* const function = theFunction<decltype(rkdiTextureEncodeBlockFromRGBA_DXT1_8u_C4C1R)>(
+      "rkdiTextureEncodeBlockFromRGBA_DXT1_8u_C4C1R");
+  return inTwo(size.height, 4, [&](int from, int rows) {
+    return function(src + ptrdiff_t{from} * srcStep, srcStep, dst + ptrdiff_t{from / 4} * dstStep,
+                    dstStep, {size.width, rows});
+  });
 }
 #else
 RkdStatus rkdiRGBToYCbCr_JPEG_8u_C3P3R(const uint8_t* src, int srcStep, uint8_t* const dst[3],
                                        int dstStep, RkdiSize size) {
   static auto* const function =
       theFunction<decltype(rkdiRGBToYCbCr_JPEG_8u_C3P3R)>("rkdiRGBToYCbCr_JPEG_8u_C3P3R");
-  // Two calls on both sides: all rows but the first few, or all; then the first few.
-  const int again = size.height * 3 / 100;
-  const int from = PLANTED_PERCENT > 0 ? 0 : again;
-  uint8_t* const rest[3] = {dst[0] + from * dstStep, dst[1] + from * dstStep,
-                            dst[2] + from * dstStep};
-  const RkdStatus status =
-      function(src + from * srcStep, srcStep, rest, dstStep, {size.width, size.height - from});
-  return status < 0 || again < 1 ? status
-                                 : function(src, srcStep, dst, dstStep, {size.width, again});
+  return inTwo(size.height, 1, [&](int from, int rows) {
+    const ptrdiff_t place = ptrdiff_t{from} * dstStep;
+    uint8_t* const planes[3] = {dst[0] + place, dst[1] + place, dst[2] + place};
+    return function(src + ptrdiff_t{from} * srcStep, srcStep, planes, dstStep, {size.width, rows});
+  });
 }
 #endif

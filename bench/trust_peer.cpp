@@ -18,9 +18,9 @@
 #include "rkd/rkdcore.h"
 #include "rkd/rkdjpeg.h"
 
-// The side of the image that tools/trust finds to fill half of the second-level cache.
-#ifndef TRUST_CACHE_SIDE
-#define TRUST_CACHE_SIDE 288
+// The width of the image that tools/trust finds to fill half of the second-level cache.
+#ifndef TRUST_CACHE_WIDTH
+#define TRUST_CACHE_WIDTH 288
 #endif
 
 namespace {
@@ -63,55 +63,59 @@ void finish(benchmark::State& state, double rateBefore, int64_t elements) {
   state.SetItemsProcessed(state.iterations() * elements);
 }
 
-void dct(benchmark::State& state) {
-  const int side = static_cast<int>(state.range(0));
-  const int step = stepOf(side);
-  std::vector<uint8_t> from = randomBytes(static_cast<size_t>(step) * side + 64);
-  std::vector<uint8_t> to(static_cast<size_t>(side) * side * 2 + 64);
-  alignas(64) uint16_t table[RKD_QUANT_TABLE_LENGTH];
-  uint8_t raw[64];
-  rkdiGetQuantisers_JPEG_8u(0, raw);
-  uint8_t scaled[64];
-  rkdiScaleQuantisers_JPEG_8u(raw, 75, scaled);
-  rkdiQuantFwdTableInit_JPEG_8u16u(scaled, table);
-  const auto perform = [&] {
-    int16_t* dst = aligned<int16_t>(to);
-    for (int y = 0; y < side; y += 8) {
-      for (int x = 0; x < side; x += 8, dst += 64) {
-        rkdiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(aligned<uint8_t>(from) + y * step + x, step, dst,
-                                            table);
-      }
+// Soft shapes under noise, as the suite paints them.
+void paint(uint8_t* image, int step, RkdiSize size) {
+  std::minstd_rand random(1);
+  for (int y = 0; y < size.height; ++y) {
+    for (int i = 0; i < 4 * size.width; ++i) {
+      const int x = i / 4, c = i % 4;
+      const double shape = std::sin(x * (0.043 + 0.007 * c)) * std::cos(y * 0.031 + c);
+      const double value = (c == 3 ? 190 + 90 * shape : 116 + 100 * shape) + (random() >> 8) % 25;
+      image[y * step + i] = static_cast<uint8_t>(std::clamp(value, 0.0, 255.0));
     }
+  }
+}
+
+void texture(benchmark::State& state) {
+  const RkdiSize size = {static_cast<int>(state.range(0)), static_cast<int>(state.range(1))};
+  const int srcStep = stepOf(4 * size.width);
+  const int dstStep = stepOf(2 * size.width);
+  std::vector<uint8_t> from(static_cast<size_t>(srcStep) * size.height + 64);
+  std::vector<uint8_t> to(static_cast<size_t>(dstStep) * size.height / 4 + 64);
+  paint(aligned<uint8_t>(from), srcStep, size);
+  const auto perform = [&] {
+    rkdiTextureEncodeBlockFromRGBA_DXT1_8u_C4C1R(aligned<uint8_t>(from), srcStep,
+                                                 aligned<uint8_t>(to), dstStep, size);
   };
   perform();  // short repetitions must not begin in cold caches
   const double rate = coreRate();
   for (auto _ : state) perform();
-  finish(state, rate, int64_t{side} * side);
+  finish(state, rate, int64_t{size.width} * size.height);
 }
 
 void color(benchmark::State& state) {
-  const int side = static_cast<int>(state.range(0));
-  const int srcStep = stepOf(3 * side);
-  const int dstStep = stepOf(side);
-  std::vector<uint8_t> from = randomBytes(static_cast<size_t>(srcStep) * side + 64);
+  const RkdiSize size = {static_cast<int>(state.range(0)), static_cast<int>(state.range(1))};
+  const int srcStep = stepOf(3 * size.width);
+  const int dstStep = stepOf(size.width);
+  std::vector<uint8_t> from = randomBytes(static_cast<size_t>(srcStep) * size.height + 64);
   std::vector<uint8_t> to[3];
   uint8_t* planes[3];
   for (int i = 0; i < 3; ++i) {
-    to[i].resize(static_cast<size_t>(dstStep) * side + 64);
+    to[i].resize(static_cast<size_t>(dstStep) * size.height + 64);
     planes[i] = aligned<uint8_t>(to[i]);
   }
   const auto perform = [&] {
-    rkdiRGBToYCbCr_JPEG_8u_C3P3R(aligned<uint8_t>(from), srcStep, planes, dstStep, {side, side});
+    rkdiRGBToYCbCr_JPEG_8u_C3P3R(aligned<uint8_t>(from), srcStep, planes, dstStep, size);
   };
   perform();
   const double rate = coreRate();
   for (auto _ : state) perform();
-  finish(state, rate, int64_t{3} * side * side);
+  finish(state, rate, int64_t{3} * size.width * size.height);
 }
 
-BENCHMARK(dct)->Name("core")->Arg(80);
-BENCHMARK(color)->Name("cache")->Arg(TRUST_CACHE_SIDE);
-BENCHMARK(color)->Name("memory")->Arg(3000);
+BENCHMARK(texture)->Name("core")->Args({16, 400});
+BENCHMARK(color)->Name("cache")->Args({TRUST_CACHE_WIDTH, 300});
+BENCHMARK(color)->Name("memory")->Args({4000, 3000});
 
 // The counter's clocks a nanosecond of the benchmark's own clock.
 double counterRate() {

@@ -3,6 +3,7 @@
 
 #include "rkbmpfile.h"
 #include "rkguard.h"
+#include "tzarena.h"
 #include "tzostream.h"
 
 namespace {
@@ -76,6 +77,7 @@ bool rkImage::createImage(int width, int height, int align, int layout, bool res
   // Between guard pages the last row ends the buffer.
   const bool guarded = rkGuard::active() && height > 0;
   const long long gap = guarded ? step - rowBytes(width) : 0;
+  const tzArena::Use samplesMeanTheSameToAll;
   if (!createBuffers(numPlanes(), step * height - gap, align, nullptr)) return false;
   m_width = width;
   m_height = height;

@@ -2,12 +2,15 @@
 #include "tzmemory.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <utility>
 #include <vector>
 
 #include "capture.h"
+#include "tzarena.h"
 
 namespace {
 
@@ -172,4 +175,43 @@ TEST_F(Memory, VectorsOfATestArePlacedByTheSettings) {
   Console quiet(0);
   EXPECT_EQ(tzPlaceVector(-1, 0, nullptr, number, shift), nullptr);
   EXPECT_EQ(number, 5) << "a failure does not count";
+}
+
+// Processes that join an arena and allocate in the same order have the same bytes in the same
+// place.
+TEST_F(Memory, SidesShareWhatIsAllocatedForIt) {
+  const int file = tzArena::create();
+  ASSERT_GE(file, 0);
+  const auto side = [file](auto body) {
+    const pid_t child = fork();
+    if (child == 0) {
+      tzArena::join(file);
+      _exit(body() ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    return status == 0;
+  };
+  const auto block = [] {
+    const tzArena::Use use;
+    return static_cast<char*>(tzMalloc(100, 0, 0, nullptr));
+  };
+  EXPECT_TRUE(side([&] {
+    auto* const first = block();
+    auto* const own = static_cast<char*>(tzMalloc(100, 0, 0, nullptr));
+    auto* const second = block();
+    std::strcpy(first, "one");
+    std::strcpy(own, "own");
+    std::strcpy(second, "two");
+    tzFree(first);
+    if (address(block()) <= address(second)) return false;  // the second one is in use
+    while (void* p = tzMallocFirst(nullptr, nullptr)) tzFree(p);
+    return block() == first;
+  }));
+  EXPECT_TRUE(side([&] {
+    const std::string first = block();
+    const std::string second = block();
+    return first == "one" && second == "two";
+  }));
+  close(file);
 }

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "tzarena.h"
 #include "tzcstream.h"
 #include "tzostream.h"
 
@@ -54,7 +55,9 @@ AddressList* pAddressList = nullptr;
 
 void* tz_malloc(std::ptrdiff_t size) {
   if (size < 0 || size > PTRDIFF_MAX - kHeapExtra) return nullptr;
-  auto* const heap = static_cast<char*>(std::malloc(std::size_t(size + kHeapExtra)));
+  const auto bytes = std::size_t(size + kHeapExtra);
+  void* const shared = tzArena::take(bytes);
+  auto* const heap = static_cast<char*>(shared != nullptr ? shared : std::malloc(bytes));
   if (heap == nullptr) return nullptr;
   const std::ptrdiff_t beyond =
       std::ptrdiff_t((reinterpret_cast<std::uintptr_t>(heap) + kHeapOffset) % kLine);
@@ -67,7 +70,7 @@ void tz_free(void* block) {
   if (block == nullptr) return;
   char* heap;
   std::memcpy(&heap, static_cast<char*>(block) - kBelow, sizeof heap);
-  std::free(heap);
+  if (!tzArena::give(heap)) std::free(heap);
 }
 
 void* getAlignedPtr(void* address, int align) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "tzarena.h"
 #include "tzinterrupt.h"
 #include "tzistream.h"
 #include "tzkeys.h"
@@ -94,10 +95,11 @@ int tzComparison::run(tzConditions& conditions) {
     if (!started) break;
     if (set == 0) checkLibraries();
     compareRows(set);
-    m_sides.clear();
+    endSides();
     due = set + 1 < m_numSets || std::any_of(m_rows.begin(), m_rows.end(),
                                              [this](const auto& row) { return isDue(row.second); });
   }
+  endSides();
   // Whatever ended the sets: a row that has those asked for is told.
   for (auto& [place, row] : m_rows) {
     const bool isMeasured = static_cast<int>(row.sets.size()) >= m_numSets && !row.failed;
@@ -132,11 +134,13 @@ void tzComparison::countRows(tzConditions& conditions) {
   tzMistakes::reset(mistakes);
 }
 
+// Every set has memory of its own, so that sets tell of different pages.
 bool tzComparison::startSides() {
   const int processor = tzLastProcessor();
-  m_sides.clear();
+  endSides();
+  m_arena = tzArena::create();
   for (const tzSideKind& kind : m_kinds) {
-    m_sides.push_back(std::make_unique<tzSide>(kind, m_program, m_keys, processor));
+    m_sides.push_back(std::make_unique<tzSide>(kind, m_program, m_keys, processor, m_arena));
     if (m_sides.back()->start()) continue;
     g_ostrm << L_ERR << "-- The program does not run with " << kind.name << ": "
             << m_sides.back()->failureText() << "\n"
@@ -144,6 +148,12 @@ bool tzComparison::startSides() {
     return false;
   }
   return true;
+}
+
+void tzComparison::endSides() {
+  m_sides.clear();
+  if (m_arena >= 0) close(m_arena);
+  m_arena = -1;
 }
 
 // A comparison of something with itself is allowed, and told.

@@ -54,6 +54,7 @@ class tzComparison {
 
   void countRows(tzConditions& conditions);
   bool startSides();
+  void endSides();
   void checkLibraries() const;
   void compareRows(int set);
   void compareRow(Row& row);
@@ -80,6 +81,7 @@ class tzComparison {
   int m_numSets = 3;
   int m_numRows = 0;
   std::vector<std::unique_ptr<tzSide>> m_sides;
+  int m_arena = -1;  // memory for the data of all sides
   std::map<tzRowPlace, Row> m_rows;
   mutable int m_totals[4] = {};  // by verdict
   int m_failures = 0;

@@ -45,7 +45,7 @@ bool tzSide::start() {
   }
   const int mhz = tzCpuTicker::getFreq();
   tzString environment;
-  environment << toSide[0] << "," << fromSide[1] << "," << mhz;
+  environment << toSide[0] << "," << fromSide[1] << "," << mhz << "," << m_arena;
   m_process = fork();
   if (m_process == 0) {
     setenv(tzServe::ENVIRONMENT, environment.c_str(), 1);
@@ -73,7 +73,7 @@ void tzSide::execute(int in, int out) const {
     CPU_SET(m_processor, &processors);
     sched_setaffinity(0, sizeof processors, &processors);
   }
-  for (const int file : {in, out}) fcntl(file, F_SETFD, 0);
+  for (const int file : {in, out, m_arena}) fcntl(file, F_SETFD, 0);
   const int nothing = open("/dev/null", O_RDWR);
   dup2(nothing, STDIN_FILENO);
   dup2(nothing, STDOUT_FILENO);

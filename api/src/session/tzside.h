@@ -22,8 +22,10 @@ class tzSide {
   /// @param program    path that the program was called by
   /// @param keys       what it is to be called with, "-fDCT" and the like
   /// @param processor  the one that it is kept on; negative: any
-  tzSide(const tzSideKind& kind, const tzString& program, const tzStringList& keys, int processor)
-      : m_kind(kind), m_program(program), m_keys(keys), m_processor(processor) {}
+  /// @param arena      file of the memory for its data (tzArena), not its own; negative: none
+  tzSide(const tzSideKind& kind, const tzString& program, const tzStringList& keys, int processor,
+         int arena)
+      : m_kind(kind), m_program(program), m_keys(keys), m_processor(processor), m_arena(arena) {}
   ~tzSide() { stop(); }
   tzSide(const tzSide&) = delete;
   tzSide& operator=(const tzSide&) = delete;
@@ -66,6 +68,7 @@ class tzSide {
   tzString m_program;
   tzStringList m_keys;
   int m_processor;
+  int m_arena;
   pid_t m_process = -1;
   int m_in = -1;
   int m_out = -1;

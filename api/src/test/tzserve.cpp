@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "tzarena.h"
 #include "tzcache.h"
 #include "tzchild.h"
 #include "tzclock.h"
@@ -86,9 +87,11 @@ void tzServe::beginIfAsked() {
   const char* const value = std::getenv(ENVIRONMENT);
   if (value == nullptr) return;
   int mhz = 0;
-  if (std::sscanf(value, "%d,%d,%d", &s_in, &s_out, &mhz) != 3) s_in = -1;
+  int arena = -1;
+  if (std::sscanf(value, "%d,%d,%d,%d", &s_in, &s_out, &mhz, &arena) != 4) s_in = -1;
   unsetenv(ENVIRONMENT);
   tzCpuTicker::setFreq(mhz);
+  tzArena::join(arena);
   tzTool::m_pServe = serve;
   // What disturbs one side disturbs its neighbour as often; a sample made again is no neighbour.
   tzWatch::m_mode = tzWatch::OFF;

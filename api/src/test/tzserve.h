@@ -57,7 +57,8 @@ class tzServe {
   /// What it is told: WANTED or SKIPPED after ROW; RUN (calls) or DONE after READY and SAMPLE.
   enum Told : char { WANTED = 'w', SKIPPED = 'k', RUN = 'g', DONE = 'd' };
 
-  /// How a process is told that it is a side: "<file to read>,<file to write>,<MHz>".
+  /// How a process is told that it is a side: "<file to read>,<file to write>,<MHz>,<file of the
+  /// memory that all sides share, or -1>".
   static constexpr const char* ENVIRONMENT = "TAZMET_SIDE";
   /// Makes this process one when the environment says so.
   static void beginIfAsked();
