@@ -44,7 +44,7 @@ T* aligned(std::vector<uint8_t>& bytes) {
 // Core clocks in one of the counter: additions that wait for one another take one each. Of several
 // tries the fastest, since whatever comes between makes one slower.
 double coreRate() {
-  constexpr int count = 64 * 64;
+  constexpr int count = 64 * 1024;
   unsigned long long least = ~0ULL;
   for (int tries = 0; tries < 3; ++tries) {
     unsigned long sum = 1;

@@ -84,6 +84,8 @@ TEST(Plan, PassesBeginApart) {
 TEST(Counter, StepIsWhatAllDifferencesAreMultiplesOf) {
   EXPECT_EQ(tzCounterStep({26, 52, 26, 78}), 26);
   EXPECT_EQ(tzCounterStep({24, 22, 50}), 2);
+  EXPECT_EQ(tzCounterStep({26, 53, 25, 1, 104, 77}), 26) << "scaled";
+  EXPECT_EQ(tzCounterStep({30, 31, 33, 34, 38, 41}), 1);
   EXPECT_EQ(tzCounterStep({}), 1);
   EXPECT_EQ((tzCounterFacts{2, 48, 2000, 1}.resolution()), 48);
   EXPECT_EQ((tzCounterFacts{26, 20, 2000, 1}.resolution()), 26);
@@ -105,6 +107,7 @@ TEST(Pace, OneInterruptedLookIsNoSlowCore) {
   EXPECT_GT(now.width, 0);
   const tzPace both = tzPace::between({1.2, 5}, {0.3, 2.5});
   EXPECT_EQ(both.rate, 1.2);
+  EXPECT_NEAR(tzPace::between({1.2, 5}, {1.21, 5}).rate, 1.205, 1e-9) << "a step of the counter";
   EXPECT_EQ(both.width, 2.5);
 }
 

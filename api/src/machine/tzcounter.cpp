@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <numeric>
 #include <optional>
 #include <utility>
 
@@ -17,11 +16,15 @@ namespace {
 std::optional<tzCounterFacts> s_counter;
 
 // Looks in a row, without those that something came between.
-std::vector<long long> lookDifferences() {
+/// @param kinds  of distances between looks; 1: one look right behind the other
+std::vector<long long> lookDifferences(size_t kinds) {
   constexpr size_t looks = 4096;
   constexpr long long interrupted = 10'000;
   std::vector<unsigned long long> counts(looks);
-  for (unsigned long long& count : counts) count = rkd_get_quorvex_counter();
+  for (size_t i = 0; i < looks; ++i) {
+    for (size_t wait = i % kinds; wait > 0; --wait) asm volatile("");
+    counts[i] = rkd_get_quorvex_counter();
+  }
   std::vector<long long> differences;
   for (size_t i = 1; i < looks; ++i) {
     const auto difference = static_cast<long long>(counts[i] - counts[i - 1]);
@@ -73,8 +76,10 @@ tzCounterFacts measured() {
   const unsigned long long first = rkd_get_quorvex_counter();
   if (first == rkd_get_quorvex_counter()) return facts;  // it does not run
   const Moment begin = moment();
-  std::vector<long long> differences = lookDifferences();
-  facts.step = tzCounterStep(differences);
+  // Looks at the same distance are alike in a counter of single steps, too.
+  constexpr size_t allKinds = 61;
+  facts.step = tzCounterStep(lookDifferences(allKinds));
+  std::vector<long long> differences = lookDifferences(1);
   if (!differences.empty()) {
     const auto middle = differences.begin() + static_cast<std::ptrdiff_t>(differences.size() / 2);
     std::nth_element(differences.begin(), middle, differences.end());
@@ -99,10 +104,29 @@ void tzSetCounter(const tzCounterFacts* facts) {
   s_counter = facts != nullptr ? std::optional(*facts) : std::nullopt;
 }
 
+// A hypervisor that scales the counter leaves steps of 26 as 25, 26 or 27.
 long long tzCounterStep(const std::vector<long long>& differences) {
-  const long long step = std::accumulate(differences.begin(), differences.end(), 0LL,
-                                         [](long long a, long long b) { return std::gcd(a, b); });
-  return std::max(step, 1LL);
+  constexpr long long largest = 64;
+  constexpr long long leastScaled = 8;
+  constexpr double nearlyAll = 0.98;
+  long long best = 1;
+  double least = INFINITY;
+  for (long long step = differences.empty() ? 1 : largest; step > 1; --step) {
+    long long sum = 0;
+    size_t fitting = 0;
+    for (const long long difference : differences) {
+      const long long over = difference % step;
+      const long long off = std::min(over, step - over);
+      sum += off;
+      if (off <= (step >= leastScaled ? 1 : 0)) ++fitting;
+    }
+    const auto count = static_cast<double>(differences.size());
+    if (static_cast<double>(fitting) < nearlyAll * count) continue;
+    if (static_cast<double>(sum) >= least) continue;
+    least = static_cast<double>(sum);
+    best = step;
+  }
+  return best;
 }
 
 tzString tzFrequencyWarning(int estimatedMHz, double counterMHz) {

@@ -26,7 +26,8 @@ void tzSetCounter(const tzCounterFacts* facts);
 
 /// @name The decisions behind it
 /// @{
-/// The largest step that differences between two looks are multiples of; 1 without any.
+/// The largest step that nearly all differences between two looks are multiples of, to one clock
+/// where the counter is a scaled one; 1 without any.
 long long tzCounterStep(const std::vector<long long>& differences);
 /// What to say when the frequency that was estimated for the title is not that of the counter;
 /// empty within 5 %, and where either is not known.

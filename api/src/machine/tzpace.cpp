@@ -10,8 +10,11 @@ double tzPace::m_best = 0;
 
 namespace {
 
-constexpr long kInTurn = 4096;
+// A counter may go on in steps of 26 or more: of a chain of 4096 additions one step is 1 %.
+constexpr long kInTurn = 8192;
 constexpr long kAbreast = 4800;
+// What agrees within this is the same, but for the counter's steps.
+constexpr double kAlike = 0.015;
 // Of the whole width. With another thread it is about half.
 constexpr double kAlone = 0.85;
 
@@ -36,6 +39,13 @@ unsigned long long clocksAbreast() {
   return rkd_get_quorvex_counter() - first;
 }
 
+// Of rates that are the same, what their steps leave between them; else the faster, since whatever
+// comes between makes a rate slower.
+double fasterOrMean(double a, double b) {
+  const double faster = std::max(a, b);
+  return faster - std::min(a, b) > kAlike * faster ? faster : (a + b) / 2;
+}
+
 }  // namespace
 
 // The operand is a register, because some cores add constants for nothing.
@@ -51,18 +61,18 @@ void tzAddInTurn(long count) {
 // Two chains: an interrupt in one of them must not pass for a slow clock.
 tzPace tzPace::look() {
   if (m_pLook != nullptr) return m_pLook();
-  const unsigned long long first = clocksOfChain();
-  const unsigned long long abreast = clocksAbreast();
-  const unsigned long long chain = std::min(first, clocksOfChain());
-  if (chain == 0 || abreast == 0) return {};
+  const auto first = static_cast<double>(clocksOfChain());
+  const auto abreast = static_cast<double>(clocksAbreast());
+  const auto last = static_cast<double>(clocksOfChain());
+  if (first <= 0 || last <= 0 || abreast <= 0) return {};
   tzPace pace;
-  pace.rate = static_cast<double>(kInTurn) / static_cast<double>(chain);
-  pace.width = kAbreast / (static_cast<double>(abreast) * pace.rate);
+  pace.rate = fasterOrMean(kInTurn / first, kInTurn / last);
+  pace.width = kAbreast / (abreast * pace.rate);
   return pace;
 }
 
 tzPace tzPace::between(const tzPace& first, const tzPace& last) {
-  return {std::max(first.rate, last.rate), std::min(first.width, last.width)};
+  return {fasterOrMean(first.rate, last.rate), std::min(first.width, last.width)};
 }
 
 double tzPace::typicalWidth(std::vector<double> widths) {

@@ -11,10 +11,10 @@ struct tzPace {
   double rate = 0;   ///< core clocks in a clock of the counter; 0: not known
   double width = 0;  ///< independent additions done in a clock of the core; 0: not known
 
-  /// This moment's; takes some four microseconds.
+  /// This moment's; takes some six microseconds.
   static tzPace look();
-  /// What lies between two looks: the faster clock, because an interrupted look finds a slow one,
-  /// and the smaller width.
+  /// What lies between two looks: the mean of clocks that are alike but for the counter's steps,
+  /// else the faster, because an interrupted look finds a slow one; and the smaller width.
   static tzPace between(const tzPace& first, const tzPace& last);
 
   /// @name The width of a core that one has alone: the largest that a row of this run had
