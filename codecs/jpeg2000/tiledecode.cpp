@@ -255,6 +255,7 @@ void TileDecoder::decodeBlocks(int64_t tile, const Coding& coding) {
       }
     }
   }
+  if (!m_jobs.empty()) takePages(wantedPlanes(), m_workers);
   std::atomic<int> damaged{0};
   m_workers.run(m_jobs.size(), [&](size_t i, int worker) {
     const BlockJob& job = m_jobs[i];

@@ -167,6 +167,9 @@ void TileEncoder::load(std::span<const SampleView> samples, size_t first, int64_
 
 void TileEncoder::transform(std::span<const SampleView> samples, EncodeWorkers& workers,
                             Budget& budget) {
+  std::vector<const CoefficientPlanes*> planes;
+  for (const auto& p : m_planes) planes.push_back(p.get());
+  takePages(planes, workers.team);
   constexpr int64_t band = 64;
   const size_t together = loadsPixels(samples) ? 3 : 1;
   for (size_t c = 0; c < samples.size(); c += together) {
@@ -181,8 +184,6 @@ void TileEncoder::transform(std::span<const SampleView> samples, EncodeWorkers& 
                                 m_planes[2]->samples()};
     forwardColour(views, workers.team);
   }
-  std::vector<const CoefficientPlanes*> planes;
-  for (const auto& p : m_planes) planes.push_back(p.get());
   const int64_t seams = workers.wavelets.seamBytes(planes);
   if (seams > workers.seamBytes) {
     budget.take(seams - workers.seamBytes);

@@ -72,7 +72,12 @@ PlaneMemory::PlaneMemory(size_t bytes) : m_memory(nullptr, Release{0}) {
   m_first = start + (unit - reinterpret_cast<uintptr_t>(start) % unit) % unit;
   if (!large) return;
   (void)madvise(m_first, bytes, MADV_HUGEPAGE);  // a hint
-  m_finished = std::make_unique<std::atomic<size_t>[]>(bytes / largePage + 1);
+  m_pages = (bytes + largePage - 1) / largePage;
+  m_finished = std::make_unique<std::atomic<size_t>[]>(m_pages);
+}
+
+void PlaneMemory::takePage(size_t page) const {
+  *static_cast<volatile uint8_t*>(m_first + page * largePage) = 0;
 }
 
 void PlaneMemory::finish(const uint8_t* from, const uint8_t* to) const {
@@ -86,6 +91,17 @@ void PlaneMemory::finish(const uint8_t* from, const uint8_t* to) const {
     }
     at = next;
   }
+}
+
+void takePages(std::span<const CoefficientPlanes* const> planes, codecs::Workers& workers) {
+  if (workers.count() == 1) return;
+  std::vector<std::pair<const PlaneMemory*, size_t>> pages;
+  for (const CoefficientPlanes* p : planes) {
+    for (const PlaneMemory& memory : p->memory()) {
+      for (size_t i = 0; i < memory.pages(); ++i) pages.emplace_back(&memory, i);
+    }
+  }
+  workers.run(pages.size(), [&](size_t i, int) { pages[i].first->takePage(pages[i].second); });
 }
 
 int64_t CoefficientPlanes::bytes(Arithmetic arithmetic, const std::vector<Rect>& windows) {

@@ -28,6 +28,10 @@ class PlaneMemory {
   explicit PlaneMemory(size_t bytes);
 
   uint8_t* data() const { return m_first; }
+  /// Large pages, the last one in part; none of a small piece.
+  size_t pages() const { return m_pages; }
+  /// Has the system make one of zeros now, where nobody writes to it yet.
+  void takePage(size_t page) const;
   /// Bytes that nobody reads any more: large pages that are done with are given back.
   void finish(const uint8_t* from, const uint8_t* to) const;
 
@@ -38,6 +42,7 @@ class PlaneMemory {
   };
   std::unique_ptr<uint8_t, Release> m_memory;
   uint8_t* m_first;
+  size_t m_pages = 0;
   std::unique_ptr<std::atomic<size_t>[]> m_finished;  ///< BYTES of a large page
 };
 
@@ -70,6 +75,7 @@ class CoefficientPlanes {
   PlaneView samples() const { return m_views.back(); }
   Arithmetic arithmetic() const { return m_views.back().arithmetic; }
 
+  const std::vector<PlaneMemory>& memory() const { return m_memory; }
   /// Rows of samples that nobody reads any more.
   void finish(int64_t y0, int64_t y1) const;
 
@@ -92,6 +98,10 @@ class CoefficientPlanes {
   std::vector<PlaneView> m_views;
   std::vector<PlaneMemory> m_memory;  ///< the samples' first
 };
+
+/// Has the pages of planes made by all threads, each by one: where two come upon a large page at the
+/// same time the system makes it twice, and throws one away.
+void takePages(std::span<const CoefficientPlanes* const> planes, codecs::Workers& workers);
 
 /// Colour transform of three planes of equal shape and arithmetic, in place, in bands of rows.
 void forwardColour(const PlaneView planes[3], codecs::Workers& workers);
