@@ -230,7 +230,8 @@ Status RowsEncoder::run(RowSource& source, Workers& workers, size_t memoryLimit)
     coders.push_back(std::make_unique<RowsCoder>(tables_, setup_.color, frame_));
     JPEG_RETURN_IF_ERROR(setup_.make(&coders.back()->pixels));
   }
-  const auto [rowsEach, most] = share(workers, memoryLimit);
+  const Shares shares = share(workers, memoryLimit);
+  const int rowsEach = shares.rowsEach, most = shares.tasks;
   std::vector<Piece> pieces(static_cast<size_t>(most));
   RowBand band;
   for (int first = 0; first < frame_.mcusDown; first += rowsEach * most) {
