@@ -35,11 +35,11 @@ void IntervalReader::nextInterval() {
 
 namespace {
 
-/// Units that are read in one go: what stays in a first-level cache until it is used. Whole units
-/// of nearly every number of blocks; half as many take 1.3 % longer, for what each go begins and
-/// ends with.
+/// Units that are read in one go: 150 KiB, which stay in a second-level cache until they are used.
+/// What each go begins and ends with costs more than that the first-level cache is passed: of 240
+/// blocks, which stay there, decoding takes 2 to 4 % longer, of 120 as much again.
 struct UnitBuffer {
-  static constexpr int kBlocks = 240;
+  static constexpr int kBlocks = 1200;
   CoefficientBlock blocks[kBlocks];
   uint8_t last[kBlocks];
 };
