@@ -99,8 +99,8 @@ class CoefficientPlanes {
   std::vector<PlaneMemory> m_memory;  ///< the samples' first
 };
 
-/// Has the pages of planes made by all threads, each by one: where two come upon a large page at the
-/// same time the system makes it twice, and throws one away.
+/// Has the pages of planes made by all threads, each by one: where two come upon a large page at
+/// the same time the system makes it twice, and throws one away.
 void takePages(std::span<const CoefficientPlanes* const> planes, codecs::Workers& workers);
 
 /// Colour transform of three planes of equal shape and arithmetic, in place, in bands of rows.
