@@ -5,8 +5,6 @@
 #include <bit>
 #include <cstring>
 
-#include "markers.h"
-
 namespace jpeg {
 namespace {
 
@@ -117,13 +115,6 @@ Status BitJoiner::append(std::span<const uint8_t> piece, const EndMark& mark) {
 Status BitJoiner::finish() {
   JPEG_RETURN_IF_ERROR(output_->makeRoom());
   if (count_ > 0) put(0xFF, 8 - count_);
-  return Status::ok;
-}
-
-Status BitJoiner::restartMarker(int number) {
-  JPEG_RETURN_IF_ERROR(output_->makeRoom());
-  output_->buffer()[output_->position++] = 0xFF;
-  output_->buffer()[output_->position++] = uint8_t(kRST0 + (number & 7));
   return Status::ok;
 }
 

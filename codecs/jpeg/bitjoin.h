@@ -32,7 +32,8 @@ class BitJoiner {
   Status append(std::span<const uint8_t> piece, const EndMark& mark);
   /// Fills the last byte with ones.
   Status finish();
-  Status restartMarker(int number);
+  /// Behind finish.
+  Status restartMarker(int number) { return output_->restartMarker(number); }
   /// What is stuffed and begins and ends with a byte, behind finish.
   Status write(std::span<const uint8_t> bytes) { return output_->write(bytes); }
 

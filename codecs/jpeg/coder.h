@@ -49,14 +49,6 @@ class Intervals {
   int length_, left_;
 };
 
-/// Units of a scan that one task codes or reads, counted over the scan.
-struct Chunk {
-  int64_t first = 0, end = 0;
-};
-/// Cuts units into at most so many chunks about as long, each but the first the beginning of a
-/// restart interval. No units are no chunk, and without intervals all are one.
-std::vector<Chunk> cutAtIntervals(const Chunk& units, int restartInterval, int most);
-
 /// Huffman tables of a file being written: first those of luminance, second those of the others.
 struct EncodeTables {
   std::array<HuffmanTable, 2> dc, ac;
@@ -72,16 +64,6 @@ inline int tableSetOf(int component, Color color) {
       (color == Color::ycbcr || color == Color::ycck) && (component == 1 || component == 2);
   return isChroma ? 1 : 0;
 }
-
-/// MCU rows between entropy decoder and pixels, while others are on the other side: the blocks of
-/// their units one after the other.
-struct Wave {
-  int firstRow = 0, rows = 0;
-  std::vector<CoefficientBlock> blocks;
-};
-/// MCU rows of a wave: as much as stays in a second-level cache, and rows enough for all threads,
-/// below half the limit, because there are two waves at a time.
-int rowsInWave(const Frame& frame, int blocksInMcu, const Workers& workers, size_t memoryLimit);
 
 /// Rows of pixels that have been asked for, for threads to take parts of.
 class RowBand : public RowSource {

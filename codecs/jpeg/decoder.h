@@ -100,6 +100,11 @@ Status readBaseline(const ScanJob& job, InversePixels& pixels, RowSink& sink);
 /// Transforms a whole picture.
 Status inverseAll(const Coefficients& coefficients, InversePixels& pixels, RowSink& sink);
 
+/// Units of a scan that one task reads, counted over the scan.
+struct Chunk {
+  int64_t first = 0, end = 0;
+};
+
 /// Reads a sequential scan of all components some rows at a time. Where restart intervals begin in
 /// them, tasks read some each: the first goes on where the rows before have ended, the others begin
 /// behind markers that follow one another by their numbers. To such a marker a single walk comes in

@@ -8,6 +8,23 @@
 namespace jpeg {
 namespace {
 
+/// MCU rows between entropy decoder and pixels, while others are on the other side: the blocks of
+/// their units one after the other.
+struct Wave {
+  int firstRow = 0, rows = 0;
+  std::vector<CoefficientBlock> blocks;
+};
+/// MCU rows of a wave: as much as stays in a second-level cache, and rows enough for all threads,
+/// below half the limit, because there are two waves at a time.
+int rowsInWave(const Frame& frame, int blocksInMcu, const Workers& workers, size_t memoryLimit) {
+  constexpr size_t kBytes = size_t{1} << 21;
+  const size_t rowBytes = size_t(frame.mcusAcross) * size_t(blocksInMcu) * sizeof(CoefficientBlock);
+  const size_t wanted =
+      std::max(2 * size_t(workers.count()), std::min<size_t>(16, kBytes / rowBytes));
+  const size_t fitting = std::max<size_t>(1, memoryLimit / 2 / rowBytes);
+  return int(std::min({wanted, fitting, size_t(frame.mcusDown)}));
+}
+
 /// The lines of a wave that have room already, for threads to write theirs.
 class WaveLines : public RowSink {
  public:

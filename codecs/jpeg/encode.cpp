@@ -83,29 +83,6 @@ Scan wholeScan(const Frame& frame) {
   return scan;
 }
 
-int rowsInWave(const Frame& frame, int blocksInMcu, const Workers& workers, size_t memoryLimit) {
-  constexpr size_t kBytes = size_t{1} << 21;
-  const size_t rowBytes = size_t(frame.mcusAcross) * size_t(blocksInMcu) * sizeof(CoefficientBlock);
-  const size_t wanted =
-      std::max(2 * size_t(workers.count()), std::min<size_t>(16, kBytes / rowBytes));
-  const size_t fitting = std::max<size_t>(1, memoryLimit / 2 / rowBytes);
-  return int(std::min({wanted, fitting, size_t(frame.mcusDown)}));
-}
-
-std::vector<Chunk> cutAtIntervals(const Chunk& units, int restartInterval, int most) {
-  std::vector<Chunk> chunks;
-  if (units.first == units.end) return chunks;
-  chunks.push_back(units);
-  for (int64_t i = 1; i < most && restartInterval > 0; ++i) {
-    const int64_t near = units.first + (units.end - units.first) * i / most;
-    const int64_t cut = (near + restartInterval - 1) / restartInterval * restartInterval;
-    if (cut <= chunks.back().first || cut >= units.end) continue;
-    chunks.back().end = cut;
-    chunks.push_back({cut, units.end});
-  }
-  return chunks;
-}
-
 // ---- sources and sinks in memory ----
 
 namespace {

@@ -59,6 +59,13 @@ Status Output::drain() {
   return sink_->write(buffer_.data(), size_t(count));
 }
 
+Status Output::restartMarker(int number) {
+  JPEG_RETURN_IF_ERROR(makeRoom());
+  buffer_[size_t(position++)] = 0xFF;
+  buffer_[size_t(position++)] = uint8_t(kRST0 + (number & 7));
+  return Status::ok;
+}
+
 Status Output::write(std::span<const uint8_t> bytes) {
   JPEG_RETURN_IF_ERROR(drain());
   written_ += bytes.size();
@@ -90,10 +97,7 @@ Status ScanWriter::flush() {
 
 Status ScanWriter::restart() {
   JPEG_RETURN_IF_ERROR(flush());
-  JPEG_RETURN_IF_ERROR(output_->makeRoom());
-  output_->buffer()[output_->position++] = 0xFF;
-  output_->buffer()[output_->position++] = uint8_t(kRST0 + (restarts_++ & 7));
-  return Status::ok;
+  return output_->restartMarker(restarts_++);
 }
 
 // ---- reading ----

@@ -67,6 +67,8 @@ class Output {
   /// At least kRoom free bytes.
   Status makeRoom() { return kBuffer - position < kRoom ? drain() : Status::ok; }
   Status drain();
+  /// @param number  0 first
+  Status restartMarker(int number);
   size_t written() const { return written_ + size_t(position); }
   uint8_t* buffer() { return buffer_.data(); }
 

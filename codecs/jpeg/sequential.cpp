@@ -223,6 +223,26 @@ Status readBaseline(const ScanJob& job, InversePixels& pixels, RowSink& sink) {
 
 // ---- rows by several tasks ----
 
+namespace {
+
+/// Cuts units into at most so many chunks about as long, each but the first the beginning of a
+/// restart interval. No units are no chunk, and without intervals all are one.
+std::vector<Chunk> cutAtIntervals(const Chunk& units, int restartInterval, int most) {
+  std::vector<Chunk> chunks;
+  if (units.first == units.end) return chunks;
+  chunks.push_back(units);
+  for (int64_t i = 1; i < most && restartInterval > 0; ++i) {
+    const int64_t near = units.first + (units.end - units.first) * i / most;
+    const int64_t cut = (near + restartInterval - 1) / restartInterval * restartInterval;
+    if (cut <= chunks.back().first || cut >= units.end) continue;
+    chunks.back().end = cut;
+    chunks.push_back({cut, units.end});
+  }
+  return chunks;
+}
+
+}  // namespace
+
 struct RowsReader::Walk {
   /// Blocks of a room in the order of their units.
   struct ToRoom {
