@@ -122,6 +122,7 @@ TEST(Sides, ABuildIsNeitherFasterNorSlowerThanItself) {
   const Outcome outcome = compare(folder, kOther, {"-D" + kOther, "-f=" + kGrey, "-f=" + kPlanes});
   EXPECT_EQ(0, outcome.exitCode) << outcome.console;
   EXPECT_TRUE(outcome.shows(" load the same libraries\n")) << outcome.console;
+  EXPECT_FALSE(outcome.shows("executed anew")) << outcome.console;
   for (const char* name : {"rkdiRGBToY_JPEG", "rkdiRGBToYCbCr_JPEG"}) {
     const Words row = rowOf(folder, name);
     ASSERT_EQ(13u, row.size()) << folder.read("tazmet.csv");

@@ -66,11 +66,12 @@ void* tz_malloc(std::ptrdiff_t size) {
   return block;
 }
 
+// The heap address in front of a block in the arena may be another process's.
 void tz_free(void* block) {
-  if (block == nullptr) return;
+  if (block == nullptr || tzArena::give(block)) return;
   char* heap;
   std::memcpy(&heap, static_cast<char*>(block) - kBelow, sizeof heap);
-  if (!tzArena::give(heap)) std::free(heap);
+  std::free(heap);
 }
 
 void* getAlignedPtr(void* address, int align) {

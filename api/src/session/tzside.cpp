@@ -151,8 +151,12 @@ void tzSide::next() {
     if (m_hasRow) return;
     tell(tzServe::SKIPPED);
   }
-  const bool died = m_process >= 0 && how == RECEIVED_END && WIFSIGNALED(reap());
-  if (!died || m_done <= m_restartedAt) return;
+  if (m_process < 0 || how != RECEIVED_END) return;
+  const int end = reap();
+  if (!WIFSIGNALED(end) || m_done <= m_restartedAt) return;
+  g_ostrm << L_WARN << "-- The process of " << m_kind.name << " is executed anew, for it ended "
+          << "behind a row: " << tzProcessEnd(end) << "\n"
+          << L_ENDFLUSH;
   m_restartedAt = m_done;
   start();
 }
