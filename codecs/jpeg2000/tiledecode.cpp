@@ -98,7 +98,8 @@ void TileDecoder::prepare(const Rect& tile, const Coding& coding, Budget& budget
     }
     component.planes = std::make_unique<CoefficientPlanes>(arithmetic, std::move(windows));
   }
-  budget.take(m_wavelets.seamBytes(wantedPlanes()));
+  chooseTogether();
+  budget.take(m_wavelets.seamBytes(planesOf(m_together)));
 }
 
 bool TileDecoder::needed(const PacketIndex& packet) const {
@@ -239,57 +240,101 @@ void TileDecoder::addJobs(int component, const Resolution& resolution,
       if (own.planes - block.zeroPlanes > rkdCodeBlockMaxPlanes) {
         m_report.warn(Diag::precisionLost, "component " + std::to_string(component));
       }
-      m_jobs.push_back({&block, rect, plane, rect.x0 - part.x0, rect.y0 - part.y0, own});
+      m_jobs.push_back(
+          {&block, rect, plane, rect.x0 - part.x0, rect.y0 - part.y0, own, size_t(component)});
     }
   }
 }
 
-void TileDecoder::decodeBlocks(int64_t tile, const Coding& coding) {
+std::vector<size_t> TileDecoder::wanted() const {
+  std::vector<size_t> list;
   for (size_t c = 0; c < m_components.size(); ++c) {
-    const Component& component = m_components[c];
-    if (!component.wanted) continue;
-    for (int r = 0; r <= component.top; ++r) {
-      for (const auto& precinct : component.precincts[size_t(r)]) {
+    if (m_components[c].wanted) list.push_back(c);
+  }
+  return list;
+}
+
+std::vector<const CoefficientPlanes*> TileDecoder::planesOf(
+    const std::vector<size_t>& components) const {
+  std::vector<const CoefficientPlanes*> planes;
+  planes.reserve(components.size());
+  for (const size_t c : components) planes.push_back(m_components[c].planes.get());
+  return planes;
+}
+
+/// The largest one, where there are others for all threads; all where threads would be left over.
+void TileDecoder::chooseTogether() {
+  m_together = wanted();
+  if (m_together.empty() || size_t(m_workers.count()) > m_together.size()) return;
+  const auto samples = [&](size_t c) {
+    return m_components[c].output.width() * m_components[c].output.height();
+  };
+  m_together = {*std::max_element(m_together.begin(), m_together.end(),
+                                  [&](size_t a, size_t b) { return samples(a) < samples(b); })};
+}
+
+/// In which order blocks are decoded. One thread transforms a component as soon as its last block
+/// is decoded, while the others decode blocks of the largest component: these are spread among
+/// those of the others, because two threads that transform wait for the memory.
+std::vector<size_t> TileDecoder::taskOrder() const {
+  std::vector<size_t> begins(m_components.size() + 1, m_jobs.size());
+  for (size_t i = m_jobs.size(); i-- > 0;) begins[m_jobs[i].component] = i;
+  for (size_t c = m_components.size(); c-- > 0;) begins[c] = std::min(begins[c], begins[c + 1]);
+
+  std::vector<size_t> order;
+  order.reserve(m_jobs.size());
+  const auto add = [&](size_t from, size_t to) {
+    for (; from < to; ++from) order.push_back(from);
+  };
+  std::vector<size_t> alone = wanted();
+  std::erase_if(alone, [&](size_t c) { return c == m_together.front(); });
+  const size_t last = begins[m_together.front()];
+  const size_t count = begins[m_together.front() + 1] - last;
+  for (size_t i = 0; i < alone.size(); ++i) {
+    add(begins[alone[i]], begins[alone[i] + 1]);
+    add(last + count * i / alone.size(), last + count * (i + 1) / alone.size());
+  }
+  if (alone.empty()) add(last, last + count);
+  return order;
+}
+
+/// Blocks to coefficients, and these to samples.
+void TileDecoder::reconstruct(int64_t tile, const Coding& coding) {
+  for (const size_t c : wanted()) {
+    for (int r = 0; r <= m_components[c].top; ++r) {
+      for (const auto& precinct : m_components[c].precincts[size_t(r)]) {
         if (!precinct) continue;
         addJobs(int(c), m_geometry[c].resolutions[size_t(r)], *precinct, coding);
       }
     }
   }
-  if (!m_jobs.empty()) takePages(wantedPlanes(), m_workers);
+  if (m_jobs.empty()) return;  // all samples are zeros
+  takePages(planesOf(wanted()), m_workers);
+  std::vector<std::atomic<int>> left(m_components.size());
+  for (const BlockJob& job : m_jobs) ++left[job.component];
+  // What is transformed together never comes to its end here.
+  for (const size_t c : m_together) ++left[c];
   std::atomic<int> damaged{0};
-  m_workers.run(m_jobs.size(), [&](size_t i, int worker) {
-    const BlockJob& job = m_jobs[i];
+  const std::vector<size_t> order = taskOrder();
+  m_workers.run(order.size(), [&](size_t i, int worker) {
+    const BlockJob& job = m_jobs[order[i]];
     if (!m_decoders[size_t(worker)]->decode(*job.block, m_chunks, job.coding, job.rect, job.plane,
                                             job.x, job.y)) {
       ++damaged;
+    }
+    if (--left[job.component] == 0) {
+      m_wavelets.inverse(*m_components[job.component].planes, worker);
     }
   });
   if (damaged > 0) {
     m_report.warn(Diag::blockDamaged, std::to_string(damaged) + " in tile " + std::to_string(tile));
   }
-}
-
-std::vector<const CoefficientPlanes*> TileDecoder::wantedPlanes() const {
-  std::vector<const CoefficientPlanes*> planes;
-  for (const Component& c : m_components) {
-    if (c.wanted) planes.push_back(c.planes.get());
-  }
-  return planes;
-}
-
-void TileDecoder::reconstruct(const Coding& coding) {
-  m_wavelets.inverse(wantedPlanes());
-  if (!coding.transform || m_components.size() < 3) return;
-  const Component* const first = m_components.data();
-  if (!first[0].wanted || !first[1].wanted || !first[2].wanted) return;
-  const PlaneView views[3] = {first[0].planes->samples(), first[1].planes->samples(),
-                              first[2].planes->samples()};
-  inverseColour(views, m_workers);
+  m_wavelets.inverse(planesOf(m_together));
 }
 
 namespace {
 
-/// Rows of one component, or of three that are pixels.
+/// Rows of some components.
 struct StoreJob {
   size_t first, count;  ///< outputs
   int64_t y0, y1;
@@ -315,42 +360,83 @@ bool TileDecoder::storesPixels(std::span<const SampleView> outputs, size_t first
   return true;
 }
 
-void TileDecoder::storeRows(std::span<const SampleView> outputs, int first, int64_t y0,
+SampleView TileDecoder::outputRows(const SampleView& output, int index, int64_t y0) const {
+  const Rect whole = m_plan.output(m_stream.shape, index);
+  const Rect& own = m_components[size_t(index)].output;
+  return moved(output, own.x0 - whole.x0, own.y0 - whole.y0 + y0);
+}
+
+PlaneView TileDecoder::planeRows(int index, int64_t y0, int64_t y1) const {
+  const Component& component = m_components[size_t(index)];
+  const Rect& own = component.output;
+  const Rect& window = component.planes->window(component.top);
+  return component.planes->samples().part(own.x0 - window.x0, own.y0 - window.y0 + y0, own.width(),
+                                          y1 - y0);
+}
+
+void TileDecoder::finishRows(int index, int64_t y0, int64_t y1) {
+  const Component& component = m_components[size_t(index)];
+  const int64_t top = component.output.y0 - component.planes->window(component.top).y0;
+  component.planes->finish(top + y0, top + y1, m_workers.count());
+}
+
+/// @param views  of one component or, as pixels, of three
+void TileDecoder::storeGroup(std::span<const SampleView> views, std::span<const PlaneView> planes,
+                             int index) const {
+  const ComponentShape& shape = m_stream.shape.components[size_t(index)];
+  storeSamples({views, planes, shape.precision, shape.isSigned});
+}
+
+void TileDecoder::storeRows(std::span<const SampleView> outputs, size_t first, int64_t y0,
                             int64_t y1) {
   SampleView views[3];
   PlaneView planes[3];
   for (size_t i = 0; i < outputs.size(); ++i) {
-    const int index = m_plan.components[size_t(first) + i];
-    const Component& component = m_components[size_t(index)];
-    const Rect whole = m_plan.output(m_stream.shape, index);
-    const Rect& own = component.output;
-    const Rect& window = component.planes->window(component.top);
-    views[i] = moved(outputs[i], own.x0 - whole.x0, own.y0 - whole.y0 + y0);
-    planes[i] = component.planes->samples().part(own.x0 - window.x0, own.y0 - window.y0 + y0,
-                                                 own.width(), y1 - y0);
+    const int index = m_plan.components[first + i];
+    views[i] = outputRows(outputs[i], index, y0);
+    planes[i] = planeRows(index, y0, y1);
   }
-  const ComponentShape& shape = m_stream.shape.components[size_t(m_plan.components[size_t(first)])];
-  storeSamples(
-      {{views, outputs.size()}, {planes, outputs.size()}, shape.precision, shape.isSigned});
-  for (size_t i = 0; i < outputs.size(); ++i) {
-    const Component& component = m_components[size_t(m_plan.components[size_t(first) + i])];
-    const int64_t top = component.output.y0 - component.planes->window(component.top).y0;
-    component.planes->finish(top + y0, top + y1);
+  storeGroup({views, outputs.size()}, {planes, outputs.size()}, m_plan.components[first]);
+  for (size_t i = 0; i < outputs.size(); ++i) finishRows(m_plan.components[first + i], y0, y1);
+}
+
+/// All of the components that are transformed together, or one of them; a few rows at a time, which
+/// stay in the second-level cache until they are stored.
+void TileDecoder::storeTransformed(std::span<const SampleView> outputs, int64_t y0, int64_t y1) {
+  constexpr int64_t samples = 32768;
+  const bool pixels = storesPixels(outputs, 0);
+  const int64_t rows = std::max<int64_t>(1, samples / m_components[0].output.width());
+  for (int64_t y = y0; y < y1; y += rows) {
+    const int64_t end = std::min(y + rows, y1);
+    const PlaneView planes[3] = {planeRows(0, y, end), planeRows(1, y, end), planeRows(2, y, end)};
+    inverseColour(planes);
+    SampleView views[3];
+    for (size_t i = 0; i < outputs.size(); ++i) {
+      const int index = m_plan.components[i];
+      views[i] = outputRows(outputs[i], index, y);
+      if (!pixels) storeGroup({views + i, 1}, {planes + index, 1}, index);
+    }
+    if (pixels) storeGroup(views, planes, 0);
   }
+  for (int c = 0; c < 3; ++c) finishRows(c, y0, y1);
 }
 
 /// Band after band of all components, so that memory of the planes is given back while that of the
 /// pixels is taken.
-void TileDecoder::store(std::span<const SampleView> outputs) {
+/// @param transformed  whether the first three components are to be transformed
+void TileDecoder::store(std::span<const SampleView> outputs, bool transformed) {
   constexpr int64_t band = 64;
   std::vector<StoreJob> jobs;
   int64_t rows = 0;
+  const auto isTransformed = [&](size_t i) { return transformed && m_plan.components[i] < 3; };
   for (const Component& c : m_components) {
     if (c.wanted) rows = std::max(rows, c.output.height());
   }
   for (int64_t y = 0; y < rows; y += band) {
     for (size_t i = 0, count = 1; i < outputs.size(); i += count) {
-      count = storesPixels(outputs, i) ? 3 : 1;
+      count = isTransformed(i)           ? std::min<size_t>(3, outputs.size())
+              : storesPixels(outputs, i) ? 3
+                                         : 1;
       const Component& component = m_components[size_t(m_plan.components[i])];
       if (!component.wanted || y >= component.output.height()) continue;
       jobs.push_back({i, count, y, std::min(y + band, component.output.height())});
@@ -358,7 +444,12 @@ void TileDecoder::store(std::span<const SampleView> outputs) {
   }
   m_workers.run(jobs.size(), [&](size_t i, int) {
     const StoreJob& job = jobs[i];
-    storeRows(outputs.subspan(job.first, job.count), int(job.first), job.y0, job.y1);
+    const auto own = outputs.subspan(job.first, job.count);
+    if (isTransformed(job.first)) {
+      storeTransformed(own, job.y0, job.y1);
+    } else {
+      storeRows(own, job.first, job.y0, job.y1);
+    }
   });
 }
 
@@ -368,6 +459,7 @@ void TileDecoder::decode(int64_t tile, std::span<const SampleView> outputs) {
   TileHeader header;
   header.coding = m_stream.coding;
   const bool there = m_stream.ofTile.contains(tile);
+  bool transformed = false;
   try {
     if (there) header = readTileHeader(m_stream, tile, m_report);
     checkSteps(header.coding);
@@ -378,8 +470,9 @@ void TileDecoder::decode(int64_t tile, std::span<const SampleView> outputs) {
     prepare(m_stream.shape.tile(tile), header.coding, budget);
     if (there) {
       readPackets(tile, header, budget);
-      decodeBlocks(tile, header.coding);
-      reconstruct(header.coding);
+      reconstruct(tile, header.coding);
+      transformed = header.coding.transform && m_components.size() >= 3 && m_components[0].wanted &&
+                    m_components[1].wanted && m_components[2].wanted;
     } else {
       m_report.warn(Diag::tileMissing, std::to_string(tile));
     }
@@ -394,7 +487,7 @@ void TileDecoder::decode(int64_t tile, std::span<const SampleView> outputs) {
     budget = m_budget;
     prepare(m_stream.shape.tile(tile), header.coding, budget);
   }
-  store(outputs);
+  store(outputs, transformed);
 }
 
 }  // namespace j2k

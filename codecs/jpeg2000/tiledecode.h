@@ -52,6 +52,7 @@ class TileDecoder {
     PlaneView plane;
     int64_t x, y;
     BandCoding coding;
+    size_t component;
   };
 
   void reset();
@@ -65,12 +66,20 @@ class TileDecoder {
   BandCoding bandCoding(const Coding& coding, int component, const Band& band) const;
   void addJobs(int component, const Resolution& resolution, const PrecinctState& precinct,
                const Coding& coding);
-  void decodeBlocks(int64_t tile, const Coding& coding);
-  std::vector<const CoefficientPlanes*> wantedPlanes() const;
-  void reconstruct(const Coding& coding);
+  std::vector<size_t> wanted() const;
+  std::vector<const CoefficientPlanes*> planesOf(const std::vector<size_t>& components) const;
+  void chooseTogether();
+  std::vector<size_t> taskOrder() const;
+  void reconstruct(int64_t tile, const Coding& coding);
   bool storesPixels(std::span<const SampleView> outputs, size_t first) const;
-  void storeRows(std::span<const SampleView> outputs, int first, int64_t y0, int64_t y1);
-  void store(std::span<const SampleView> outputs);
+  SampleView outputRows(const SampleView& output, int index, int64_t y0) const;
+  PlaneView planeRows(int index, int64_t y0, int64_t y1) const;
+  void finishRows(int index, int64_t y0, int64_t y1);
+  void storeGroup(std::span<const SampleView> views, std::span<const PlaneView> planes,
+                  int index) const;
+  void storeRows(std::span<const SampleView> outputs, size_t first, int64_t y0, int64_t y1);
+  void storeTransformed(std::span<const SampleView> outputs, int64_t y0, int64_t y1);
+  void store(std::span<const SampleView> outputs, bool transformed);
 
   const Codestream& m_stream;
   const DecodePlan& m_plan;
@@ -79,7 +88,9 @@ class TileDecoder {
   std::vector<TileComponent> m_geometry;  ///< of all components
   std::vector<Component> m_components;
   std::vector<Chunk> m_chunks;
-  std::vector<BlockJob> m_jobs;
+  std::vector<BlockJob> m_jobs;  ///< component after component
+  /// Components that are transformed by all threads, when all blocks are decoded.
+  std::vector<size_t> m_together;
   std::vector<std::unique_ptr<BlockDecoder>> m_decoders;
   codecs::Workers m_workers;
   Wavelets m_wavelets;

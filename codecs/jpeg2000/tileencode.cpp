@@ -165,24 +165,43 @@ void TileEncoder::load(std::span<const SampleView> samples, size_t first, int64_
   loadSamples({{views, samples.size()}, {planes, samples.size()}, shape.precision, shape.isSigned});
 }
 
+/// A few rows of components at a time, so that the colour transform finds them in the cache.
+/// @param count  of components: one, or three that are pixels or transformed
+void TileEncoder::loadRows(std::span<const SampleView> samples, size_t first, size_t count,
+                           int64_t y0, int64_t y1) {
+  constexpr int64_t most = 32768;
+  const bool transformed = m_plan.coding.transform && first == 0;
+  const size_t together = count == 3 && loadsPixels(samples) ? 3 : 1;
+  const int64_t rows = std::max<int64_t>(1, most / (m_geometry[first].rect.width() + 1));
+  for (int64_t y = y0; y < y1; y += rows) {
+    const int64_t end = std::min(y + rows, y1);
+    for (size_t c = first; c < first + count; c += together) {
+      load(samples.subspan(c, together), c, y, end);
+    }
+    if (!transformed) continue;
+    PlaneView planes[3];
+    for (size_t c = 0; c < 3; ++c) {
+      const PlaneView& all = m_planes[c]->samples();
+      planes[c] = all.part(0, y, all.width, end - y);
+    }
+    forwardColour(planes);
+  }
+}
+
 void TileEncoder::transform(std::span<const SampleView> samples, EncodeWorkers& workers,
                             Budget& budget) {
   std::vector<const CoefficientPlanes*> planes;
   for (const auto& p : m_planes) planes.push_back(p.get());
   takePages(planes, workers.team);
   constexpr int64_t band = 64;
-  const size_t together = loadsPixels(samples) ? 3 : 1;
-  for (size_t c = 0; c < samples.size(); c += together) {
+  const bool pixels = loadsPixels(samples);
+  for (size_t c = 0, count = 1; c < samples.size(); c += count) {
+    count = pixels || (m_plan.coding.transform && c == 0) ? 3 : 1;
     const int64_t height = m_geometry[c].rect.height();
     workers.team.run(ceilDiv(height, band), [&](int64_t i, int) {
       const int64_t y = i * band;
-      load(samples.subspan(c, together), c, y, std::min(y + band, height));
+      loadRows(samples, c, count, y, std::min(y + band, height));
     });
-  }
-  if (m_plan.coding.transform) {
-    const PlaneView views[3] = {m_planes[0]->samples(), m_planes[1]->samples(),
-                                m_planes[2]->samples()};
-    forwardColour(views, workers.team);
   }
   const int64_t seams = workers.wavelets.seamBytes(planes);
   if (seams > workers.seamBytes) {

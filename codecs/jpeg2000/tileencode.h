@@ -60,6 +60,8 @@ class TileEncoder {
 
  private:
   bool loadsPixels(std::span<const SampleView> samples) const;
+  void loadRows(std::span<const SampleView> samples, size_t first, size_t count, int64_t y0,
+                int64_t y1);
   void load(std::span<const SampleView> samples, size_t first, int64_t y0, int64_t y1);
   void makePlanes(size_t component, Budget& budget);
   void layOutResolution(size_t component, const Resolution& resolution, TilePackets::Lane& lane,

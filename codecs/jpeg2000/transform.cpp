@@ -80,14 +80,15 @@ void PlaneMemory::takePage(size_t page) const {
   *static_cast<volatile uint8_t*>(m_first + page * largePage) = 0;
 }
 
-void PlaneMemory::finish(const uint8_t* from, const uint8_t* to) const {
+void PlaneMemory::finish(const uint8_t* from, const uint8_t* to, int pagesAtOnce) const {
   if (!m_finished) return;
+  const size_t unit = largePage * size_t(pagesAtOnce);
   const auto end = size_t(to - m_first);
   for (auto at = size_t(from - m_first); at < end;) {
-    const size_t page = at / largePage, next = std::min(end, (page + 1) * largePage);
-    // Bands of rows come in any order, and several share a page.
-    if ((m_finished[page] += next - at) == largePage) {
-      madvise(m_first + page * largePage, largePage, MADV_DONTNEED);
+    const size_t index = at / unit, next = std::min(end, (index + 1) * unit);
+    // Bands of rows come in any order, and several share a unit.
+    if ((m_finished[index] += next - at) == unit) {
+      madvise(m_first + index * unit, unit, MADV_DONTNEED);
     }
     at = next;
   }
@@ -129,9 +130,11 @@ CoefficientPlanes::CoefficientPlanes(Arithmetic arithmetic, std::vector<Rect> wi
   }
 }
 
-void CoefficientPlanes::finish(int64_t y0, int64_t y1) const {
+void CoefficientPlanes::finish(int64_t y0, int64_t y1, int threads) const {
+  constexpr int oneThread = 1, several = 8;
   const PlaneView& view = m_views.back();
-  m_memory.front().finish(view.row<uint8_t>(y0), view.row<uint8_t>(y1));
+  m_memory.front().finish(view.row<uint8_t>(y0), view.row<uint8_t>(y1),
+                          threads == 1 ? oneThread : several);
 }
 
 PlaneView CoefficientPlanes::band(int resolution, int orientation) const {
@@ -193,26 +196,9 @@ void colour(const PlaneView planes[3]) {
   }
 }
 
-template <bool Forward>
-void inBands(const PlaneView planes[3], codecs::Workers& workers) {
-  constexpr int64_t band = 64;
-  const int64_t width = planes[0].width, height = planes[0].height;
-  workers.run(ceilDiv(height, band), [&](int64_t i, int) {
-    const int64_t y = i * band, rows = std::min(band, height - y);
-    const PlaneView parts[3] = {planes[0].part(0, y, width, rows),
-                                planes[1].part(0, y, width, rows),
-                                planes[2].part(0, y, width, rows)};
-    colour<Forward>(parts);
-  });
-}
-
 }  // namespace
 
-void forwardColour(const PlaneView planes[3], codecs::Workers& workers) {
-  inBands<true>(planes, workers);
-}
-void inverseColour(const PlaneView planes[3], codecs::Workers& workers) {
-  inBands<false>(planes, workers);
-}
+void forwardColour(const PlaneView planes[3]) { colour<true>(planes); }
+void inverseColour(const PlaneView planes[3]) { colour<false>(planes); }
 
 }  // namespace j2k

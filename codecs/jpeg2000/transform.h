@@ -32,8 +32,9 @@ class PlaneMemory {
   size_t pages() const { return m_pages; }
   /// Has the system make one of zeros now, where nobody writes to it yet.
   void takePage(size_t page) const;
-  /// Bytes that nobody reads any more: large pages that are done with are given back.
-  void finish(const uint8_t* from, const uint8_t* to) const;
+  /// Bytes that nobody reads any more: large pages that are done with are given back. Where several
+  /// threads run, each time interrupts all of their processors.
+  void finish(const uint8_t* from, const uint8_t* to, int pagesAtOnce) const;
 
  private:
   struct Release {
@@ -43,7 +44,7 @@ class PlaneMemory {
   std::unique_ptr<uint8_t, Release> m_memory;
   uint8_t* m_first;
   size_t m_pages = 0;
-  std::unique_ptr<std::atomic<size_t>[]> m_finished;  ///< BYTES of a large page
+  std::unique_ptr<std::atomic<size_t>[]> m_finished;  ///< BYTES of the pages given back at once
 };
 
 /// Whether threads take whole tiles, rather than parts of one tile after the other: where tiles are
@@ -77,7 +78,7 @@ class CoefficientPlanes {
 
   const std::vector<PlaneMemory>& memory() const { return m_memory; }
   /// Rows of samples that nobody reads any more.
-  void finish(int64_t y0, int64_t y1) const;
+  void finish(int64_t y0, int64_t y1, int threads) const;
 
   /// Calls lift(level) for every level that has samples, in the order of the transform.
   template <bool Forward, typename Lift>
@@ -103,8 +104,8 @@ class CoefficientPlanes {
 /// the same time the system makes it twice, and throws one away.
 void takePages(std::span<const CoefficientPlanes* const> planes, codecs::Workers& workers);
 
-/// Colour transform of three planes of equal shape and arithmetic, in place, in bands of rows.
-void forwardColour(const PlaneView planes[3], codecs::Workers& workers);
-void inverseColour(const PlaneView planes[3], codecs::Workers& workers);
+/// Colour transforms of three planes of equal shape and arithmetic, in place.
+void forwardColour(const PlaneView planes[3]);
+void inverseColour(const PlaneView planes[3]);
 
 }  // namespace j2k

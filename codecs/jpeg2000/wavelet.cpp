@@ -268,5 +268,8 @@ void Wavelets::transform(Planes planes) {
 
 void Wavelets::forward(Planes planes) { transform<true>(planes); }
 void Wavelets::inverse(Planes planes) { transform<false>(planes); }
+void Wavelets::inverse(const CoefficientPlanes& planes, int worker) {
+  transformLevels<false>(planes, worker);
+}
 
 }  // namespace j2k

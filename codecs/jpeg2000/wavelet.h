@@ -31,6 +31,8 @@ class Wavelets {
   /// Samples to coefficients and back. The same bits for every number of threads.
   void forward(Planes planes);
   void inverse(Planes planes);
+  /// One component by one of the workers, from a task of theirs.
+  void inverse(const CoefficientPlanes& planes, int worker);
   /// Bytes of seams between parts that these planes take while they are transformed.
   int64_t seamBytes(Planes planes) const;
 
