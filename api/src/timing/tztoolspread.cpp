@@ -24,6 +24,7 @@ constexpr int kMostSamples = 256;  // of a pass
 constexpr int kMostOfRow = 768;    // of all passes, about
 constexpr double kPatience = 4;    // times its share that a row out of line may take
 constexpr int kReferences = 3;     // looks at the reference stream in a pass, and one at its end
+constexpr double kMemoryLimit = 0.05;  // memory that others use, too, is hardly ever steadier
 
 tzString percent(double share) { return tzTool::getAccuracyStr(share); }
 
@@ -280,7 +281,7 @@ void tzTool::Spread::judgeReference() {
   if (m_row.referenceBytes == 0 || !(best > 0) || !(m_row.referenceClocks > 0)) return;
   m_row.referenceRatio = m_row.referenceClocks / best;
   const double slower = m_row.referenceRatio - 1;
-  if (slower <= m_tool.m_accuracyLimit) return;
+  if (slower <= std::max(m_tool.m_accuracyLimit, kMemoryLimit)) return;
   m_tool.m_infoText << " memory=+" << percent(slower);
   doubt(tzString("the memory was slower than at best by ") + percent(slower));
 }
