@@ -9,7 +9,7 @@
 
 namespace j2k {
 
-TileDecoder::TileDecoder(const Codestream& stream, const DecodePlan& plan, Budget budget,
+TileDecoder::TileDecoder(const Codestream& stream, const DecodePlan& plan, const Budget& budget,
                          Reporter& report)
     : m_stream(stream),
       m_plan(plan),
@@ -405,7 +405,8 @@ void TileDecoder::storeRows(std::span<const SampleView> outputs, size_t first, i
 void TileDecoder::storeTransformed(std::span<const SampleView> outputs, int64_t y0, int64_t y1) {
   constexpr int64_t samples = 32768;
   const bool pixels = storesPixels(outputs, 0);
-  const int64_t rows = std::max<int64_t>(1, samples / m_components[0].output.width());
+  const int64_t width = std::max<int64_t>(1, m_components[0].output.width());
+  const int64_t rows = std::max<int64_t>(1, samples / width);
   for (int64_t y = y0; y < y1; y += rows) {
     const int64_t end = std::min(y + rows, y1);
     const PlaneView planes[3] = {planeRows(0, y, end), planeRows(1, y, end), planeRows(2, y, end)};

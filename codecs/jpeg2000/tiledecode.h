@@ -32,7 +32,8 @@ struct DecodePlan {
 
 class TileDecoder {
  public:
-  TileDecoder(const Codestream& stream, const DecodePlan& plan, Budget budget, Reporter& report);
+  TileDecoder(const Codestream& stream, const DecodePlan& plan, const Budget& budget,
+              Reporter& report);
 
   /// Decodes a tile into the samples that it has in the plan's window.
   void decode(int64_t tile, std::span<const SampleView> outputs);

@@ -172,7 +172,8 @@ void TileEncoder::loadRows(std::span<const SampleView> samples, size_t first, si
   constexpr int64_t most = 32768;
   const bool transformed = m_plan.coding.transform && first == 0;
   const size_t together = count == 3 && loadsPixels(samples) ? 3 : 1;
-  const int64_t rows = std::max<int64_t>(1, most / (m_geometry[first].rect.width() + 1));
+  const int64_t width = std::max<int64_t>(1, m_geometry[first].rect.width());
+  const int64_t rows = std::max<int64_t>(1, most / width);
   for (int64_t y = y0; y < y1; y += rows) {
     const int64_t end = std::min(y + rows, y1);
     for (size_t c = first; c < first + count; c += together) {
