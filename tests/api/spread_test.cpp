@@ -182,6 +182,12 @@ TEST_F(SpreadTool, APassThatHadToShareTheCoreHasNoSay) {
   EXPECT_EQ(tool.result(), TZ_ACCURWRN);
   EXPECT_EQ(tool.measurement().reason, "the core was shared in 2 of 3 passes");
 
+  tool.reset();
+  for (int i = 1; i <= 4; ++i) sharedPass(i, 8);
+  for (int i = 5; i <= 8; ++i) pass(i, 8, {run(i < 7 ? 1.2e5 : 1.5e5)});
+  EXPECT_EQ(tool.result(), TZ_ACCURWRN) << "two of four agree, but of eight nobody else does";
+  EXPECT_EQ(tool.measurement().reason, "passes differ by 25.0%");
+
   // A spell inside a pass: what was sampled in it cannot be the figure, fast as it looks.
   g_plan.pass = g_plan.passes = 1;
   const auto shares = [] {

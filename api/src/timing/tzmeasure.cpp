@@ -177,9 +177,7 @@ void tzMeasurement::summarise() {
   passDifference = *std::max_element(passMinima.begin(), passMinima.end()) / statistics.minimum - 1;
 }
 
-int tzMeasurement::passesNeeded() const {
-  return std::max(2, (static_cast<int>(passMinima.size()) + 1) / 2);
-}
+int tzMeasurement::passesNeeded() const { return std::max(2, (passesSampled + 1) / 2); }
 
 double tzMeasurement::reach() const {
   std::vector<double> minima = passMinima;
@@ -191,7 +189,8 @@ double tzMeasurement::reach() const {
   }
   std::sort(minima.begin(), minima.end());
   if (minima.front() <= 0) return 1;
-  return minima[static_cast<size_t>(passesNeeded() - 1)] / minima.front() - 1;
+  const size_t needed = std::min(static_cast<size_t>(passesNeeded()), minima.size());
+  return minima[needed - 1] / minima.front() - 1;
 }
 
 void tzPack(const tzMeasurement& measurement, std::string& bytes) {

@@ -78,7 +78,9 @@ struct tzMeasurement {
   bool isShared(const tzSample& sample) const {
     return sample.width > 0 && sample.width < sharedBelow;
   }
-  /// The passes that must confirm the smallest figure: half of those that can, and two at least.
+  /// The passes that must confirm the smallest figure: half of all that have samples, and two at
+  /// least. Those that shared the core count among all, though they confirm nothing: of eight
+  /// passes, the two of four that agree may both be slow.
   int passesNeeded() const;
   /// How far above the smallest the minimum of the last of these passes is, as a part of it; of a
   /// single pass, that of its other half.

@@ -258,7 +258,7 @@ void tzTool::Spread::judgePasses() {
   if (m_row.passesShared > 0) {
     m_tool.m_infoText << " shared=" << m_row.passesShared << "/" << sampled;
   }
-  if (m_row.passesShared > 0 && alone < std::min(sampled, 2)) {
+  if (m_row.passesShared > 0 && alone < std::min(sampled, m_row.passesNeeded())) {
     tzString reason("the core was shared in ");
     doubt(reason << m_row.passesShared << " of " << sampled << (sampled > 1 ? " passes" : " pass"));
   }
