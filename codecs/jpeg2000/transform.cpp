@@ -72,12 +72,19 @@ PlaneMemory::PlaneMemory(size_t bytes) : m_memory(nullptr, Release{0}) {
   m_first = start + (unit - reinterpret_cast<uintptr_t>(start) % unit) % unit;
   if (!large) return;
   (void)madvise(m_first, bytes, MADV_HUGEPAGE);  // a hint
+  m_bytes = bytes;
   m_pages = (bytes + largePage - 1) / largePage;
   m_finished = std::make_unique<std::atomic<size_t>[]>(m_pages);
 }
 
 void PlaneMemory::takePage(size_t page) const {
-  *static_cast<volatile uint8_t*>(m_first + page * largePage) = 0;
+  const size_t at = page * largePage;
+#ifdef MADV_POPULATE_WRITE
+  // Where there is no large page there are small ones. One that is read before it is written to is
+  // made twice, and the second time interrupts all processors.
+  if (madvise(m_first + at, std::min(largePage, m_bytes - at), MADV_POPULATE_WRITE) == 0) return;
+#endif
+  *static_cast<volatile uint8_t*>(m_first + at) = 0;
 }
 
 void PlaneMemory::finish(const uint8_t* from, const uint8_t* to, int pagesAtOnce) const {

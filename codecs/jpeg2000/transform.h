@@ -43,7 +43,7 @@ class PlaneMemory {
   };
   std::unique_ptr<uint8_t, Release> m_memory;
   uint8_t* m_first;
-  size_t m_pages = 0;
+  size_t m_bytes = 0, m_pages = 0;
   std::unique_ptr<std::atomic<size_t>[]> m_finished;  ///< BYTES of the pages given back at once
 };
 
