@@ -22,6 +22,7 @@
 #include "reference.h"
 #include "tzclock.h"
 #include "tzregistry.h"
+#include "tzwatch.h"
 
 /// Bindings of a performance.
 struct rkLibrary {};
@@ -38,12 +39,14 @@ tzResult rkTimeLoop(int n, long long* clocks, const char* name) {
   rkTest::restoreOperands();
   if constexpr (Restore != nullptr) Restore();
   int status = Op();
+  tzStretch::begin();
   const unsigned long long start = rkd_get_quorvex_counter();
   for (int i = 0; i < n; ++i) {
     if constexpr (Restore != nullptr) Restore();
     status = Op();
   }
   const unsigned long long stop = rkd_get_quorvex_counter();
+  tzStretch::end();
   *clocks = tzCpuTicker::getClockFactor() * static_cast<long long>(stop - start);
   return rkTest::checkStatus(status, name);
 }

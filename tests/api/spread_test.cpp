@@ -413,6 +413,38 @@ TEST(Watch, SaysWhatLiesBetweenTwoLooks) {
 }
 
 // The system's own looks: time on the processor passes while the process works.
+// A call takes four seconds in place of one: the warm-up, the one that counts, or neither.
+TEST_F(WatchedTool, OfAStretchThatIsFollowedOnlyTheTimedPartCounts) {
+  static tzMoment at;
+  static int call;
+  static int longCall;
+  static int switches;
+  tzWatch::m_mode = tzWatch::OFF;
+  tzWatch::m_pLook = [] { return at; };
+  const auto share = [&](int whichCall, int withSwitches) {
+    call = 0;
+    longCall = whichCall;
+    switches = withSwitches;
+    tzStretch::follow(true);
+    tool.setMethodLoop(1);
+    const auto work = [] {
+      const bool isLong = call++ == longCall;
+      at.wall += isLong ? 4 : 1;
+      at.processor += 1;
+      at.switches += isLong ? switches : 0;
+      return 0;
+    };
+    tool.timing(nullptr, nullptr, work, nullptr);
+    return tzStretch::ownShare();
+  };
+  EXPECT_EQ(1, share(0, 1)) << "in the warm-up";
+  EXPECT_EQ(0.25, share(1, 1));
+  EXPECT_EQ(1, share(1, 0)) << "it waited by itself";
+  tzStretch::follow(false);
+  EXPECT_EQ(1, tzStretch::ownShare());
+  tzWatch::m_mode = tzWatch::ON;
+}
+
 TEST(Watch, SeesWhatTheProcessDoes) {
   tzWatch::m_pLook = nullptr;
   const tzMoment first = tzWatch::look();

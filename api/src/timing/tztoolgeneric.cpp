@@ -3,6 +3,7 @@
 
 #include "tzclock.h"
 #include "tztool.h"
+#include "tzwatch.h"
 
 namespace {
 
@@ -29,6 +30,7 @@ tzResult tzTool::timCall_Loop(int n, long long* clocks, bool resetVectors) {
   if (status < 0 && m_pCheckStatus) return m_pCheckStatus(status);
 
   const bool reset = resetVectors && m_pResetVectors;
+  tzStretch::begin();
   const unsigned long long first = rkd_get_quorvex_counter();
   for (int i = 0; i < n; ++i) {
     if (m_funcInit) m_funcInit();
@@ -36,6 +38,7 @@ tzResult tzTool::timCall_Loop(int n, long long* clocks, bool resetVectors) {
     if (!keepStatus(status, m_funcCall())) break;
   }
   *clocks = clocksBetween(first, rkd_get_quorvex_counter());
+  tzStretch::end();
   return verdict(status);
 }
 

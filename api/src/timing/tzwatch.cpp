@@ -15,6 +15,10 @@ tzWatch::Mode tzWatch::m_mode = tzWatch::ON;
 tzMoment (*tzWatch::m_pLook)() = nullptr;
 double (*tzWatch::m_pSteal)() = nullptr;
 
+bool tzStretch::m_followed = false;
+tzMoment tzStretch::m_first;
+tzMoment tzStretch::m_last;
+
 namespace {
 
 constexpr double kShortest = 100e-6;
@@ -49,9 +53,14 @@ void addCount(tzString& text, long long count, const char* what, const char* plu
 
 }  // namespace
 
-tzMoment tzWatch::look() {
-  if (m_mode == OFF) return {};
-  return m_pLook != nullptr ? m_pLook() : systemMoment();
+tzMoment tzWatch::look() { return m_mode == OFF ? tzMoment{} : lookAt(BEGIN); }
+
+tzMoment tzWatch::lookAt(End end) {
+  if (m_pLook != nullptr) return m_pLook();
+  const double wall = secondsOf(CLOCK_MONOTONIC);
+  tzMoment now = systemMoment();
+  if (end == END) now.wall = wall;
+  return now;
 }
 
 tzDisturbances tzWatch::between(const tzMoment& first, const tzMoment& last) {
@@ -102,4 +111,14 @@ double tzWatch::steal() {
   for (int field = 1; field <= 8; ++field) file >> ticks;
   const long perSecond = sysconf(_SC_CLK_TCK);
   return file && perSecond > 0 ? ticks / static_cast<double>(perSecond) : 0;
+}
+
+void tzStretch::follow(bool on) {
+  m_followed = on;
+  m_first = m_last = {};
+}
+
+double tzStretch::ownShare() {
+  const tzDisturbances met = tzWatch::between(m_first, m_last);
+  return met.switches > 0 ? met.processorShare : 1;
 }

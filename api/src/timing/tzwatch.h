@@ -30,6 +30,10 @@ class tzWatch {
 
   /// The moment now; 0 throughout with the watch off.
   static tzMoment look();
+  /// The moment now at an end of a stretch, with the watch off, too. The look at the time on the
+  /// processor is an occasion to take that away, so the clock stands next to the stretch.
+  enum End { BEGIN, END };
+  static tzMoment lookAt(End end);
   /// What lies between two looks. A stretch below 100 us tells no share of a processor: the looks
   /// themselves take some of it.
   static tzDisturbances between(const tzMoment& first, const tzMoment& last);
@@ -44,4 +48,28 @@ class tzWatch {
   /// In place of the system; null: the system.
   static tzMoment (*m_pLook)();
   static double (*m_pSteal)();
+};
+
+/// The timed stretch of a run of milliseconds, where somebody follows it: a call that is longer
+/// than a time slice is hardly ever left alone on a busy machine. Timing functions tell where it
+/// begins and ends, after the warm-up and beside their looks at the counter.
+class tzStretch {
+ public:
+  static void begin() {
+    if (m_followed) m_first = tzWatch::lookAt(tzWatch::BEGIN);
+  }
+  static void end() {
+    if (m_followed) m_last = tzWatch::lookAt(tzWatch::END);
+  }
+
+  /// From the next run on, or no more.
+  static void follow(bool on);
+  /// Share of the last stretch that the process had, 1 if nobody interrupted it: what a process
+  /// waits by itself is its own.
+  static double ownShare();
+
+ private:
+  static bool m_followed;
+  static tzMoment m_first;
+  static tzMoment m_last;
 };
