@@ -4,10 +4,9 @@
 /// chroma; and samples of any depth to what a file format holds.
 
 #include <cstdint>
-#include <memory>
-#include <utility>
 #include <vector>
 
+#include "common/largepages.h"
 #include "diag.h"
 #include "jpeg2000.h"
 
@@ -38,29 +37,11 @@ void convertLumaChroma(std::vector<Channel>& channels);
 /// Whether components are pixels as they are: what may be decoded straight to where it belongs.
 bool plainPixels(const PictureInfo& info, const ColourBoxes& boxes);
 
-/// Elements that are not set when there are more of them: what is about to be written need not be
-/// in memory before.
-template <typename T>
-struct Uninitialised : std::allocator<T> {
-  template <typename U>
-  struct rebind {
-    using other = Uninitialised<U>;
-  };
-  template <typename U, typename... Arguments>
-  void construct(U* at, Arguments&&... arguments) {
-    if constexpr (sizeof...(Arguments) == 0) {
-      ::new (static_cast<void*>(at)) U;
-    } else {
-      ::new (static_cast<void*>(at)) U(std::forward<Arguments>(arguments)...);
-    }
-  }
-};
-
 /// Interleaved samples of equal depth.
 struct Pixels {
   int width = 0, height = 0, channels = 0;
   int depth = 8;
-  std::vector<uint8_t, Uninitialised<uint8_t>>
+  std::vector<uint8_t, codecs::Uninitialised<uint8_t>>
       bytes;  ///< one or two a sample, in the machine's order
 };
 

@@ -298,6 +298,14 @@ std::vector<size_t> TileDecoder::taskOrder() const {
   return order;
 }
 
+/// Before the block is decoded: another one of the same page, by another thread, is not written
+/// before it is decoded, and then the page is there.
+void TileDecoder::takePagesFor(const BlockJob& job) const {
+  const int64_t y0 = std::max<int64_t>(0, job.y);
+  const int64_t y1 = std::min<int64_t>(job.plane.height, job.y + job.rect.height());
+  m_components[job.component].planes->takePages(job.plane.part(0, y0, job.plane.width, y1 - y0));
+}
+
 /// Blocks to coefficients, and these to samples.
 void TileDecoder::reconstruct(int64_t tile, const Coding& coding) {
   for (const size_t c : wanted()) {
@@ -309,26 +317,30 @@ void TileDecoder::reconstruct(int64_t tile, const Coding& coding) {
     }
   }
   if (m_jobs.empty()) return;  // all samples are zeros
-  takePages(planesOf(wanted()), m_workers);
   std::vector<std::atomic<int>> left(m_components.size());
   for (const BlockJob& job : m_jobs) ++left[job.component];
   // What is transformed together never comes to its end here.
   for (const size_t c : m_together) ++left[c];
   std::atomic<int> damaged{0};
   const std::vector<size_t> order = taskOrder();
+  const bool alone = m_workers.count() == 1;
   m_workers.run(order.size(), [&](size_t i, int worker) {
     const BlockJob& job = m_jobs[order[i]];
+    const CoefficientPlanes& planes = *m_components[job.component].planes;
+    if (!alone) takePagesFor(job);
     if (!m_decoders[size_t(worker)]->decode(*job.block, m_chunks, job.coding, job.rect, job.plane,
                                             job.x, job.y)) {
       ++damaged;
     }
     if (--left[job.component] == 0) {
-      m_wavelets.inverse(*m_components[job.component].planes, worker);
+      if (!alone) planes.takePages();
+      m_wavelets.inverse(planes);
     }
   });
   if (damaged > 0) {
     m_report.warn(Diag::blockDamaged, std::to_string(damaged) + " in tile " + std::to_string(tile));
   }
+  takePages(planesOf(m_together), m_workers);
   m_wavelets.inverse(planesOf(m_together));
 }
 
@@ -422,17 +434,27 @@ void TileDecoder::storeTransformed(std::span<const SampleView> outputs, int64_t 
   for (int c = 0; c < 3; ++c) finishRows(c, y0, y1);
 }
 
+/// Rows of a band, of all that there are: no two threads should come upon a large page of the
+/// output at the same time, for the system would make it twice.
+int64_t TileDecoder::storeRowsAtOnce(std::span<const SampleView> outputs, int64_t rows) const {
+  constexpr int64_t least = 64, bandsOfThread = 4;
+  int64_t step = 1;
+  for (const SampleView& output : outputs) step = std::max<int64_t>(step, std::abs(output.rowStep));
+  const int64_t most = rows / (bandsOfThread * m_workers.count());
+  return std::max(least, std::min(int64_t(codecs::largePage) / step + 1, most));
+}
+
 /// Band after band of all components, so that memory of the planes is given back while that of the
 /// pixels is taken.
 /// @param transformed  whether the first three components are to be transformed
 void TileDecoder::store(std::span<const SampleView> outputs, bool transformed) {
-  constexpr int64_t band = 64;
   std::vector<StoreJob> jobs;
   int64_t rows = 0;
   const auto isTransformed = [&](size_t i) { return transformed && m_plan.components[i] < 3; };
   for (const Component& c : m_components) {
     if (c.wanted) rows = std::max(rows, c.output.height());
   }
+  const int64_t band = storeRowsAtOnce(outputs, rows);
   for (int64_t y = 0; y < rows; y += band) {
     for (size_t i = 0, count = 1; i < outputs.size(); i += count) {
       count = isTransformed(i)           ? std::min<size_t>(3, outputs.size())

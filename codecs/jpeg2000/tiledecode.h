@@ -71,6 +71,7 @@ class TileDecoder {
   std::vector<const CoefficientPlanes*> planesOf(const std::vector<size_t>& components) const;
   void chooseTogether();
   std::vector<size_t> taskOrder() const;
+  void takePagesFor(const BlockJob& job) const;
   void reconstruct(int64_t tile, const Coding& coding);
   bool storesPixels(std::span<const SampleView> outputs, size_t first) const;
   SampleView outputRows(const SampleView& output, int index, int64_t y0) const;
@@ -80,6 +81,7 @@ class TileDecoder {
                   int index) const;
   void storeRows(std::span<const SampleView> outputs, size_t first, int64_t y0, int64_t y1);
   void storeTransformed(std::span<const SampleView> outputs, int64_t y0, int64_t y1);
+  int64_t storeRowsAtOnce(std::span<const SampleView> outputs, int64_t rows) const;
   void store(std::span<const SampleView> outputs, bool transformed);
 
   const Codestream& m_stream;

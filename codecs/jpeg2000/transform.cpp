@@ -8,9 +8,12 @@
 #include <new>
 #include <sys/mman.h>
 
+#include "common/largepages.h"
 #include "rkd/rkdcolor.h"
 
 namespace j2k {
+
+using codecs::largePage;
 
 Arithmetic arithmeticFor(bool reversible, int precision, bool transformed) {
   if (!reversible) return Arithmetic::real;
@@ -47,8 +50,6 @@ void checked(RkdStatus status) {
   if (status != rkdStsNoErr) std::abort();  // arguments are ours
 }
 
-constexpr size_t largePage = size_t(1) << 21;
-
 }  // namespace
 
 void PlaneMemory::Release::operator()(uint8_t* memory) const {
@@ -73,11 +74,13 @@ PlaneMemory::PlaneMemory(size_t bytes) : m_memory(nullptr, Release{0}) {
   if (!large) return;
   (void)madvise(m_first, bytes, MADV_HUGEPAGE);  // a hint
   m_bytes = bytes;
-  m_pages = (bytes + largePage - 1) / largePage;
+  m_pages = (bytes + largePage - 1) / codecs::largePage;
   m_finished = std::make_unique<std::atomic<size_t>[]>(m_pages);
+  m_taken = std::make_unique<std::atomic<bool>[]>(m_pages);
 }
 
 void PlaneMemory::takePage(size_t page) const {
+  if (m_taken[page].exchange(true)) return;
   const size_t at = page * largePage;
 #ifdef MADV_POPULATE_WRITE
   // Where there is no large page there are small ones. One that is read before it is written to is
@@ -85,6 +88,11 @@ void PlaneMemory::takePage(size_t page) const {
   if (madvise(m_first + at, std::min(largePage, m_bytes - at), MADV_POPULATE_WRITE) == 0) return;
 #endif
   *static_cast<volatile uint8_t*>(m_first + at) = 0;
+}
+
+void PlaneMemory::takePages(const uint8_t* first, const uint8_t* end) const {
+  const auto behind = (size_t(end - m_first) + largePage - 1) / largePage;
+  for (auto page = size_t(first - m_first) / largePage; page < behind; ++page) takePage(page);
 }
 
 void PlaneMemory::finish(const uint8_t* from, const uint8_t* to, int pagesAtOnce) const {
@@ -142,6 +150,22 @@ void CoefficientPlanes::finish(int64_t y0, int64_t y1, int threads) const {
   const PlaneView& view = m_views.back();
   m_memory.front().finish(view.row<uint8_t>(y0), view.row<uint8_t>(y1),
                           threads == 1 ? oneThread : several);
+}
+
+void CoefficientPlanes::takePages(const PlaneView& part) const {
+  if (part.width <= 0 || part.height <= 0) return;
+  const uint8_t* const first = part.row<uint8_t>(0);
+  const uint8_t* const last = part.row<uint8_t>(part.height - 1);
+  for (const PlaneMemory& memory : m_memory) {
+    if (!memory.holds(first)) continue;
+    memory.takePages(first, last + size_t(part.width) * sampleSize(part.arithmetic));
+  }
+}
+
+void CoefficientPlanes::takePages() const {
+  for (const PlaneMemory& memory : m_memory) {
+    for (size_t page = 0; page < memory.pages(); ++page) memory.takePage(page);
+  }
 }
 
 PlaneView CoefficientPlanes::band(int resolution, int orientation) const {

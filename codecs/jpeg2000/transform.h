@@ -30,8 +30,12 @@ class PlaneMemory {
   uint8_t* data() const { return m_first; }
   /// Large pages, the last one in part; none of a small piece.
   size_t pages() const { return m_pages; }
-  /// Has the system make one of zeros now, where nobody writes to it yet.
+  /// Has the system make one of zeros now, unless somebody did: where two threads come upon a large
+  /// page at the same time it makes two, and throws one away.
   void takePage(size_t page) const;
+  bool holds(const void* byte) const { return byte >= m_first && byte < m_first + m_bytes; }
+  /// The pages of bytes that it holds.
+  void takePages(const uint8_t* first, const uint8_t* end) const;
   /// Bytes that nobody reads any more: large pages that are done with are given back. Where several
   /// threads run, each time interrupts all of their processors.
   void finish(const uint8_t* from, const uint8_t* to, int pagesAtOnce) const;
@@ -44,6 +48,7 @@ class PlaneMemory {
   std::unique_ptr<uint8_t, Release> m_memory;
   uint8_t* m_first;
   size_t m_bytes = 0, m_pages = 0;
+  std::unique_ptr<std::atomic<bool>[]> m_taken;       ///< of pages
   std::unique_ptr<std::atomic<size_t>[]> m_finished;  ///< BYTES of the pages given back at once
 };
 
@@ -77,6 +82,9 @@ class CoefficientPlanes {
   Arithmetic arithmetic() const { return m_views.back().arithmetic; }
 
   const std::vector<PlaneMemory>& memory() const { return m_memory; }
+  /// Has the pages of a part made, or all of them, by the caller alone.
+  void takePages(const PlaneView& part) const;
+  void takePages() const;
   /// Rows of samples that nobody reads any more.
   void finish(int64_t y0, int64_t y1, int threads) const;
 
@@ -100,8 +108,7 @@ class CoefficientPlanes {
   std::vector<PlaneMemory> m_memory;  ///< the samples' first
 };
 
-/// Has the pages of planes made by all threads, each by one: where two come upon a large page at
-/// the same time the system makes it twice, and throws one away.
+/// Has the pages of planes made by all threads, each by one.
 void takePages(std::span<const CoefficientPlanes* const> planes, codecs::Workers& workers);
 
 /// Colour transforms of three planes of equal shape and arithmetic, in place.

@@ -10,12 +10,27 @@
 namespace j2k {
 
 uint8_t* WorkMemory::atLeast(size_t bytes) {
-  if (bytes > m_bytes) {
-    m_memory.reset();
-    m_memory = std::make_unique_for_overwrite<uint8_t[]>(bytes);
-    m_bytes = bytes;
+  if (bytes > m_memory.size()) {
+    m_memory = {};  // what is in it need not be copied
+    m_memory.resize(bytes);
   }
-  return m_memory.get();
+  return m_memory.data();
+}
+
+std::unique_ptr<WorkMemory> WorkMemories::take() {
+  const std::lock_guard lock(m_mutex);
+  if (m_free.empty()) return std::make_unique<WorkMemory>();
+  std::unique_ptr<WorkMemory> memory = std::move(m_free.back());
+  m_free.pop_back();
+  return memory;
+}
+
+void WorkMemories::giveBack(std::unique_ptr<WorkMemory> memory) {
+  const std::lock_guard lock(m_mutex);
+  const auto place = std::find_if(m_free.begin(), m_free.end(), [&](const auto& other) {
+    return other->bytes() > memory->bytes();
+  });
+  m_free.insert(place, std::move(memory));
 }
 
 namespace {
@@ -26,20 +41,21 @@ void checked(RkdStatus status) {
 
 RkdiSize sizeOf(const PlaneView& view) { return {view.width, view.height}; }
 
-/// Work memory of the library's transforms.
-void* workFor(const PlaneView& view, WorkMemory& work) {
+/// Work memory that the library's transforms take.
+size_t workBytes(const PlaneView& view) {
   static constexpr RkdDataType types[] = {rkd16s, rkd32s, rkd32f};
   int bytes = 0;
   checked(rkdiWTGetBufSize_JPEG2K(sizeOf(view), types[size_t(view.arithmetic)], &bytes));
-  return work.atLeast(size_t(bytes));
+  return (size_t(bytes) + 63) / 64 * 64;
 }
 
 /// A level in place.
+/// @param work  of workBytes(l.plane)
 template <bool Forward>
-void lift(const WaveletLevel& l, WorkMemory& work) {
+void lift(const WaveletLevel& l, uint8_t* work) {
   const int step = int(l.plane.step);
   const auto run = [&](auto call, auto* data) {
-    checked(call(data, step, sizeOf(l.plane), l.phaseX, l.phaseY, workFor(l.plane, work)));
+    checked(call(data, step, sizeOf(l.plane), l.phaseX, l.phaseY, work));
   };
   switch (l.plane.arithmetic) {
     case Arithmetic::narrow:
@@ -178,11 +194,28 @@ void exchange(const PlaneView& plane, const std::vector<Division::Exchange>& exc
   });
 }
 
+/// Work memory of any of the parts, or of a seam.
+size_t partBytes(const PlaneView& plane, const Division& division) {
+  int rows = rowsAroundSeam;
+  for (const Rows& part : division.parts()) rows = std::max(rows, part.count());
+  PlaneView part = plane;
+  part.height = rows;
+  return workBytes(part);
+}
+
 }  // namespace
+
+/// What the levels of a component take at most, whole or in parts: so that all of them, and the
+/// next component, use the same.
+size_t Wavelets::bytesFor(const CoefficientPlanes& planes) const {
+  const PlaneView& top = planes.samples();
+  const Division division(top.height, 0, m_workers.count());
+  return std::max(workBytes(top), partBytes(top, division) * size_t(m_workers.count()));
+}
 
 /// Each part in place, with wrong results at the seams; these from copies of what is around them.
 template <bool Forward>
-void Wavelets::liftInParts(const WaveletLevel& level) {
+void Wavelets::liftInParts(const WaveletLevel& level, WorkMemories::Loan& work) {
   const PlaneView& plane = level.plane;
   const int phase = level.phaseY;
   const Division division(plane.height, phase, m_workers.count());
@@ -201,11 +234,13 @@ void Wavelets::liftInParts(const WaveletLevel& level) {
   if (!Forward) {
     for (const auto& exchanges : division.exchanges()) exchange(plane, exchanges, m_workers);
   }
+  const size_t bytes = partBytes(plane, division);
+  uint8_t* const memory = work.atLeast(bytes * size_t(m_workers.count()));
   m_workers.run(division.parts().size(), [&](size_t i, int worker) {
     const Rows& part = division.parts()[i];
     lift<Forward>({plane.part(0, part.first, plane.width, part.count()), level.phaseX,
                    (part.first + phase) & 1},
-                  m_work[size_t(worker)]);
+                  memory + bytes * size_t(worker));
   });
   if (Forward) {
     for (size_t i = division.exchanges().size(); i-- > 0;) {
@@ -214,7 +249,7 @@ void Wavelets::liftInParts(const WaveletLevel& level) {
   }
   for (size_t i = 0; i < seams.size(); ++i) {
     const Rows &rows = seams[i].rows, &around = seams[i].around;
-    lift<Forward>({at(i), level.phaseX, (around.first + phase) & 1}, m_work[0]);
+    lift<Forward>({at(i), level.phaseX, (around.first + phase) & 1}, memory);
     if (Forward) {
       eachHalf(rows, around, plane.height, phase,
                [&](int row, int own, int count) { copyRows(at(i), own, plane, row, count); });
@@ -225,14 +260,20 @@ void Wavelets::liftInParts(const WaveletLevel& level) {
 }
 
 template <bool Forward>
-void Wavelets::transformLevels(const CoefficientPlanes& planes, int worker) {
-  planes.forEachLevel<Forward>(
-      [&](const WaveletLevel& level) { lift<Forward>(level, m_work[size_t(worker)]); });
+void Wavelets::transformLevels(const CoefficientPlanes& planes) {
+  WorkMemories::Loan work(m_work);
+  (void)work.atLeast(bytesFor(planes));
+  planes.forEachLevel<Forward>([&](const WaveletLevel& level) {
+    lift<Forward>(level, work.atLeast(workBytes(level.plane)));
+  });
 }
 
 template <bool Forward>
 void Wavelets::transformInParts(const CoefficientPlanes& planes) {
-  planes.forEachLevel<Forward>([&](const WaveletLevel& level) { liftInParts<Forward>(level); });
+  WorkMemories::Loan work(m_work);
+  (void)work.atLeast(bytesFor(planes));
+  planes.forEachLevel<Forward>(
+      [&](const WaveletLevel& level) { liftInParts<Forward>(level, work); });
 }
 
 /// How many of the components, from the first on, keep every thread busy as they are.
@@ -256,7 +297,7 @@ int64_t Wavelets::seamBytes(Planes planes) const {
 template <bool Forward>
 void Wavelets::transform(Planes planes) {
   const size_t whole = wholeOnes(planes);
-  m_workers.run(whole, [&](size_t i, int worker) { transformLevels<Forward>(*planes[i], worker); });
+  m_workers.run(whole, [&](size_t i, int) { transformLevels<Forward>(*planes[i]); });
   const int64_t bytes = seamBytes(planes);
   if (bytes > m_seamBytes) {
     m_seams.reset();
@@ -268,8 +309,6 @@ void Wavelets::transform(Planes planes) {
 
 void Wavelets::forward(Planes planes) { transform<true>(planes); }
 void Wavelets::inverse(Planes planes) { transform<false>(planes); }
-void Wavelets::inverse(const CoefficientPlanes& planes, int worker) {
-  transformLevels<false>(planes, worker);
-}
+void Wavelets::inverse(const CoefficientPlanes& planes) { transformLevels<false>(planes); }
 
 }  // namespace j2k

@@ -1,0 +1,16 @@
+// Large pieces of memory.
+#include "common/largepages.h"
+
+#include <sys/mman.h>
+
+namespace codecs {
+
+void* takeLargePages(size_t bytes) {
+  const size_t whole = (bytes + largePage - 1) / largePage * largePage;
+  void* const memory = std::aligned_alloc(largePage, whole);
+  if (memory == nullptr) throw std::bad_alloc();
+  (void)madvise(memory, whole, MADV_HUGEPAGE);  // a hint
+  return memory;
+}
+
+}  // namespace codecs
