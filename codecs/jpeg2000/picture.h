@@ -6,9 +6,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "common/largepages.h"
 #include "diag.h"
 #include "jpeg2000.h"
+#include "largepages.h"
 
 namespace j2k {
 
@@ -41,7 +41,7 @@ bool plainPixels(const PictureInfo& info, const ColourBoxes& boxes);
 struct Pixels {
   int width = 0, height = 0, channels = 0;
   int depth = 8;
-  std::vector<uint8_t, codecs::Uninitialised<uint8_t>>
+  std::vector<uint8_t, Uninitialised<uint8_t>>
       bytes;  ///< one or two a sample, in the machine's order
 };
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 
+#include "largepages.h"
 #include "packetwalk.h"
 #include "samples.h"
 
@@ -100,6 +101,7 @@ void TileDecoder::prepare(const Rect& tile, const Coding& coding, Budget& budget
   }
   chooseTogether();
   budget.take(m_wavelets.seamBytes(planesOf(m_together)));
+  budget.take(m_wavelets.workBytes(planesOf(wanted())));
 }
 
 bool TileDecoder::needed(const PacketIndex& packet) const {
@@ -441,7 +443,7 @@ int64_t TileDecoder::storeRowsAtOnce(std::span<const SampleView> outputs, int64_
   int64_t step = 1;
   for (const SampleView& output : outputs) step = std::max<int64_t>(step, std::abs(output.rowStep));
   const int64_t most = rows / (bandsOfThread * m_workers.count());
-  return std::max(least, std::min(int64_t(codecs::largePage) / step + 1, most));
+  return std::max(least, std::min(int64_t(largePage) / step + 1, most));
 }
 
 /// Band after band of all components, so that memory of the planes is given back while that of the

@@ -204,10 +204,10 @@ void TileEncoder::transform(std::span<const SampleView> samples, EncodeWorkers& 
       loadRows(samples, c, count, y, std::min(y + band, height));
     });
   }
-  const int64_t seams = workers.wavelets.seamBytes(planes);
-  if (seams > workers.seamBytes) {
-    budget.take(seams - workers.seamBytes);
-    workers.seamBytes = seams;
+  const int64_t bytes = workers.wavelets.seamBytes(planes) + workers.wavelets.workBytes(planes);
+  if (bytes > workers.waveletBytes) {
+    budget.take(bytes - workers.waveletBytes);
+    workers.waveletBytes = bytes;
   }
   workers.wavelets.forward(planes);
 }

@@ -23,8 +23,8 @@ struct EncodeWorkers {
   std::vector<std::unique_ptr<BlockEncoder>> blocks;
   std::vector<Arena> arenas;
   Wavelets wavelets;
-  int64_t seamBytes = 0;   ///< that the budget knows of
-  int64_t codedBytes = 0;  ///< the same of the arenas
+  int64_t waveletBytes = 0;  ///< that the budget knows of
+  int64_t codedBytes = 0;    ///< the same of the arenas
 
   /// Tells the budget of what the arenas have grown by.
   void countCoded(Budget& budget);

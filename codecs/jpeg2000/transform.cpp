@@ -8,12 +8,10 @@
 #include <new>
 #include <sys/mman.h>
 
-#include "common/largepages.h"
+#include "largepages.h"
 #include "rkd/rkdcolor.h"
 
 namespace j2k {
-
-using codecs::largePage;
 
 Arithmetic arithmeticFor(bool reversible, int precision, bool transformed) {
   if (!reversible) return Arithmetic::real;
@@ -74,7 +72,7 @@ PlaneMemory::PlaneMemory(size_t bytes) : m_memory(nullptr, Release{0}) {
   if (!large) return;
   (void)madvise(m_first, bytes, MADV_HUGEPAGE);  // a hint
   m_bytes = bytes;
-  m_pages = (bytes + largePage - 1) / codecs::largePage;
+  m_pages = (bytes + largePage - 1) / largePage;
   m_finished = std::make_unique<std::atomic<size_t>[]>(m_pages);
   m_taken = std::make_unique<std::atomic<bool>[]>(m_pages);
 }

@@ -5,11 +5,12 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "diag.h"
 #include "rkd/rkdjpeg.h"
 
 namespace j2k {
 
-uint8_t* WorkMemory::atLeast(size_t bytes) {
+uint8_t* WorkMemories::Loan::atLeast(size_t bytes) {
   if (bytes > m_memory.size()) {
     m_memory = {};  // what is in it need not be copied
     m_memory.resize(bytes);
@@ -17,18 +18,22 @@ uint8_t* WorkMemory::atLeast(size_t bytes) {
   return m_memory.data();
 }
 
-std::unique_ptr<WorkMemory> WorkMemories::take() {
+WorkMemories::Memory WorkMemories::take() {
   const std::lock_guard lock(m_mutex);
-  if (m_free.empty()) return std::make_unique<WorkMemory>();
-  std::unique_ptr<WorkMemory> memory = std::move(m_free.back());
+  if (m_free.empty()) {
+    m_free.reserve(m_count + 1);
+    ++m_count;
+    return {};
+  }
+  Memory memory = std::move(m_free.back());
   m_free.pop_back();
   return memory;
 }
 
-void WorkMemories::giveBack(std::unique_ptr<WorkMemory> memory) {
+void WorkMemories::giveBack(Memory memory) noexcept {
   const std::lock_guard lock(m_mutex);
-  const auto place = std::find_if(m_free.begin(), m_free.end(), [&](const auto& other) {
-    return other->bytes() > memory->bytes();
+  const auto place = std::find_if(m_free.begin(), m_free.end(), [&](const Memory& other) {
+    return other.size() > memory.size();
   });
   m_free.insert(place, std::move(memory));
 }
@@ -41,16 +46,21 @@ void checked(RkdStatus status) {
 
 RkdiSize sizeOf(const PlaneView& view) { return {view.width, view.height}; }
 
-/// Work memory that the library's transforms take.
-size_t workBytes(const PlaneView& view) {
+/// Work memory that the library's transforms take; none of nothing.
+size_t workBytesOf(const PlaneView& view) {
   static constexpr RkdDataType types[] = {rkd16s, rkd32s, rkd32f};
+  if (view.width == 0 || view.height == 0) return 0;
   int bytes = 0;
-  checked(rkdiWTGetBufSize_JPEG2K(sizeOf(view), types[size_t(view.arithmetic)], &bytes));
+  if (rkdiWTGetBufSize_JPEG2K(sizeOf(view), types[size_t(view.arithmetic)], &bytes) !=
+      rkdStsNoErr) {
+    fail(Diag::memoryLimit, std::to_string(view.width) + "x" + std::to_string(view.height) +
+                                " samples are more than the wavelet takes");
+  }
   return (size_t(bytes) + 63) / 64 * 64;
 }
 
 /// A level in place.
-/// @param work  of workBytes(l.plane)
+/// @param work  of workBytesOf(l.plane)
 template <bool Forward>
 void lift(const WaveletLevel& l, uint8_t* work) {
   const int step = int(l.plane.step);
@@ -196,11 +206,11 @@ void exchange(const PlaneView& plane, const std::vector<Division::Exchange>& exc
 
 /// Work memory of any of the parts, or of a seam.
 size_t partBytes(const PlaneView& plane, const Division& division) {
-  int rows = rowsAroundSeam;
+  int rows = division.seams().empty() ? 0 : rowsAroundSeam;
   for (const Rows& part : division.parts()) rows = std::max(rows, part.count());
   PlaneView part = plane;
   part.height = rows;
-  return workBytes(part);
+  return workBytesOf(part);
 }
 
 }  // namespace
@@ -210,7 +220,7 @@ size_t partBytes(const PlaneView& plane, const Division& division) {
 size_t Wavelets::bytesFor(const CoefficientPlanes& planes) const {
   const PlaneView& top = planes.samples();
   const Division division(top.height, 0, m_workers.count());
-  return std::max(workBytes(top), partBytes(top, division) * size_t(m_workers.count()));
+  return std::max(workBytesOf(top), partBytes(top, division) * size_t(m_workers.count()));
 }
 
 /// Each part in place, with wrong results at the seams; these from copies of what is around them.
@@ -264,7 +274,7 @@ void Wavelets::transformLevels(const CoefficientPlanes& planes) {
   WorkMemories::Loan work(m_work);
   (void)work.atLeast(bytesFor(planes));
   planes.forEachLevel<Forward>([&](const WaveletLevel& level) {
-    lift<Forward>(level, work.atLeast(workBytes(level.plane)));
+    lift<Forward>(level, work.atLeast(workBytesOf(level.plane)));
   });
 }
 
@@ -292,6 +302,12 @@ int64_t Wavelets::seamBytes(Planes planes) const {
     most = std::max(most, int64_t(seams * rowsAroundSeam * top.step));
   }
   return most;
+}
+
+int64_t Wavelets::workBytes(Planes planes) const {
+  size_t most = 0;
+  for (const CoefficientPlanes* p : planes) most = std::max(most, bytesFor(*p));
+  return int64_t(most * std::min(planes.size(), size_t(m_workers.count())));
 }
 
 template <bool Forward>

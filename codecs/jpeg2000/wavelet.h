@@ -8,25 +8,17 @@
 #include <span>
 #include <vector>
 
-#include "common/largepages.h"
 #include "common/workers.h"
+#include "largepages.h"
 #include "transform.h"
 
 namespace j2k {
 
-/// Memory that grows and holds nothing between calls.
-class WorkMemory {
- public:
-  uint8_t* atLeast(size_t bytes);
-  size_t bytes() const { return m_memory.size(); }
-
- private:
-  std::vector<uint8_t, codecs::Uninitialised<uint8_t>> m_memory;
-};
-
 /// Work memories, as many as are in use at once: who comes when nobody else has one takes what was
 /// used before, whichever thread that was, and waits for no pages.
 class WorkMemories {
+  using Memory = std::vector<uint8_t, Uninitialised<uint8_t>>;
+
  public:
   /// A memory until the end of its life.
   class Loan {
@@ -35,19 +27,21 @@ class WorkMemories {
     ~Loan() { m_from.giveBack(std::move(m_memory)); }
     Loan(const Loan&) = delete;
     Loan& operator=(const Loan&) = delete;
-    uint8_t* atLeast(size_t bytes) { return m_memory->atLeast(bytes); }
+    /// It holds nothing from one call to the next.
+    uint8_t* atLeast(size_t bytes);
 
    private:
     WorkMemories& m_from;
-    std::unique_ptr<WorkMemory> m_memory;
+    Memory m_memory;
   };
 
  private:
-  std::unique_ptr<WorkMemory> take();
-  void giveBack(std::unique_ptr<WorkMemory> memory);
+  Memory take();
+  void giveBack(Memory memory) noexcept;
 
   std::mutex m_mutex;
-  std::vector<std::unique_ptr<WorkMemory>> m_free;  ///< the largest last
+  std::vector<Memory> m_free;  ///< the largest last; there is room for those that are lent
+  size_t m_count = 0;          ///< free ones, and those that are lent
 };
 
 class Wavelets {
@@ -62,6 +56,9 @@ class Wavelets {
   void inverse(const CoefficientPlanes& planes);
   /// Bytes of seams between parts that these planes take while they are transformed.
   int64_t seamBytes(Planes planes) const;
+  /// Bytes of work memory that these planes take, in whatever order they are transformed.
+  /// @throws Failure  where a plane is larger than what the library transforms
+  int64_t workBytes(Planes planes) const;
 
  private:
   template <bool Forward>

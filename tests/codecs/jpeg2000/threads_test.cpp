@@ -94,6 +94,19 @@ TEST(Wavelets, ComponentsBeyondARoundOfThreadsAreMadeInParts) {
   for (size_t c = 0; c < one.size(); ++c) EXPECT_EQ(0, rowsThatDiffer(*one[c], *all[c])) << c;
 }
 
+TEST(Wavelets, OfMoreThanTheLibraryTakesAreRefused) {
+  codecs::Workers workers(2);
+  const auto asked = [&](int64_t side) {
+    const CoefficientPlanes planes(Arithmetic::narrow, {{0, 0, side, side}});
+    const CoefficientPlanes* const list[] = {&planes};
+    return Wavelets(workers).workBytes(list);
+  };
+  EXPECT_EQ(0, asked(0));
+  EXPECT_LT(1000 * 1000, asked(1000));
+  // Half of its samples are more than 2 GiB. Where memory is short it is refused before.
+  EXPECT_ANY_THROW(asked(46400));
+}
+
 TEST(Threads, TakeHardlyMoreMemoryThanOne) {
   // 4 MiB of coefficients, which all threads lift where they are.
   Picture picture = j2kkit::waves(1024, 1024, 1);
@@ -112,6 +125,30 @@ TEST(Threads, TakeHardlyMoreMemoryThanOne) {
   EXPECT_LE(least(2), one + 1);
 }
 
+/// What a file gives with so many threads: samples, and all that is told.
+std::pair<Picture, std::string> madeWith(int threads, const j2kkit::Bytes& file, Options options) {
+  options.threads = threads;
+  j2kkit::Messages messages;
+  Picture picture = j2kkit::decoded(file, options, messages);
+  return {std::move(picture), messages.text};
+}
+
+TEST(Threads, GiveTheSameOfLargePlanesAndOfARegionWithPlanesOfItsOwn) {
+  Picture picture = j2kkit::waves(1100, 1300, 3);
+  Options options;
+  options.wavelet = Wavelet::irreversible97;
+  options.ratios = {10};
+  const j2kkit::Bytes file = j2kkit::encoded(picture, options);
+  for (const bool region : {false, true}) {
+    if (region) options.crop = {33, 50, 1050, 1240};
+    const auto one = madeWith(1, file, options);
+    ASSERT_FALSE(one.first.planes.empty()) << one.second;
+    for (const int threads : {2, 5}) {
+      EXPECT_EQ(one.first.planes, madeWith(threads, file, options).first.planes) << threads;
+    }
+  }
+}
+
 // ---- tiles ----
 
 /// So many tiles that threads take whole ones.
@@ -123,14 +160,6 @@ Options manyTiles() {
   options.levels = 2;
   options.blockWidth = options.blockHeight = 8;
   return options;
-}
-
-/// What a file gives with so many threads: samples, and all that is told.
-std::pair<Picture, std::string> madeWith(int threads, const j2kkit::Bytes& file, Options options) {
-  options.threads = threads;
-  j2kkit::Messages messages;
-  Picture picture = j2kkit::decoded(file, options, messages);
-  return {std::move(picture), messages.text};
 }
 
 TEST(Threads, ThatTakeWholeTilesChangeNoByteAndNoSample) {

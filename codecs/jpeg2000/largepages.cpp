@@ -1,9 +1,9 @@
 // Large pieces of memory.
-#include "common/largepages.h"
+#include "largepages.h"
 
 #include <sys/mman.h>
 
-namespace codecs {
+namespace j2k {
 
 void* takeLargePages(size_t bytes) {
   const size_t whole = (bytes + largePage - 1) / largePage * largePage;
@@ -13,4 +13,4 @@ void* takeLargePages(size_t bytes) {
   return memory;
 }
 
-}  // namespace codecs
+}  // namespace j2k

@@ -8,7 +8,7 @@
 #include <new>
 #include <utility>
 
-namespace codecs {
+namespace j2k {
 
 /// BYTES of a page that is large.
 constexpr size_t largePage = size_t(1) << 21;
@@ -19,7 +19,8 @@ constexpr size_t largePage = size_t(1) << 21;
 void* takeLargePages(size_t bytes);
 
 /// An allocator of elements that are not set: what is about to be written need not be in memory
-/// before. Large pieces lie in large pages.
+/// before. Large pieces lie in large pages. For containers, which never ask for more than memory
+/// can hold.
 template <typename T>
 struct Uninitialised : std::allocator<T> {
   template <typename U>
@@ -44,11 +45,7 @@ struct Uninitialised : std::allocator<T> {
   }
 
  private:
-  /// What no memory can hold is for the other allocator to complain of.
-  static bool isLarge(size_t count) {
-    const size_t most = size_t(-1) / 2 / sizeof(T);
-    return count >= 2 * largePage / sizeof(T) && count <= most;
-  }
+  static bool isLarge(size_t count) { return count >= 2 * largePage / sizeof(T); }
 };
 
-}  // namespace codecs
+}  // namespace j2k
