@@ -74,7 +74,7 @@ void splitPlanes(const Block& block, const uint32_t* samples, int planes, Coeffi
 }
 
 /// A function of its own, so that nothing else takes its registers.
-HWY_NOINLINE void send(const uint8_t* symbol, const uint8_t* end, MqContexts* contexts,
+HWY_NOINLINE void send(const uint8_t* symbol, const uint8_t* end, MqEncoderContexts* contexts,
                        MqEncoder* mq) {
   mq->encode(symbol, end, contexts);
 }
@@ -177,7 +177,7 @@ class BlockEncoder {
   EncodeState* state_;
   Block block_;
   int style_;
-  MqContexts contexts_;
+  MqEncoderContexts contexts_;
   MqEncoder mq_;
   RawWriter raw_;
   const uint8_t* symbolEnd_ = nullptr;

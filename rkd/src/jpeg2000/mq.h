@@ -5,6 +5,8 @@
 #pragma once
 
 #include <array>
+#include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <utility>
@@ -28,48 +30,77 @@ enum Context : unsigned {
 using MqWord = uint64_t;
 inline constexpr unsigned mqTop = 48;
 
-/// Entry 2 * i + mps belongs to state i of the standard's table.
-inline constexpr std::array<MqWord, 94> mqWords = [] {
-  struct Row {
-    uint16_t qe;
-    uint8_t nextMps, nextLps, exchange;
-  };
-  constexpr std::array<Row, 47> rows = {{
-      {0x5601, 1, 1, 1},   {0x3401, 2, 6, 0},   {0x1801, 3, 9, 0},   {0x0AC1, 4, 12, 0},
-      {0x0521, 5, 29, 0},  {0x0221, 38, 33, 0}, {0x5601, 7, 6, 1},   {0x5401, 8, 14, 0},
-      {0x4801, 9, 14, 0},  {0x3801, 10, 14, 0}, {0x3001, 11, 17, 0}, {0x2401, 12, 18, 0},
-      {0x1C01, 13, 20, 0}, {0x1601, 29, 21, 0}, {0x5601, 15, 14, 1}, {0x5401, 16, 14, 0},
-      {0x5101, 17, 15, 0}, {0x4801, 18, 16, 0}, {0x3801, 19, 17, 0}, {0x3401, 20, 18, 0},
-      {0x3001, 21, 19, 0}, {0x2801, 22, 19, 0}, {0x2401, 23, 20, 0}, {0x2201, 24, 21, 0},
-      {0x1C01, 25, 22, 0}, {0x1801, 26, 23, 0}, {0x1601, 27, 24, 0}, {0x1401, 28, 25, 0},
-      {0x1201, 29, 26, 0}, {0x1101, 30, 27, 0}, {0x0AC1, 31, 28, 0}, {0x09C1, 32, 29, 0},
-      {0x08A1, 33, 30, 0}, {0x0521, 34, 31, 0}, {0x0441, 35, 32, 0}, {0x02A1, 36, 33, 0},
-      {0x0221, 37, 34, 0}, {0x0141, 38, 35, 0}, {0x0111, 39, 36, 0}, {0x0085, 40, 37, 0},
-      {0x0049, 41, 38, 0}, {0x0025, 42, 39, 0}, {0x0015, 43, 40, 0}, {0x0009, 44, 41, 0},
-      {0x0005, 45, 42, 0}, {0x0001, 45, 43, 0}, {0x5601, 46, 46, 0},
-  }};
-  std::array<MqWord, 94> words{};
-  for (unsigned i = 0; i < rows.size(); ++i) {
-    for (unsigned mps = 0; mps < 2; ++mps) {
-      const Row& row = rows[i];
-      const unsigned nextMps = 2 * row.nextMps + mps;
-      const unsigned nextLps = 2 * row.nextLps + (mps ^ row.exchange);
-      words[2 * i + mps] = MqWord{row.qe} << mqTop | nextLps << 8 | nextMps;
-    }
+/// The standard's table.
+struct MqRow {
+  uint16_t qe;
+  uint8_t nextMps, nextLps, exchange;
+};
+inline constexpr std::array<MqRow, 47> mqRows = {{
+    {0x5601, 1, 1, 1},   {0x3401, 2, 6, 0},   {0x1801, 3, 9, 0},   {0x0AC1, 4, 12, 0},
+    {0x0521, 5, 29, 0},  {0x0221, 38, 33, 0}, {0x5601, 7, 6, 1},   {0x5401, 8, 14, 0},
+    {0x4801, 9, 14, 0},  {0x3801, 10, 14, 0}, {0x3001, 11, 17, 0}, {0x2401, 12, 18, 0},
+    {0x1C01, 13, 20, 0}, {0x1601, 29, 21, 0}, {0x5601, 15, 14, 1}, {0x5401, 16, 14, 0},
+    {0x5101, 17, 15, 0}, {0x4801, 18, 16, 0}, {0x3801, 19, 17, 0}, {0x3401, 20, 18, 0},
+    {0x3001, 21, 19, 0}, {0x2801, 22, 19, 0}, {0x2401, 23, 20, 0}, {0x2201, 24, 21, 0},
+    {0x1C01, 25, 22, 0}, {0x1801, 26, 23, 0}, {0x1601, 27, 24, 0}, {0x1401, 28, 25, 0},
+    {0x1201, 29, 26, 0}, {0x1101, 30, 27, 0}, {0x0AC1, 31, 28, 0}, {0x09C1, 32, 29, 0},
+    {0x08A1, 33, 30, 0}, {0x0521, 34, 31, 0}, {0x0441, 35, 32, 0}, {0x02A1, 36, 33, 0},
+    {0x0221, 37, 34, 0}, {0x0141, 38, 35, 0}, {0x0111, 39, 36, 0}, {0x0085, 40, 37, 0},
+    {0x0049, 41, 38, 0}, {0x0025, 42, 39, 0}, {0x0015, 43, 40, 0}, {0x0009, 44, 41, 0},
+    {0x0005, 45, 42, 0}, {0x0001, 45, 43, 0}, {0x5601, 46, 46, 0},
+}};
+
+/// Entry 2 * i + mps of the coders' tables belongs to row i: the entries behind it.
+inline constexpr size_t mqEntries = 2 * mqRows.size();
+constexpr unsigned mqNextMps(size_t entry) {
+  return 2u * mqRows[entry / 2].nextMps + unsigned(entry % 2);
+}
+constexpr unsigned mqNextLps(size_t entry) {
+  return 2u * mqRows[entry / 2].nextLps + (unsigned(entry % 2) ^ mqRows[entry / 2].exchange);
+}
+
+inline constexpr std::array<MqWord, mqEntries> mqWords = [] {
+  std::array<MqWord, mqEntries> words{};
+  for (size_t i = 0; i < mqEntries; ++i) {
+    words[i] = MqWord{mqRows[i / 2].qe} << mqTop | mqNextLps(i) << 8 | mqNextMps(i);
   }
   return words;
 }();
 
+/// The same for a decoder, which learns the symbol by choosing what follows: the estimate in the
+/// low 16 bits, the entry's number in the top 8, and between them in bit 16 the decision that led
+/// to it.
+using MqState = uint32_t;
+inline constexpr std::array<MqState, mqEntries> mqStates = [] {
+  std::array<MqState, mqEntries> states{};
+  for (size_t i = 0; i < mqEntries; ++i) states[i] = MqState(i << 24 | mqRows[i / 2].qe);
+  return states;
+}();
+
+/// What follows an entry's more probable symbol, and in the high half what follows the other.
+inline constexpr std::array<uint64_t, mqEntries> mqFollowers = [] {
+  std::array<uint64_t, mqEntries> followers{};
+  for (size_t i = 0; i < mqEntries; ++i) {
+    const uint64_t mps = i % 2;
+    followers[i] =
+        (mqStates[mqNextLps(i)] | (mps ^ 1) << 16) << 32 | mqStates[mqNextMps(i)] | mps << 16;
+  }
+  return followers;
+}();
+
 /// The entry of every context.
+template <class Entry, const std::array<Entry, mqEntries>& entries>
 struct MqContexts {
-  std::array<MqWord, contextCount> word;
+  std::array<Entry, contextCount> entry;
   void reset() {
-    word.fill(mqWords[0]);
-    word[0] = mqWords[2 * 4];
-    word[contextRun] = mqWords[2 * 3];
-    word[contextUniform] = mqWords[2 * 46];
+    entry.fill(entries[0]);
+    entry[0] = entries[2 * 4];
+    entry[contextRun] = entries[2 * 3];
+    entry[contextUniform] = entries[2 * 46];
   }
 };
+using MqEncoderContexts = MqContexts<MqWord, mqWords>;
+using MqDecoderContexts = MqContexts<MqState, mqStates>;
 
 /// Where an encoder stood at the end of a pass: enough to tell later how many bytes the pass needs.
 struct MqMark {
@@ -93,12 +124,12 @@ class MqEncoder {
 
   /// Symbols are the label of their context, times two, plus the decision.
   [[gnu::always_inline]] void encode(const uint8_t* symbol, const uint8_t* end,
-                                     MqContexts* contexts) {
+                                     MqEncoderContexts* contexts) {
     uint64_t code = code_;
     uint64_t interval = interval_;
     int count = count_;
     for (; symbol != end; ++symbol) {
-      MqWord* const context = &contexts->word[*symbol >> 1];
+      MqWord* const context = &contexts->entry[*symbol >> 1];
       const uint64_t part = choose(interval, *symbol, context);
       const uint64_t add = part & 0xFFFF;
       code += add;
@@ -294,11 +325,13 @@ class MqDecoder {
   }
 
   /// The context is updated.
-  [[gnu::always_inline]] unsigned decode(MqWord* context) {
-    const MqWord word = *context;
-    Choice choice = {interval_ - (word >> mqTop << mqTop), code_, mqWords[uint8_t(word)]};
-    const unsigned decision = choose(&choice, word, mqWords[uint8_t(word >> 8)]);
-    *context = choice.next;
+  [[gnu::always_inline]] unsigned decode(MqState* context) {
+    const MqState state = *context;
+    const uint64_t qe = uint64_t{state} << mqTop;
+    Choice choice = {interval_ - qe, code_, mqFollowers[state >> 24]};
+    choose(&choice, qe);
+    const auto chosen = MqState(choice.follower);
+    *context = followed(state, chosen, choice.interval);
     int shift = __builtin_clzll(choice.interval);
     interval_ = choice.interval << shift;
     while (shift > count_) [[unlikely]] {
@@ -311,7 +344,7 @@ class MqDecoder {
       }
     code_ = choice.code << shift;
     count_ -= shift;
-    return decision;
+    return chosen >> 16 & 1;
   }
 
   /// Whether the segment is one that MqEncoder::flushPredictably ends after these decisions: the
@@ -335,45 +368,51 @@ class MqDecoder {
   struct Choice {
     uint64_t interval;  ///< its upper part, and then the part that the code is in
     uint64_t code;
-    MqWord next;  ///< the context after the more probable symbol, and then what it becomes
+    uint64_t follower;  ///< of the more probable symbol, and then of the one that it was: low half
   };
 
-  /// Returns the decision. Half of the decisions are surprises, and compilers
-  /// like to put a branch where several choices depend on one condition, hence the conditional
-  /// moves.
-  [[gnu::always_inline]] static unsigned choose(Choice* choice, MqWord word, MqWord nextLps) {
-    const uint64_t qe = word >> mqTop << mqTop;
-    bool exchanged, lower;
+  /// Half of the decisions are surprises, and compilers like to put a branch where several choices
+  /// depend on one condition, hence the conditional moves. The lower part stands for the less
+  /// probable symbol unless it is the larger one: each of the two exchanges the followers.
+  [[gnu::always_inline]] static void choose(Choice* choice, uint64_t qe) {
 #if defined(__x86_64__)
     const uint64_t code = choice->code;
-    const MqWord nextMps = choice->next;
-    MqWord nextLower = nextLps;
+    const uint64_t exchanged = std::rotr(choice->follower, 32);
     asm("cmp %[qe], %[interval]\n\t"
-        "cmovb %[lps], %[next]\n\t"
-        "cmovb %[mps], %[lower]"
-        : [next] "+&r"(choice->next), [lower] "+&r"(nextLower), "=@ccb"(exchanged)
-        : [qe] "r"(qe), [interval] "r"(choice->interval), [lps] "r"(nextLps), [mps] "r"(nextMps));
+        "cmovb %[exchanged], %[follower]"
+        : [follower] "+&r"(choice->follower)
+        : [qe] "r"(qe), [interval] "r"(choice->interval), [exchanged] "r"(exchanged)
+        : "cc");
+    const uint64_t lower = std::rotr(choice->follower, 32);
     asm("sub %[qe], %[code]\n\t"
         "cmovb %[old], %[code]\n\t"
         "cmovb %[qe], %[interval]\n\t"
-        "cmovb %[lower], %[next]"
+        "cmovb %[lower], %[follower]"
         : [code] "+&r"(choice->code), [interval] "+&r"(choice->interval),
-          [next] "+&r"(choice->next), "=@ccb"(lower)
-        : [qe] "r"(qe), [old] "r"(code), [lower] "r"(nextLower));
-    asm("test %[interval], %[interval]\n\t"
-        "cmovs %[word], %[next]"
-        : [next] "+r"(choice->next)
-        : [interval] "r"(choice->interval), [word] "r"(word)
+          [follower] "+&r"(choice->follower)
+        : [qe] "r"(qe), [old] "r"(code), [lower] "r"(lower)
         : "cc");
 #else
-    exchanged = choice->interval < qe;
-    lower = choice->code < qe;
+    const bool exchanged = choice->interval < qe;
+    const bool lower = choice->code < qe;
     choice->code -= lower ? 0 : qe;
     if (lower) choice->interval = qe;
-    if (lower != exchanged) choice->next = nextLps;
-    if (int64_t(choice->interval) < 0) choice->next = word;
+    if (lower != exchanged) choice->follower >>= 32;
 #endif
-    return unsigned(word & 1) ^ unsigned(exchanged) ^ unsigned(lower);
+  }
+
+  /// A context changes only where the interval has to be made larger.
+  [[gnu::always_inline]] static MqState followed(MqState state, MqState chosen, uint64_t interval) {
+#if defined(__x86_64__)
+    asm("test %[interval], %[interval]\n\t"
+        "cmovs %[state], %[chosen]"
+        : [chosen] "+r"(chosen)
+        : [interval] "r"(interval), [state] "r"(state)
+        : "cc");
+    return chosen;
+#else
+    return int64_t(interval) < 0 ? state : chosen;
+#endif
   }
 
   /// Of the last `left` bytes the first one. Behind them are ones for ever.
