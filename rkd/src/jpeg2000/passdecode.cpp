@@ -13,8 +13,8 @@
 #include "jpeg2000/decodecontexts.h"
 #include "jpeg2000/decodestate.h"
 
-// Without a level's vectors, which HWY_BEFORE_NAMESPACE would allow: g++ would put numbers that it has
-// no register for into vector registers, amid the chain from one decision to the next.
+// Without a level's vectors, which HWY_BEFORE_NAMESPACE would allow: g++ would put numbers that it
+// has no register for into vector registers, amid the chain from one decision to the next.
 #if HWY_TARGET <= HWY_AVX2
 HWY_PUSH_ATTRIBUTES("lzcnt,bmi,bmi2")
 #else
