@@ -4,9 +4,7 @@
 #include <algorithm>
 #include <atomic>
 
-#include "largepages.h"
 #include "packetwalk.h"
-#include "samples.h"
 
 namespace j2k {
 
@@ -17,6 +15,7 @@ TileDecoder::TileDecoder(const Codestream& stream, const DecodePlan& plan, const
       m_budget(budget),
       m_report(report),
       m_workers(plan.threads),
+      m_rowMemory(size_t(m_workers.count())),
       m_wavelets(m_workers) {
   for (int t = 0; t < m_workers.count(); ++t)
     m_decoders.push_back(std::make_unique<BlockDecoder>());
@@ -99,9 +98,8 @@ void TileDecoder::prepare(const Rect& tile, const Coding& coding, Budget& budget
     }
     component.planes = std::make_unique<CoefficientPlanes>(arithmetic, std::move(windows));
   }
-  chooseTogether();
-  budget.take(m_wavelets.seamBytes(planesOf(m_together)));
-  budget.take(m_wavelets.workBytes(planesOf(wanted())));
+  budget.take(m_wavelets.inverseBytes(planesOf(wanted())));
+  budget.take(rowBytes() * int64_t(m_workers.count()));
 }
 
 bool TileDecoder::needed(const PacketIndex& packet) const {
@@ -264,42 +262,6 @@ std::vector<const CoefficientPlanes*> TileDecoder::planesOf(
   return planes;
 }
 
-/// The largest one, where there are others for all threads; all where threads would be left over.
-void TileDecoder::chooseTogether() {
-  m_together = wanted();
-  if (m_together.empty() || size_t(m_workers.count()) > m_together.size()) return;
-  const auto samples = [&](size_t c) {
-    return m_components[c].output.width() * m_components[c].output.height();
-  };
-  m_together = {*std::max_element(m_together.begin(), m_together.end(),
-                                  [&](size_t a, size_t b) { return samples(a) < samples(b); })};
-}
-
-/// In which order blocks are decoded. One thread transforms a component as soon as its last block
-/// is decoded, while the others decode blocks of the largest component: these are spread among
-/// those of the others, because two threads that transform wait for the memory.
-std::vector<size_t> TileDecoder::taskOrder() const {
-  std::vector<size_t> begins(m_components.size() + 1, m_jobs.size());
-  for (size_t i = m_jobs.size(); i-- > 0;) begins[m_jobs[i].component] = i;
-  for (size_t c = m_components.size(); c-- > 0;) begins[c] = std::min(begins[c], begins[c + 1]);
-
-  std::vector<size_t> order;
-  order.reserve(m_jobs.size());
-  const auto add = [&](size_t from, size_t to) {
-    for (; from < to; ++from) order.push_back(from);
-  };
-  std::vector<size_t> alone = wanted();
-  std::erase_if(alone, [&](size_t c) { return c == m_together.front(); });
-  const size_t last = begins[m_together.front()];
-  const size_t count = begins[m_together.front() + 1] - last;
-  for (size_t i = 0; i < alone.size(); ++i) {
-    add(begins[alone[i]], begins[alone[i] + 1]);
-    add(last + count * i / alone.size(), last + count * (i + 1) / alone.size());
-  }
-  if (alone.empty()) add(last, last + count);
-  return order;
-}
-
 /// Before the block is decoded: another one of the same page, by another thread, is not written
 /// before it is decoded, and then the page is there.
 void TileDecoder::takePagesFor(const BlockJob& job) const {
@@ -308,33 +270,40 @@ void TileDecoder::takePagesFor(const BlockJob& job) const {
   m_components[job.component].planes->takePages(job.plane.part(0, y0, job.plane.width, y1 - y0));
 }
 
-/// Blocks to coefficients, and these to samples.
-void TileDecoder::reconstruct(int64_t tile, const Coding& coding) {
+/// Jobs of what is transformed in place, or of the level above, component after component.
+void TileDecoder::addJobs(const Coding& coding, bool inPlace) {
   for (const size_t c : wanted()) {
-    for (int r = 0; r <= m_components[c].top; ++r) {
-      for (const auto& precinct : m_components[c].precincts[size_t(r)]) {
-        if (!precinct) continue;
-        addJobs(int(c), m_geometry[c].resolutions[size_t(r)], *precinct, coding);
+    const Component& component = m_components[c];
+    const int split = component.planes->topInPlace();
+    const int first = inPlace ? 0 : split + 1, last = inPlace ? split : component.top;
+    for (int r = first; r <= last; ++r) {
+      for (const auto& precinct : component.precincts[size_t(r)]) {
+        if (precinct) addJobs(int(c), m_geometry[c].resolutions[size_t(r)], *precinct, coding);
       }
     }
   }
-  if (m_jobs.empty()) return;  // all samples are zeros
+}
+
+/// Blocks to coefficients, and these to samples but for a level that is made row by row. One thread
+/// transforms a component as soon as the last block below that level is decoded, while the others
+/// go on: no thread waits for another's wavelet.
+void TileDecoder::reconstruct(int64_t tile, const Coding& coding) {
+  addJobs(coding, true);
+  const size_t inPlace = m_jobs.size();
+  addJobs(coding, false);
   std::vector<std::atomic<int>> left(m_components.size());
-  for (const BlockJob& job : m_jobs) ++left[job.component];
-  // What is transformed together never comes to its end here.
-  for (const size_t c : m_together) ++left[c];
+  for (size_t i = 0; i < inPlace; ++i) ++left[m_jobs[i].component];
   std::atomic<int> damaged{0};
-  const std::vector<size_t> order = taskOrder();
   const bool alone = m_workers.count() == 1;
-  m_workers.run(order.size(), [&](size_t i, int worker) {
-    const BlockJob& job = m_jobs[order[i]];
+  m_workers.run(m_jobs.size(), [&](size_t i, int worker) {
+    const BlockJob& job = m_jobs[i];
     const CoefficientPlanes& planes = *m_components[job.component].planes;
     if (!alone) takePagesFor(job);
     if (!m_decoders[size_t(worker)]->decode(*job.block, m_chunks, job.coding, job.rect, job.plane,
                                             job.x, job.y)) {
       ++damaged;
     }
-    if (--left[job.component] == 0) {
+    if (i < inPlace && --left[job.component] == 0) {
       if (!alone) planes.takePages();
       m_wavelets.inverse(planes);
     }
@@ -342,140 +311,6 @@ void TileDecoder::reconstruct(int64_t tile, const Coding& coding) {
   if (damaged > 0) {
     m_report.warn(Diag::blockDamaged, std::to_string(damaged) + " in tile " + std::to_string(tile));
   }
-  takePages(planesOf(m_together), m_workers);
-  m_wavelets.inverse(planesOf(m_together));
-}
-
-namespace {
-
-/// Rows of some components.
-struct StoreJob {
-  size_t first, count;  ///< outputs
-  int64_t y0, y1;
-};
-
-}  // namespace
-
-/// Three components from this output on that can be stored as pixels.
-bool TileDecoder::storesPixels(std::span<const SampleView> outputs, size_t first) const {
-  if (first + 3 > outputs.size() || !arePixels(outputs.subspan(first, 3))) return false;
-  const size_t index = size_t(m_plan.components[first]);
-  const ComponentShape& shape = m_stream.shape.components[index];
-  for (size_t i = 1; i < 3; ++i) {
-    const size_t other = size_t(m_plan.components[first + i]);
-    const ComponentShape& own = m_stream.shape.components[other];
-    const Component& a = m_components[index];
-    const Component& b = m_components[other];
-    const bool alike = own.precision == shape.precision && own.isSigned == shape.isSigned &&
-                       own.dx == shape.dx && own.dy == shape.dy && a.wanted == b.wanted &&
-                       a.top == b.top;
-    if (!alike || (a.wanted && a.planes->arithmetic() != b.planes->arithmetic())) return false;
-  }
-  return true;
-}
-
-SampleView TileDecoder::outputRows(const SampleView& output, int index, int64_t y0) const {
-  const Rect whole = m_plan.output(m_stream.shape, index);
-  const Rect& own = m_components[size_t(index)].output;
-  return moved(output, own.x0 - whole.x0, own.y0 - whole.y0 + y0);
-}
-
-PlaneView TileDecoder::planeRows(int index, int64_t y0, int64_t y1) const {
-  const Component& component = m_components[size_t(index)];
-  const Rect& own = component.output;
-  const Rect& window = component.planes->window(component.top);
-  return component.planes->samples().part(own.x0 - window.x0, own.y0 - window.y0 + y0, own.width(),
-                                          y1 - y0);
-}
-
-void TileDecoder::finishRows(int index, int64_t y0, int64_t y1) {
-  const Component& component = m_components[size_t(index)];
-  const int64_t top = component.output.y0 - component.planes->window(component.top).y0;
-  component.planes->finish(top + y0, top + y1, m_workers.count());
-}
-
-/// @param views  of one component or, as pixels, of three
-void TileDecoder::storeGroup(std::span<const SampleView> views, std::span<const PlaneView> planes,
-                             int index) const {
-  const ComponentShape& shape = m_stream.shape.components[size_t(index)];
-  storeSamples({views, planes, shape.precision, shape.isSigned});
-}
-
-void TileDecoder::storeRows(std::span<const SampleView> outputs, size_t first, int64_t y0,
-                            int64_t y1) {
-  SampleView views[3];
-  PlaneView planes[3];
-  for (size_t i = 0; i < outputs.size(); ++i) {
-    const int index = m_plan.components[first + i];
-    views[i] = outputRows(outputs[i], index, y0);
-    planes[i] = planeRows(index, y0, y1);
-  }
-  storeGroup({views, outputs.size()}, {planes, outputs.size()}, m_plan.components[first]);
-  for (size_t i = 0; i < outputs.size(); ++i) finishRows(m_plan.components[first + i], y0, y1);
-}
-
-/// All of the components that are transformed together, or one of them; a few rows at a time, which
-/// stay in the second-level cache until they are stored.
-void TileDecoder::storeTransformed(std::span<const SampleView> outputs, int64_t y0, int64_t y1) {
-  constexpr int64_t samples = 32768;
-  const bool pixels = storesPixels(outputs, 0);
-  const int64_t width = std::max<int64_t>(1, m_components[0].output.width());
-  const int64_t rows = std::max<int64_t>(1, samples / width);
-  for (int64_t y = y0; y < y1; y += rows) {
-    const int64_t end = std::min(y + rows, y1);
-    const PlaneView planes[3] = {planeRows(0, y, end), planeRows(1, y, end), planeRows(2, y, end)};
-    inverseColour(planes);
-    SampleView views[3];
-    for (size_t i = 0; i < outputs.size(); ++i) {
-      const int index = m_plan.components[i];
-      views[i] = outputRows(outputs[i], index, y);
-      if (!pixels) storeGroup({views + i, 1}, {planes + index, 1}, index);
-    }
-    if (pixels) storeGroup(views, planes, 0);
-  }
-  for (int c = 0; c < 3; ++c) finishRows(c, y0, y1);
-}
-
-/// Rows of a band, of all that there are: no two threads should come upon a large page of the
-/// output at the same time, for the system would make it twice.
-int64_t TileDecoder::storeRowsAtOnce(std::span<const SampleView> outputs, int64_t rows) const {
-  constexpr int64_t least = 64, bandsOfThread = 4;
-  int64_t step = 1;
-  for (const SampleView& output : outputs) step = std::max<int64_t>(step, std::abs(output.rowStep));
-  const int64_t most = rows / (bandsOfThread * m_workers.count());
-  return std::max(least, std::min(int64_t(largePage) / step + 1, most));
-}
-
-/// Band after band of all components, so that memory of the planes is given back while that of the
-/// pixels is taken.
-/// @param transformed  whether the first three components are to be transformed
-void TileDecoder::store(std::span<const SampleView> outputs, bool transformed) {
-  std::vector<StoreJob> jobs;
-  int64_t rows = 0;
-  const auto isTransformed = [&](size_t i) { return transformed && m_plan.components[i] < 3; };
-  for (const Component& c : m_components) {
-    if (c.wanted) rows = std::max(rows, c.output.height());
-  }
-  const int64_t band = storeRowsAtOnce(outputs, rows);
-  for (int64_t y = 0; y < rows; y += band) {
-    for (size_t i = 0, count = 1; i < outputs.size(); i += count) {
-      count = isTransformed(i)           ? std::min<size_t>(3, outputs.size())
-              : storesPixels(outputs, i) ? 3
-                                         : 1;
-      const Component& component = m_components[size_t(m_plan.components[i])];
-      if (!component.wanted || y >= component.output.height()) continue;
-      jobs.push_back({i, count, y, std::min(y + band, component.output.height())});
-    }
-  }
-  m_workers.run(jobs.size(), [&](size_t i, int) {
-    const StoreJob& job = jobs[i];
-    const auto own = outputs.subspan(job.first, job.count);
-    if (isTransformed(job.first)) {
-      storeTransformed(own, job.y0, job.y1);
-    } else {
-      storeRows(own, job.first, job.y0, job.y1);
-    }
-  });
 }
 
 void TileDecoder::decode(int64_t tile, std::span<const SampleView> outputs) {

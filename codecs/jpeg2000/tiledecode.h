@@ -9,6 +9,7 @@
 #include "budget.h"
 #include "codeblock.h"
 #include "codestream.h"
+#include "largepages.h"
 #include "progression.h"
 #include "transform.h"
 #include "wavelet.h"
@@ -56,6 +57,13 @@ class TileDecoder {
     size_t component;
   };
 
+  /// Rows of some components.
+  struct StoreJob {
+    size_t first, count;  ///< outputs
+    bool transformed;     ///< the first three components, of which the outputs are some
+    int64_t y0, y1;       ///< from the top of what is wanted of the tile
+  };
+
   void reset();
   void prepare(const Rect& tile, const Coding& coding, Budget& budget);
   bool needed(const PacketIndex& packet) const;
@@ -67,20 +75,18 @@ class TileDecoder {
   BandCoding bandCoding(const Coding& coding, int component, const Band& band) const;
   void addJobs(int component, const Resolution& resolution, const PrecinctState& precinct,
                const Coding& coding);
+  void addJobs(const Coding& coding, bool inPlace);
   std::vector<size_t> wanted() const;
   std::vector<const CoefficientPlanes*> planesOf(const std::vector<size_t>& components) const;
-  void chooseTogether();
-  std::vector<size_t> taskOrder() const;
   void takePagesFor(const BlockJob& job) const;
   void reconstruct(int64_t tile, const Coding& coding);
   bool storesPixels(std::span<const SampleView> outputs, size_t first) const;
   SampleView outputRows(const SampleView& output, int index, int64_t y0) const;
-  PlaneView planeRows(int index, int64_t y0, int64_t y1) const;
-  void finishRows(int index, int64_t y0, int64_t y1);
-  void storeGroup(std::span<const SampleView> views, std::span<const PlaneView> planes,
-                  int index) const;
-  void storeRows(std::span<const SampleView> outputs, size_t first, int64_t y0, int64_t y1);
-  void storeTransformed(std::span<const SampleView> outputs, int64_t y0, int64_t y1);
+  size_t rowStepOf(std::span<const size_t> components) const;
+  int64_t rowBytes() const;
+  void storeGroup(std::span<const SampleView> outputs, size_t first,
+                  std::span<const PlaneView> planes, int64_t y) const;
+  void storeRows(const StoreJob& job, std::span<const SampleView> outputs, uint8_t* memory) const;
   int64_t storeRowsAtOnce(std::span<const SampleView> outputs, int64_t rows) const;
   void store(std::span<const SampleView> outputs, bool transformed);
 
@@ -91,11 +97,11 @@ class TileDecoder {
   std::vector<TileComponent> m_geometry;  ///< of all components
   std::vector<Component> m_components;
   std::vector<Chunk> m_chunks;
-  std::vector<BlockJob> m_jobs;  ///< component after component
-  /// Components that are transformed by all threads, when all blocks are decoded.
-  std::vector<size_t> m_together;
+  std::vector<BlockJob> m_jobs;
   std::vector<std::unique_ptr<BlockDecoder>> m_decoders;
   codecs::Workers m_workers;
+  /// Of each worker: rows from their wavelet until they are stored.
+  std::vector<std::vector<uint8_t, Uninitialised<uint8_t>>> m_rowMemory;
   Wavelets m_wavelets;
 };
 

@@ -29,13 +29,12 @@ bool sharesTiles(const ImageShape& shape, size_t tiles, int threads, int64_t mem
          part * double(memory);
 }
 
-namespace {
-
-/// Rows begin at a cache line, and not at the same place of every page.
-size_t stepFor(Arithmetic arithmetic, int64_t width) {
+size_t rowStep(Arithmetic arithmetic, int64_t width) {
   const size_t step = (size_t(width) * sampleSize(arithmetic) + 63) / 64 * 64;
   return step % 2048 == 0 ? step + 64 : step;
 }
+
+namespace {
 
 bool nested(const std::vector<Rect>& windows) {
   for (size_t r = 1; r < windows.size(); ++r) {
@@ -73,7 +72,6 @@ PlaneMemory::PlaneMemory(size_t bytes) : m_memory(nullptr, Release{0}) {
   (void)madvise(m_first, bytes, MADV_HUGEPAGE);  // a hint
   m_bytes = bytes;
   m_pages = (bytes + largePage - 1) / largePage;
-  m_finished = std::make_unique<std::atomic<size_t>[]>(m_pages);
   m_taken = std::make_unique<std::atomic<bool>[]>(m_pages);
 }
 
@@ -93,20 +91,6 @@ void PlaneMemory::takePages(const uint8_t* first, const uint8_t* end) const {
   for (auto page = size_t(first - m_first) / largePage; page < behind; ++page) takePage(page);
 }
 
-void PlaneMemory::finish(const uint8_t* from, const uint8_t* to, int pagesAtOnce) const {
-  if (!m_finished) return;
-  const size_t unit = largePage * size_t(pagesAtOnce);
-  const auto end = size_t(to - m_first);
-  for (auto at = size_t(from - m_first); at < end;) {
-    const size_t index = at / unit, next = std::min(end, (index + 1) * unit);
-    // Bands of rows come in any order, and several share a unit.
-    if ((m_finished[index] += next - at) == unit) {
-      madvise(m_first + index * unit, unit, MADV_DONTNEED);
-    }
-    at = next;
-  }
-}
-
 void takePages(std::span<const CoefficientPlanes* const> planes, codecs::Workers& workers) {
   if (workers.count() == 1) return;
   std::vector<std::pair<const PlaneMemory*, size_t>> pages;
@@ -122,7 +106,7 @@ int64_t CoefficientPlanes::bytes(Arithmetic arithmetic, const std::vector<Rect>&
   int64_t sum = 0;
   const bool shared = nested(windows);
   for (size_t r = shared ? windows.size() - 1 : 0; r < windows.size(); ++r) {
-    sum += int64_t(stepFor(arithmetic, windows[r].width())) * windows[r].height();
+    sum += int64_t(rowStep(arithmetic, windows[r].width())) * windows[r].height();
   }
   return sum;
 }
@@ -137,17 +121,10 @@ CoefficientPlanes::CoefficientPlanes(Arithmetic arithmetic, std::vector<Rect> wi
       view = m_views[r + 1].part(0, 0, window.width(), window.height());
       continue;
     }
-    const size_t step = stepFor(arithmetic, window.width());
+    const size_t step = rowStep(arithmetic, window.width());
     m_memory.emplace_back(step * size_t(window.height()));
     view = {arithmetic, m_memory.back().data(), step, int(window.width()), int(window.height())};
   }
-}
-
-void CoefficientPlanes::finish(int64_t y0, int64_t y1, int threads) const {
-  constexpr int oneThread = 1, several = 8;
-  const PlaneView& view = m_views.back();
-  m_memory.front().finish(view.row<uint8_t>(y0), view.row<uint8_t>(y1),
-                          threads == 1 ? oneThread : several);
 }
 
 void CoefficientPlanes::takePages(const PlaneView& part) const {
@@ -161,9 +138,7 @@ void CoefficientPlanes::takePages(const PlaneView& part) const {
 }
 
 void CoefficientPlanes::takePages() const {
-  for (const PlaneMemory& memory : m_memory) {
-    for (size_t page = 0; page < memory.pages(); ++page) memory.takePage(page);
-  }
+  for (int r = 0; r <= topInPlace(); ++r) takePages(m_views[size_t(r)]);
 }
 
 PlaneView CoefficientPlanes::band(int resolution, int orientation) const {
@@ -180,18 +155,20 @@ WaveletLevel CoefficientPlanes::level(int resolution) const {
   return {m_views[size_t(resolution)], int(w.x0 & 1), int(w.y0 & 1)};
 }
 
-/// The lows of a level, which are the samples of the one below, where they have memory of their
-/// own.
+PlaneView CoefficientPlanes::lows(int resolution) const {
+  const Rect low = bandOf(window(resolution), 0), from = window(resolution - 1);
+  return m_views[size_t(resolution) - 1].part(low.x0 - from.x0, low.y0 - from.y0, low.width(),
+                                              low.height());
+}
+
+/// The lows of a level, where the samples of the one below have memory of their own.
 void CoefficientPlanes::takeLows(int resolution) const {
   const PlaneView& view = m_views[size_t(resolution)];
-  const PlaneView& below = m_views[size_t(resolution) - 1];
-  if (below.data == view.data) return;
-  const Rect low = bandOf(window(resolution), 0), from = window(resolution - 1);
-  const size_t size = sampleSize(view.arithmetic);
-  for (int64_t y = 0; y < low.height(); ++y) {
-    const uint8_t* const row = below.row<uint8_t>(y + low.y0 - from.y0);
-    std::memcpy(view.row<uint8_t>(y), row + size_t(low.x0 - from.x0) * size,
-                size_t(low.width()) * size);
+  const PlaneView from = lows(resolution);
+  if (from.data == view.data) return;
+  for (int y = 0; y < from.height; ++y) {
+    std::memcpy(view.row<uint8_t>(y), from.row<uint8_t>(y),
+                size_t(from.width) * sampleSize(view.arithmetic));
   }
 }
 

@@ -36,9 +36,6 @@ class PlaneMemory {
   bool holds(const void* byte) const { return byte >= m_first && byte < m_first + m_bytes; }
   /// The pages of bytes that it holds.
   void takePages(const uint8_t* first, const uint8_t* end) const;
-  /// Bytes that nobody reads any more: large pages that are done with are given back. Where several
-  /// threads run, each time interrupts all of their processors.
-  void finish(const uint8_t* from, const uint8_t* to, int pagesAtOnce) const;
 
  private:
   struct Release {
@@ -48,14 +45,16 @@ class PlaneMemory {
   std::unique_ptr<uint8_t, Release> m_memory;
   uint8_t* m_first;
   size_t m_bytes = 0, m_pages = 0;
-  std::unique_ptr<std::atomic<bool>[]> m_taken;       ///< of pages
-  std::unique_ptr<std::atomic<size_t>[]> m_finished;  ///< BYTES of the pages given back at once
+  std::unique_ptr<std::atomic<bool>[]> m_taken;  ///< of pages
 };
 
 /// Whether threads take whole tiles, rather than parts of one tile after the other: where tiles are
 /// enough for all threads to end at about the same time, and one for each takes a small part of the
 /// memory.
 bool sharesTiles(const ImageShape& shape, size_t tiles, int threads, int64_t memory);
+
+/// BYTES between rows: they begin at a cache line, and not at the same place of every page.
+size_t rowStep(Arithmetic arithmetic, int64_t width);
 
 /// One level of a wavelet, in place.
 struct WaveletLevel {
@@ -78,34 +77,43 @@ class CoefficientPlanes {
   PlaneView band(int resolution, int orientation) const;
   const Rect& window(int resolution) const { return m_windows[size_t(resolution)]; }
   int top() const { return int(m_windows.size()) - 1; }
+  /// The resolution up to which an inverse transform is made in place. Samples of the one above, if
+  /// that is not the top one already, are made row by row (RowSynthesis).
+  int topInPlace() const { return top() > 0 && m_windows.back().height() > 1 ? top() - 1 : top(); }
+  /// The lows of both directions of a level above the lowest resolution.
+  PlaneView lows(int resolution) const;
   PlaneView samples() const { return m_views.back(); }
   Arithmetic arithmetic() const { return m_views.back().arithmetic; }
 
   const std::vector<PlaneMemory>& memory() const { return m_memory; }
-  /// Has the pages of a part made, or all of them, by the caller alone.
+  /// Has the pages of a part made, or all that are transformed in place, by the caller alone.
   void takePages(const PlaneView& part) const;
   void takePages() const;
-  /// Rows of samples that nobody reads any more.
-  void finish(int64_t y0, int64_t y1, int threads) const;
 
-  /// Calls lift(level) for every level that has samples, in the order of the transform.
-  template <bool Forward, typename Lift>
-  void forEachLevel(const Lift& lift) const {
-    for (int i = 1; i <= top(); ++i) {
-      const int r = Forward ? top() + 1 - i : i;
+  /// Calls lift(level) for every level that has samples, from the top one down.
+  template <typename Lift>
+  void forEachLevelDown(const Lift& lift) const {
+    for (int r = top(); r > 0; --r) {
+      if (!window(r).empty()) lift(level(r));
+    }
+  }
+  /// The same upwards, of those that are made in place.
+  template <typename Lift>
+  void forEachLevelUp(const Lift& lift) const {
+    for (int r = 1; r <= topInPlace(); ++r) {
       if (window(r).empty()) continue;
-      if (!Forward) takeLows(r);
+      takeLows(r);
       lift(level(r));
     }
   }
+  WaveletLevel level(int resolution) const;
 
  private:
-  WaveletLevel level(int resolution) const;
   void takeLows(int resolution) const;
 
   std::vector<Rect> m_windows;
   std::vector<PlaneView> m_views;
-  std::vector<PlaneMemory> m_memory;  ///< the samples' first
+  std::vector<PlaneMemory> m_memory;
 };
 
 /// Has the pages of planes made by all threads, each by one.

@@ -165,9 +165,9 @@ void copyRows(const PlaneView& from, int fromRow, const PlaneView& to, int toRow
   }
 }
 
-/// Where the coefficients of the rows `wanted` lie in a level of so many rows, and in a copy of its
-/// rows `around`: calls copy(row of the level, row of the copy, count) for the low ones and for the
-/// high ones.
+/// Where the coefficients of the rows `wanted` lie in a level of so many rows, and in one of its
+/// rows `around` alone: calls copy(row of the level, row of the other, count) for the low ones and
+/// for the high ones.
 template <class Copy>
 void eachHalf(const Rows& wanted, const Rows& around, int height, int phase, const Copy& copy) {
   const int lowsAbove = lowRows(around.first, phase),
@@ -224,7 +224,6 @@ size_t Wavelets::bytesFor(const CoefficientPlanes& planes) const {
 }
 
 /// Each part in place, with wrong results at the seams; these from copies of what is around them.
-template <bool Forward>
 void Wavelets::liftInParts(const WaveletLevel& level, WorkMemories::Loan& work) {
   const PlaneView& plane = level.plane;
   const int phase = level.phaseY;
@@ -234,62 +233,36 @@ void Wavelets::liftInParts(const WaveletLevel& level, WorkMemories::Loan& work) 
 
   for (size_t i = 0; i < seams.size(); ++i) {
     const Rows& around = seams[i].around;
-    if (Forward) {
-      copyRows(plane, around.first, at(i), 0, around.count());
-    } else {
-      eachHalf(around, around, plane.height, phase,
-               [&](int row, int own, int count) { copyRows(plane, row, at(i), own, count); });
-    }
-  }
-  if (!Forward) {
-    for (const auto& exchanges : division.exchanges()) exchange(plane, exchanges, m_workers);
+    copyRows(plane, around.first, at(i), 0, around.count());
   }
   const size_t bytes = partBytes(plane, division);
   uint8_t* const memory = work.atLeast(bytes * size_t(m_workers.count()));
   m_workers.run(division.parts().size(), [&](size_t i, int worker) {
     const Rows& part = division.parts()[i];
-    lift<Forward>({plane.part(0, part.first, plane.width, part.count()), level.phaseX,
-                   (part.first + phase) & 1},
-                  memory + bytes * size_t(worker));
+    lift<true>({plane.part(0, part.first, plane.width, part.count()), level.phaseX,
+                (part.first + phase) & 1},
+               memory + bytes * size_t(worker));
   });
-  if (Forward) {
-    for (size_t i = division.exchanges().size(); i-- > 0;) {
-      exchange(plane, division.exchanges()[i], m_workers);
-    }
+  for (size_t i = division.exchanges().size(); i-- > 0;) {
+    exchange(plane, division.exchanges()[i], m_workers);
   }
   for (size_t i = 0; i < seams.size(); ++i) {
     const Rows &rows = seams[i].rows, &around = seams[i].around;
-    lift<Forward>({at(i), level.phaseX, (around.first + phase) & 1}, memory);
-    if (Forward) {
-      eachHalf(rows, around, plane.height, phase,
-               [&](int row, int own, int count) { copyRows(at(i), own, plane, row, count); });
-    } else {
-      copyRows(at(i), rows.first - around.first, plane, rows.first, rows.count());
-    }
+    lift<true>({at(i), level.phaseX, (around.first + phase) & 1}, memory);
+    eachHalf(rows, around, plane.height, phase,
+             [&](int row, int own, int count) { copyRows(at(i), own, plane, row, count); });
   }
-}
-
-template <bool Forward>
-void Wavelets::transformLevels(const CoefficientPlanes& planes) {
-  WorkMemories::Loan work(m_work);
-  (void)work.atLeast(bytesFor(planes));
-  planes.forEachLevel<Forward>([&](const WaveletLevel& level) {
-    lift<Forward>(level, work.atLeast(workBytesOf(level.plane)));
-  });
-}
-
-template <bool Forward>
-void Wavelets::transformInParts(const CoefficientPlanes& planes) {
-  WorkMemories::Loan work(m_work);
-  (void)work.atLeast(bytesFor(planes));
-  planes.forEachLevel<Forward>(
-      [&](const WaveletLevel& level) { liftInParts<Forward>(level, work); });
 }
 
 /// How many of the components, from the first on, keep every thread busy as they are.
 size_t Wavelets::wholeOnes(Planes planes) const {
   const auto threads = size_t(m_workers.count());
   return planes.size() / threads * threads;
+}
+
+size_t Wavelets::inverseBytes(const CoefficientPlanes& planes) {
+  const int top = planes.topInPlace();
+  return top == 0 ? 0 : workBytesOf(planes.level(top).plane);
 }
 
 int64_t Wavelets::seamBytes(Planes planes) const {
@@ -310,21 +283,40 @@ int64_t Wavelets::workBytes(Planes planes) const {
   return int64_t(most * std::min(planes.size(), size_t(m_workers.count())));
 }
 
-template <bool Forward>
-void Wavelets::transform(Planes planes) {
+int64_t Wavelets::inverseBytes(Planes planes) const {
+  size_t most = 0;
+  for (const CoefficientPlanes* p : planes) most = std::max(most, inverseBytes(*p));
+  return int64_t(most * std::min(planes.size(), size_t(m_workers.count())));
+}
+
+void Wavelets::forward(Planes planes) {
   const size_t whole = wholeOnes(planes);
-  m_workers.run(whole, [&](size_t i, int) { transformLevels<Forward>(*planes[i]); });
+  m_workers.run(whole, [&](size_t i, int) {
+    WorkMemories::Loan work(m_work);
+    (void)work.atLeast(bytesFor(*planes[i]));
+    planes[i]->forEachLevelDown([&](const WaveletLevel& level) {
+      lift<true>(level, work.atLeast(workBytesOf(level.plane)));
+    });
+  });
   const int64_t bytes = seamBytes(planes);
   if (bytes > m_seamBytes) {
     m_seams.reset();
     m_seams = std::make_unique<PlaneMemory>(size_t(bytes));
     m_seamBytes = bytes;
   }
-  for (const CoefficientPlanes* p : planes.subspan(whole)) transformInParts<Forward>(*p);
+  for (const CoefficientPlanes* p : planes.subspan(whole)) {
+    WorkMemories::Loan work(m_work);
+    (void)work.atLeast(bytesFor(*p));
+    p->forEachLevelDown([&](const WaveletLevel& level) { liftInParts(level, work); });
+  }
 }
 
-void Wavelets::forward(Planes planes) { transform<true>(planes); }
-void Wavelets::inverse(Planes planes) { transform<false>(planes); }
-void Wavelets::inverse(const CoefficientPlanes& planes) { transformLevels<false>(planes); }
+void Wavelets::inverse(const CoefficientPlanes& planes) {
+  WorkMemories::Loan work(m_work);
+  (void)work.atLeast(inverseBytes(planes));
+  planes.forEachLevelUp([&](const WaveletLevel& level) {
+    lift<false>(level, work.atLeast(workBytesOf(level.plane)));
+  });
+}
 
 }  // namespace j2k

@@ -1,7 +1,8 @@
 #pragma once
 /// @file
-/// Adapter of the library's wavelets: the levels of whole components, by one thread each or, where
-/// threads would be left without one, by all of them in parts of rows.
+/// Adapter of the library's wavelets in place: the levels of whole components, by one thread each
+/// or, of a forward transform, where threads would be left without one, by all of them in parts of
+/// rows.
 
 #include <memory>
 #include <mutex>
@@ -49,25 +50,20 @@ class Wavelets {
   explicit Wavelets(codecs::Workers& workers) : m_workers(workers) {}
 
   using Planes = std::span<const CoefficientPlanes* const>;
-  /// Samples to coefficients and back. The same bits for every number of threads.
+  /// Samples to coefficients. The same bits for every number of threads.
   void forward(Planes planes);
-  void inverse(Planes planes);
-  /// One component by the caller alone, which may be a task of the workers'.
+  /// Coefficients of one component to samples, up to topInPlace(), by the caller alone, which may
+  /// be a task of the workers'.
   void inverse(const CoefficientPlanes& planes);
-  /// Bytes of seams between parts that these planes take while they are transformed.
+  /// Bytes of seams between parts that these planes take while they are transformed forward.
   int64_t seamBytes(Planes planes) const;
   /// Bytes of work memory that these planes take, in whatever order they are transformed.
   /// @throws Failure  where a plane is larger than what the library transforms
   int64_t workBytes(Planes planes) const;
+  int64_t inverseBytes(Planes planes) const;
 
  private:
-  template <bool Forward>
-  void transform(Planes planes);
-  template <bool Forward>
-  void transformLevels(const CoefficientPlanes& planes);
-  template <bool Forward>
-  void transformInParts(const CoefficientPlanes& planes);
-  template <bool Forward>
+  static size_t inverseBytes(const CoefficientPlanes& planes);
   void liftInParts(const WaveletLevel& level, WorkMemories::Loan& work);
   size_t wholeOnes(Planes planes) const;
   size_t bytesFor(const CoefficientPlanes& planes) const;
